@@ -1,0 +1,203 @@
+#include "SI/SectionFilter/Korvo/Src/KorvoSectionManager.h"
+
+#include <atomic>
+#include <string>
+#include <utility>
+
+#include "SI/SectionFilter/Korvo/Src/SectionSubscription.h"
+#include "platform/Log.h"
+#include "platform/TVServiceAPI.h"
+
+namespace TORVEL_MW {
+
+namespace {
+
+constexpr unsigned int kFirstId = 1;
+constexpr unsigned int kLastId = 4294967294;  // 4294967295 is never handed out
+
+// Guards the structure of m_subscriptions, beside m_mutex. Never held across a log line, a platform
+// call or the destruction of a subscription.
+constinit std::mutex s_tableMutex;
+
+void AppendHex(std::string& text, const std::vector<unsigned char>& bytes) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    for (const unsigned char byte : bytes) {
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 0x0F];
+        text += ' ';
+    }
+}
+
+}  // namespace
+
+ISectionManager* ISectionManager::Instance() {
+    static CKorvoSectionManager s_instance;
+    return &s_instance;
+}
+
+CKorvoSectionManager::CKorvoSectionManager() : m_nextId(kFirstId), m_subscriber(nullptr) {
+    m_eventThread = std::thread(&CKorvoSectionManager::m_EventLoop, this);
+    TVServiceAPI::CreateSectionSubscriber(&CKorvoSectionManager::s_OnSectionData, PROFILE_MAIN, 0,
+                                          &m_subscriber);
+}
+
+unsigned int CKorvoSectionManager::Subscribe(unsigned short pid, unsigned int tableId,
+                                             ISectionObserver& observer, EFilterMode mode,
+                                             unsigned int timeout, bool fromCache) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > id: %d, pid: %d, tableId: %d, mode: %d",
+        __FILE_NAME__, __func__, 121, m_NextId(), pid, tableId, mode);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
+        m_subscriber, observer, pid, static_cast<unsigned char>(tableId),
+        static_cast<unsigned short>(m_NextId()), mode, timeout, fromCache);
+    if (!subscription) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mFailed with id: %d\033[0m",
+            __FILE_NAME__, __func__, 139, m_NextId());
+        return 0;
+    }
+    return m_Store(std::move(subscription));
+}
+
+unsigned int CKorvoSectionManager::Subscribe(unsigned short pid, unsigned int tableId,
+                                             unsigned int tableIdExt, ISectionObserver& observer,
+                                             EFilterMode mode, unsigned int timeout) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+        "%s: %s(%d) > id: %d, pid: %d, tableId: %d, tableIdExt: %d, mode: %d", __FILE_NAME__,
+        __func__, 148, m_NextId(), pid, tableId, tableIdExt, mode);
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
+        m_subscriber, observer, pid, static_cast<unsigned char>(tableId),
+        static_cast<unsigned short>(tableIdExt), static_cast<unsigned short>(m_NextId()), mode,
+        timeout);
+    if (!subscription) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mFailed with id: %d\033[0m",
+            __FILE_NAME__, __func__, 167, m_NextId());
+        return 0;
+    }
+    return m_Store(std::move(subscription));
+}
+
+unsigned int CKorvoSectionManager::Subscribe(unsigned short pid,
+                                             const std::vector<unsigned char>& pattern,
+                                             const std::vector<unsigned char>& mask,
+                                             const std::vector<unsigned char>& mode,
+                                             ISectionObserver& observer, EFilterMode filterMode,
+                                             unsigned int timeout) {
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    std::string bytes;
+    AppendHex(bytes, pattern);
+    bytes += '\n';
+    AppendHex(bytes, mask);
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+        "%s: %s(%d) > id: %d, pid: %d, mode: %d, pattern/mask:\n%s", __FILE_NAME__, __func__, 186,
+        m_NextId(), pid, filterMode, bytes.c_str());
+    std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
+        m_subscriber, observer, pid, pattern, mask, mode, static_cast<unsigned short>(m_NextId()),
+        filterMode, timeout);
+    if (!subscription) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mFailed with id: %d\033[0m",
+            __FILE_NAME__, __func__, 204, m_NextId());
+        return 0;
+    }
+    return m_Store(std::move(subscription));
+}
+
+void CKorvoSectionManager::Unsubscribe(unsigned int id) {
+    std::lock_guard<std::recursive_mutex> lock(m_mutex);
+    long useCount = 0;
+    {
+        std::lock_guard<std::mutex> tableLock(s_tableMutex);
+        const auto entry = m_subscriptions.find(id);
+        if (entry != m_subscriptions.end()) {
+            useCount = entry->second.use_count();
+        }
+    }
+    if (useCount == 0) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mFailed to find %d in m_subscriptions\033[0m", __FILE_NAME__,
+            __func__, 222, id);
+        return;
+    }
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+        "%s: %s(%d) > \033[32mRemoving %u from m_subscriptions refcount %lu\033[0m", __FILE_NAME__,
+        __func__, 217, id, static_cast<unsigned long>(useCount));
+    decltype(m_subscriptions)::node_type entry;  // destroyed after the inner lock
+    std::lock_guard<std::mutex> tableLock(s_tableMutex);
+    entry = m_subscriptions.extract(id);
+}
+
+void CKorvoSectionManager::s_OnSectionData(bool, unsigned short length, unsigned char* data,
+                                           int id) {
+    auto* manager = dynamic_cast<CKorvoSectionManager*>(ISectionManager::Instance());
+    if (manager != nullptr) {
+        manager->m_OnSectionData(length, data, id);
+    }
+}
+
+void CKorvoSectionManager::m_OnSectionData(unsigned short length, unsigned char* data, int id) {
+    m_eventQueue.Push(std::make_unique<SectionData>(id, data, length));
+}
+
+void CKorvoSectionManager::m_EventLoop() {
+    for (;;) {
+        const std::unique_ptr<SectionData> section = m_eventQueue.Pop();
+        if (!section) {
+            LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mNULL data\033[0m",
+                __FILE_NAME__, __func__, 55);
+            continue;
+        }
+        // Not cut to 16 bits and not widened: the platform's id is the key, as it stands.
+        const auto id = static_cast<unsigned int>(section->m_id);
+        std::unique_lock<std::recursive_mutex> lock(m_mutex);
+        std::shared_ptr<CSectionSubscription> subscription;
+        {
+            std::lock_guard<std::mutex> tableLock(s_tableMutex);
+            const auto entry = m_subscriptions.find(id);
+            if (entry != m_subscriptions.end()) {
+                subscription = entry->second;
+            }
+        }
+        if (!subscription) {
+            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+                "%s: %s(%d) > \033[31mCouldn't find section subscription for id: %d\033[0m",
+                __FILE_NAME__, __func__, 71, section->m_id);
+            continue;
+        }
+        lock.unlock();
+
+        subscription->OnCallback(static_cast<unsigned short>(section->m_data.size()),
+                                 section->m_data.data());
+
+        const EFilterMode filterMode = subscription->FilterMode();
+        if (filterMode == EOneShot) {
+            LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+                "%s: %s(%d) > \033[33mOneShot filter completed\033[0m", __FILE_NAME__, __func__,
+                83);
+            decltype(m_subscriptions)::node_type entry;  // destroyed after the inner lock
+            std::lock_guard<std::mutex> tableLock(s_tableMutex);
+            entry = m_subscriptions.extract(id);
+        } else if (filterMode == EToggle && !section->m_data.empty()) {
+            subscription->Toggle(section->m_data[0]);
+        }
+    }
+}
+
+unsigned int CKorvoSectionManager::m_Store(std::shared_ptr<CSectionSubscription> subscription) {
+    // Read again: a nested Subscribe of this thread, inside the platform's call, may have moved it.
+    const unsigned int id = m_NextId();
+    std::shared_ptr<CSectionSubscription> replaced = std::move(subscription);
+    {
+        std::lock_guard<std::mutex> tableLock(s_tableMutex);
+        m_subscriptions[id].swap(replaced);
+    }
+    replaced.reset();
+    std::atomic_ref<unsigned int>(m_nextId).store(id == kLastId ? kFirstId : id + 1,
+                                                  std::memory_order_relaxed);
+    return id;
+}
+
+unsigned int CKorvoSectionManager::m_NextId() {
+    return std::atomic_ref<unsigned int>(m_nextId).load(std::memory_order_relaxed);
+}
+
+}  // namespace TORVEL_MW

@@ -1,0 +1,322 @@
+#include "SI/SectionFilter/Korvo/Src/SectionSubscription.h"
+
+#include <functional>
+#include <locale>
+#include <mutex>
+#include <sstream>
+
+#include "platform/ISectionSubscriber.h"
+#include "platform/Log.h"
+#include "platform/TCSectionCriteriaHelper.h"
+#include "platform/TCSectionFilterCriteriaHelper.h"
+
+namespace TORVEL_MW {
+
+namespace {
+
+constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
+
+// The platform's selector of a table filter.
+constexpr unsigned int kCachedThenLive = 1;
+constexpr unsigned int kLiveOnly = 2;
+
+constexpr int kSubscribed = 1;
+constexpr int kNoHandle = -1;
+
+// The event thread counts handles (Toggle, the last reference to a subscription) without the
+// manager's lock, which client threads hold when they do.
+std::mutex s_handleRefCountMutex;
+
+// Sets a byte filter. True when the platform accepted it and wrote its handle.
+bool SubscribeFilter(ISectionSubscriber* subscriber, unsigned short id, unsigned short pid,
+                     const std::vector<unsigned char>& pattern,
+                     const std::vector<unsigned char>& mask, const std::vector<unsigned char>& mode,
+                     int& tvsHandle) {
+    TCSectionFilterCriteriaHelper criteria;
+    criteria.m_pid = pid;
+    criteria.m_filter = pattern;
+    criteria.m_mask = mask;
+    criteria.m_mode = mode;
+    criteria.m_flag = 1;
+    tvsHandle = kNoHandle;
+    return subscriber != nullptr &&
+           subscriber->SubscribeFilter(id, &criteria, &tvsHandle) == kSubscribed;
+}
+
+}  // namespace
+
+std::map<int, int> CSectionSubscription::s_handleRefCount;
+
+int CSectionSubscription::s_AddHandleRef(int tvsHandle) {
+    std::lock_guard<std::mutex> lock(s_handleRefCountMutex);
+    return ++s_handleRefCount[tvsHandle];
+}
+
+int CSectionSubscription::s_RemoveHandleRef(int tvsHandle) {
+    std::lock_guard<std::mutex> lock(s_handleRefCountMutex);
+    return --s_handleRefCount[tvsHandle];
+}
+
+std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
+    ISectionSubscriber* subscriber, ISectionObserver& observer, unsigned short pid,
+    unsigned char tableId, unsigned short id, EFilterMode mode, unsigned int timeout,
+    bool fromCache) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+        "%s: %s(%d) > pid: %d, tableId: %d, id: %d, mode: %d, timeout: %d, fromCache: %s",
+        __FILE_NAME__, __func__, __LINE__, pid, tableId, id, mode, timeout,
+        fromCache ? "true" : "false");
+
+    TCSectionCriteriaHelper criteria;
+    criteria.m_pid = pid;
+    criteria.m_tableId = tableId;
+    criteria.m_reserved = 0;
+    criteria.m_selector = fromCache ? kCachedThenLive : kLiveOnly;
+    criteria.m_flag = 1;
+    int tvsHandle = kNoHandle;
+    if (subscriber == nullptr ||
+        subscriber->SubscribeTable(id, &criteria, &tvsHandle) != kSubscribed) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+            "%s: %s(%d) > \033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m",
+            __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+        return nullptr;
+    }
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+        "%s: %s(%d) > \033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
+        __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+    // Not make_shared: when the control block cannot be allocated, a finished subscription is
+    // destroyed and gives its handle back.
+    return std::shared_ptr<CSectionSubscription>(
+        new CSectionSubscription(subscriber, observer, pid, tableId, id, tvsHandle, mode, timeout));
+}
+
+std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
+    ISectionSubscriber* subscriber, ISectionObserver& observer, unsigned short pid,
+    unsigned char tableId, unsigned short tableIdExt, unsigned short id, EFilterMode mode,
+    unsigned int timeout) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+        "%s: %s(%d) > pid: %d, tableId: %d, tableIdExt: %d, id: %d, mode: %d, timeout: %d",
+        __FILE_NAME__, __func__, __LINE__, pid, tableId, tableIdExt, id, mode, timeout);
+
+    // Aligned to the section header; the two bytes of section_length are never compared.
+    const std::vector<unsigned char> pattern = {tableId, 0x00, 0x00,
+                                                static_cast<unsigned char>(tableIdExt >> 8),
+                                                static_cast<unsigned char>(tableIdExt & 0xFF)};
+    const std::vector<unsigned char> mask = {0xFF, 0x00, 0x00, 0xFF, 0xFF};
+    const std::vector<unsigned char> matchMode(pattern.size(), 0);
+    int tvsHandle = kNoHandle;
+    if (!SubscribeFilter(subscriber, id, pid, pattern, mask, matchMode, tvsHandle)) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+            "%s: %s(%d) > \033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m",
+            __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+        return nullptr;
+    }
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+        "%s: %s(%d) > \033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
+        __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+    return std::shared_ptr<CSectionSubscription>(new CSectionSubscription(
+        subscriber, observer, pid, tableId, tableIdExt, id, tvsHandle, mode, timeout));
+}
+
+std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
+    ISectionSubscriber* subscriber, ISectionObserver& observer, unsigned short pid,
+    const std::vector<unsigned char>& pattern, const std::vector<unsigned char>& mask,
+    const std::vector<unsigned char>& mode, unsigned short id, EFilterMode filterMode,
+    unsigned int timeout) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > pid: %d, id: %d, mode: %d, timeout: %d",
+        __FILE_NAME__, __func__, __LINE__, pid, id, filterMode, timeout);
+
+    int tvsHandle = kNoHandle;
+    if (!SubscribeFilter(subscriber, id, pid, pattern, mask, mode, tvsHandle)) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+            "%s: %s(%d) > \033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m",
+            __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+        return nullptr;
+    }
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+        "%s: %s(%d) > \033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
+        __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+    return std::shared_ptr<CSectionSubscription>(new CSectionSubscription(
+        subscriber, observer, pid, pattern, mask, mode, id, tvsHandle, filterMode, timeout));
+}
+
+CSectionSubscription::CSectionSubscription(ISectionSubscriber* subscriber,
+                                           ISectionObserver& observer, unsigned short pid,
+                                           unsigned char tableId, unsigned short tableIdExt,
+                                           unsigned short id, int tvsHandle, EFilterMode filterMode,
+                                           unsigned int timeout)
+    : m_observer(&observer),
+      m_subscriber(subscriber),
+      m_id(id),
+      m_pid(pid),
+      m_tableId(tableId),
+      m_tableIdExt(tableIdExt),
+      m_tvsHandle(tvsHandle),
+      m_filterMode(filterMode),
+      m_timeout(timeout) {
+    if (m_timeout != kNoTimeout) {
+        LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+            "%s: %s(%d) > \033[32mSet timer for %dms for id: %d\033[0m", __FILE_NAME__, __func__,
+            __LINE__, m_timeout, m_id);
+        m_ArmTimer();
+    }
+    const int refCount = s_AddHandleRef(m_tvsHandle);
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32m%s refcount=%d\033[0m", __FILE_NAME__,
+        __func__, __LINE__, m_Info().c_str(), refCount);
+    if (m_filterMode == ISectionManager::EToggle) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mEToggle mode used for tableid/tableid_ext filter! Resetting to "
+            "EContinuous\033[0m",
+            __FILE_NAME__, __func__, __LINE__);
+        m_filterMode = ISectionManager::EContinuous;
+    }
+}
+
+CSectionSubscription::CSectionSubscription(ISectionSubscriber* subscriber,
+                                           ISectionObserver& observer, unsigned short pid,
+                                           unsigned char tableId, unsigned short id, int tvsHandle,
+                                           EFilterMode filterMode, unsigned int timeout)
+    : CSectionSubscription(subscriber, observer, pid, tableId, 0, id, tvsHandle, filterMode,
+                           timeout) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+        "%s: %s(%d) > Subscribed successfully. pid: %d, TVS handle: %d", __FILE_NAME__, __func__,
+        __LINE__, m_pid, m_tvsHandle);
+}
+
+CSectionSubscription::CSectionSubscription(ISectionSubscriber* subscriber,
+                                           ISectionObserver& observer, unsigned short pid,
+                                           const std::vector<unsigned char>& pattern,
+                                           const std::vector<unsigned char>& mask,
+                                           const std::vector<unsigned char>& mode,
+                                           unsigned short id, int tvsHandle, EFilterMode filterMode,
+                                           unsigned int timeout)
+    : m_observer(&observer),
+      m_subscriber(subscriber),
+      m_id(id),
+      m_pid(pid),
+      m_tableId(pattern.front()),
+      m_tableIdExt(0),
+      m_pattern(pattern),
+      m_mask(mask),
+      m_mode(mode),
+      m_tvsHandle(tvsHandle),
+      m_filterMode(filterMode),
+      m_timeout(timeout) {
+    if (m_timeout != kNoTimeout) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+            "%s: %s(%d) > \033[33mSet timer for %dms for id: %d\033[0m", __FILE_NAME__, __func__,
+            __LINE__, m_timeout, m_id);
+        m_ArmTimer();
+    }
+    const int refCount = s_AddHandleRef(m_tvsHandle);
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s refcount=%d", __FILE_NAME__, __func__,
+        __LINE__, m_Info().c_str(), refCount);
+}
+
+CSectionSubscription::~CSectionSubscription() {
+    const int refCount = s_RemoveHandleRef(m_tvsHandle);
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32m%s refcount: %d\033[0m",
+        __FILE_NAME__, __func__, __LINE__, m_Info().c_str(), refCount);
+    if (refCount < 1) {
+        LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+            "%s: %s(%d) > \033[32mrefcount = 0, unsubscribe section\033[0m", __FILE_NAME__,
+            __func__, __LINE__);
+        if (!m_subscriber->Unsubscribe(m_tvsHandle)) {
+            LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+                "%s: %s(%d) > \033[33mUnsubscribe section failed\033[0m", __FILE_NAME__, __func__,
+                __LINE__);
+        }
+    } else {
+        LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+            "%s: %s(%d) > \033[32mrefcount > 0, do not unsubscribe section\033[0m", __FILE_NAME__,
+            __func__, __LINE__);
+    }
+}
+
+void CSectionSubscription::OnCallback(unsigned short length, unsigned char* pData) {
+    if (length == 0) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL", "%s: %s(%d) > \033[33mLength is 0\033[0m",
+            __FILE_NAME__, __func__, __LINE__);
+        return;
+    }
+    if (pData == nullptr) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL", "%s: %s(%d) > \033[33mpData is NULL\033[0m",
+            __FILE_NAME__, __func__, __LINE__);
+        return;
+    }
+    if (m_filterMode == ISectionManager::EToggle &&
+        (pData[0] & m_mask[0]) != (m_pattern[0] & m_mask[0])) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+            "%s: %s(%d) > \033[33mOld section data from previous filter, ignore it\033[0m",
+            __FILE_NAME__, __func__, __LINE__);
+        return;
+    }
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32m%s length: %d\033[0m", __FILE_NAME__,
+        __func__, __LINE__, m_Info().c_str(), length);
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32mCancel the timer for id: %d\033[0m",
+        __FILE_NAME__, __func__, __LINE__, m_id);
+    m_timer.CancelTimer();
+    m_observer->OnSectionReceived(m_id, m_pid, length, pData);
+}
+
+bool CSectionSubscription::Toggle(unsigned char tableId) {
+    if (m_filterMode != ISectionManager::EToggle) {
+        return true;
+    }
+    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+        "%s: %s(%d) > \033[32mToggle mode filter. current tableId: %X, current pattern: %X, "
+        "current mask: %X\033[0m",
+        __FILE_NAME__, __func__, __LINE__, tableId, m_pattern[0], m_mask[0]);
+    if ((m_mask[0] & tableId) != (m_pattern[0] & m_mask[0])) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+            "%s: %s(%d) > \033[33mOld section data from previous filter, ignore it\033[0m",
+            __FILE_NAME__, __func__, __LINE__);
+        return true;
+    }
+
+    m_pattern[0] = tableId ^ 0x01;
+    m_mask[0] = 0xFF;
+    m_tableId = m_pattern[0];
+
+    // Exactly 0: a handle that was given up once too often is not released again from here.
+    if (s_RemoveHandleRef(m_tvsHandle) == 0) {
+        if (m_subscriber->Unsubscribe(m_tvsHandle)) {
+            LOG(0, LOG_PRIORITY_INFO, "TORVEL",
+                "%s: %s(%d) > \033[32mUnsubscribe previous section filter\033[0m", __FILE_NAME__,
+                __func__, __LINE__);
+        } else {
+            LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+                "%s: %s(%d) > \033[33mUnsubscribe section failed\033[0m", __FILE_NAME__, __func__,
+                __LINE__);
+        }
+    }
+
+    int tvsHandle = kNoHandle;
+    if (!SubscribeFilter(m_subscriber, m_id, m_pid, m_pattern, m_mask, m_mode, tvsHandle)) {
+        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+            "%s: %s(%d) > \033[33mRe-subscribe section failed id: %d, TVS handle: %d\033[0m",
+            __FILE_NAME__, __func__, __LINE__, m_id, tvsHandle);
+        return false;
+    }
+    m_tvsHandle = tvsHandle;
+    s_AddHandleRef(m_tvsHandle);
+    LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
+        "%s: %s(%d) > \033[33mToggle mode filter. Resubscribed, just received tableId: %X, new "
+        "pattern: %X, new mask: %X, TVS handle: %d\033[0m",
+        __FILE_NAME__, __func__, __LINE__, tableId, m_pattern[0], m_mask[0], m_tvsHandle);
+    return true;
+}
+
+std::string CSectionSubscription::m_Info() const {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << " TVS handle=" << m_tvsHandle << " id=" << m_id << " pid=" << m_pid
+         << " tableid=" << static_cast<unsigned int>(m_tableId)
+         << " mode=" << static_cast<int>(m_filterMode);
+    return text.str();
+}
+
+void CSectionSubscription::m_ArmTimer() {
+    m_timer.SetTimer(m_timeout, std::bind(&ISectionObserver::OnSectionTimeout, m_observer, m_id));
+}
+
+}  // namespace TORVEL_MW

@@ -1,0 +1,38 @@
+#include "client/Barrier.h"
+
+#include <cstdint>
+
+#include "SI/Include/ISectionManager.h"
+#include "softplatform/service/SoftwarePlatform.h"
+
+namespace client {
+
+namespace {
+constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
+constexpr unsigned short kBarrierSize = 7;  // table_id, section_length, sequence number
+}  // namespace
+
+Barrier::Barrier()
+    : subscription_(TORVEL_MW::ISectionManager::Instance()->Subscribe(
+          tvservice::kBarrierPid, tvservice::kBarrierTableId, *this,
+          TORVEL_MW::ISectionManager::EContinuous, kNoTimeout, false)) {}
+
+Barrier::~Barrier() {
+    if (subscription_ != 0) {
+        TORVEL_MW::ISectionManager::Instance()->Unsubscribe(subscription_);
+    }
+}
+
+void Barrier::OnSectionReceived(unsigned short, unsigned short, unsigned short length,
+                                unsigned char* data) {
+    if (length != kBarrierSize) {
+        return;
+    }
+    const std::uint32_t sequence = std::uint32_t{data[3]} << 24 | std::uint32_t{data[4]} << 16 |
+                                   std::uint32_t{data[5]} << 8 | std::uint32_t{data[6]};
+    tvservice::SoftwarePlatform::Instance().BarrierPassed(sequence);
+}
+
+void Barrier::OnSectionTimeout(unsigned int) {}
+
+}  // namespace client

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "SI/Include/ISectionObserver.h"
+
+namespace client {
+
+/// Answers the software platform's barrier (`tvservice::kBarrierPid`) on the section manager's
+/// event thread. While one exists, the platform goes on past a barrier only when every section
+/// delivered before it has been handled by its observer.
+///
+/// Make it before `SoftwarePlatform::Play`, destroy it when nothing plays (after `WaitEnd`).
+class Barrier : public TORVEL_MW::ISectionObserver {
+  public:
+    Barrier();
+    ~Barrier() override;
+    Barrier(const Barrier&) = delete;
+    Barrier& operator=(const Barrier&) = delete;
+
+    void OnSectionReceived(unsigned short id, unsigned short pid, unsigned short length,
+                           unsigned char* data) override;
+    void OnSectionTimeout(unsigned int id) override;
+
+  private:
+    unsigned int subscription_;
+};
+
+}  // namespace client

@@ -1,0 +1,47 @@
+# The vocabulary of the house: rooms, warnings, tests.
+
+# Every target of the house compiles with these.
+add_library(house_options INTERFACE)
+target_compile_options(house_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+if(TORVELSI_SANITIZE)
+    target_compile_options(house_options INTERFACE -fsanitize=${TORVELSI_SANITIZE}
+        -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(house_options INTERFACE -fsanitize=${TORVELSI_SANITIZE})
+endif()
+
+# torvelsi_room(NAME SOURCES file... ROOMS room...)
+# A room is one static library, room_NAME. Its headers are included by their path from the top of
+# the repository; ROOMS are the rooms that it may include (scripts/check_rooms.py checks that).
+function(torvelsi_room name)
+    cmake_parse_arguments(ROOM "" "" "SOURCES;ROOMS" ${ARGN})
+    if(ROOM_SOURCES)
+        add_library(room_${name} STATIC ${ROOM_SOURCES})
+        target_include_directories(room_${name} PUBLIC ${PROJECT_SOURCE_DIR})
+        target_link_libraries(room_${name} PRIVATE house_options PUBLIC Threads::Threads)
+        foreach(room IN LISTS ROOM_ROOMS)
+            target_link_libraries(room_${name} PUBLIC room_${room})
+        endforeach()
+    else()
+        add_library(room_${name} INTERFACE)
+        target_include_directories(room_${name} INTERFACE ${PROJECT_SOURCE_DIR})
+        foreach(room IN LISTS ROOM_ROOMS)
+            target_link_libraries(room_${name} INTERFACE room_${room})
+        endforeach()
+    endif()
+endfunction()
+
+# torvelsi_test(NAME SOURCES file... LINK target... [LABELS label...])
+# One GoogleTest program; every TEST of it becomes a ctest of its own and runs in its own process.
+function(torvelsi_test name)
+    cmake_parse_arguments(TEST "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+    if(NOT TEST_TIMEOUT)
+        set(TEST_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${TEST_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE ${TEST_LINK} test_main house_options GTest::gmock)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
+endfunction()

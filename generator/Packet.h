@@ -1,0 +1,54 @@
+// Transport packets (ISO/IEC 13818-1 2.4.3) and lists of them as a stream.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "generator/Bytes.h"
+
+namespace generator {
+
+constexpr std::size_t kPacketSize = 188;
+constexpr std::size_t kPayloadSize = 184;  // of a packet without adaptation field
+constexpr std::uint16_t kNullPid = 0x1FFF;
+
+using Packet = std::array<std::uint8_t, kPacketSize>;
+using PacketList = std::vector<Packet>;
+
+struct AdaptationField {
+    bool discontinuity_indicator = false;
+    bool random_access_indicator = false;
+    std::optional<std::uint64_t> program_clock_reference = std::nullopt;  // 27 MHz, 42 bits
+};
+
+struct PacketFields {
+    std::uint16_t pid;
+    bool transport_error_indicator = false;
+    bool payload_unit_start_indicator = false;
+    bool transport_priority = false;
+    std::uint8_t transport_scrambling_control = 0;
+    std::uint8_t continuity_counter = 0;
+    std::optional<AdaptationField> adaptation_field = std::nullopt;
+};
+
+// One packet. A payload that does not fill it is moved to its end by stuffing in the adaptation
+// field; an empty payload makes a packet of adaptation field alone. A payload that does not fit, or a
+// value wider than its field, throws std::logic_error.
+Packet MakePacket(const PacketFields& fields, const Bytes& payload);
+
+// The PID of a packet.
+std::uint16_t PidOf(const Packet& packet);
+
+// How packets stand in a file: alone; behind four bytes of arrival time stamp (27 MHz, 30 bits); or
+// before 16 bytes in the place of the outer code's check bytes, all zero.
+enum class PacketFormat { k188, k192, k204 };
+
+// The stream as bytes. The arrival times of k192 are those of a constant rate of
+// `packetsPerSecond` (at least 1).
+Bytes Serialise(const PacketList& packets, PacketFormat format = PacketFormat::k188,
+                std::uint32_t packetsPerSecond = 800);
+
+}  // namespace generator

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Export.h"
+
+/// Priorities of the platform log, in rising order of urgency.
+enum ELogPriority {
+    LOG_PRIORITY_DEBUG = 3,    ///< traces
+    LOG_PRIORITY_INFO = 4,     ///< what happened, as expected
+    LOG_PRIORITY_WARNING = 5,  ///< what deserves a look
+    LOG_PRIORITY_ERROR = 6     ///< what went wrong
+};
+
+/// Writes one line to the platform log.
+///
+/// @param bufferId  the log buffer; the SI layer always writes to buffer 0
+/// @param priority  3 (debug) to 6 (error), see `ELogPriority`; other values are the platform's
+/// @param tag       who writes; a short name, never null ("TORVEL" for the SI layer)
+/// @param format    a printf format, then its arguments. It carries no newline at its end; it may
+///                  carry newlines inside and ANSI colour escapes
+/// @return an integer that nobody looks at
+///
+/// May be called on any thread at any time, also while the process ends, with the caller's locks
+/// held: it must not call back into the SI layer. The strings are borrowed for the call.
+TVSERVICE_API int LOG(int bufferId, int priority, const char* tag, const char* format, ...)
+    __attribute__((format(printf, 4, 5)));

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+#include "Export.h"
+#include "TCBaseDesc.h"
+
+/// Carousel identifier descriptor (ETSI TR 101 202 4.7.7.1, tag 0x13). What follows the carousel_id
+/// is left to `GetDescriptor`.
+class TVSERVICE_API TCDescCarouselIdentifier : public TCBaseDesc {
+  public:
+    TCDescCarouselIdentifier();
+    ~TCDescCarouselIdentifier() override;
+
+    /// carousel_id.
+    unsigned int CarouselId() const;
+
+    TCBaseDesc* Fork() const override;
+
+  protected:
+    TCDescCarouselIdentifier(const TCDescCarouselIdentifier& other);
+    int Decode(const unsigned char* payload, int length) override;
+
+  private:
+    friend struct TVServiceInternals;
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};

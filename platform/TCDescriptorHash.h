@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+
+#include "Export.h"
+
+class TCBaseDesc;
+
+/// The decoded descriptors of one loop.
+class TVSERVICE_API TCDescriptorHash {
+  public:
+    TCDescriptorHash();
+    ~TCDescriptorHash();
+
+    int NumOfDescriptors();
+
+    /// The descriptor at `index`, in loop order; null past the end. Owned by the hash, until it is
+    /// filled again or destroyed.
+    TCBaseDesc* DescriptorByIndex(unsigned int index);
+
+    TCDescriptorHash(const TCDescriptorHash&) = delete;
+    TCDescriptorHash& operator=(const TCDescriptorHash&) = delete;
+
+  private:
+    friend struct TVServiceInternals;
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Format, room arrows, each public header alone, tidy. Called by ./run check after a build.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+mapfile -t sources < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
+
+echo "check: format"
+clang-format --dry-run --Werror "${sources[@]}"
+
+echo "check: room arrows"
+python3 scripts/check_rooms.py --self-test
+python3 scripts/check_rooms.py
+
+echo "check: each public header alone, from C++14 on"
+public=(SI/Include/*.h platform/*.h softplatform/service/SoftwarePlatform.h)
+printf '%s\0' "${public[@]}" | xargs -0 -P "$(nproc)" -I{} bash -euc '
+    for compiler in g++ clang++; do
+        for standard in c++14 c++20; do
+            echo "#include \"{}\"" | "$compiler" -std=$standard -I. -fsyntax-only -Wall -Wextra \
+                -Wpedantic -Wshadow -Wconversion -Werror -x c++ -
+        done
+    done'
+
+echo "check: tidy"
+# Tests are left to the compilers and sanitizers: most of what tidy finds there is GoogleTest's.
+printf '%s\0' "${sources[@]}" | grep -zE '^(SI|softplatform|generator|client|tools)/.*\.cpp$' |
+    xargs -0 -P "$(nproc)" -n 4 clang-tidy -p build/release --quiet --warnings-as-errors='*' \
+        2> >(grep -v 'warnings generated\|Suppressed\|Use -header-filter\|^$' >&2)
+
+echo "check: all well"

@@ -1,0 +1,137 @@
+#!/usr/bin/env python3
+"""Checks the arrows between the rooms: who may include whom.
+
+The table is the one of docs/house.md. A file's room is the longest entry that its path begins with;
+an #include in quotes or of <torvelsi/...>, <tvservice/...> is an arrow to the room of that file.
+"""
+
+import pathlib
+import re
+import sys
+import tempfile
+
+PLATFORM = "platform"
+SI = "SI/Include"
+SERVICE_HEADER = "softplatform/service/SoftwarePlatform.h"
+
+# room -> what it may include beside itself and the standard library
+ROOMS = {
+    "platform": [],
+    "SI/Include": [],
+    "SI/SectionFilter": [SI, PLATFORM],
+    "SI/PARSER": [SI, PLATFORM],
+    "softplatform/base": [],
+    "softplatform/ts": ["softplatform/base"],
+    "softplatform/section": ["softplatform/ts", "softplatform/base"],
+    "softplatform/descriptor": ["softplatform/base", PLATFORM],
+    "softplatform/table": ["softplatform/descriptor", "softplatform/section", "softplatform/base",
+                           PLATFORM],
+    "softplatform/input": ["softplatform/base"],
+    "softplatform/fault": ["softplatform/input", "softplatform/section", "softplatform/base"],
+    "softplatform/log": ["softplatform/base", PLATFORM],
+    "softplatform/service": [PLATFORM, "softplatform"],
+    "softplatform/text": ["softplatform/base"],
+    "generator": ["softplatform/base", "softplatform/text"],
+    "client": [SI, PLATFORM, SERVICE_HEADER, "softplatform/text"],
+    "tools": ["client", "generator", SI, PLATFORM, SERVICE_HEADER, "softplatform/text"],
+    "tests": ["*"],
+    "bench": ["*"],
+    "fuzz": ["*"],
+    "examples": [SI, PLATFORM, SERVICE_HEADER],
+}
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<((?:torvelsi|tvservice)/[^>]+)>)')
+
+
+def room_of(path):
+    best = max((r for r in ROOMS if path == r or path.startswith(r + "/")), key=len, default=None)
+    return best
+
+
+def resolve(top, source, quoted, angled):
+    """The path, from the top of the repository, of what is included; None outside of it."""
+    if angled:
+        folder, name = angled.split("/", 1)
+        if folder == "torvelsi":
+            return f"SI/Include/{name}"
+        if (top / "platform" / name).exists():
+            return f"platform/{name}"
+        return f"softplatform/service/{name}"
+    sibling = source.parent / quoted
+    if sibling.exists():
+        return sibling.resolve().relative_to(top.resolve()).as_posix()
+    if (top / quoted).exists():
+        return quoted
+    return None
+
+
+def allowed(room, target):
+    if target.startswith("tests/") or target.startswith("tools/"):
+        if room not in ("tests", "bench", "fuzz") and room_of(target) != room:
+            return False
+    if target == room or target.startswith(room + "/"):
+        return True
+    return any(a == "*" or target == a or target.startswith(a + "/") for a in ROOMS[room])
+
+
+def check(top):
+    errors = []
+    files = 0
+    for source in sorted(top.rglob("*")):
+        if source.suffix not in (".h", ".cpp"):
+            continue
+        path = source.relative_to(top).as_posix()
+        if path.startswith("build/"):
+            continue
+        files += 1
+        room = room_of(path)
+        if room is None:
+            errors.append(f"{path}: stands in no room")
+            continue
+        for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
+            found = INCLUDE.match(line)
+            if not found:
+                continue
+            target = resolve(top, source, found.group(1), found.group(2))
+            if target is None:
+                errors.append(f"{path}:{number}: {found.group(1)} is not in the house")
+            elif not allowed(room, target):
+                errors.append(f"{path}:{number}: {room} may not include {target}")
+    return files, errors
+
+
+def self_test():
+    """Plants forbidden arrows and sees that each is found."""
+    planted = [
+        ("SI/PARSER/a.cpp", "softplatform/base/b.h"),
+        ("SI/PARSER/a.cpp", "SI/SectionFilter/b.h"),
+        ("SI/SectionFilter/a.cpp", "SI/PARSER/b.h"),
+        ("SI/Include/a.h", "platform/b.h"),
+        ("softplatform/base/a.h", "softplatform/ts/b.h"),
+        ("softplatform/ts/a.h", "SI/Include/b.h"),
+        ("client/a.cpp", "softplatform/service/Pump.h"),
+        ("generator/a.cpp", "tools/b.h"),
+        ("client/a.cpp", "tests/b.h"),
+    ]
+    for source, target in planted:
+        with tempfile.TemporaryDirectory() as folder:
+            top = pathlib.Path(folder)
+            for name, text in ((target, ""), (source, f'#include "{target}"\n')):
+                (top / name).parent.mkdir(parents=True, exist_ok=True)
+                (top / name).write_text(text, encoding="utf-8")
+            if not check(top)[1]:
+                sys.exit(f"check_rooms: self-test: {source} -> {target} was not found")
+
+
+def main():
+    if sys.argv[1:] == ["--self-test"]:
+        self_test()
+        return
+    files, errors = check(pathlib.Path(__file__).resolve().parent.parent)
+    if errors:
+        sys.exit("\n".join(errors))
+    print(f"  {files} files, every arrow as the table says")
+
+
+if __name__ == "__main__":
+    main()

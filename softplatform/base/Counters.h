@@ -1,0 +1,113 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+namespace tvservice {
+
+// Everything the receiver counts: what passed through it and every kind of loss. Damage is never
+// an error return; it adds to one of these.
+enum class Counter : size_t {
+    kBytes,
+    kPackets,
+    kSyncLocks,
+    kSyncLosses,
+    kSkippedBytes,
+    kTransportErrors,
+    kScrambledPackets,
+    kMalformedPackets,
+    kContinuityGaps,
+    kDuplicatePackets,
+    kAnnouncedDiscontinuities,
+    kMalformedPointers,
+    kSections,
+    kCrcErrors,
+    kTruncatedSections,
+    kOversizeSections,
+    kShortSections,
+    kDeliveredSections,
+    kDescriptorOverruns,
+    kRefusedSubscriptions,
+    kRetiredHandles,
+    kCount
+};
+
+constexpr size_t kCounterCount = static_cast<size_t>(Counter::kCount);
+
+struct CounterInfo {
+    Counter counter;
+    const char* name;     // snake_case, as shown to people and in JSON
+    const char* meaning;  // one line, without a full stop
+};
+
+// One row a counter, in the order of the enumeration.
+inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
+    {Counter::kBytes, "bytes", "bytes handed in by the source"},
+    {Counter::kPackets, "packets", "transport packets found"},
+    {Counter::kSyncLocks, "sync_locks", "times packet sync was found, the first time included"},
+    {Counter::kSyncLosses, "sync_losses", "times packet sync was lost"},
+    {Counter::kSkippedBytes, "skipped_bytes", "bytes that belong to no packet that was found"},
+    {Counter::kTransportErrors, "transport_errors", "packets with transport_error_indicator"},
+    {Counter::kScrambledPackets, "scrambled_packets",
+     "packets left alone because they are scrambled"},
+    {Counter::kMalformedPackets, "malformed_packets",
+     "packets with a bad adaptation field or a reserved adaptation_field_control"},
+    {Counter::kContinuityGaps, "continuity_gaps", "jumps of continuity_counter on wanted PIDs"},
+    {Counter::kDuplicatePackets, "duplicate_packets", "packets sent twice on wanted PIDs"},
+    {Counter::kAnnouncedDiscontinuities, "announced_discontinuities",
+     "jumps of continuity_counter under discontinuity_indicator"},
+    {Counter::kMalformedPointers, "malformed_pointers", "pointer_field past the end of its packet"},
+    {Counter::kSections, "sections",
+     "sections assembled whole, with a good CRC where they have one"},
+    {Counter::kCrcErrors, "crc_errors", "sections dropped for a wrong CRC_32"},
+    {Counter::kTruncatedSections, "truncated_sections", "sections cut off before their end"},
+    {Counter::kOversizeSections, "oversize_sections",
+     "sections dropped for section_length over 4093"},
+    {Counter::kShortSections, "short_sections",
+     "sections dropped for a section_length too small for their header and CRC_32"},
+    {Counter::kDeliveredSections, "delivered_sections", "callbacks with a section"},
+    {Counter::kDescriptorOverruns, "descriptor_overruns",
+     "descriptor loops that reach past the end of their field"},
+    {Counter::kRefusedSubscriptions, "refused_subscriptions", "subscriptions that were refused"},
+    {Counter::kRetiredHandles, "retired_handles", "handle values that will never be given again"},
+}};
+
+// One number for each Counter. Any thread may read any counter at any time, while the stream runs:
+// each read is a value that the counter had, but two reads are not one snapshot.
+class Counters {
+  public:
+    Counters() = default;
+    Counters(const Counters&) = delete;
+    Counters& operator=(const Counters&) = delete;
+
+    // Adds `n`. Only for the one thread that writes this counter (the delivery thread): a load and
+    // a store, no locked instruction.
+    void Add(Counter counter, uint64_t n = 1) {
+        std::atomic<uint64_t>& value = values_[static_cast<size_t>(counter)];
+        value.store(value.load(std::memory_order_relaxed) + n, std::memory_order_relaxed);
+    }
+
+    // Adds `n`; for counters that several threads write. A counter takes either Add or AddShared.
+    void AddShared(Counter counter, uint64_t n = 1) {
+        values_[static_cast<size_t>(counter)].fetch_add(n, std::memory_order_relaxed);
+    }
+
+    uint64_t Get(Counter counter) const {
+        return values_[static_cast<size_t>(counter)].load(std::memory_order_relaxed);
+    }
+
+    // Sets every counter to 0. While a thread is adding, what it adds at that moment may survive.
+    void Reset();
+
+  private:
+    std::array<std::atomic<uint64_t>, kCounterCount> values_{};
+};
+
+// The row of `counter`, which is not kCount.
+constexpr const CounterInfo& Describe(Counter counter) {
+    return kCounterTable[static_cast<size_t>(counter)];
+}
+
+}  // namespace tvservice

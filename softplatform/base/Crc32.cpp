@@ -1,0 +1,186 @@
+#include "softplatform/base/Crc32.h"
+
+#include <array>
+#include <atomic>
+
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#define TV_X86 1
+#else
+#define TV_X86 0
+#endif
+
+namespace tvservice {
+
+namespace {
+
+constexpr uint32_t kPolynomial = 0x04C11DB7;
+constexpr size_t kStep = 16;
+
+// x times the polynomial `value`, modulo the generator polynomial.
+constexpr uint32_t TimesX(uint32_t value) {
+    return value << 1 ^ ((value & 0x80000000) != 0 ? kPolynomial : 0);
+}
+
+// kTables[n][b]: what the byte b, followed by n zero bytes, adds to the sum.
+constexpr std::array<std::array<uint32_t, 256>, kStep> MakeTables() {
+    std::array<std::array<uint32_t, 256>, kStep> tables{};
+    for (uint32_t byte = 0; byte < 256; ++byte) {
+        uint32_t crc = byte << 24;
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = TimesX(crc);
+        }
+        tables[0][byte] = crc;
+    }
+    for (size_t n = 1; n < kStep; ++n) {
+        for (size_t byte = 0; byte < 256; ++byte) {
+            const uint32_t before = tables[n - 1][byte];
+            tables[n][byte] = before << 8 ^ tables[0][before >> 24];
+        }
+    }
+    return tables;
+}
+
+constexpr std::array<std::array<uint32_t, 256>, kStep> kTables = MakeTables();
+
+uint32_t BigEndian32(const uint8_t* bytes) {
+    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+// What four bytes, read as one number and followed by `n` zero bytes, add to the sum.
+uint32_t AddWord(uint32_t word, size_t n) {
+    return kTables[n + 3][word >> 24] ^ kTables[n + 2][word >> 16 & 0xFF] ^
+           kTables[n + 1][word >> 8 & 0xFF] ^ kTables[n][word & 0xFF];
+}
+
+}  // namespace
+
+uint32_t Crc32Slicing(const uint8_t* data, size_t size, uint32_t crc) {
+    while (size >= kStep) {
+        crc = AddWord(BigEndian32(data) ^ crc, 12) ^ AddWord(BigEndian32(data + 4), 8) ^
+              AddWord(BigEndian32(data + 8), 4) ^ AddWord(BigEndian32(data + 12), 0);
+        data += kStep;
+        size -= kStep;
+    }
+    if (size >= 8) {
+        crc = AddWord(BigEndian32(data) ^ crc, 4) ^ AddWord(BigEndian32(data + 4), 0);
+        data += 8;
+        size -= 8;
+    }
+    if (size >= 4) {
+        crc = AddWord(BigEndian32(data) ^ crc, 0);
+        data += 4;
+        size -= 4;
+    }
+    for (; size > 0; --size, ++data) {
+        crc = crc << 8 ^ kTables[0][crc >> 24 ^ *data];
+    }
+    return crc;
+}
+
+#if TV_X86
+
+namespace {
+
+// x to the power `exponent`, modulo the generator polynomial.
+constexpr uint32_t PowerOfX(int exponent) {
+    uint32_t value = 1;
+    for (int i = 0; i < exponent; ++i) {
+        value = TimesX(value);
+    }
+    return value;
+}
+
+// The message is a polynomial, its first bit the highest power, and only its remainder matters. So
+// a block H * x^64 + L (two 64-bit halves) that stands N bits above another may be replaced by
+// H * (x^(N+64) mod P) + L * (x^N mod P), added to that other one: the message is N bits shorter.
+#define TV_TARGET __attribute__((target("pclmul,ssse3,sse2")))
+
+template <int Bits>
+TV_TARGET inline __m128i Fold(__m128i block, __m128i below) {
+    const __m128i powers = _mm_set_epi64x(PowerOfX(Bits + 64), PowerOfX(Bits));
+    const __m128i high = _mm_clmulepi64_si128(block, powers, 0x11);
+    const __m128i low = _mm_clmulepi64_si128(block, powers, 0x00);
+    return _mm_xor_si128(_mm_xor_si128(high, low), below);
+}
+
+TV_TARGET inline __m128i Reverse(__m128i block) {
+    return _mm_shuffle_epi8(block,
+                            _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+}
+
+TV_TARGET inline __m128i Load(const uint8_t* bytes) {
+    return Reverse(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)));
+}
+
+}  // namespace
+
+bool Crc32HasCarrylessMultiply() {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("pclmul") != 0 && __builtin_cpu_supports("ssse3") != 0;
+}
+
+TV_TARGET uint32_t Crc32CarrylessMultiply(const uint8_t* data, size_t size, uint32_t crc) {
+    if (size < 64) {
+        return Crc32Slicing(data, size, crc);
+    }
+    // The sum so far acts like four bytes added to the first four.
+    __m128i a = _mm_xor_si128(Load(data), _mm_set_epi32(static_cast<int>(crc), 0, 0, 0));
+    __m128i b = Load(data + 16);
+    __m128i c = Load(data + 32);
+    __m128i d = Load(data + 48);
+    data += 64;
+    size -= 64;
+    while (size >= 64) {
+        a = Fold<512>(a, Load(data));
+        b = Fold<512>(b, Load(data + 16));
+        c = Fold<512>(c, Load(data + 32));
+        d = Fold<512>(d, Load(data + 48));
+        data += 64;
+        size -= 64;
+    }
+    __m128i block = Fold<128>(Fold<128>(Fold<128>(a, b), c), d);
+    while (size >= 16) {
+        block = Fold<128>(block, Load(data));
+        data += 16;
+        size -= 16;
+    }
+    uint8_t folded[16];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(folded), Reverse(block));
+    return Crc32Slicing(data, size, Crc32Slicing(folded, sizeof(folded), 0));
+}
+
+#else
+
+bool Crc32HasCarrylessMultiply() {
+    return false;
+}
+
+uint32_t Crc32CarrylessMultiply(const uint8_t* data, size_t size, uint32_t crc) {
+    return Crc32Slicing(data, size, crc);
+}
+
+#endif
+
+namespace {
+
+using Function = uint32_t (*)(const uint8_t*, size_t, uint32_t);
+
+uint32_t ChooseAndCall(const uint8_t* data, size_t size, uint32_t crc);
+
+// Set at compile time, so that a sum made before main finds it; the first call replaces it.
+std::atomic<Function> chosen{&ChooseAndCall};
+
+uint32_t ChooseAndCall(const uint8_t* data, size_t size, uint32_t crc) {
+    const Function best = Crc32HasCarrylessMultiply() ? &Crc32CarrylessMultiply : &Crc32Slicing;
+    chosen.store(best, std::memory_order_relaxed);
+    return best(data, size, crc);
+}
+
+}  // namespace
+
+uint32_t Crc32(const uint8_t* data, size_t size, uint32_t crc) {
+    return chosen.load(std::memory_order_relaxed)(data, size, crc);
+}
+
+}  // namespace tvservice

@@ -1,0 +1,34 @@
+#include "softplatform/input/FileSource.h"
+
+#include <cerrno>
+#include <utility>
+
+#include "softplatform/input/ErrorText.h"
+
+namespace tvservice {
+
+FileSource::FileSource(std::string name, Descriptor file, uint64_t size)
+    : Source(std::move(name)), file_(std::move(file)), size_(size) {}
+
+bool FileSource::Rewind() {
+    offset_ = 0;
+    return true;
+}
+
+ReadResult FileSource::Read(uint8_t* buffer, size_t size) {
+    for (;;) {
+        const ssize_t count = ::pread(file_.get(), buffer, size, static_cast<off_t>(offset_));
+        if (count > 0) {
+            offset_ += static_cast<uint64_t>(count);
+            return {ReadResult::kBytes, static_cast<size_t>(count)};
+        }
+        if (count == 0) {
+            return {ReadResult::kEnd};
+        }
+        if (errno != EINTR) {
+            return {ReadResult::kFailed, 0, ReadErrorText(name(), offset_, errno)};
+        }
+    }
+}
+
+}  // namespace tvservice

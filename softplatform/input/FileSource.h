@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/Source.h"
+
+namespace tvservice {
+
+// A file that can be read at any offset. It may grow while it is read: it ends where a read finds
+// nothing more.
+class FileSource final : public Source {
+  public:
+    // `file` is open for reading and becomes the source's; `size` is its size when it was opened.
+    FileSource(std::string name, Descriptor file, uint64_t size);
+
+    uint64_t size() const override { return size_; }
+    bool rewindable() const override { return true; }
+    bool Rewind() override;
+    ReadResult Read(uint8_t* buffer, size_t size) override;
+    int descriptor() const override { return -1; }
+
+  private:
+    const Descriptor file_;
+    const uint64_t size_;
+    uint64_t offset_ = 0;
+};
+
+}  // namespace tvservice

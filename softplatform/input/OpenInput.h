@@ -1,0 +1,17 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "softplatform/input/Source.h"
+
+namespace tvservice {
+
+// Opens `uri`: "-" is standard input, everything else a path. Regular files and block devices can
+// be rewound, all else is read as a stream. Never waits, not even for the writer of a named pipe.
+//
+// Null on failure; `error` then receives one line that names the input and the reason. Otherwise
+// `error` is left alone.
+std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error);
+
+}  // namespace tvservice

@@ -1,0 +1,44 @@
+#include "softplatform/input/StreamSource.h"
+
+#include <poll.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "softplatform/input/ErrorText.h"
+
+namespace tvservice {
+
+StreamSource::StreamSource(std::string name, Descriptor stream)
+    : Source(std::move(name)), stream_(std::move(stream)) {}
+
+ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
+    wasRead_ = true;
+    for (;;) {
+        // Asked first, because a read of a pipe without a writer tells "not yet" from "no more"
+        // only by this, and because the descriptor may be shared and must keep its mode.
+        pollfd ready{stream_.get(), POLLIN, 0};
+        const int answers = ::poll(&ready, 1, 0);
+        if (answers == 0) {
+            return {ReadResult::kWouldBlock};
+        }
+        if (answers > 0) {
+            const ssize_t count = ::read(stream_.get(), buffer, size);
+            if (count > 0) {
+                offset_ += static_cast<uint64_t>(count);
+                return {ReadResult::kBytes, static_cast<size_t>(count)};
+            }
+            if (count == 0) {
+                return {ReadResult::kEnd};
+            }
+            if (errno == EAGAIN) {
+                return {ReadResult::kWouldBlock};
+            }
+        }
+        if (errno != EINTR) {
+            return {ReadResult::kFailed, 0, ReadErrorText(name(), offset_, errno)};
+        }
+    }
+}
+
+}  // namespace tvservice

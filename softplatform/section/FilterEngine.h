@@ -1,0 +1,152 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "softplatform/base/ByteView.h"
+#include "softplatform/base/Counters.h"
+#include "softplatform/base/Mutex.h"
+#include "softplatform/section/HandlePool.h"
+#include "softplatform/section/SectionAssembler.h"
+#include "softplatform/section/SectionFilter.h"
+#include "softplatform/section/SectionView.h"
+#include "softplatform/ts/Continuity.h"
+#include "softplatform/ts/PacketView.h"
+#include "softplatform/ts/PidTable.h"
+
+namespace tvservice {
+
+// Takes the sections of a filter.
+class SectionSink {
+  public:
+    // One section that matched, whole and with a good CRC where it has one: `size` bytes (3 to
+    // 4096), borrowed for the call. `id` is what the subscription named. On the delivery thread,
+    // one call at a time, with no lock of the engine's held; may call Subscribe and Unsubscribe.
+    virtual void OnSection(int id, const uint8_t* section, size_t size) = 0;
+
+  protected:
+    SectionSink() = default;
+    SectionSink(const SectionSink&) = default;
+    SectionSink& operator=(const SectionSink&) = default;
+    ~SectionSink() = default;
+};
+
+// Everything between the packets and the callbacks: the wanted PIDs, continuity, assembly, CRC, and
+// the filters, which come and go while packets flow.
+//
+// Two sides. Subscribe, Unsubscribe and SetSlots may be called on any thread, at any time. All else
+// belongs to one thread at a time, the delivery thread. What the first side asks for is queued and
+// takes effect at the next packet boundary, so that a packet costs one look at an atomic flag and
+// no lock; a new filter gets the sections that end in later packets, and the first filter of a PID
+// those that start in later packets. A release holds at once, see Unsubscribe.
+class FilterEngine {
+  public:
+    static constexpr int kNoHandle = -1;
+
+    // `counters` is borrowed and outlives the engine. `onChange` is called, on the thread that asks
+    // for a change and with no lock held, when the delivery thread has something to apply and was
+    // not told so yet: it should call ApplyChanges soon. May be empty.
+    FilterEngine(Counters& counters, std::function<void()> onChange,
+                 unsigned slots = kDefaultFilterSlots);
+    FilterEngine(const FilterEngine&) = delete;
+    FilterEngine& operator=(const FilterEngine&) = delete;
+    ~FilterEngine();
+
+    // Sets a filter on a PID. Those of 0x2000 and above match no packet, see DeliverTo.
+    //
+    // Every filter has a slot and a handle of its own (HandlePool) as long as slots are free. When
+    // none is, a filter with the same PID and criteria is shared: its handle is returned once more,
+    // and `id` gets its sections too, until that handle is given up. Otherwise kNoHandle.
+    //
+    // `sink` is borrowed until Unsubscribe has returned.
+    int Subscribe(uint16_t pid, const SectionFilter& criteria, SectionSink& sink, int id)
+        TV_EXCLUDES(mutex_);
+
+    // Releases a filter for all that share it. After it has returned no callback of that handle
+    // begins. A callback of it that runs on another thread is waited for; nothing else is.
+    //
+    // Returns false for a handle that is not in use. A value that could have been in use is then
+    // retired and counted (retired_handles): somebody keeps books on it that no longer balance.
+    bool Unsubscribe(int handle) TV_EXCLUDES(mutex_);
+
+    // How many filters can be set at once, 1 to kMaxFilterSlots. Returns false, and changes
+    // nothing, when out of range or when more are in use.
+    bool SetSlots(unsigned slots) TV_EXCLUDES(mutex_);
+
+    // The remaining operations are the delivery thread's.
+
+    // Takes the next packet. Of one whose PID nobody wants only the header is looked at. Returns
+    // the number of callbacks made.
+    size_t OnPacket(PacketView packet);
+
+    // Offers a section that no packet carried to the filters of `pid`, at a packet boundary.
+    // Returns the number of callbacks made; they do not count as delivered_sections.
+    size_t DeliverTo(uint16_t pid, SectionView section);
+
+    // Applies what was asked for since, at a packet boundary. OnPacket and DeliverTo do that by
+    // themselves.
+    void ApplyChanges() TV_EXCLUDES(mutex_);
+
+    // Whether a filter is set on `pid`, as of the last change that was applied.
+    bool IsWanted(uint16_t pid) const { return streams_.count(pid) != 0; }
+
+    // A new source: forgets open sections and continuity. Filters stay.
+    void Reset();
+
+  private:
+    struct Receiver {
+        SectionSink* sink;
+        int id;
+    };
+
+    struct Filter {
+        const uint16_t pid;
+        const SectionFilter criteria;
+        std::vector<Receiver> receivers;  // under mutex_; grows only
+        bool released = false;            // under mutex_
+    };
+
+    // One wanted PID.
+    struct Stream {
+        explicit Stream(Counters& counters) : assembler(counters) {}
+
+        Continuity continuity;
+        SectionAssembler assembler;
+        std::vector<std::unique_ptr<Filter>> filters;  // in the order of their subscription
+    };
+
+    Stream& StreamOf(uint16_t pid);
+    void Remove(const Filter& filter);
+    size_t OnSection(Stream& stream, const uint8_t* bytes, size_t size);
+    size_t Offer(Stream& stream, SectionView section);
+    size_t Call(Filter& filter, SectionView section) TV_EXCLUDES(mutex_);
+
+    Counters& counters_;
+    const std::function<void()> onChange_;
+
+    // The delivery thread's. A filter lives here from the boundary at which it takes effect to the
+    // one after its release.
+    std::map<uint16_t, std::unique_ptr<Stream>> streams_;
+    PidTable<Stream> byPid_;  // those of streams_ that a packet can reach
+
+    Mutex mutex_;
+    HandlePool handles_ TV_GUARDED_BY(mutex_);
+    std::map<int, Filter*> inUse_ TV_GUARDED_BY(mutex_);  // by handle, none of them released
+    std::vector<std::unique_ptr<Filter>> toAdd_ TV_GUARDED_BY(mutex_);
+    std::vector<Filter*> toRemove_ TV_GUARDED_BY(mutex_);
+    std::atomic<bool> changesQueued_{false};  // set under mutex_ when either list is not empty
+
+    // The callback that runs now, null when none does.
+    const Filter* calling_ TV_GUARDED_BY(mutex_) = nullptr;
+    std::thread::id caller_ TV_GUARDED_BY(mutex_);
+    uint64_t callNumber_ TV_GUARDED_BY(mutex_) = 0;
+    CondVar callEnded_;
+};
+
+}  // namespace tvservice

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "softplatform/base/ByteView.h"
+#include "softplatform/base/Counters.h"
+#include "softplatform/section/SectionView.h"
+
+namespace tvservice {
+
+// Joins the packet payloads of one PID to whole sections (ISO/IEC 13818-1 2.4.4). It knows nothing
+// of continuity and nothing of CRCs: its caller feeds payloads in order, without duplicates, calls
+// Discontinuity() where some are missing, and checks what comes out.
+//
+// A section that lies inside one packet is handed on where it lies. For the others there is one
+// buffer of 4096 bytes, allocated when the first of them begins and kept; nothing is allocated per
+// packet or per section. Used by one thread.
+//
+// Damage adds to a counter and costs no section but the damaged one:
+//   truncated_sections   a new start, a Discontinuity() or a bad pointer_field cut a section off
+//   oversize_sections    section_length above 4093; the rest of that packet is dropped with it
+//   short_sections       section_syntax_indicator 1 with section_length below 9; left out by its
+//                        length, so that what follows in the packet is kept
+//   malformed_pointers   pointer_field leads past the packet; its payload is dropped
+class SectionAssembler {
+  public:
+    // `counters` is borrowed and outlives the assembler.
+    explicit SectionAssembler(Counters& counters) : counters_(counters) {}
+
+    // Takes the payload of the next packet. For each section that it completes, in order,
+    // `sink(const uint8_t* section, size_t size)` is called before Feed returns; the bytes, 3 to
+    // 4096 of them, are borrowed for that call only. The sink must not call Feed of this assembler;
+    // Discontinuity it may.
+    template <class Sink>
+    void Feed(ByteView payload, bool payload_unit_start_indicator, Sink&& sink) {
+        const Division parts = Divide(payload, payload_unit_start_indicator);
+        if (const ByteView section = Continue(parts.end); !section.empty()) {
+            sink(section.data(), section.size());
+        }
+        if (!parts.starts.empty()) {
+            CutOff();
+        }
+        ByteView rest = parts.starts;
+        for (ByteView section = TakeWhole(rest); !section.empty(); section = TakeWhole(rest)) {
+            sink(section.data(), section.size());
+        }
+        Begin(rest);
+    }
+
+    // Packets are missing before the next one: the open section, if any, will never be whole. It
+    // is dropped and counted.
+    void Discontinuity() { CutOff(); }
+
+  private:
+    // A payload, divided by pointer_field: what belongs to the section that is open, and the
+    // bytes from the first section start on (empty in a packet in which none starts).
+    struct Division {
+        ByteView end;
+        ByteView starts;
+    };
+
+    Division Divide(ByteView payload, bool payload_unit_start_indicator);
+
+    // Appends to the open section and returns it when that made it whole and good (in the buffer,
+    // until the next call), else nothing.
+    ByteView Continue(ByteView bytes);
+
+    // Takes the first good section off `rest` and returns it; nothing when none lies there whole.
+    ByteView TakeWhole(ByteView& rest);
+
+    // Opens a section with its first bytes; none when `bytes` is empty.
+    void Begin(ByteView bytes);
+
+    void CutOff();
+
+    Counters& counters_;
+    std::unique_ptr<uint8_t[]> buffer_;  // the open section, kMaxSectionSize bytes
+    size_t held_ = 0;                    // bytes of it so far; 0 when none is open
+};
+
+}  // namespace tvservice

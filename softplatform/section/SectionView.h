@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "softplatform/base/ByteView.h"
+
+namespace tvservice {
+
+constexpr size_t kSectionHeaderSize = 3;  // up to and including section_length
+constexpr size_t kMaxSectionLength = 4093;
+constexpr size_t kMaxSectionSize = kSectionHeaderSize + kMaxSectionLength;
+constexpr size_t kMinSyntaxSectionLength = 9;  // five more header bytes and CRC_32
+constexpr uint8_t kStuffingTableId = 0xFF;     // ISO/IEC 13818-1 2.4.4: no section, stuffing
+
+// One whole section: borrowed bytes, which outlive the view. Fields as ISO/IEC 13818-1 2.4.4.11
+// (private_section) names them. The lengths have been checked; the CRC has not (CrcIsGood).
+class SectionView {
+  public:
+    // The section at the start of `bytes`; what follows its section_length is left out. None when
+    // it is not whole, when section_length is above 4093, or when it is below 9 although
+    // section_syntax_indicator is 1.
+    static std::optional<SectionView> From(ByteView bytes);
+    static std::optional<SectionView> From(const uint8_t* bytes, size_t size) {
+        return From(ByteView(bytes, size));
+    }
+
+    ByteView bytes() const { return bytes_; }
+    const uint8_t* data() const { return bytes_.data(); }
+    size_t size() const { return bytes_.size(); }  // 3 + section_length
+
+    uint8_t table_id() const { return bytes_.data()[0]; }
+    bool section_syntax_indicator() const { return (bytes_.data()[1] & 0x80) != 0; }
+    uint16_t section_length() const { return static_cast<uint16_t>(size() - kSectionHeaderSize); }
+
+    // These mean something only when section_syntax_indicator() is true; without it they show
+    // whatever stands in their place, 0 past the end.
+    uint16_t table_id_extension() const { return bytes_.U16(3); }
+    uint8_t version_number() const { return (bytes_.U8(5) >> 1) & 0x1F; }
+    bool current_next_indicator() const { return (bytes_.U8(5) & 0x01) != 0; }
+    uint8_t section_number() const { return bytes_.U8(6); }
+    uint8_t last_section_number() const { return bytes_.U8(7); }
+    uint32_t CRC_32() const { return bytes_.U32(size() - 4); }
+
+    // What the header leaves: the bytes between the 8-byte header and CRC_32; without syntax the
+    // bytes after section_length. May be empty.
+    ByteView body() const {
+        return section_syntax_indicator() ? bytes_.Subview(8, size() - 12) : bytes_.Subview(3);
+    }
+
+  private:
+    explicit SectionView(ByteView bytes) : bytes_(bytes) {}
+
+    ByteView bytes_;
+};
+
+// Whether CRC_32 is right. True also for a section without section_syntax_indicator, of which it
+// is not known whether it has one.
+bool CrcIsGood(SectionView section);
+
+}  // namespace tvservice

@@ -1,0 +1,238 @@
+#include "softplatform/service/Pump.h"
+
+#include <poll.h>
+
+#include <array>
+#include <utility>
+
+#include "softplatform/section/SectionView.h"
+
+namespace tvservice {
+
+namespace {
+
+constexpr size_t kReadSize = 256 * 1024;
+
+std::array<uint8_t, 7> BarrierSection(uint32_t sequence) {
+    return {kBarrierTableId,
+            0x30,
+            4,
+            static_cast<uint8_t>(sequence >> 24),
+            static_cast<uint8_t>(sequence >> 16),
+            static_cast<uint8_t>(sequence >> 8),
+            static_cast<uint8_t>(sequence)};
+}
+
+}  // namespace
+
+Pump::Pump(FilterEngine& engine, Counters& counters)
+    : engine_(engine), counters_(counters), buffer_(kReadSize) {}
+
+Pump::~Pump() {
+    Stop();
+}
+
+bool Pump::Start(unsigned slots) {
+    MutexLock lifecycle(lifecycle_);
+    if (thread_.joinable() || !engine_.SetSlots(slots)) {
+        return false;
+    }
+    thread_ = std::thread([this] { Run(); });
+    MutexLock lock(mutex_);
+    running_ = true;
+    return true;
+}
+
+void Pump::Stop() {
+    MutexLock lifecycle(lifecycle_);
+    if (!thread_.joinable()) {
+        return;
+    }
+    {
+        MutexLock lock(mutex_);
+        running_ = false;
+        stopping_ = true;
+        interrupt_.store(true, std::memory_order_relaxed);
+        WakeLocked();
+    }
+    thread_.join();
+    MutexLock lock(mutex_);
+    stopping_ = false;
+}
+
+bool Pump::Play(SourcePtr source, const PlayOptions& options) {
+    MutexLock lock(mutex_);
+    if (!running_ || playing_ || source == nullptr || !source->Rewind()) {
+        return false;
+    }
+    counters_.Reset();
+    packetSize_.store(0, std::memory_order_relaxed);
+    interrupt_.store(false, std::memory_order_relaxed);
+    next_ = Job{std::move(source), options};
+    playing_ = true;
+    changed_.NotifyAll();
+    return true;
+}
+
+InputEnd Pump::WaitEnd() {
+    MutexLock lock(mutex_);
+    while (playing_) {
+        changed_.Wait(mutex_);
+    }
+    return end_;
+}
+
+void Pump::Interrupt() {
+    MutexLock lock(mutex_);
+    if (playing_) {
+        interrupt_.store(true, std::memory_order_relaxed);
+        WakeLocked();
+    }
+}
+
+void Pump::BarrierPassed(uint32_t sequence) {
+    MutexLock lock(mutex_);
+    if (awaited_ == sequence) {
+        awaited_.reset();
+        changed_.NotifyAll();
+    }
+}
+
+void Pump::Wake() {
+    MutexLock lock(mutex_);
+    WakeLocked();
+}
+
+void Pump::WakeLocked() {
+    woken_ = true;
+    changed_.NotifyAll();
+    event_.Set();
+}
+
+void Pump::Run() {
+    while (std::optional<Job> job = NextJob()) {
+        const InputEnd end = PlayThrough(*job);
+        job.reset();  // whoever waits for the end finds the source closed
+        MutexLock lock(mutex_);
+        end_ = end;
+        playing_ = false;
+        changed_.NotifyAll();
+    }
+}
+
+std::optional<Pump::Job> Pump::NextJob() {
+    for (;;) {
+        engine_.ApplyChanges();
+        MutexLock lock(mutex_);
+        while (!woken_ && !stopping_ && !next_) {
+            changed_.Wait(mutex_);
+        }
+        woken_ = false;
+        if (stopping_) {
+            if (next_) {
+                next_.reset();
+                end_ = {InputEnd::kInterrupted, {}};
+                playing_ = false;
+                changed_.NotifyAll();
+            }
+            return std::nullopt;
+        }
+        if (next_) {
+            return std::exchange(next_, std::nullopt);
+        }
+    }
+}
+
+InputEnd Pump::PlayThrough(const Job& job) {
+    Source& source = *job.source;
+    const InputEnd interrupted{InputEnd::kInterrupted, {}};
+    engine_.Reset();
+    sinceBarrier_ = 0;
+    PacketSync sync(counters_);
+    while (!interrupt_.load(std::memory_order_relaxed)) {
+        const ReadResult read = source.Read(buffer_.data(), buffer_.size());
+        switch (read.status) {
+            case ReadResult::kBytes: {
+                const auto onPacket = [&](const uint8_t* packet) {
+                    return OnPacket(packet, job.options);
+                };
+                if (!sync.Feed(buffer_.data(), read.size, onPacket)) {
+                    return interrupted;
+                }
+                packetSize_.store(static_cast<unsigned>(sync.packet_size()),
+                                  std::memory_order_relaxed);
+                break;
+            }
+            case ReadResult::kWouldBlock:
+                WaitForInput(source.descriptor());
+                break;
+            case ReadResult::kEnd:
+                return End(sync, job.options, {InputEnd::kEndOfInput, {}});
+            case ReadResult::kFailed:
+                return End(sync, job.options, {InputEnd::kFailed, read.error});
+        }
+    }
+    return interrupted;
+}
+
+InputEnd Pump::End(PacketSync& sync, const PlayOptions& options, InputEnd end) {
+    const bool finished =
+        sync.Finish([&](const uint8_t* packet) { return OnPacket(packet, options); });
+    packetSize_.store(static_cast<unsigned>(sync.packet_size()), std::memory_order_relaxed);
+    if (finished) {
+        PassBarrier();
+    }
+    if (interrupt_.load(std::memory_order_relaxed)) {
+        return {InputEnd::kInterrupted, {}};
+    }
+    return end;
+}
+
+bool Pump::OnPacket(const uint8_t* packet, const PlayOptions& options) {
+    if (interrupt_.load(std::memory_order_relaxed)) {
+        return false;
+    }
+    const size_t calls = engine_.OnPacket(PacketView(packet));
+    sinceBarrier_ += kPacketSize;
+    const bool isDue = options.reading == PlayOptions::kLockStep
+                           ? calls > 0
+                           : sinceBarrier_ >= options.barrierInterval;
+    if (isDue) {
+        sinceBarrier_ = 0;
+        PassBarrier();
+    }
+    return true;
+}
+
+void Pump::WaitForInput(int descriptor) {
+    std::array<pollfd, 2> ready{{{descriptor, POLLIN, 0}, {event_.descriptor(), POLLIN, 0}}};
+    ::poll(ready.data(), ready.size(), -1);
+    event_.Clear();
+    engine_.ApplyChanges();
+}
+
+void Pump::PassBarrier() {
+    const uint32_t sequence = ++sequence_;
+    {
+        MutexLock lock(mutex_);
+        awaited_ = sequence;
+    }
+    const std::array<uint8_t, 7> section = BarrierSection(sequence);
+    bool isAsked =
+        engine_.DeliverTo(kBarrierPid, *SectionView::From(section.data(), section.size())) > 0;
+    while (isAsked) {
+        engine_.ApplyChanges();
+        MutexLock lock(mutex_);
+        // Whoever was asked may go away without an answer.
+        isAsked = engine_.IsWanted(kBarrierPid);
+        while (isAsked && awaited_ && !woken_ && !interrupt_.load(std::memory_order_relaxed)) {
+            changed_.Wait(mutex_);
+        }
+        woken_ = false;
+        isAsked = isAsked && awaited_ && !interrupt_.load(std::memory_order_relaxed);
+    }
+    MutexLock lock(mutex_);
+    awaited_.reset();
+}
+
+}  // namespace tvservice

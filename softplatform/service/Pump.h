@@ -1,0 +1,93 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "softplatform/base/Counters.h"
+#include "softplatform/base/Mutex.h"
+#include "softplatform/input/Source.h"
+#include "softplatform/section/FilterEngine.h"
+#include "softplatform/service/SoftwarePlatform.h"
+#include "softplatform/service/WakeEvent.h"
+#include "softplatform/ts/PacketSync.h"
+#include "softplatform/ts/PacketView.h"
+
+namespace tvservice {
+
+// The delivery thread: reads the source that plays, finds its packets, hands them to the filter
+// engine, and holds the stream at the barriers. What every operation does is said in
+// SoftwarePlatform.h; all may be called on any thread, BarrierPassed and Wake also on the delivery
+// thread.
+//
+// While it waits, for a source to play, for input, or for the answer to a barrier, it also applies
+// what changes in the engine.
+class Pump {
+  public:
+    // Both are borrowed and outlive the pump.
+    Pump(FilterEngine& engine, Counters& counters);
+    Pump(const Pump&) = delete;
+    Pump& operator=(const Pump&) = delete;
+    ~Pump();
+
+    // With so many filter slots, see FilterEngine::SetSlots.
+    bool Start(unsigned slots) TV_EXCLUDES(lifecycle_, mutex_);
+    void Stop() TV_EXCLUDES(lifecycle_, mutex_);
+
+    bool Play(SourcePtr source, const PlayOptions& options) TV_EXCLUDES(mutex_);
+    InputEnd WaitEnd() TV_EXCLUDES(mutex_);
+    void Interrupt() TV_EXCLUDES(mutex_);
+    void BarrierPassed(uint32_t sequence) TV_EXCLUDES(mutex_);
+
+    // The engine has changes to apply.
+    void Wake() TV_EXCLUDES(mutex_);
+
+    unsigned packet_size() const { return packetSize_.load(std::memory_order_relaxed); }
+
+  private:
+    struct Job {
+        SourcePtr source;
+        PlayOptions options;
+    };
+
+    void WakeLocked() TV_REQUIRES(mutex_);
+
+    // The delivery thread's.
+    void Run() TV_EXCLUDES(mutex_);
+    std::optional<Job> NextJob() TV_EXCLUDES(mutex_);
+    InputEnd PlayThrough(const Job& job) TV_EXCLUDES(mutex_);
+    InputEnd End(PacketSync& sync, const PlayOptions& options, InputEnd end) TV_EXCLUDES(mutex_);
+    bool OnPacket(const uint8_t* packet, const PlayOptions& options) TV_EXCLUDES(mutex_);
+    void WaitForInput(int descriptor);
+    void PassBarrier() TV_EXCLUDES(mutex_);
+
+    FilterEngine& engine_;
+    Counters& counters_;
+    WakeEvent event_;  // set with woken_ and with interrupt_
+
+    // The delivery thread's.
+    std::vector<uint8_t> buffer_;
+    uint64_t sinceBarrier_ = 0;  // bytes of packets
+    uint32_t sequence_ = 0;      // of the last barrier
+
+    std::atomic<bool> interrupt_{false};  // written under mutex_
+    std::atomic<unsigned> packetSize_{0};
+
+    Mutex lifecycle_;  // one Start or Stop at a time; taken before mutex_
+    std::thread thread_ TV_GUARDED_BY(lifecycle_);  // joinable while it runs
+
+    Mutex mutex_;
+    CondVar changed_;
+    bool running_ TV_GUARDED_BY(mutex_) = false;   // sources can be played
+    bool stopping_ TV_GUARDED_BY(mutex_) = false;  // the thread shall end
+    bool woken_ TV_GUARDED_BY(mutex_) = false;
+    std::optional<Job> next_ TV_GUARDED_BY(mutex_);
+    bool playing_ TV_GUARDED_BY(mutex_) = false;
+    InputEnd end_ TV_GUARDED_BY(mutex_) = {InputEnd::kInterrupted, {}};
+    std::optional<uint32_t> awaited_ TV_GUARDED_BY(mutex_);  // barrier that was not answered yet
+};
+
+}  // namespace tvservice

@@ -1,0 +1,159 @@
+#pragma once
+
+// The start-up interface of the software platform: the one header that a program includes, beside
+// the declarations of the service library, to run the SI layer without a receiver's hardware.
+// Usable from C++14.
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#if defined(__GNUC__)
+#define SOFTPLATFORM_API __attribute__((visibility("default")))
+#else
+#define SOFTPLATFORM_API
+#endif
+
+namespace tvservice {
+
+/// Where a transport stream comes from. Made by `OpenSource` and `MemorySource`, played by
+/// `SoftwarePlatform::Play`; used by one thread at a time.
+class Source;
+using SourcePtr = std::shared_ptr<Source>;
+
+/// Opens a transport stream.
+///
+/// @param uri    a path, or "-" for standard input
+/// @param error  on failure receives one line that names the input and why; otherwise left alone
+/// @return the source, or null on failure
+SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, std::string& error);
+
+/// A transport stream in memory.
+///
+/// @param name   what messages call it
+/// @param bytes  the stream
+/// @param piece  bytes that one read hands over; 0: as many as are asked for
+SOFTPLATFORM_API SourcePtr MemorySource(std::string name, std::vector<unsigned char> bytes,
+                                        std::size_t piece = 0);
+
+/// What can be said of a source without playing it.
+struct SourceInfo {
+    std::string name;    ///< as in messages
+    std::uint64_t size;  ///< bytes; 0 when unknown (pipes)
+    bool rewindable;     ///< true when it can be played again from its start
+};
+SOFTPLATFORM_API SourceInfo Describe(const Source& source);
+
+/// The PID of the barrier: 0x2000, which no packet can carry. While a filter is set on it, the
+/// delivery thread sends that filter a section of the form below where `PlayOptions` says, and goes
+/// on only when `SoftwarePlatform::BarrierPassed` was called with the same sequence number. The
+/// subscriber that answers on the thread which handles all sections thereby holds the stream until
+/// everything delivered before has been handled.
+///
+/// The section: table_id `kBarrierTableId`, section_syntax_indicator 0, section_length 4, then the
+/// sequence number, 32 bits, most significant byte first.
+constexpr unsigned short kBarrierPid = 0x2000;
+constexpr unsigned char kBarrierTableId = 0x80;
+
+/// How a source is played.
+struct PlayOptions {
+    enum Reading {
+        kFreeRunning,  ///< a barrier every `barrierInterval` bytes, and one at the end
+        kLockStep      ///< a barrier after each packet that delivered a section, and one at the end
+    };
+    Reading reading = kFreeRunning;
+    std::uint64_t barrierInterval = 4 * 1024 * 1024;
+};
+
+/// How a source ended.
+struct InputEnd {
+    enum Reason {
+        kEndOfInput,   ///< every byte was read
+        kInterrupted,  ///< by `Interrupt` or `Stop`
+        kFailed        ///< reading failed
+    };
+    Reason reason;
+    std::string error;  ///< with `kFailed`: one line that names the input, the offset and why
+};
+
+/// One counter of the stream.
+struct CounterValue {
+    const char* name;     ///< in snake_case, as the tool prints it
+    const char* meaning;  ///< one line for people
+    std::uint64_t value;
+};
+
+/// What a receiver is started with.
+struct Config {
+    unsigned filters = 256;  ///< section filters that can be set at once, 1 to 4096
+};
+
+/// The receiver itself: demultiplexer, section filters and the delivery thread, which calls the
+/// section callback. One per process, never destroyed. All members may be called on any thread;
+/// none may be called from the section callback but `BarrierPassed`, `Counters` and `Counter`.
+///
+/// A subscriber that was asked for before `Start` is idle: filters can be set, nothing arrives.
+/// Nothing arrives before `Play` either, so what is subscribed first is in force from the first
+/// packet on. Filters outlive the end of an input, and of the receiver.
+class SOFTPLATFORM_API SoftwarePlatform {
+  public:
+    static SoftwarePlatform& Instance();
+
+    /// Starts the delivery thread. False when it runs already, when the configuration is out of
+    /// range, or when fewer filters are asked for than are in use.
+    bool Start(const Config& config = Config());
+
+    /// Plays a source from its start (a source that can be rewound is). Counters begin at 0, the
+    /// demultiplexer afresh, filters stay. False when not started, when another source is playing,
+    /// when `source` is null or cannot be rewound although it was played before.
+    bool Play(SourcePtr source, const PlayOptions& options = PlayOptions());
+
+    /// Waits until the source that was played last has ended and its last barrier has passed.
+    /// Returns `kInterrupted` at once when nothing was played.
+    InputEnd WaitEnd();
+
+    /// Ends the source that plays, within 100 ms, whatever its input does.
+    void Interrupt();
+
+    /// Interrupts and joins the delivery thread. `Start` may follow.
+    void Stop();
+
+    /// Answers the barrier section with that sequence number. Late and unknown ones are ignored.
+    void BarrierPassed(std::uint32_t sequence);
+
+    /// All counters of the current or last source, in a fixed order.
+    std::vector<CounterValue> Counters() const;
+
+    /// One of them by its name; 0 for an unknown name.
+    std::uint64_t Counter(const std::string& name) const;
+
+    /// The packet size found in the current or last source: 188, 192 or 204; 0 while unknown.
+    unsigned PacketSize() const;
+
+    SoftwarePlatform(const SoftwarePlatform&) = delete;
+    SoftwarePlatform& operator=(const SoftwarePlatform&) = delete;
+
+  private:
+    SoftwarePlatform();
+    ~SoftwarePlatform();
+    struct Impl;
+    Impl* const m_impl;
+};
+
+/// Takes the lines of the platform log in place of stderr: buffer, priority, tag and the finished
+/// line with its colours and without a newline at its end. Called on the thread that writes the
+/// line, one line at a time; must not write to the log itself.
+using LogSink = std::function<void(int bufferId, int priority, const char* tag, const char* line)>;
+
+/// Puts a sink in the place of stderr; an empty one restores it. Returns when no line is on its way
+/// to the previous sink any more.
+SOFTPLATFORM_API void SetLogSink(LogSink sink);
+
+/// Drops lines below a priority (3 debug to 6 error; 7 drops all). Default: 5, warning. Holds for
+/// stderr and for a sink.
+SOFTPLATFORM_API void SetLogPriority(int lowest);
+
+}  // namespace tvservice

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "softplatform/input/Descriptor.h"
+
+namespace tvservice {
+
+// An event that poll(2) can wait for together with an input. Set and Clear may be called on any
+// thread; setting it twice is setting it once.
+class WakeEvent {
+  public:
+    // Throws std::system_error when the process has no descriptor left.
+    WakeEvent();
+
+    void Set();
+    void Clear();
+
+    // Readable while the event is set.
+    int descriptor() const { return event_.get(); }
+
+  private:
+    const Descriptor event_;
+};
+
+}  // namespace tvservice

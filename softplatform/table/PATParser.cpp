@@ -1,0 +1,87 @@
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "platform/TCPATParser.h"
+#include "softplatform/base/ByteView.h"
+#include "softplatform/table/BaseSection.h"
+#include "softplatform/table/Internals.h"
+#include "softplatform/table/SectionParser.h"
+#include "softplatform/table/SubTable.h"
+
+using tvservice::ByteView;
+using tvservice::SectionView;
+using tvservice::SubTable;
+
+namespace {
+
+constexpr uint8_t kPatTableId = 0x00;
+constexpr size_t kProgramSize = 4;  // program_number, reserved, PID
+
+}  // namespace
+
+struct TCPATParser::Impl {
+    struct Program {
+        uint16_t program_number;
+        uint16_t PID;
+    };
+    std::vector<Program> programs;  // of all sections held, in section_number order
+
+    void Rebuild(const SubTable& table);
+};
+
+void TCPATParser::Impl::Rebuild(const SubTable& table) {
+    std::vector<Program> list;
+    for (const auto& [number, bytes] : table.sections()) {
+        const ByteView loop = SectionView::From(bytes.data(), bytes.size())->body();
+        for (size_t at = 0; at < loop.size(); at += kProgramSize) {
+            list.push_back({loop.U16(at), static_cast<uint16_t>(loop.U16(at + 2) & 0x1FFF)});
+        }
+    }
+    programs = std::move(list);
+}
+
+TCPATParser::TCPATParser(TVSHandle const&) : m_impl(std::make_unique<Impl>()) {}
+
+TCPATParser::~TCPATParser() = default;
+
+bool TCPATParser::Parse(short, unsigned char* bytes) {
+    const auto section = tvservice::ApplicableSection(bytes, kPatTableId, kPatTableId);
+    if (!section || section->body().size() % kProgramSize != 0) {
+        return false;
+    }
+    SubTable& table = TVServiceInternals::Of<TCBaseSection>(*this).sections;
+    if (table.Judge(*section) != SubTable::Change::kRepeat) {
+        table.Store(*section);
+        m_impl->Rebuild(table);
+    }
+    // ISO/IEC 13818-1 2.4.4.5: table_id_extension is the transport_stream_id.
+    TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = section->table_id_extension();
+    return true;
+}
+
+void TCPATParser::Reset() {
+    TCSectionParser::Reset();
+    TVServiceInternals::Of<TCBaseSection>(*this).sections.Clear();
+    m_impl->programs.clear();
+}
+
+int TCPATParser::NumOfProgramList() {
+    return static_cast<int>(m_impl->programs.size());
+}
+
+unsigned short TCPATParser::ProgramNumber(unsigned int index) {
+    return index < m_impl->programs.size() ? m_impl->programs[index].program_number : uint16_t{0};
+}
+
+unsigned short TCPATParser::ProgramPID(unsigned short programNumber) {
+    const auto found = std::find_if(
+        m_impl->programs.begin(), m_impl->programs.end(),
+        [programNumber](const auto& program) { return program.program_number == programNumber; });
+    return found == m_impl->programs.end() ? uint16_t{0} : found->PID;
+}
+
+unsigned short TCPATParser::TransportStreamId() const {
+    return TVServiceInternals::Of<const TCSectionParser>(*this).tableIdExtension;
+}

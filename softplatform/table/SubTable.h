@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "softplatform/section/SectionView.h"
+
+namespace tvservice {
+
+// The section at `bytes`, whose length is that of its section_length field, if a table parser may
+// take it: whole, with section_syntax_indicator, table_id from `firstTableId` to `lastTableId`,
+// currently applicable, and section_number not beyond last_section_number. None otherwise and for
+// null. The CRC is not looked at: what comes from a filter has a good one.
+std::optional<SectionView> ApplicableSection(const uint8_t* bytes, uint8_t firstTableId,
+                                             uint8_t lastTableId);
+
+// The sections of one sub-table and one version, as copies. Owned and used by one thread at a time.
+//
+// A section with another table_id, table_id_extension, version_number or last_section_number than
+// those held belongs to another state of the table: it starts the sub-table afresh.
+//
+// A parser asks Judge, decodes what is not a repeat, and calls Store only when that went well, so
+// that a bad section changes nothing:
+//
+//     switch (table.Judge(section)) { case Change::kRepeat: return true; ... }
+class SubTable {
+  public:
+    enum class Change {
+        kRepeat,   // held already, byte for byte: nothing would change
+        kSection,  // adds to what is held, or takes the place of the section with that number
+        kAfresh    // what is held would be dropped
+    };
+
+    // What Store would do. `section` came from ApplicableSection; costs one comparison.
+    Change Judge(SectionView section) const;
+
+    // Takes a copy of the section.
+    void Store(SectionView section);
+
+    void Clear();
+
+    // Whether sections 0 to last_section_number are all held.
+    bool complete() const { return !sections_.empty() && sections_.size() > lastSectionNumber_; }
+
+    // 0 when nothing is held.
+    uint8_t version_number() const { return version_; }
+    uint8_t last_section_number() const { return lastSectionNumber_; }
+
+    // The sections held, whole, by section_number in rising order.
+    const std::map<uint8_t, std::vector<uint8_t>>& sections() const { return sections_; }
+
+  private:
+    bool IsOfThisState(SectionView section) const;
+
+    uint8_t tableId_ = 0;
+    uint16_t tableIdExtension_ = 0;
+    uint8_t version_ = 0;
+    uint8_t lastSectionNumber_ = 0;
+    std::map<uint8_t, std::vector<uint8_t>> sections_;
+};
+
+}  // namespace tvservice

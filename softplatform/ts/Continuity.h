@@ -1,0 +1,46 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "softplatform/ts/PacketView.h"
+
+namespace tvservice {
+
+// How one packet follows the one before it on its PID.
+enum class ContinuityVerdict {
+    kFirst,          // nothing came before: no statement
+    kNext,           // continuity_counter one higher, modulo 16
+    kDuplicate,      // the packet before, sent a second time: to be ignored
+    kGap,            // packets are missing
+    kAnnouncedJump,  // the counter jumps and discontinuity_indicator announces it
+    kNoPayload,      // adaptation field only, the counter does not advance
+};
+
+// Follows continuity_counter on one PID (ISO/IEC 13818-1 2.4.3.3). Keeps a copy of the last
+// payload, because a duplicate is one only when it says the same. Used by one thread.
+class Continuity {
+  public:
+    // Judges `packet`, which is well-formed and of this checker's PID, and remembers it.
+    //
+    // A duplicate has the counter and the payload of the packet before (the PCR may differ, so
+    // adaptation fields are not compared), once: a third packet with that counter is a gap, and so
+    // is one that says something else. The counter of a packet without payload is not looked at,
+    // except under discontinuity_indicator, where it starts the count anew.
+    ContinuityVerdict Check(PacketView packet);
+
+    // Forgets everything: the next packet is the first.
+    void Reset();
+
+  private:
+    void Remember(ByteView payload, uint8_t counter);
+
+    std::array<uint8_t, kPacketSize - 4> payload_{};
+    size_t payloadSize_ = 0;
+    uint8_t counter_ = 0;
+    bool started_ = false;
+    bool repeated_ = false;  // the last packet has already had its duplicate
+};
+
+}  // namespace tvservice

@@ -1,0 +1,165 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "softplatform/base/Counters.h"
+#include "softplatform/ts/PacketView.h"
+
+namespace tvservice {
+
+// Finds the transport packets in a stream of bytes, and by itself how they lie in it: 188 bytes
+// each, 192 (a 4-byte arrival time before each packet) or 204 (16 bytes of parity after each).
+//
+// Sync is found where five sync bytes follow each other at one of these distances and most of the
+// headers there can be some (adaptation_field_control is not the reserved '00'). At the distance
+// found, a packet is handed on as soon as its 188 bytes are there. Where its sync byte is wrong the
+// packet is dropped, and sync is held as long as two of the next three sync bytes stand in their
+// place; else it is lost, and the search starts again at the wrong byte.
+//
+// What is found depends on the bytes alone, not on how they are cut into chunks: any chunking
+// gives the same packets and counters. Packets inside a chunk are handed on where they lie; only
+// the bytes of one that straddles two chunks, and fewer than 820 undecided ones, are copied.
+// Nothing is allocated. Used by one thread.
+//
+// Counts bytes, packets, sync_locks, sync_losses (one for each loss) and skipped_bytes: every byte
+// that is neither of a packet handed on nor the arrival time or parity of one.
+class PacketSync {
+  public:
+    // `counters` is borrowed and outlives this object.
+    explicit PacketSync(Counters& counters) : counters_(counters) {}
+
+    // Takes the next `size` bytes. For each packet, in order, `bool onPacket(const uint8_t*)` is
+    // called with 188 bytes that are borrowed for the call; it must not call back into this object.
+    // When it returns false everything is dropped at once, the rest of this chunk and what was
+    // held, as by Reset(), and Feed returns false. Else Feed returns true.
+    template <class OnPacket>
+    bool Feed(const uint8_t* data, size_t size, OnPacket&& onPacket);
+
+    // The input has ended: decides what was waiting for more bytes, hands on the packets in it and
+    // is then ready for another stream. Fewer than five packets are accepted when their sync bytes
+    // reach up to the end of the input, a single one only where the search began. Returns as Feed
+    // does.
+    template <class OnPacket>
+    bool Finish(OnPacket&& onPacket);
+
+    // Drops what is held, uncounted, and forgets everything.
+    void Reset();
+
+    // The distance of the packets: 188, 192 or 204; 0 as long as none was found. Kept when sync is
+    // lost and when the input ends.
+    size_t packet_size() const { return packetSize_; }
+
+  private:
+    static constexpr std::array<size_t, 3> kDistances{188, 192, 204};
+    static constexpr size_t kArrivalTimeSize = 4;  // of a 192-byte packet
+    static constexpr size_t kSyncRun = 5;
+    // Enough for every decision: the headers of a run at the longest distance.
+    static constexpr size_t kWindow = (kSyncRun - 1) * 204 + 4;
+
+    // Works through `size` bytes from `at` on until it has passed `enough`, or until it needs bytes
+    // beyond `size`. `at` is then the first byte that is not used up; it lies past `size` when the
+    // bytes between two packets are still to come. False when onPacket returned false.
+    template <class OnPacket>
+    bool Consume(const uint8_t* data, size_t size, size_t enough, size_t& at, OnPacket&& onPacket);
+
+    // Both look at `size` bytes where no packet was handed on, move `at` over those that are
+    // decided, and return false when more bytes are needed for that.
+    bool Search(const uint8_t* bytes, size_t size, size_t& at);
+    bool JudgeMissingSync(const uint8_t* bytes, size_t size, size_t& at);
+
+    bool SearchLast(const uint8_t* bytes, size_t size, size_t& at);
+    static bool IsRun(const uint8_t* bytes, size_t count, size_t distance);
+    void Skip(size_t count, size_t& at);
+    void EndSearch(size_t distance);
+    void Hold(const uint8_t* bytes, size_t size);
+
+    Counters& counters_;
+    size_t packetSize_ = 0;
+    bool locked_ = false;
+    bool ended_ = false;
+    size_t searched_ = 0;  // bytes passed since the search began
+    size_t between_ = 0;   // bytes still to come before the next packet
+    size_t held_ = 0;      // bytes in hold_ that wait for more, fewer than kWindow
+    std::array<uint8_t, 2 * kWindow> hold_{};
+};
+
+template <class OnPacket>
+bool PacketSync::Feed(const uint8_t* data, size_t size, OnPacket&& onPacket) {
+    counters_.Add(Counter::kBytes, size);
+    size_t at = between_;
+    between_ = 0;
+    if (held_ > 0) {
+        // What is held is continued by the start of the chunk: decide it in the buffer, then go on
+        // in the chunk itself.
+        const size_t before = held_;
+        const size_t added = std::min(size, kWindow);
+        std::copy_n(data, added, hold_.data() + before);
+        size_t used = 0;
+        if (!Consume(hold_.data(), before + added, before, used, onPacket)) {
+            return false;
+        }
+        if (used < before) {
+            Hold(hold_.data() + used, before + added - used);
+            return true;
+        }
+        held_ = 0;
+        at = used - before;
+    }
+    if (!Consume(data, size, size, at, onPacket)) {
+        return false;
+    }
+    if (at < size) {
+        Hold(data + at, size - at);
+    } else {
+        between_ = at - size;
+    }
+    return true;
+}
+
+template <class OnPacket>
+bool PacketSync::Finish(OnPacket&& onPacket) {
+    ended_ = true;
+    size_t at = 0;
+    if (!Consume(hold_.data(), held_, held_, at, onPacket)) {
+        return false;
+    }
+    if (at < held_) {
+        counters_.Add(Counter::kSkippedBytes, held_ - at);  // a packet that is not whole
+    }
+    const size_t found = packetSize_;
+    if (!locked_) {
+        EndSearch(0);
+    }
+    Reset();
+    packetSize_ = found;
+    return true;
+}
+
+template <class OnPacket>
+bool PacketSync::Consume(const uint8_t* data, size_t size, size_t enough, size_t& at,
+                         OnPacket&& onPacket) {
+    while (at < enough) {
+        if (locked_ && data[at] == kSyncByte) {
+            if (size - at < kPacketSize) {
+                return true;
+            }
+            const uint8_t* packet = data + at;
+            at += packetSize_;
+            counters_.Add(Counter::kPackets);
+            if (!onPacket(packet)) {
+                Reset();
+                return false;
+            }
+        } else if (!(locked_ ? JudgeMissingSync(data + at, size - at, at)
+                             : Search(data + at, size - at, at))) {
+            return true;
+        }
+    }
+    return true;
+}
+
+}  // namespace tvservice

@@ -1,0 +1,265 @@
+// Real broadcast streams against what independent decoders made of them: the PAT, and how many
+// sections of each table arrive on each PID, for whole files, byte by byte and in 17-byte pieces.
+// The streams are not part of the repository; without the folder there is nothing to compare.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "SI/Include/ISectionManager.h"
+#include "client/MultiplexScanner.h"
+#include "generator/TsWriter.h"
+#include "softplatform/service/SoftwarePlatform.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using TORVEL_MW::ISectionManager;
+
+constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
+
+// PID -> table_id -> sections
+using SectionCounts = std::map<int, std::map<int, int>>;
+
+std::vector<std::uint8_t> ReadFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::vector<std::string> StreamNames() {
+    std::vector<std::string> names;
+    std::error_code none;
+    for (const fs::directory_entry& entry : fs::directory_iterator(TORVELSI_STREAMS, none)) {
+        const std::string extension = entry.path().extension().string();
+        if (extension == ".ts" || extension == ".sec") {
+            names.push_back(entry.path().filename().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+json Expectation(const std::string& name) {
+    std::ifstream in(fs::path(TORVELSI_STREAMS) / "expected" /
+                     (fs::path(name).stem().string() + ".json"));
+    return json::parse(in);
+}
+
+/// Puts concatenated sections into packets: the standard PIDs, a PMT on the PID that the PAT gives
+/// it, else 0x1000 + program, everything else on 0x0300.
+std::vector<std::uint8_t> Packetise(const std::vector<std::uint8_t>& sections) {
+    std::map<int, std::uint16_t> pmtPids;
+    const auto pidOf = [&](const generator::Bytes& section) -> std::uint16_t {
+        const int tableId = section[0];
+        const int extension = section.size() > 4 ? section[3] << 8 | section[4] : 0;
+        if (tableId == 0x02) {
+            const auto listed = pmtPids.find(extension);
+            return listed != pmtPids.end()
+                       ? listed->second
+                       : static_cast<std::uint16_t>((0x1000 + extension) & 0x1FFF);
+        }
+        if (tableId <= 0x01) {
+            return static_cast<std::uint16_t>(tableId);
+        }
+        if (tableId == 0x40 || tableId == 0x41) {
+            return 0x10;
+        }
+        if (tableId == 0x42 || tableId == 0x46 || tableId == 0x4A) {
+            return 0x11;
+        }
+        if (tableId >= 0x4E && tableId <= 0x6F) {
+            return 0x12;
+        }
+        if (tableId >= 0x70 && tableId <= 0x73) {
+            return tableId == 0x71 ? 0x13 : 0x14;
+        }
+        return 0x300;
+    };
+    std::vector<generator::Bytes> list;
+    for (std::size_t at = 0; at + 3 <= sections.size();) {
+        const std::size_t size = 3 + ((sections[at + 1] & 0x0Fu) << 8 | sections[at + 2]);
+        if (at + size > sections.size()) {
+            ADD_FAILURE() << "a section at " << at << " overruns its file";
+            break;
+        }
+        list.emplace_back(sections.begin() + static_cast<std::ptrdiff_t>(at),
+                          sections.begin() + static_cast<std::ptrdiff_t>(at + size));
+        at += size;
+        const generator::Bytes& section = list.back();
+        for (std::size_t i = 8; section[0] == 0x00 && i + 8 <= section.size(); i += 4) {
+            pmtPids[section[i] << 8 | section[i + 1]] =
+                static_cast<std::uint16_t>((section[i + 2] & 0x1F) << 8 | section[i + 3]);
+        }
+    }
+    generator::TsWriter writer;
+    for (const generator::Bytes& section : list) {
+        writer.WriteSection(pidOf(section), section);
+    }
+    return generator::Serialise(writer.packets());
+}
+
+class Counter : public TORVEL_MW::ISectionObserver {
+  public:
+    explicit Counter(SectionCounts& counts) : counts_(counts) {}
+    void OnSectionReceived(unsigned short, unsigned short pid, unsigned short,
+                           unsigned char* data) override {
+        ++counts_[pid][data[0]];
+    }
+    void OnSectionTimeout(unsigned int) override {}
+
+  private:
+    SectionCounts& counts_;
+};
+
+int Number(const std::string& text) {
+    return std::stoi(text, nullptr, 0);
+}
+
+struct Expected {
+    SectionCounts counts;
+    std::uint64_t crcErrors = 0;
+};
+
+Expected ExpectedSections(const json& expectation) {
+    Expected expected;
+    for (const auto& [pid, tables] : expectation["section_counts"].items()) {
+        for (const auto& [tableId, count] : tables.items()) {
+            expected.counts[Number(pid)][Number(tableId)] = count.get<int>();
+        }
+    }
+    for (const json& error : expectation["crc_errors"]) {
+        const int count = error["count"].get<int>();
+        int& good =
+            expected.counts[error["pid"].get<int>()][Number(error["table_id"].get<std::string>())];
+        good -= count;
+        expected.crcErrors += static_cast<std::uint64_t>(count);
+    }
+    return expected;
+}
+
+/// Counts per table id alone: the PIDs of section files were made up here.
+std::map<int, int> ByTable(const SectionCounts& counts) {
+    std::map<int, int> byTable;
+    for (const auto& [pid, tables] : counts) {
+        for (const auto& [tableId, count] : tables) {
+            byTable[tableId] += count;
+        }
+    }
+    return byTable;
+}
+
+struct Feeding {
+    std::string name;
+    std::size_t piece;  // bytes a read; 0: the file itself
+};
+
+std::vector<Feeding> Feedings() {
+    std::vector<Feeding> feedings;
+    for (const std::string& name : StreamNames()) {
+        for (const std::size_t piece : {std::size_t{0}, std::size_t{1}, std::size_t{17}}) {
+            feedings.push_back({name, piece});
+        }
+    }
+    return feedings;
+}
+
+class RealStream : public testing::TestWithParam<Feeding> {};
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(RealStream);
+
+TEST_P(RealStream, PatAndSectionCountsAreAsIndependentlyDecoded) {
+    const auto& [name, piece] = GetParam();
+    const fs::path path = fs::path(TORVELSI_STREAMS) / name;
+    const bool isSections = path.extension() == ".sec";
+    const json expectation = Expectation(name);
+    const Expected expected = ExpectedSections(expectation);
+
+    tvservice::SetLogPriority(7);
+    ASSERT_TRUE(tvservice::SoftwarePlatform::Instance().Start());
+    SectionCounts counts;
+    static Counter& counter = *new Counter(counts);
+    // A pattern of no significant bit lets every section of the PID through.
+    for (int pid = 0; pid < 0x2000; ++pid) {
+        if (isSections ? pid <= 0x14 || pid == 0x300 || pid >= 0x1000 && expected.counts.count(pid)
+                       : expected.counts.count(pid) != 0) {
+            ASSERT_NE(ISectionManager::Instance()->Subscribe(
+                          static_cast<unsigned short>(pid), {0}, {0}, {0}, counter,
+                          ISectionManager::EContinuous, kNoTimeout),
+                      0u);
+        }
+    }
+    std::string error;
+    tvservice::SourcePtr source;
+    if (piece == 0 && !isSections) {
+        source = tvservice::OpenSource(path.string(), error);
+    } else {
+        std::vector<std::uint8_t> bytes = ReadFile(path);
+        source = tvservice::MemorySource(name, isSections ? Packetise(bytes) : bytes, piece);
+    }
+    ASSERT_TRUE(source) << error;
+    client::MultiplexScanner scanner;
+    ASSERT_EQ(scanner.Scan(source).reason, tvservice::InputEnd::kEndOfInput);
+    const client::Multiplex multiplex = scanner.Result();
+
+    const json& pat = expectation["pat"];
+    ASSERT_EQ(multiplex.pat.has_value(), !pat.is_null());
+    if (multiplex.pat) {
+        EXPECT_EQ(multiplex.pat->transportStreamId, pat["tsid"].get<unsigned int>());
+        EXPECT_EQ(multiplex.pat->version, pat["version"].get<unsigned int>());
+        std::map<int, int> programs;
+        for (const client::PatProgram& program : multiplex.pat->programs) {
+            programs[program.programNumber] = program.pmtPid;
+        }
+        std::map<int, int> wanted;
+        for (const auto& [programNumber, pid] : pat["programs"].items()) {
+            wanted[Number(programNumber)] = pid.get<int>();
+        }
+        EXPECT_EQ(programs, wanted);
+    }
+    if (isSections) {
+        EXPECT_EQ(ByTable(counts), ByTable(expected.counts));
+    } else {
+        EXPECT_EQ(counts, expected.counts);
+        EXPECT_EQ(multiplex.input.packets, expectation["packets"].get<std::uint64_t>());
+        EXPECT_EQ(multiplex.input.packetSize, expectation["packet_size"].get<unsigned int>());
+    }
+    EXPECT_EQ(tvservice::SoftwarePlatform::Instance().Counter("crc_errors"), expected.crcErrors);
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, RealStream, testing::ValuesIn(Feedings()),
+                         [](const testing::TestParamInfo<Feeding>& info) {
+                             std::string name =
+                                 info.param.name + "_piece_" + std::to_string(info.param.piece);
+                             std::replace_if(
+                                 name.begin(), name.end(),
+                                 [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+                             return name;
+                         });
+
+TEST(RealStreams, AreSaidToHaveBeenCompared) {
+    const std::vector<std::string> names = StreamNames();
+    if (names.empty()) {
+        GTEST_SKIP() << "no folder of real streams beside the checkout";
+    }
+    std::size_t tables = 0;
+    for (const std::string& name : names) {
+        for (const auto& [pid, byTable] : ExpectedSections(Expectation(name)).counts) {
+            tables += byTable.size();
+        }
+    }
+    RecordProperty("streams", static_cast<int>(names.size()));
+    std::printf("compared: %zu streams, section counts of %zu tables on their PIDs, 3 ways each\n",
+                names.size(), tables);
+    EXPECT_GT(tables, names.size());
+}
+
+}  // namespace

@@ -1,0 +1,38 @@
+// Main program of every test executable.
+//
+// It leaves by _Exit: a process that used the section manager would end through the termination
+// handler if it returned from main. What normally happens at exit is therefore done here: output
+// flushed, coverage written, leaks looked for.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define TORVEL_LEAK_CHECK 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TORVEL_LEAK_CHECK 1
+#endif
+#endif
+#if defined(TORVEL_LEAK_CHECK)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+extern "C" void __gcov_dump(void) __attribute__((weak));
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const int result = RUN_ALL_TESTS();
+    std::cout.flush();
+    std::fflush(nullptr);
+    if (__gcov_dump != nullptr) {
+        __gcov_dump();
+    }
+#if defined(TORVEL_LEAK_CHECK)
+    __lsan_do_leak_check();  // ends the process with a status of its own when it finds one
+#endif
+    std::_Exit(result);
+}

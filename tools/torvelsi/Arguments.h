@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// The readers of argument texts. Each throws `std::invalid_argument` with a sentence for people.
+
+/// A whole number, decimal or 0x hexadecimal, 0 to `largest`.
+std::uint64_t ParseNumber(const std::string& text, std::uint64_t largest);
+
+/// Bytes in hexadecimal, blanks, colons and a leading 0x allowed: "4E 00 00 04:07".
+std::vector<unsigned char> ParseBytes(const std::string& text);
+
+/// A duration: a number with ms, s or min; a bare number is seconds. Fractions are allowed.
+/// @return milliseconds, 0 to 2147483647
+unsigned int ParseDuration(const std::string& text);
+
+/// A log level's name: debug, info, warning, error or off.
+/// @return the lowest priority that is written, as `tvservice::SetLogPriority` takes it
+int ParseLogLevel(const std::string& text);
+
+}  // namespace tool

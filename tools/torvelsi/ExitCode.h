@@ -1,0 +1,13 @@
+#pragma once
+
+namespace tool {
+
+/// What the tool's exit status says.
+enum ExitCode {
+    kDone = 0,
+    kUsage = 1,       ///< the command line is wrong, or the platform refused the filter
+    kUnreadable = 2,  ///< the input cannot be read or the output cannot be written
+    kIncomplete = 3   ///< something is missing, or a time-out passed
+};
+
+}  // namespace tool

@@ -1,0 +1,58 @@
+#include "tools/torvelsi/Format.h"
+
+#include <fmt/format.h>
+
+namespace tool {
+
+std::string Id16(unsigned int value) {
+    return fmt::format("{} (0x{:04X})", value, value);
+}
+
+std::string Id8(unsigned int value) {
+    return fmt::format("{} (0x{:02X})", value, value);
+}
+
+std::string Hex(const unsigned char* data, std::size_t size) {
+    return fmt::format("{:02x}", fmt::join(data, data + size, ""));
+}
+
+Json CountersToJson(const std::vector<tvservice::CounterValue>& counters) {
+    Json json = Json::object();
+    for (const tvservice::CounterValue& counter : counters) {
+        json[counter.name] = counter.value;
+    }
+    return json;
+}
+
+Json InputToJson(const client::InputFacts& input) {
+    return {{"uri", input.uri},
+            {"packet_size", input.packetSize},
+            {"packets", input.packets},
+            {"bytes", input.bytes}};
+}
+
+std::string CountersToText(const std::vector<tvservice::CounterValue>& counters) {
+    std::string text;
+    for (const tvservice::CounterValue& counter : counters) {
+        if (counter.value != 0) {
+            text +=
+                fmt::format("  {:<26}{:>12}  {}\n", counter.name, counter.value, counter.meaning);
+        }
+    }
+    return text;
+}
+
+std::string Printable(const std::string& text) {
+    std::string printable;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7F) {
+            printable += fmt::format("\\x{:02X}", byte);
+        } else {
+            printable += c;
+        }
+    }
+    return printable;
+}
+
+}  // namespace tool

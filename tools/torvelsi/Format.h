@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "client/Multiplex.h"
+#include "softplatform/service/SoftwarePlatform.h"
+
+namespace tool {
+
+using Json = nlohmann::ordered_json;
+
+/// "1031 (0x0407)": how the text form shows identifiers of 16 bits.
+std::string Id16(unsigned int value);
+
+/// "66 (0x42)": the same for 8 bits.
+std::string Id8(unsigned int value);
+
+/// Bytes in lower-case hexadecimal, without blanks.
+std::string Hex(const unsigned char* data, std::size_t size);
+
+/// {"packets": 6170, ...}, in the platform's order.
+Json CountersToJson(const std::vector<tvservice::CounterValue>& counters);
+
+/// {"uri", "packet_size", "packets", "bytes"}.
+Json InputToJson(const client::InputFacts& input);
+
+/// The counters that are not 0, one a line, aligned, with what they mean.
+std::string CountersToText(const std::vector<tvservice::CounterValue>& counters);
+
+/// Makes text of a stream or a path safe for a terminal: control bytes as \xNN.
+std::string Printable(const std::string& text);
+
+}  // namespace tool

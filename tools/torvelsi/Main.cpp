@@ -1,0 +1,64 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+#include "softplatform/service/SoftwarePlatform.h"
+#include "tools/torvelsi/Arguments.h"
+#include "tools/torvelsi/Command.h"
+#include "tools/torvelsi/ExitCode.h"
+#include "tools/torvelsi/Session.h"
+
+namespace {
+
+int RunTool(int argc, char** argv) {
+    CLI::App app("Reads the service information of a digital-television multiplex.", "torvelsi");
+    app.set_version_flag("--version", TORVELSI_VERSION);
+    app.require_subcommand(1);
+    app.footer(
+        "Data goes to standard output, progress and the log to standard error.\n"
+        "Exit status: 0 done, 1 wrong usage, 2 input cannot be read or output written,\n"
+        "3 incomplete or timed out.");
+    std::string logLevel = "off";
+    app.add_option("--log-level", logLevel,
+                   "show the log from this level up: debug, info, warning, error, off")
+        ->capture_default_str();
+    tool::Run run;
+    tool::AddScanCommand(app, run);
+    tool::AddSectionsCommand(app, run);
+    tool::AddGenerateCommand(app, run);
+    app.fallthrough();
+    try {
+        app.parse(argc, argv);
+        tvservice::SetLogPriority(tool::ParseLogLevel(logLevel));
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? tool::kDone : tool::kUsage;
+    } catch (const std::invalid_argument& error) {
+        tool::PrintError(error.what());
+        return tool::kUsage;
+    }
+    tool::CatchInterrupts();
+    return run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int status = tool::kUnreadable;
+    try {
+        status = RunTool(argc, argv);
+    } catch (const std::exception& error) {
+        tool::PrintError(error.what());
+    }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        tool::PrintError(fmt::format("standard output: {}", std::strerror(errno)));
+        status = tool::kUnreadable;
+    }
+    // The section manager lives as long as the process: returning from main would end in its
+    // termination.
+    std::quick_exit(status);
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+
+namespace tool {
+
+/// Shows on a terminal how far the source that plays has come: a line on standard error, rewritten
+/// a few times a second and wiped at the end. Does nothing when standard error is no terminal.
+class Progress {
+  public:
+    /// @param totalBytes  of the source; 0 when unknown
+    explicit Progress(std::uint64_t totalBytes);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+  private:
+    void Show();
+
+    const std::uint64_t totalBytes_;
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    bool end_ = false;  // guarded by mutex_
+    std::thread thread_;
+};
+
+}  // namespace tool

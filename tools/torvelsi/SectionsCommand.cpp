@@ -1,0 +1,351 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "SI/Include/ISectionManager.h"
+#include "client/Barrier.h"
+#include "tools/torvelsi/Arguments.h"
+#include "tools/torvelsi/Command.h"
+#include "tools/torvelsi/ExitCode.h"
+#include "tools/torvelsi/Format.h"
+#include "tools/torvelsi/Progress.h"
+#include "tools/torvelsi/Session.h"
+
+namespace tool {
+
+namespace {
+
+using TORVEL_MW::ISectionManager;
+using tvservice::InputEnd;
+using tvservice::SoftwarePlatform;
+
+constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
+constexpr int kSyntaxHeader = 8;  // bytes up to last_section_number
+constexpr std::chrono::milliseconds kSignalPoll(50);
+
+enum class SectionsFormat { kHex, kJson, kBinary };
+
+struct Request {
+    std::string input;
+    unsigned short pid = 0;
+    std::optional<unsigned int> tableId;
+    std::optional<unsigned int> extension;
+    std::vector<unsigned char> pattern;
+    std::vector<unsigned char> mask;
+    std::vector<unsigned char> mode;
+    ISectionManager::EFilterMode filterMode = ISectionManager::EContinuous;
+    unsigned int timeout = kNoTimeout;
+    std::optional<std::uint64_t> count;
+    SectionsFormat format = SectionsFormat::kHex;
+};
+
+/// The fields of a section's header (ISO/IEC 13818-1 2.4.4.11) that show what it is.
+Json SectionToJson(unsigned short id, unsigned short pid, const unsigned char* data,
+                   unsigned short length) {
+    const bool syntax = length >= kSyntaxHeader && (data[1] & 0x80) != 0;
+    Json json = {{"id", id}, {"pid", pid}, {"length", length}, {"table_id", data[0]}};
+    const auto optional = [&](const char* name, int value) {
+        json[name] = syntax ? Json(value) : Json();
+    };
+    optional("table_id_extension", syntax ? data[3] << 8 | data[4] : 0);
+    optional("version_number", syntax ? data[5] >> 1 & 0x1F : 0);
+    json["current_next_indicator"] = syntax ? Json((data[5] & 1) != 0) : Json();
+    optional("section_number", syntax ? data[6] : 0);
+    optional("last_section_number", syntax ? data[7] : 0);
+    json["data"] = Hex(data, length);
+    return json;
+}
+
+std::string SectionToText(unsigned short id, unsigned short pid, const unsigned char* data,
+                          unsigned short length) {
+    constexpr int kBytesPerLine = 16;
+    std::string text =
+        fmt::format("subscription {}, PID {}, table_id {}", id, Id16(pid), Id8(data[0]));
+    if (length >= kSyntaxHeader && (data[1] & 0x80) != 0) {
+        text +=
+            fmt::format(", extension {}, version {}{}, section {} of 0 to {}",
+                        Id16(static_cast<unsigned int>(data[3] << 8 | data[4])),
+                        data[5] >> 1 & 0x1F, (data[5] & 1) != 0 ? "" : " (next)", data[6], data[7]);
+    }
+    text += fmt::format(", {} bytes\n", length);
+    for (int at = 0; at < length; at += kBytesPerLine) {
+        const int end = std::min<int>(at + kBytesPerLine, length);
+        std::string characters;
+        for (int i = at; i < end; ++i) {
+            characters += data[i] >= 0x20 && data[i] < 0x7F ? static_cast<char>(data[i]) : '.';
+        }
+        text +=
+            fmt::format("  {:04x}  {:<47}  {}\n", at,
+                        fmt::format("{:02x}", fmt::join(data + at, data + end, " ")), characters);
+    }
+    return text;
+}
+
+/// Prints each section on the event thread. Lives as long as the process: after an interruption
+/// sections may still be on their way to it.
+class Printer : public TORVEL_MW::ISectionObserver {
+  public:
+    explicit Printer(const Request& request)
+        : format_(request.format),
+          wanted_(request.filterMode == ISectionManager::EOneShot ? std::optional<std::uint64_t>(1)
+                                                                  : request.count),
+          armed_(request.timeout != kNoTimeout) {}
+
+    void OnSectionReceived(unsigned short id, unsigned short pid, unsigned short length,
+                           unsigned char* data) override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        armed_ = false;
+        if (closed_ || Enough()) {
+            return;
+        }
+        if (format_ == SectionsFormat::kBinary) {
+            std::fwrite(data, 1, length, stdout);
+        } else if (format_ == SectionsFormat::kHex) {
+            fmt::print("{}", SectionToText(id, pid, data, length));
+        } else {
+            fmt::print("{}\n    {}", sections_ == 0 ? "" : ",",
+                       SectionToJson(id, pid, data, length).dump());
+        }
+        ++sections_;
+        changed_.notify_all();
+        if (Enough()) {
+            SoftwarePlatform::Instance().Interrupt();
+        }
+    }
+
+    void OnSectionTimeout(unsigned int id) override {
+        std::lock_guard<std::mutex> lock(mutex_);
+        armed_ = false;
+        timedOut_ = true;
+        changed_.notify_all();
+        if (!closed_) {
+            PrintError(fmt::format("subscription {}: no section within the time-out", id));
+        }
+    }
+
+    /// Waits for the time-out while it is armed and nothing has come, or for a signal.
+    void WaitForTimeout() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        while (armed_ && !Interrupted()) {
+            changed_.wait_for(lock, kSignalPoll);  // a signal cannot notify
+        }
+    }
+
+    /// Nothing is printed after this.
+    void Close() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        closed_ = true;
+    }
+
+    std::uint64_t Sections() const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return sections_;
+    }
+
+    bool TimedOut() const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return timedOut_;
+    }
+
+    bool GotAllWanted() const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return !wanted_ || Enough();
+    }
+
+  private:
+    bool Enough() const { return wanted_ && sections_ >= *wanted_; }
+
+    const SectionsFormat format_;
+    const std::optional<std::uint64_t> wanted_;
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    bool armed_;  // guarded by mutex_, as all below
+    bool timedOut_ = false;
+    bool closed_ = false;
+    std::uint64_t sections_ = 0;
+};
+
+unsigned int Subscribe(const Request& request, Printer& printer) {
+    ISectionManager& manager = *ISectionManager::Instance();
+    if (!request.tableId) {
+        return manager.Subscribe(request.pid, request.pattern, request.mask, request.mode, printer,
+                                 request.filterMode, request.timeout);
+    }
+    if (request.extension) {
+        return manager.Subscribe(request.pid, *request.tableId, *request.extension, printer,
+                                 request.filterMode, request.timeout);
+    }
+    return manager.Subscribe(request.pid, *request.tableId, printer, request.filterMode,
+                             request.timeout, false);
+}
+
+int Sections(const Request& request) {
+    std::string error;
+    tvservice::SourcePtr source = OpenInput(request.input, error);
+    if (!source) {
+        PrintError(error);
+        return kUnreadable;
+    }
+    const tvservice::SourceInfo info = tvservice::Describe(*source);
+    SoftwarePlatform& platform = SoftwarePlatform::Instance();
+    platform.Start();
+    // Both to the end of the process, as the event thread that may still call them.
+    Printer& printer = *new Printer(request);
+    static_cast<void>(new client::Barrier);
+    const unsigned int id = Subscribe(request, printer);
+    if (id == 0) {
+        PrintError("the platform refused the filter");
+        return kUsage;
+    }
+    if (request.format == SectionsFormat::kJson) {
+        fmt::print(
+            "{{\n  \"schema\": \"torvelsi-sections/1\",\n  \"subscription\": {},\n"
+            "  \"sections\": [",
+            id);
+    }
+
+    InputEnd end{InputEnd::kInterrupted, {}};
+    {
+        const Progress progress(info.size);
+        tvservice::PlayOptions options;
+        // A toggling filter is re-armed when its section has been handled: what the next packet
+        // brings must wait for that.
+        options.reading = tvservice::PlayOptions::kLockStep;
+        platform.Play(std::move(source), options);
+        end = platform.WaitEnd();
+    }
+    printer.WaitForTimeout();
+    printer.Close();
+
+    if (request.format == SectionsFormat::kJson) {
+        const client::InputFacts input{info.name, platform.PacketSize(),
+                                       platform.Counter("packets"), platform.Counter("bytes")};
+        fmt::print("{}],\n  \"timed_out\": {},\n  \"input\": {},\n  \"counters\": {}\n}}\n",
+                   printer.Sections() == 0 ? "" : "\n  ", printer.TimedOut(),
+                   InputToJson(input).dump(-1, ' ', false, Json::error_handler_t::replace),
+                   CountersToJson(platform.Counters()).dump());
+    } else {
+        fmt::print(stderr, "{} sections from {}\n{}", printer.Sections(), Printable(info.name),
+                   CountersToText(platform.Counters()));
+    }
+    if (end.reason == InputEnd::kFailed) {
+        PrintError(end.error);
+        return kUnreadable;
+    }
+    if (printer.TimedOut()) {
+        return kIncomplete;
+    }
+    return printer.GotAllWanted() || Interrupted() ? kDone : kIncomplete;
+}
+
+}  // namespace
+
+void AddSectionsCommand(CLI::App& app, Run& run) {
+    struct Options {
+        std::string input, pid, tableId, extension, pattern, mask, mode, timeout, count;
+        std::string filterMode = "continuous";
+        std::string format = "hex";
+    };
+    auto options = std::make_shared<Options>();
+    CLI::App* command = app.add_subcommand(
+        "sections", "Show the sections that a filter of the section manager lets through");
+    command->add_option("INPUT", options->input, kInputHelp)->required();
+    command->add_option("--pid", options->pid, "the PID; numbers are decimal or 0x hexadecimal")
+        ->required();
+    CLI::Option* tableId =
+        command->add_option("--table-id", options->tableId, "filter by this table_id");
+    command->add_option("--extension", options->extension, "and by this table_id_extension")
+        ->needs(tableId);
+    CLI::Option* pattern = command->add_option(
+        "--pattern", options->pattern, "filter by these bytes, in hexadecimal, from table_id on");
+    CLI::Option* mask = command->add_option("--mask", options->mask,
+                                            "which bits of the pattern count, as many bytes");
+    command
+        ->add_option("--mode", options->mode,
+                     "bits that are 1: at least one of them must differ; as many bytes")
+        ->needs(pattern);
+    pattern->needs(mask)->excludes(tableId);
+    mask->needs(pattern);
+    command
+        ->add_option("--filter-mode", options->filterMode,
+                     "continuous, one-shot (the first section only) or toggle (after each section "
+                     "the other table_id of a pair)")
+        ->check(CLI::IsMember({"continuous", "one-shot", "toggle"}))
+        ->capture_default_str();
+    command->add_option("--timeout", options->timeout,
+                        "how long to wait for the first section: a number with ms, s or min");
+    command->add_option("--count", options->count, "end after so many sections");
+    command
+        ->add_option("--format", options->format,
+                     "hex for people, json for programs, binary for the bare sections")
+        ->check(CLI::IsMember({"hex", "json", "binary"}))
+        ->capture_default_str();
+    command->callback([options, &run] {
+        Request request;
+        const auto number = [](const char* option, const std::string& text, std::uint64_t largest) {
+            try {
+                return ParseNumber(text, largest);
+            } catch (const std::invalid_argument& why) {
+                throw CLI::ValidationError(option, why.what());
+            }
+        };
+        const auto bytes = [](const char* option, const std::string& text) {
+            try {
+                return ParseBytes(text);
+            } catch (const std::invalid_argument& why) {
+                throw CLI::ValidationError(option, why.what());
+            }
+        };
+        request.input = options->input;
+        request.pid = static_cast<unsigned short>(number("--pid", options->pid, 0x1FFF));
+        if (!options->tableId.empty()) {
+            request.tableId =
+                static_cast<unsigned int>(number("--table-id", options->tableId, 0xFF));
+        }
+        if (!options->extension.empty()) {
+            request.extension =
+                static_cast<unsigned int>(number("--extension", options->extension, 0xFFFF));
+        }
+        if (!options->pattern.empty()) {
+            request.pattern = bytes("--pattern", options->pattern);
+            request.mask = bytes("--mask", options->mask);
+            if (!options->mode.empty()) {
+                request.mode = bytes("--mode", options->mode);
+            }
+        }
+        if (options->tableId.empty() && options->pattern.empty()) {
+            throw CLI::RequiredError("--table-id or --pattern");
+        }
+        if (request.mask.size() != request.pattern.size() ||
+            (!request.mode.empty() && request.mode.size() != request.pattern.size())) {
+            throw CLI::ValidationError("--mask and --mode", "must be as long as --pattern");
+        }
+        if (!options->count.empty()) {
+            request.count = number("--count", options->count, UINT64_MAX);
+        }
+        if (!options->timeout.empty()) {
+            try {
+                request.timeout = ParseDuration(options->timeout);
+            } catch (const std::invalid_argument& why) {
+                throw CLI::ValidationError("--timeout", why.what());
+            }
+        }
+        request.filterMode = options->filterMode == "toggle"     ? ISectionManager::EToggle
+                             : options->filterMode == "one-shot" ? ISectionManager::EOneShot
+                                                                 : ISectionManager::EContinuous;
+        request.format = options->format == "json"     ? SectionsFormat::kJson
+                         : options->format == "binary" ? SectionsFormat::kBinary
+                                                       : SectionsFormat::kHex;
+        run = [request] { return Sections(request); };
+    });
+}
+
+}  // namespace tool

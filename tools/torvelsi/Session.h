@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+#include "softplatform/service/SoftwarePlatform.h"
+
+namespace tool {
+
+/// Opens what the user named: a path, "-", or "demo:" (optionally "demo:SCENARIO", see `torvelsi
+/// generate --list`).
+/// @param error  on failure receives one line that names the input and why
+/// @return null on failure
+tvservice::SourcePtr OpenInput(const std::string& input, std::string& error);
+
+/// What INPUT may be, for help texts.
+extern const char* const kInputHelp;
+
+/// Makes SIGINT and SIGTERM end the source that plays instead of the process; a second one ends the
+/// process at once. Call it on the main thread before any other thread starts.
+void CatchInterrupts();
+
+/// True once a signal has asked for the end.
+bool Interrupted();
+
+/// Writes one error line, "torvelsi: ...", to standard error.
+void PrintError(const std::string& line);
+
+}  // namespace tool
