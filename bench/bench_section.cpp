@@ -32,7 +32,7 @@ void Crc(benchmark::State& state, CrcFunction function) {
     std::mt19937 random(1);
     const size_t size = static_cast<size_t>(state.range(0));
     const Bytes bytes = testsupport::RandomBytes(random, size);
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(function(bytes.data(), bytes.size(), kCrc32Initial));
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
@@ -83,7 +83,7 @@ void FiltersCompiled(benchmark::State& state) {
     }
     const Bytes section = SectionThatTheLastAccepts(state.range(0));
     int accepted = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         accepted = 0;
         for (const SectionFilter& filter : filters) {
             accepted += filter.Matches(section.data(), section.size()) ? 1 : 0;
@@ -117,7 +117,7 @@ void FiltersNaive(benchmark::State& state) {
     const std::vector<Criteria> filters = ManyCriteria(state.range(0));
     const Bytes section = SectionThatTheLastAccepts(state.range(0));
     int accepted = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         accepted = 0;
         for (const Criteria& criteria : filters) {
             accepted += MatchesByteByByte(criteria, section) ? 1 : 0;
@@ -171,7 +171,7 @@ void PacketsToSections(benchmark::State& state) {
     PidTable<SectionAssembler> wanted;
     wanted.Set(kSectionPid, &assembler);
     size_t good = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         PacketSync sync(counters);
         continuity.Reset();
         assembler.Discontinuity();

@@ -1,9 +1,11 @@
 # The vocabulary of the house: rooms, warnings, tests.
 
-# Every target of the house compiles with these.
+# Every target of the house compiles with these. GCC 12 sees overlaps in string concatenation where
+# there are none (GCC bug 105651).
 add_library(house_options INTERFACE)
 target_compile_options(house_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 if(TORVELSI_SANITIZE)
     target_compile_options(house_options INTERFACE -fsanitize=${TORVELSI_SANITIZE}

@@ -1,9 +1,9 @@
-#include <cstdio>
-#include <cstdlib>
-#include <thread>
 #include <torvelsi/IPATParser.h>
 #include <torvelsi/ISectionManager.h>
 #include <tvservice/SoftwarePlatform.h>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
 
 struct Programs : TORVEL_MW::ISectionObserver {
     std::unique_ptr<TORVEL_MW::IPATParser> pat = TORVEL_MW::IPATParser::CreatePATParser();

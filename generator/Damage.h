@@ -1,6 +1,6 @@
-// Damage on purpose, to finished streams: what aerials, cables and disks do. Indexes are those of the
-// list at the time of the call; an index outside of it throws std::out_of_range. Calls with a Random
-// do the same on every machine for the same seed; `count` in "one in count" is at least 1.
+// Damage on purpose, to finished streams: what aerials, cables and disks do. Indexes are those of
+// the list at the time of the call; an index outside of it throws std::out_of_range. Calls with a
+// Random do the same on every machine for the same seed; `count` in "one in count" is at least 1.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
-// Builders for descriptors, with the field names of the standards that define them. Each returns the
-// whole descriptor, tag and length included. Text arguments are bytes already coded after
-// EN 300 468 annex A (Utf8 below); language and country codes are three characters. A value that does
+// Builders for descriptors, with the field names of the standards that define them. Each returns
+// the whole descriptor, tag and length included. Text arguments are bytes already coded after EN
+// 300 468 annex A (Utf8 below); language and country codes are three characters. A value that does
 // not fit its field, or a body above 255 bytes, throws std::logic_error.
 #pragma once
 
@@ -81,10 +81,10 @@ Bytes SsuScanLinkageDescriptor(const LinkageTarget& target, std::uint8_t table_t
 Bytes DataBroadcastIdDescriptor(std::uint16_t data_broadcast_id, const Bytes& id_selector);
 // One manufacturer's entry of system_software_update_info (TS 102 006).
 struct SsuInfo {
-    std::uint32_t OUI;                 // 24 bits
-    std::uint8_t update_type = 0;      // 4 bits
+    std::uint32_t OUI;             // 24 bits
+    std::uint8_t update_type = 0;  // 4 bits
     bool update_versioning_flag = false;
-    std::uint8_t update_version = 0;   // 5 bits
+    std::uint8_t update_version = 0;  // 5 bits
     Bytes selector = {};
 };
 // 0x66 with data_broadcast_id 0x000A.
@@ -151,7 +151,8 @@ struct LocalTimeOffset {
 };
 Bytes LocalTimeOffsetDescriptor(const LocalTimeOffset& offset);
 
-// --- Delivery systems (EN 300 468 6.2.13, 6.4.6). All values as coded; BCD fields read well in hex.
+// --- Delivery systems (EN 300 468 6.2.13, 6.4.6). All values as coded; BCD fields read well in
+// hex.
 
 // 0x43
 struct SatelliteDelivery {

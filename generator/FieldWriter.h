@@ -11,8 +11,8 @@
 
 namespace generator {
 
-// Bits collected into bytes. A value that does not fit its width, a width above 64, or bytes written
-// while the last byte is unfinished is a mistake in the caller and throws std::logic_error.
+// Bits collected into bytes. A value that does not fit its width, a width above 64, or bytes
+// written while the last byte is unfinished is a mistake in the caller and throws std::logic_error.
 class BitBuffer {
   public:
     void PutBits(unsigned width, std::uint64_t value);

@@ -35,8 +35,8 @@ struct PacketFields {
 };
 
 // One packet. A payload that does not fill it is moved to its end by stuffing in the adaptation
-// field; an empty payload makes a packet of adaptation field alone. A payload that does not fit, or a
-// value wider than its field, throws std::logic_error.
+// field; an empty payload makes a packet of adaptation field alone. A payload that does not fit, or
+// a value wider than its field, throws std::logic_error.
 Packet MakePacket(const PacketFields& fields, const Bytes& payload);
 
 // The PID of a packet.

@@ -16,8 +16,8 @@ struct ScenarioInfo {
 std::vector<ScenarioInfo> Scenarios();
 
 // The stream of a scenario, in packets of 188 bytes (damaged ones may lack some of them); empty for
-// a name that does not exist. The seed chooses pictures, sound, first counters and damage; the tables
-// of a scenario are the same for every seed. May be called on any thread.
+// a name that does not exist. The seed chooses pictures, sound, first counters and damage; the
+// tables of a scenario are the same for every seed. May be called on any thread.
 std::vector<std::uint8_t> MakeScenario(std::string_view name, std::uint64_t seed = 0);
 
 }  // namespace generator

@@ -18,8 +18,8 @@
 
 namespace generator {
 
-// The field calls of FieldWriter write the body, from behind last_section_number (long form) or from
-// behind section_length (short form); the calls below may come in any order among them.
+// The field calls of FieldWriter write the body, from behind last_section_number (long form) or
+// from behind section_length (short form); the calls below may come in any order among them.
 class SectionBuilder : public FieldWriter<SectionBuilder> {
   public:
     // A section of the long form (section_syntax_indicator 1, ISO/IEC 13818-1 2.4.4.11) with
@@ -35,7 +35,8 @@ class SectionBuilder : public FieldWriter<SectionBuilder> {
     SectionBuilder& Number(std::uint8_t section_number, std::uint8_t last_section_number);
     SectionBuilder& PrivateIndicator(bool private_indicator);
 
-    // The short form: section_syntax_indicator 0, nothing between section_length and body, no CRC_32.
+    // The short form: section_syntax_indicator 0, nothing between section_length and body, no
+    // CRC_32.
     SectionBuilder& WithoutSyntax();
     // A CRC_32 at the end of a section of the short form (time offset section).
     SectionBuilder& WithCrc();

@@ -11,9 +11,9 @@
 namespace generator {
 
 struct Packing {
-    // false: each section begins a packet of its own, behind pointer_field 0, and the last packet of
-    // each is filled up with 0xFF. true: each section begins behind the last byte of the one before,
-    // wherever that is; the last packet is filled up.
+    // false: each section begins a packet of its own, behind pointer_field 0, and the last packet
+    // of each is filled up with 0xFF. true: each section begins behind the last byte of the one
+    // before, wherever that is; the last packet is filled up.
     bool back_to_back = false;
     // Bytes of payload in every packet, pointer_field included (2 to 184); the rest is stuffing in
     // the adaptation field. Small payloads split section headers over packets.

@@ -95,7 +95,8 @@ struct EitService {
     std::uint16_t transport_stream_id;
     std::uint16_t original_network_id;
 };
-// Section 0 holds the present event, section 1 the following; either list may be empty.
+// Section 0 holds the present event, section 1 the following; either list may be empty. Each is one
+// section, of up to 4096 bytes whatever the options say.
 Sections MakeEitPresentFollowing(Scope scope, const EitService& service,
                                  const std::vector<EitEvent>& present,
                                  const std::vector<EitEvent>& following,
@@ -103,8 +104,7 @@ Sections MakeEitPresentFollowing(Scope scope, const EitService& service,
 // Schedule from the midnight `first_day` (seconds since 1970) on, `events` in order of start_time
 // and none before it: every three hours are a segment of eight section numbers, and 32 segments a
 // sub-table (TS 101 211 4.1.4.2.1). Returns the sections of every sub-table needed, 0x50 or 0x60
-// upwards, table_id by table_id; a segment without an event has one empty section. Sections may be up
-// to 4096 bytes long.
+// upwards, table_id by table_id; a segment without an event has one empty section.
 Sections MakeEitSchedule(Scope scope, const EitService& service, std::int64_t first_day,
                          const std::vector<EitEvent>& events, const TableOptions& options = {});
 

@@ -53,7 +53,7 @@ inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
     {Counter::kScrambledPackets, "scrambled_packets",
      "packets left alone because they are scrambled"},
     {Counter::kMalformedPackets, "malformed_packets",
-     "packets with a bad adaptation field or a reserved adaptation_field_control"},
+     "packets of wanted PIDs with a bad adaptation field or adaptation_field_control"},
     {Counter::kContinuityGaps, "continuity_gaps", "jumps of continuity_counter on wanted PIDs"},
     {Counter::kDuplicatePackets, "duplicate_packets", "packets sent twice on wanted PIDs"},
     {Counter::kAnnouncedDiscontinuities, "announced_discontinuities",

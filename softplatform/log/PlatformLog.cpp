@@ -138,7 +138,6 @@ int LOG(int bufferId, int priority, const char* tag, const char* format, ...) {
         onHeap.reset(new (std::nothrow) char[size]);
         if (onHeap != nullptr) {
             line = onHeap.get();
-            errno = callersErrno;  // for %m
             va_start(arguments, format);
             std::vsnprintf(line, size, format, arguments);
             va_end(arguments);

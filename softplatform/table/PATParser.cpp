@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 #include "platform/TCPATParser.h"
@@ -19,28 +18,28 @@ namespace {
 constexpr uint8_t kPatTableId = 0x00;
 constexpr size_t kProgramSize = 4;  // program_number, reserved, PID
 
-}  // namespace
-
-struct TCPATParser::Impl {
-    struct Program {
-        uint16_t program_number;
-        uint16_t PID;
-    };
-    std::vector<Program> programs;  // of all sections held, in section_number order
-
-    void Rebuild(const SubTable& table);
+struct Program {
+    uint16_t program_number;
+    uint16_t PID;
 };
 
-void TCPATParser::Impl::Rebuild(const SubTable& table) {
-    std::vector<Program> list;
+// Of all sections held, in section_number order.
+std::vector<Program> ProgramsOf(const SubTable& table) {
+    std::vector<Program> programs;
     for (const auto& [number, bytes] : table.sections()) {
         const ByteView loop = SectionView::From(bytes.data(), bytes.size())->body();
         for (size_t at = 0; at < loop.size(); at += kProgramSize) {
-            list.push_back({loop.U16(at), static_cast<uint16_t>(loop.U16(at + 2) & 0x1FFF)});
+            programs.push_back({loop.U16(at), static_cast<uint16_t>(loop.U16(at + 2) & 0x1FFF)});
         }
     }
-    programs = std::move(list);
+    return programs;
 }
+
+}  // namespace
+
+struct TCPATParser::Impl {
+    std::vector<Program> programs;
+};
 
 TCPATParser::TCPATParser(TVSHandle const&) : m_impl(std::make_unique<Impl>()) {}
 
@@ -54,7 +53,7 @@ bool TCPATParser::Parse(short, unsigned char* bytes) {
     SubTable& table = TVServiceInternals::Of<TCBaseSection>(*this).sections;
     if (table.Judge(*section) != SubTable::Change::kRepeat) {
         table.Store(*section);
-        m_impl->Rebuild(table);
+        m_impl->programs = ProgramsOf(table);
     }
     // ISO/IEC 13818-1 2.4.4.5: table_id_extension is the transport_stream_id.
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = section->table_id_extension();

@@ -15,7 +15,9 @@ std::optional<std::uint32_t> DecodeTwoDigits(std::uint32_t coded) {
     return tens * 10 + units;
 }
 
-std::uint32_t EncodeTwoDigits(std::uint32_t value) { return (value / 10) << 4 | value % 10; }
+std::uint32_t EncodeTwoDigits(std::uint32_t value) {
+    return (value / 10) << 4 | value % 10;
+}
 
 }  // namespace
 

@@ -15,17 +15,17 @@ constexpr std::uint64_t kUndefinedTime = 0xFFFFFFFFFFu;
 constexpr std::uint32_t kLongestDuration = 99 * 3600 + 59 * 60 + 59;
 
 // Seconds since 1970-01-01T00:00:00Z (negative before it) of a 40-bit field: 16 bits of Modified
-// Julian Date, then hours, minutes and seconds, two digits each. Nothing when the time is undefined,
-// when a digit is above nine, when the time of day is past 23:59:59, or when `coded` has more than
-// 40 bits.
+// Julian Date, then hours, minutes and seconds, two digits each. Nothing when the time is
+// undefined, when a digit is above nine, when the time of day is past 23:59:59, or when `coded` has
+// more than 40 bits.
 std::optional<std::int64_t> DecodeTime(std::uint64_t coded);
 
 // The inverse: a 40-bit field. Nothing when the day lies outside the 16-bit Modified Julian Date
 // (1858-11-17 to 2038-04-22).
 std::optional<std::uint64_t> EncodeTime(std::int64_t secondsSince1970);
 
-// Seconds of a 24-bit duration: hours (00 to 99), minutes and seconds, two digits each. Nothing when
-// a digit is above nine, minutes or seconds are above 59, or `coded` has more than 24 bits.
+// Seconds of a 24-bit duration: hours (00 to 99), minutes and seconds, two digits each. Nothing
+// when a digit is above nine, minutes or seconds are above 59, or `coded` has more than 24 bits.
 std::optional<std::uint32_t> DecodeDuration(std::uint32_t coded);
 
 // The inverse: a 24-bit field. Nothing when `seconds` is above kLongestDuration.

@@ -114,6 +114,7 @@ class Printer : public TORVEL_MW::ISectionObserver {
             fmt::print("{}\n    {}", sections_ == 0 ? "" : ",",
                        SectionToJson(id, pid, data, length).dump());
         }
+        std::fflush(stdout);  // somebody may be watching a live input
         ++sections_;
         changed_.notify_all();
         if (Enough()) {

@@ -51,9 +51,9 @@ TEST(Counters, HaveDistinctSnakeCaseNamesAndAMeaning) {
 
 TEST(Counters, AddSharedLosesNothingBetweenThreads) {
     Counters counters;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&counters] {
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+        thread = std::thread([&counters] {
             for (int n = 0; n < 20000; ++n) {
                 counters.AddShared(Counter::kRefusedSubscriptions);
             }

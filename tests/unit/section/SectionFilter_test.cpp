@@ -161,7 +161,10 @@ TEST(SectionFilter, AnswersAsTheBitwiseTwinDoes) {
         Bytes mask(size);
         Bytes mode(random() % 4 == 0 ? 0 : size);
         for (size_t i = 0; i < size; ++i) {
-            mask[i] = random() % 2 == 0 ? static_cast<uint8_t>(random() & random()) : uint8_t{0};
+            if (random() % 2 == 0) {
+                mask[i] = static_cast<uint8_t>(random());
+                mask[i] &= static_cast<uint8_t>(random());
+            }
             if (!mode.empty() && random() % 3 == 0) {
                 mode[i] = static_cast<uint8_t>(random());
             }

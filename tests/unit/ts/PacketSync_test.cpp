@@ -118,7 +118,7 @@ Outcome FeedWhole(const Bytes& stream) {
 
 // What is found in `stream`; every chunking must agree.
 Outcome Found(const Bytes& stream) {
-    const Outcome whole = FeedWhole(stream);
+    Outcome whole = FeedWhole(stream);
     for (const size_t size : {1u, 17u, 188u, 1316u}) {
         EXPECT_EQ(FeedInPieces(stream, [size] { return size; }), whole) << "in pieces of " << size;
     }

@@ -1,0 +1,110 @@
+#include "generator/SectionPacker.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace generator {
+namespace {
+
+// Cuts a run of bytes, in which units begin at known places, into packets.
+class Cutter {
+  public:
+    Cutter(std::uint16_t pid, const Packing& packing) : pid_(pid), packing_(packing) {}
+
+    // Cuts `bytes`; `starts` are the ascending offsets at which sections begin. The last packet is
+    // filled up with 0xFF.
+    void Cut(const Bytes& bytes, const std::vector<std::size_t>& starts) {
+        auto next = starts.begin();
+        std::size_t position = 0;
+        while (position < bytes.size()) {
+            const std::size_t toStart =
+                next == starts.end() ? bytes.size() - position : *next - position;
+            const bool begins = next != starts.end() && toStart + 2 < packing_.payload_size;
+            // A section that would begin in the byte which pointer_field needs waits for the next
+            // packet; this one ends before it.
+            const std::size_t room =
+                begins ? packing_.payload_size - 1 : std::min(packing_.payload_size, toStart);
+            const std::size_t size = std::min(room, bytes.size() - position);
+            const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(position);
+            Bytes payload;
+            if (begins) {
+                payload.push_back(static_cast<std::uint8_t>(toStart));
+            }
+            payload.insert(payload.end(), from, from + static_cast<std::ptrdiff_t>(size));
+            position += size;
+            if (position == bytes.size()) {
+                payload.resize(packing_.payload_size, 0xFF);
+            }
+            while (next != starts.end() && *next < position) {
+                ++next;
+            }
+            Append(begins, payload);
+        }
+    }
+
+    PacketList Take() { return std::move(packets_); }
+
+  private:
+    void Append(bool begins, const Bytes& payload) {
+        PacketFields fields{.pid = pid_};
+        fields.payload_unit_start_indicator = begins;
+        fields.transport_scrambling_control = packing_.transport_scrambling_control;
+        if (packing_.discontinuity_indicator && packets_.empty()) {
+            fields.adaptation_field = AdaptationField{.discontinuity_indicator = true};
+        }
+        packets_.push_back(MakePacket(fields, payload));
+    }
+
+    std::uint16_t pid_;
+    Packing packing_;
+    PacketList packets_;
+};
+
+}  // namespace
+
+PacketList PackSections(std::uint16_t pid, const Sections& sections, const Packing& packing) {
+    if (packing.payload_size < 2 || packing.payload_size > kPayloadSize ||
+        packing.before_first.size() > packing.payload_size - 2) {
+        throw std::logic_error("no such packing");
+    }
+    Packing chosen = packing;
+    if (packing.discontinuity_indicator) {
+        chosen.payload_size = std::min(packing.payload_size, kPayloadSize - 2);
+    }
+    Cutter cutter(pid, chosen);
+    Bytes run = packing.before_first;
+    std::vector<std::size_t> starts;
+    for (const Bytes& section : sections) {
+        starts.push_back(run.size());
+        run.insert(run.end(), section.begin(), section.end());
+        if (!packing.back_to_back) {
+            cutter.Cut(run, starts);
+            run.clear();
+            starts.clear();
+        }
+    }
+    cutter.Cut(run, starts);
+    return cutter.Take();
+}
+
+PacketList PackSectionHead(std::uint16_t pid, const Bytes& section, std::size_t size) {
+    PacketList packets;
+    const std::size_t end = std::min(size, section.size());
+    std::size_t position = 0;
+    while (position < end) {
+        Bytes payload;
+        if (position == 0) {
+            payload.push_back(0);  // pointer_field
+        }
+        const std::size_t taken = std::min(kPayloadSize - payload.size(), end - position);
+        const auto from = section.begin() + static_cast<std::ptrdiff_t>(position);
+        payload.insert(payload.end(), from, from + static_cast<std::ptrdiff_t>(taken));
+        packets.push_back(
+            MakePacket({.pid = pid, .payload_unit_start_indicator = position == 0}, payload));
+        position += taken;
+    }
+    return packets;
+}
+
+}  // namespace generator

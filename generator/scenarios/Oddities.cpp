@@ -1,0 +1,186 @@
+#include <string>
+#include <vector>
+
+#include "generator/Descriptors.h"
+#include "generator/Packet.h"
+#include "generator/Random.h"
+#include "generator/SectionBuilder.h"
+#include "generator/Tables.h"
+#include "generator/TsWriter.h"
+#include "generator/scenarios/Streams.h"
+#include "softplatform/text/Time.h"
+
+namespace generator {
+namespace {
+
+constexpr std::uint16_t kTransportStream = 0x0650;
+constexpr std::uint16_t kOtherTransportStream = 0x0651;
+constexpr std::uint16_t kOriginalNetwork = 0xFF10;
+constexpr std::uint16_t kNetwork = 0xFF13;
+constexpr std::uint16_t kBouquet = 0xF201;
+
+struct OddTable {
+    std::uint16_t pid;
+    Sections sections;
+};
+
+// No programme 0; 11590 stands for a map that calls itself 11690; 21 and 22 share a PID.
+OddTable OddPat() {
+    return {0x0000, MakePat(kTransportStream, {{11590, 0x0500}, {21, 0x0510}, {22, 0x0510}},
+                            {.version_number = 2})};
+}
+
+OddTable MislabelledMap() {
+    const Bytes registration = RegistrationDescriptor(0x4F444459, {0x01, 0x02, 0x03, 0x04, 0x05});
+    return {0x0500,
+            MakePmt({11690,
+                     kNullPid,
+                     {registration},
+                     {{0x06, 0x0501, {registration, RegistrationDescriptor(0x4F444459)}}}})};
+}
+
+// Both maps in one packet.
+OddTable SharedMaps() {
+    const Sections first = MakePmt({21, 0x0511, {}, {{0x02, 0x0511}}});
+    const Sections second = MakePmt({22, 0x0521, {}, {{0x02, 0x0521}, {0x03, 0x0522}}});
+    return {0x0510, {first[0], second[0]}};
+}
+
+// A T2 delivery descriptor of every descriptor_length from 4 to that of two full cells, each for a
+// transport stream of its own: most lengths end inside a field.
+std::vector<MuxEntry> CutT2Deliveries() {
+    const Bytes body =
+        T2DeliveryBody({.plp_id = 7,
+                        .T2_system_id = 0x0650,
+                        .bandwidth = 1,
+                        .tfs_flag = true,
+                        .cells = {{0x0001, {47400000, 48200000}, {{1, 49000000}}},
+                                  {0x0002, {50600000}, {{2, 51400000}, {3, 52200000}}}}});
+    std::vector<MuxEntry> muxes;
+    for (std::size_t length = 4; length <= body.size() + 1; ++length) {
+        const Bytes cut(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length - 1));
+        muxes.push_back({static_cast<std::uint16_t>(0x1000 + length),
+                         kOriginalNetwork,
+                         {ExtensionDescriptor(0x04, cut)}});
+    }
+    return muxes;
+}
+
+// Without a name, without a frequency, and with the T2 body where an encoder forgot the tag 0x7F.
+OddTable OddNit() {
+    MuxTable network{.id = kNetwork,
+                     .descriptors = {NetworkNameDescriptor("")},
+                     .transport_streams = CutT2Deliveries()};
+    const Bytes bareT2 =
+        T2DeliveryBody({.plp_id = 1, .T2_system_id = 0x0651, .cells = {{0x0003, {54600000}}}});
+    network.transport_streams.push_back(
+        {kTransportStream,
+         kOriginalNetwork,
+         {TerrestrialDeliveryDescriptor({.centre_frequency = 0xFFFFFFFF})}});
+    network.transport_streams.push_back(
+        {kOtherTransportStream, kOriginalNetwork, {Descriptor(0x04, bareT2)}});
+    network.transport_streams.push_back({0x0652, kOriginalNetwork});
+    return {0x0010, MakeNit(Scope::kActual, network, {.version_number = 31})};
+}
+
+// Every linkage_type from 0x81 to 0xA2 with as many private bytes as its place in the row, and
+// update linkages without a maker, with one maker twice, with lengths that point outside.
+OddTable OddBat() {
+    const LinkageTarget target{kTransportStream, kOriginalNetwork, 21};
+    MuxTable bouquet{.id = kBouquet, .descriptors = {BouquetNameDescriptor("")}};
+    for (std::uint8_t linkage_type = 0x81; linkage_type <= 0xA2; ++linkage_type) {
+        bouquet.descriptors.push_back(
+            LinkageDescriptor(target, linkage_type, Bytes(linkage_type - 0x81u, linkage_type)));
+    }
+    bouquet.descriptors.push_back(SsuLinkageDescriptor(target, {}));
+    bouquet.descriptors.push_back(
+        SsuLinkageDescriptor(target, {{0x02A1B2, {0x01}}, {0x02A1B2, {0x02, 0x03}}}));
+    const Bytes ouiDataTooLong{0x20, 0x02, 0xA1, 0xB2, 0x00};
+    const Bytes selectorTooLong{0x05, 0x02, 0xA1, 0xB2, 0x09, 0xAA};
+    bouquet.descriptors.push_back(LinkageDescriptor(target, 0x09, ouiDataTooLong));
+    bouquet.descriptors.push_back(LinkageDescriptor(target, 0x09, selectorTooLong));
+    bouquet.descriptors.push_back(LinkageDescriptor(target, 0x0A));  // no table_type
+    bouquet.descriptors.push_back(SsuScanLinkageDescriptor(target, 0));
+    return {0x0011, MakeBat(bouquet)};
+}
+
+// One service a section, as many sections as asked.
+Sections ManySections(Scope scope, std::uint16_t transport_stream_id, std::uint16_t count) {
+    Sdt sdt{transport_stream_id, kOriginalNetwork};
+    for (std::uint16_t i = 0; i < count; ++i) {
+        sdt.services.push_back(
+            {.service_id = static_cast<std::uint16_t>(0x2000 + i),
+             .descriptors = {ServiceDescriptor(0x01, "", "No. " + std::to_string(i))}});
+    }
+    return MakeSdt(scope, sdt, {.entries_per_section = 1});
+}
+
+// 64 sections about this transport stream, the first of them with a service without names, a
+// service without descriptors, and one whose service descriptor is cut.
+OddTable LongSdt() {
+    Sections sections = ManySections(Scope::kActual, kTransportStream, 64);
+    Sdt odd{kTransportStream, kOriginalNetwork};
+    odd.services = {{.service_id = 21, .descriptors = {ServiceDescriptor(0x01, "", "")}},
+                    {.service_id = 22},
+                    {.service_id = 11590, .descriptors = {Descriptor(0x48, {0x01, 0x05, 'c'})}}};
+    const Bytes first = MakeSdt(Scope::kActual, odd).front();
+    // Its body again, as the first of 64.
+    sections.front() = SectionBuilder(0x42)
+                           .TableIdExtension(kTransportStream)
+                           .Number(0, 63)
+                           .Raw(Bytes(first.begin() + 8, first.end() - 4))
+                           .Build();
+    return {0x0011, sections};
+}
+
+// "Other" about this very transport stream, under another name than "actual".
+OddTable OwnSdtAsOther() {
+    const Sdt sdt{kTransportStream,
+                  kOriginalNetwork,
+                  {{.service_id = 21, .descriptors = {ServiceDescriptor(0x01, "", "Mirror")}}}};
+    return {0x0011, MakeSdt(Scope::kOther, sdt, {.version_number = 3})};
+}
+
+// Present: start_time and duration undefined (EN 300 468 5.2.4). Following: digits above nine.
+OddTable OddEit() {
+    const auto section = [](std::uint8_t number, std::uint64_t start_time, std::uint32_t duration) {
+        return SectionBuilder(0x4E)
+            .TableIdExtension(21)
+            .Number(number, 1)
+            .U16(kTransportStream)
+            .U16(kOriginalNetwork)
+            .U8(1)
+            .U8(0x4E)
+            .U16(0x0100u + number)
+            .U40(start_time)
+            .U24(duration)
+            .Bits(3, 0)
+            .Bits(1, 0)
+            .Length12(ShortEventDescriptor("und", "", ""))
+            .Build();
+    };
+    return {0x0012,
+            {section(0, tvservice::kUndefinedTime, 0xFFFFFF), section(1, 0xF0001A2B3C, 0x9A7060)}};
+}
+
+}  // namespace
+
+PacketList MakeOddities(std::uint64_t seed) {
+    const std::vector<OddTable> tables{
+        OddPat(),        MislabelledMap(),
+        SharedMaps(),    OddNit(),
+        OddBat(),        LongSdt(),
+        OwnSdtAsOther(), {0x0011, ManySections(Scope::kOther, kOtherTransportStream, 256)},
+        OddEit()};
+    Random random(seed);
+    TsWriter writer;
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        for (const OddTable& table : tables) {
+            writer.WriteSections(table.pid, table.sections, {.back_to_back = true});
+            writer.WriteNull(static_cast<std::size_t>(random.Below(8)));
+        }
+    }
+    return writer.packets();
+}
+
+}  // namespace generator

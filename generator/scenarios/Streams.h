@@ -1,0 +1,22 @@
+// The streams behind the names of Scenarios.h, one file each.
+#pragma once
+
+#include <cstdint>
+
+#include "generator/Bytes.h"
+#include "generator/Packet.h"
+
+namespace generator {
+
+// Ten seconds of a plausible multiplex, 800 packets a second, without any error.
+PacketList MakeDemo(std::uint64_t seed);
+// Sub-tables that change their version in every way, announced and not.
+PacketList MakeVersions(std::uint64_t seed);
+// Legal and illegal rarities that are seen on air, in undamaged packets.
+PacketList MakeOddities(std::uint64_t seed);
+// The same sections in every packing, and packets that a section layer must leave alone.
+PacketList MakePacketisation(std::uint64_t seed);
+// The demo after a bad way: losses, duplicates, exchanges, bit errors, lost bytes, a cut end.
+Bytes MakeDamaged(std::uint64_t seed);
+
+}  // namespace generator

@@ -1,0 +1,321 @@
+"""What the command-line tool promises. usage: tool_test.py TOOL [TestCase...]"""
+
+import json
+import os
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+TOOL = None
+COUNTERS = ("sync_losses", "continuity_gaps", "duplicate_packets", "transport_errors",
+            "scrambled_packets", "crc_errors", "truncated_sections", "oversize_sections")
+
+
+def run(*arguments, stdin=b"", text=True):
+    done = subprocess.run([TOOL, *arguments], input=stdin, capture_output=True, timeout=60)
+    if text:
+        done.stdout = done.stdout.decode()
+        done.stderr = done.stderr.decode()
+    return done
+
+
+def demo():
+    with tempfile.NamedTemporaryFile(suffix=".ts") as out:
+        assert run("generate", out.name).returncode == 0
+        out.seek(0)
+        return out.read()
+
+
+def pat_packet(programs, version=0, continuity_counter=0):
+    """A packet that holds one PAT section, made here."""
+    body = bytes([0, 1, 0xC1 | version << 1, 0, 0])
+    for number, pid in programs:
+        body += number.to_bytes(2, "big") + (0xE000 | pid).to_bytes(2, "big")
+    section = bytes([0, 0xB0, len(body) + 4]) + body
+    crc = 0xFFFFFFFF
+    for byte in section:
+        crc ^= byte << 24
+        for _ in range(8):
+            crc = (crc << 1 ^ 0x04C11DB7 if crc & 0x80000000 else crc << 1) & 0xFFFFFFFF
+    section += crc.to_bytes(4, "big")
+    packet = bytes([0x47, 0x40, 0x00, 0x10 | continuity_counter, 0]) + section
+    return packet + bytes([0xFF] * (188 - len(packet)))
+
+
+class Generate(unittest.TestCase):
+    def test_same_seed_same_bytes(self):
+        self.assertEqual(demo(), demo())
+        self.assertEqual(len(demo()) % 188, 0)
+
+    def test_another_seed_other_bytes(self):
+        with tempfile.NamedTemporaryFile() as out:
+            self.assertEqual(run("generate", out.name, "--seed", "7").returncode, 0)
+            self.assertNotEqual(out.read(), demo())
+
+    def test_lists_scenarios_that_can_be_scanned(self):
+        listed = run("generate", "--list")
+        self.assertEqual(listed.returncode, 0)
+        names = [line.split()[0] for line in listed.stdout.splitlines()]
+        self.assertEqual(names[0], "demo")
+        for name in names:
+            with self.subTest(name):
+                scan = run("scan", "demo:" + name, "--format", "json")
+                self.assertIn(scan.returncode, (0, 3))
+                self.assertGreater(json.loads(scan.stdout)["input"]["packets"], 0)
+
+    def test_unknown_scenario_is_wrong_usage(self):
+        done = run("generate", "/dev/null", "--scenario", "nonsense")
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("nonsense", done.stderr)
+
+    def test_unwritable_output_is_named(self):
+        done = run("generate", "/nowhere/at/all.ts")
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("/nowhere/at/all.ts", done.stderr)
+        self.assertIn("No such file", done.stderr)
+
+
+class Scan(unittest.TestCase):
+    def test_shows_the_programs_of_the_demonstration_multiplex(self):
+        done = run("scan", "demo:", "--format", "json")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(done.stderr, "")
+        document = json.loads(done.stdout)
+        self.assertEqual(list(document), ["schema", "complete", "missing", "input", "counters",
+                                          "pat", "cat", "programs", "services", "events",
+                                          "networks", "bouquets"])
+        self.assertEqual(document["schema"], "torvelsi-scan/1")
+        self.assertIs(document["complete"], True)
+        self.assertEqual(document["missing"], [])
+        self.assertEqual(document["input"]["uri"], "demo:")
+        self.assertEqual(document["input"]["packet_size"], 188)
+        self.assertEqual(document["input"]["bytes"], len(demo()))
+        self.assertEqual(document["input"]["packets"], len(demo()) // 188)
+        for counter in COUNTERS:
+            self.assertIn(counter, document["counters"])
+        numbers = [p["program_number"] for p in document["pat"]["programs"]]
+        self.assertGreater(len(numbers), 3)
+        self.assertEqual(numbers, sorted(numbers))
+        self.assertNotIn(0, numbers)
+
+    def test_file_and_pipe_give_the_same(self):
+        stream = demo()
+        with tempfile.NamedTemporaryFile(suffix=".ts") as file:
+            file.write(stream)
+            file.flush()
+            documents = [json.loads(run("scan", "--format", "json", file.name).stdout),
+                         json.loads(run("scan", "--format", "json", "-", stdin=stream).stdout)]
+        for document in documents:
+            del document["input"]["uri"]
+        self.assertEqual(*documents)
+
+    def test_text_aligns_ids_in_both_bases(self):
+        done = run("scan", "-", stdin=pat_packet([(1031, 300)]))
+        self.assertEqual(done.returncode, 0)
+        self.assertIn("Transport stream 1 (0x0001), PAT version 0, 1 program\n", done.stdout)
+        self.assertIn("  1031 (0x0407)   300 (0x012C)\n", done.stdout)
+
+    def test_last_version_wins_and_program_0_is_left_out(self):
+        stream = pat_packet([(1, 100)]) + pat_packet([(0, 16), (2, 200)], version=1,
+                                                     continuity_counter=1)
+        pat = json.loads(run("scan", "-", "--format", "json", stdin=stream).stdout)["pat"]
+        self.assertEqual(pat, {"transport_stream_id": 1, "version": 1,
+                               "programs": [{"program_number": 2, "pmt_pid": 200}]})
+
+    def test_without_a_pat_is_incomplete(self):
+        done = run("scan", "-", "--format", "json", stdin=b"\x47\x1f\xff\x10" + b"\xff" * 184)
+        self.assertEqual(done.returncode, 3)
+        document = json.loads(done.stdout)
+        self.assertIs(document["complete"], False)
+        self.assertEqual(document["missing"], ["pat"])
+        self.assertIsNone(document["pat"])
+
+    def test_empty_input_is_incomplete(self):
+        done = run("scan", "-")
+        self.assertEqual(done.returncode, 3)
+        self.assertIn("Missing: pat", done.stdout)
+
+    def test_unreadable_input_is_named_with_why(self):
+        for path, why in (("/nowhere.ts", "No such file"), ("/", "directory")):
+            with self.subTest(path):
+                done = run("scan", path)
+                self.assertEqual(done.returncode, 2)
+                self.assertIn(path, done.stderr)
+                self.assertIn(why, done.stderr)
+                self.assertEqual(done.stdout, "")
+
+    def test_unknown_demo_is_named(self):
+        done = run("scan", "demo:nonsense")
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("demo:nonsense", done.stderr)
+
+    def test_the_log_stays_silent_unless_asked_for(self):
+        self.assertEqual(run("scan", "demo:").stderr, "")
+        log = run("scan", "demo:", "--log-level", "debug").stderr
+        self.assertIn("KorvoSectionManager.cpp: Subscribe(121) > id: ", log)
+        self.assertNotIn("\033[", log)
+
+    def test_full_device_is_an_error(self):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([TOOL, "scan", "demo:"], stdout=full, stderr=subprocess.PIPE,
+                                  timeout=60)
+        self.assertEqual(done.returncode, 2)
+        self.assertIn(b"standard output", done.stderr)
+
+
+class Sections(unittest.TestCase):
+    def test_table_id_filter_lets_that_table_through(self):
+        done = run("sections", "demo:", "--pid", "0", "--table-id", "0x00", "--format", "json")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        document = json.loads(done.stdout)
+        self.assertEqual(list(document), ["schema", "subscription", "sections", "timed_out",
+                                          "input", "counters"])
+        self.assertGreater(len(document["sections"]), 1)
+        for section in document["sections"]:
+            self.assertEqual(section["table_id"], 0)
+            self.assertEqual(section["length"] * 2, len(section["data"]))
+        self.assertEqual(document["counters"]["delivered_sections"], len(document["sections"]))
+
+    def test_extension_narrows_it(self):
+        stream = b"".join(pat_packet([(n, 100)], continuity_counter=n) for n in range(3))
+        for extension, count in (("1", 3), ("0x2", 0)):
+            done = run("sections", "-", "--pid", "0x0", "--table-id", "0", "--extension", extension,
+                       "--format", "json", stdin=stream)
+            self.assertEqual(len(json.loads(done.stdout)["sections"]), count)
+
+    def test_pattern_mask_and_mode(self):
+        stream = b"".join(pat_packet([(1, 100)], version=v, continuity_counter=v) for v in (3, 4))
+        arguments = ["sections", "-", "--pid", "0", "--format", "json", "--pattern",
+                     "00 0000 0000 C9", "--mask", "FF:00:00:00:00:3E"]
+        positive = json.loads(run(*arguments, stdin=stream).stdout)["sections"]
+        negative = json.loads(run(*arguments, "--mode", "00000000003E", stdin=stream).stdout)[
+            "sections"]
+        self.assertEqual([s["version_number"] for s in positive], [4])
+        self.assertEqual([s["version_number"] for s in negative], [3])
+
+    def test_one_shot_and_count_end_early(self):
+        for option, count in ((["--filter-mode", "one-shot"], 1), (["--count", "2"], 2)):
+            done = run("sections", "demo:", "--pid", "0", "--table-id", "0", "--format", "json",
+                       *option)
+            self.assertEqual(done.returncode, 0)
+            self.assertEqual(len(json.loads(done.stdout)["sections"]), count)
+
+    def test_too_few_for_the_count_is_incomplete(self):
+        done = run("sections", "-", "--pid", "0", "--table-id", "0", "--count", "2",
+                   stdin=pat_packet([(1, 100)]))
+        self.assertEqual(done.returncode, 3)
+
+    def test_toggle_alternates_between_the_table_ids_of_a_pair(self):
+        done = run("sections", "demo:", "--pid", "0x12", "--pattern", "4E", "--mask", "FE",
+                   "--filter-mode", "toggle", "--format", "json")
+        table_ids = [s["table_id"] for s in json.loads(done.stdout)["sections"]]
+        self.assertGreater(len(table_ids), 2)
+        for before, after in zip(table_ids, table_ids[1:]):
+            self.assertEqual(before ^ 1, after)
+
+    def test_binary_is_the_bare_sections(self):
+        packet = pat_packet([(1, 100)])
+        done = run("sections", "-", "--pid", "0", "--table-id", "0", "--format", "binary",
+                   stdin=packet, text=False)
+        self.assertEqual(done.stdout, packet[5:5 + 16])
+
+    def test_hex_shows_header_fields_and_bytes(self):
+        done = run("sections", "-", "--pid", "0", "--table-id", "0", stdin=pat_packet([(1, 100)]))
+        self.assertIn("subscription 2, PID 0 (0x0000), table_id 0 (0x00), extension 1 (0x0001), "
+                      "version 0, section 0 of 0 to 0, 16 bytes\n", done.stdout)
+        self.assertIn("  0000  00 b0 0d 00 01 c1 00 00 00 01 e0 64 ", done.stdout)
+
+    def test_a_time_out_is_waited_for_and_told(self):
+        begin = time.monotonic()
+        done = run("sections", "-", "--pid", "0x1FF", "--table-id", "0", "--timeout", "300ms",
+                   "--format", "json", stdin=pat_packet([(1, 100)]))
+        self.assertGreaterEqual(time.monotonic() - begin, 0.3)
+        self.assertEqual(done.returncode, 3)
+        self.assertIs(json.loads(done.stdout)["timed_out"], True)
+        self.assertIn("time-out", done.stderr)
+
+    def test_a_section_in_time_cancels_it(self):
+        done = run("sections", "-", "--pid", "0", "--table-id", "0", "--timeout", "10min",
+                   "--format", "json", stdin=pat_packet([(1, 100)]))
+        self.assertEqual(done.returncode, 0)
+        self.assertIs(json.loads(done.stdout)["timed_out"], False)
+
+
+class CommandLine(unittest.TestCase):
+    def test_wrong_usage_is_1_and_says_what(self):
+        for arguments, word in (
+                ([], "subcommand"),
+                (["nonsense"], "nonsense"),
+                (["scan"], "INPUT"),
+                (["scan", "demo:", "--format", "xml"], "xml"),
+                (["scan", "demo:", "--log-level", "loud"], "loud"),
+                (["generate"], "OUT"),
+                (["generate", "x", "--seed", "-1"], "-1"),
+                (["sections", "demo:"], "--pid"),
+                (["sections", "demo:", "--pid", "0"], "--table-id"),
+                (["sections", "demo:", "--pid", "0x2000", "--table-id", "0"], "0x2000"),
+                (["sections", "demo:", "--pid", "zero", "--table-id", "0"], "zero"),
+                (["sections", "demo:", "--pid", "0", "--table-id", "256"], "256"),
+                (["sections", "demo:", "--pid", "0", "--extension", "1"], "--table-id"),
+                (["sections", "demo:", "--pid", "0", "--pattern", "00"], "--mask"),
+                (["sections", "demo:", "--pid", "0", "--pattern", "0", "--mask", "FF"], "'0'"),
+                (["sections", "demo:", "--pid", "0", "--pattern", "00", "--mask", "FFFF"],
+                 "--mask"),
+                (["sections", "demo:", "--pid", "0", "--table-id", "0", "--timeout", "5h"], "5h"),
+                (["sections", "demo:", "--pid", "0", "--table-id", "0", "--timeout", "60000min"],
+                 "too long")):
+            with self.subTest(arguments):
+                done = run(*arguments)
+                self.assertEqual(done.returncode, 1, done.stderr)
+                self.assertIn(word, done.stderr)
+
+    def test_help_and_version(self):
+        for arguments in (["--help"], ["scan", "--help"], ["sections", "--help"],
+                          ["generate", "--help"], ["--version"]):
+            done = run(*arguments)
+            self.assertEqual(done.returncode, 0)
+            self.assertNotEqual(done.stdout, "")
+
+
+class Interrupts(unittest.TestCase):
+    def interrupted(self, *arguments, after):
+        """Feeds a pipe that never ends, and interrupts once everything was handled."""
+        reader, writer = os.pipe()
+        process = subprocess.Popen([TOOL, *arguments], stdin=reader, stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE)
+        os.close(reader)
+        os.write(writer, after)
+        output = b""
+        if arguments[0] == "sections":
+            while b"data" not in output:
+                output += os.read(process.stdout.fileno(), 65536)
+        else:
+            time.sleep(0.5)  # what it prints, it prints at the end
+        process.send_signal(signal.SIGINT)
+        begin = time.monotonic()
+        rest, errors = process.communicate(timeout=30)
+        os.close(writer)
+        self.assertLess(time.monotonic() - begin, 5)
+        return process.returncode, (output + rest).decode(), errors.decode()
+
+    def test_scan_prints_what_it_has(self):
+        status, output, errors = self.interrupted("scan", "-", "--format", "json", after=demo())
+        document = json.loads(output)
+        self.assertIsNotNone(document["pat"])
+        self.assertEqual(status, 0, errors)
+
+    def test_sections_closes_its_document(self):
+        # 6 packets: the first five make it certain where packets are.
+        stream = b"".join(pat_packet([(1, 100)], continuity_counter=n) for n in range(6))
+        status, output, errors = self.interrupted("sections", "-", "--pid", "0", "--table-id", "0",
+                                                  "--format", "json", after=stream)
+        self.assertGreater(len(json.loads(output)["sections"]), 0)
+        self.assertEqual(status, 0, errors)
+
+
+if __name__ == "__main__":
+    TOOL = sys.argv.pop(1)
+    unittest.main()

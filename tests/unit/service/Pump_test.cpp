@@ -1,0 +1,157 @@
+// The pump with inputs that behave as a test tells them to.
+
+#include "softplatform/service/Pump.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <deque>
+#include <memory>
+#include <utility>
+
+#include "softplatform/base/Counters.h"
+#include "softplatform/section/FilterEngine.h"
+#include "tests/unit/service/EngineFixture.h"
+#include "tests/unit/service/PacketWriter.h"
+
+namespace tvservice {
+namespace {
+
+using testing::ElementsAre;
+using testsupport::Bytes;
+using testsupport::PacketWriter;
+using testsupport::Recorder;
+using testsupport::SectionOfSize;
+using testsupport::Slice;
+
+// Gives one result after the other, then the end.
+class ScriptedSource final : public Source {
+  public:
+    explicit ScriptedSource(bool rewindable = false) : Source("script"), rewindable_(rewindable) {}
+
+    void Bytes(testsupport::Bytes bytes) { Add({ReadResult::kBytes, bytes.size()}, bytes); }
+    void WouldBlock() {
+        event_.Set();  // there is something to read as soon as one waits for it
+        Add({ReadResult::kWouldBlock});
+    }
+    void Fail(std::string error) { Add({ReadResult::kFailed, 0, std::move(error)}); }
+
+    uint64_t size() const override { return 0; }
+    bool rewindable() const override { return rewindable_; }
+    bool Rewind() override { return rewindable_; }
+    ReadResult Read(uint8_t* buffer, size_t) override {
+        if (steps_.empty()) {
+            return {ReadResult::kEnd};
+        }
+        const Step step = std::move(steps_.front());
+        steps_.pop_front();
+        std::copy(step.bytes.begin(), step.bytes.end(), buffer);
+        return step.result;
+    }
+    int descriptor() const override { return event_.descriptor(); }
+
+  private:
+    struct Step {
+        ReadResult result{};
+        testsupport::Bytes bytes{};
+    };
+    void Add(ReadResult result, testsupport::Bytes bytes = {}) {
+        Step& step = steps_.emplace_back();
+        step.result = std::move(result);
+        step.bytes = std::move(bytes);
+    }
+
+    std::deque<Step> steps_;
+    WakeEvent event_;
+    const bool rewindable_;
+};
+
+class PumpTest : public testing::Test {
+  protected:
+    void Subscribe(uint16_t pid, uint8_t table_id, int id) {
+        engine_.Subscribe(pid, *SectionFilter::Compile({table_id}, {0xFF}, {}), recorder_, id);
+    }
+    InputEnd Play(std::shared_ptr<Source> source) {
+        EXPECT_TRUE(pump_.Start(kDefaultFilterSlots));
+        EXPECT_TRUE(pump_.Play(std::move(source), {}));
+        const InputEnd end = pump_.WaitEnd();
+        pump_.Stop();
+        return end;
+    }
+
+    Counters counters_;
+    FilterEngine engine_{counters_, [this] { pump_.Wake(); }};
+    Pump pump_{engine_, counters_};
+    Recorder recorder_;
+    PacketWriter writer_;
+};
+
+TEST_F(PumpTest, TellsWhyAnInputFailedAfterAllThatCameBefore) {
+    Subscribe(0x0100, 0x42, 1);
+    const auto source = std::make_shared<ScriptedSource>(true);
+    source->Bytes(writer_.Section(0x0100, SectionOfSize(50)).Take());
+    source->Fail("cannot read script at byte 188: it is torn");
+    const InputEnd end = Play(source);
+    EXPECT_EQ(end.reason, InputEnd::kFailed);
+    EXPECT_EQ(end.error, "cannot read script at byte 188: it is torn");
+    EXPECT_THAT(recorder_.TakeIds(), ElementsAre(1));
+}
+
+TEST_F(PumpTest, AsksTheBarrierAlsoAtTheEndOfAFailedInput) {
+    Subscribe(kBarrierPid, kBarrierTableId, 9);
+    recorder_.Then([this](int) {
+        const Bytes& section = recorder_.sections().back().second;
+        EXPECT_EQ(section.size(), 7u);
+        pump_.BarrierPassed(uint32_t{section[5]} << 8 | section[6]);
+    });
+    const auto source = std::make_shared<ScriptedSource>(true);
+    source->Fail("torn");
+    EXPECT_EQ(Play(source).reason, InputEnd::kFailed);
+    EXPECT_THAT(recorder_.TakeIds(), ElementsAre(9));
+}
+
+TEST_F(PumpTest, WaitsForInputThatIsNotThereYet) {
+    Subscribe(0x0100, 0x42, 1);
+    const Bytes bytes = writer_.Section(0x0100, SectionOfSize(300))
+                            .Section(0x0100, SectionOfSize(300))
+                            .Section(0x0100, SectionOfSize(300))
+                            .Take();
+    const auto source = std::make_shared<ScriptedSource>(true);
+    source->WouldBlock();
+    source->Bytes(Slice(bytes, 0, 500));
+    source->WouldBlock();
+    source->WouldBlock();
+    source->Bytes(Slice(bytes, 500));
+    EXPECT_EQ(Play(source).reason, InputEnd::kEndOfInput);
+    EXPECT_THAT(recorder_.TakeIds(), ElementsAre(1, 1, 1));
+}
+
+TEST_F(PumpTest, DoesNotPlayWhatCannotBeRewound) {
+    ASSERT_TRUE(pump_.Start(kDefaultFilterSlots));
+    EXPECT_FALSE(pump_.Play(std::make_shared<ScriptedSource>(false), {}));
+    EXPECT_FALSE(pump_.Play(nullptr, {}));
+    EXPECT_TRUE(pump_.Play(std::make_shared<ScriptedSource>(true), {}));
+    pump_.WaitEnd();
+    pump_.Stop();
+}
+
+TEST_F(PumpTest, HasNothingToWaitForWhereNothingPlayed) {
+    EXPECT_EQ(pump_.WaitEnd().reason, InputEnd::kInterrupted);
+    pump_.Interrupt();
+    EXPECT_EQ(Play(std::make_shared<ScriptedSource>(true)).reason, InputEnd::kEndOfInput)
+        << "an interrupt of nothing does not reach the next source";
+}
+
+TEST_F(PumpTest, LetsGoOfTheSourceBeforeItTellsTheEnd) {
+    auto source = std::make_shared<ScriptedSource>(true);
+    const std::weak_ptr<Source> watched = source;
+    ASSERT_TRUE(pump_.Start(kDefaultFilterSlots));
+    ASSERT_TRUE(pump_.Play(std::move(source), {}));
+    pump_.WaitEnd();
+    EXPECT_TRUE(watched.expired());
+    pump_.Stop();
+}
+
+}  // namespace
+}  // namespace tvservice

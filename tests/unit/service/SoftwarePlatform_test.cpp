@@ -1,0 +1,541 @@
+// The shared library from outside: the service library's interface and the start-up interface.
+
+#include "softplatform/service/SoftwarePlatform.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/ISectionSubscriber.h"
+#include "platform/TCSectionCriteriaHelper.h"
+#include "platform/TCSectionFilterCriteriaHelper.h"
+#include "platform/TVServiceAPI.h"
+#include "tests/support/TsBytes.h"
+#include "tests/unit/service/PacketWriter.h"
+#include "tests/unit/service/Signal.h"
+#include "tests/unit/service/TempDir.h"
+
+namespace tvservice {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testsupport::Bytes;
+using testsupport::Counting;
+using testsupport::Join;
+using testsupport::PacketWriter;
+using testsupport::SectionOfSize;
+using testsupport::Signal;
+using testsupport::TempDir;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kBarrierId = 1000;
+
+// What the callbacks received, and what they do on top.
+struct Received {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::pair<int, Bytes>> sections;
+    std::vector<uint32_t> barriers;
+    std::function<void(int id)> onSection;
+    std::function<void(uint32_t sequence)> onBarrier;
+};
+Received& Inbox() {
+    static Received& inbox = *new Received;
+    return inbox;
+}
+
+void OnSection(bool, unsigned short length, unsigned char* data, int id) {
+    Received& inbox = Inbox();
+    if (id == kBarrierId) {
+        ASSERT_EQ(Bytes(data, data + 3), Bytes({kBarrierTableId, 0x30, 4}));
+        ASSERT_EQ(length, 7);
+        const uint32_t sequence =
+            uint32_t{data[3]} << 24 | uint32_t{data[4]} << 16 | uint32_t{data[5]} << 8 | data[6];
+        {
+            const std::lock_guard<std::mutex> lock(inbox.mutex);
+            inbox.barriers.push_back(sequence);
+            inbox.changed.notify_all();
+        }
+        inbox.onBarrier(sequence);
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(inbox.mutex);
+        inbox.sections.push_back({id, Bytes(data, data + length)});
+        inbox.changed.notify_all();
+    }
+    if (inbox.onSection) {
+        inbox.onSection(id);
+    }
+}
+
+class SoftwarePlatformTest : public testing::Test {
+  protected:
+    SoftwarePlatformTest() {
+        Inbox().sections.clear();
+        Inbox().barriers.clear();
+        Inbox().onSection = nullptr;
+        Inbox().onBarrier = [this](uint32_t sequence) { platform_.BarrierPassed(sequence); };
+        TVServiceAPI::CreateSectionSubscriber(OnSection, PROFILE_MAIN, 0, &subscriber_);
+    }
+    ~SoftwarePlatformTest() override {
+        platform_.Stop();
+        for (const int handle : handles_) {
+            subscriber_->Unsubscribe(handle);
+        }
+    }
+
+    int Subscribe(unsigned short pid, unsigned short table_id, int id) {
+        TCSectionCriteriaHelper criteria;
+        criteria.m_pid = pid;
+        criteria.m_tableId = table_id;
+        int handle = -1;
+        const int result = subscriber_->SubscribeTable(id, &criteria, &handle);
+        EXPECT_EQ(result == 1, handle != -1);
+        if (result == 1) {
+            handles_.push_back(handle);
+        }
+        return handle;
+    }
+    int SubscribeFilter(Bytes pattern, Bytes mask, Bytes mode) {
+        TCSectionFilterCriteriaHelper criteria;
+        criteria.m_pid = 0x0100;
+        criteria.m_filter = std::move(pattern);
+        criteria.m_mask = std::move(mask);
+        criteria.m_mode = std::move(mode);
+        int handle = -1;
+        if (subscriber_->SubscribeFilter(1, &criteria, &handle) == 1) {
+            handles_.push_back(handle);
+        }
+        return handle;
+    }
+    int SubscribeBarrier() { return Subscribe(kBarrierPid, kBarrierTableId, kBarrierId); }
+
+    std::vector<int> TakeIds() {
+        const std::lock_guard<std::mutex> lock(Inbox().mutex);
+        std::vector<int> ids;
+        for (const auto& [id, bytes] : std::exchange(Inbox().sections, {})) {
+            ids.push_back(id);
+        }
+        return ids;
+    }
+    void WaitForSections(size_t count) {
+        std::unique_lock<std::mutex> lock(Inbox().mutex);
+        EXPECT_TRUE(Inbox().changed.wait_for(lock, std::chrono::seconds(30),
+                                             [&] { return Inbox().sections.size() >= count; }));
+    }
+    void WaitForBarriers(size_t count) {
+        std::unique_lock<std::mutex> lock(Inbox().mutex);
+        EXPECT_TRUE(Inbox().changed.wait_for(lock, std::chrono::seconds(30),
+                                             [&] { return Inbox().barriers.size() >= count; }));
+    }
+    InputEnd::Reason PlayWhole(const SourcePtr& source, const PlayOptions& options = {}) {
+        EXPECT_TRUE(platform_.Play(source, options));
+        return platform_.WaitEnd().reason;
+    }
+
+    SoftwarePlatform& platform_ = SoftwarePlatform::Instance();
+    ISectionSubscriber* subscriber_ = nullptr;
+    std::vector<int> handles_;
+    PacketWriter writer_;
+    const Bytes section_ = SectionOfSize(50);
+};
+
+TEST_F(SoftwarePlatformTest, DeliversFromTheFirstPacketOn) {
+    Subscribe(0x0100, 0x42, 7);
+    ASSERT_TRUE(platform_.Start());
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Section(0x0100, section_).Take())),
+              InputEnd::kEndOfInput);
+    EXPECT_THAT(Inbox().sections, ElementsAre(testing::Pair(7, section_)));
+    EXPECT_EQ(platform_.Counter("packets"), 1u);
+    EXPECT_EQ(platform_.Counter("delivered_sections"), 1u);
+    EXPECT_EQ(platform_.Counter("no_such_counter"), 0u);
+}
+
+TEST_F(SoftwarePlatformTest, PlaysNothingUnlessStarted) {
+    Subscribe(0x0100, 0x42, 7);
+    const SourcePtr source = MemorySource("m", writer_.Section(0x0100, section_).Take());
+    EXPECT_FALSE(platform_.Play(source));
+    ASSERT_TRUE(platform_.Start());
+    EXPECT_FALSE(platform_.Start()) << "it runs already";
+    EXPECT_THAT(TakeIds(), IsEmpty());
+    EXPECT_EQ(PlayWhole(source), InputEnd::kEndOfInput);
+    EXPECT_THAT(TakeIds(), ElementsAre(7));
+}
+
+TEST_F(SoftwarePlatformTest, TakesOneTo4096Filters) {
+    EXPECT_FALSE(platform_.Start({0}));
+    EXPECT_FALSE(platform_.Start({4097}));
+    for (int id = 0; id < 3; ++id) {
+        Subscribe(0x0100, 0x42, id);
+    }
+    EXPECT_FALSE(platform_.Start({2})) << "three are in use";
+    EXPECT_TRUE(platform_.Start({3}));
+    EXPECT_EQ(Subscribe(0x0101, 0x42, 4), -1);
+    EXPECT_NE(Subscribe(0x0100, 0x42, 5), -1) << "shared";
+    EXPECT_EQ(platform_.Counter("refused_subscriptions"), 1u);
+}
+
+TEST_F(SoftwarePlatformTest, PlaysASourceAgainFromItsStart) {
+    Subscribe(0x0100, 0x42, 7);
+    ASSERT_TRUE(platform_.Start());
+    const SourcePtr source = MemorySource("m", writer_.Section(0x0100, section_).Take());
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(PlayWhole(source), InputEnd::kEndOfInput);
+        EXPECT_THAT(TakeIds(), ElementsAre(7));
+        EXPECT_EQ(platform_.Counter("packets"), 1u) << "counters begin at 0";
+        EXPECT_EQ(platform_.Counter("continuity_gaps"), 0u) << "the demultiplexer begins afresh";
+    }
+}
+
+TEST_F(SoftwarePlatformTest, DeliversTheSameInPiecesOfAnySize) {
+    Subscribe(0x0100, 0x42, 7);
+    ASSERT_TRUE(platform_.Start());
+    for (int i = 0; i < 20; ++i) {
+        writer_.Section(0x0100, SectionOfSize(300));
+    }
+    const Bytes stream = writer_.Take();
+    for (const size_t piece : {1u, 17u, 188u, 1000u, 0u}) {
+        EXPECT_EQ(PlayWhole(MemorySource("m", stream, piece)), InputEnd::kEndOfInput);
+        EXPECT_EQ(TakeIds().size(), 20u) << piece;
+    }
+}
+
+TEST_F(SoftwarePlatformTest, FindsThePacketSize) {
+    ASSERT_TRUE(platform_.Start());
+    EXPECT_EQ(PlayWhole(MemorySource("m", Bytes(5000))), InputEnd::kEndOfInput);
+    EXPECT_EQ(platform_.PacketSize(), 0u);
+    for (const size_t size : {188u, 192u, 204u}) {
+        Bytes stream;
+        for (int i = 0; i < 20; ++i) {
+            const Bytes packet = writer_.Section(0x0100, section_).Take();
+            const Bytes time{0, 0, static_cast<uint8_t>(i), 0};
+            stream = Join(
+                {stream, size == 192 ? time : Bytes(), packet, size == 204 ? Bytes(16) : Bytes()});
+        }
+        EXPECT_EQ(PlayWhole(MemorySource("m", stream)), InputEnd::kEndOfInput);
+        EXPECT_EQ(platform_.PacketSize(), size);
+        EXPECT_EQ(platform_.Counter("packets"), 20u);
+    }
+}
+
+TEST_F(SoftwarePlatformTest, PlaysAFile) {
+    const TempDir dir;
+    Subscribe(0x0100, 0x42, 7);
+    ASSERT_TRUE(platform_.Start());
+    std::string error;
+    const SourcePtr source =
+        OpenSource(dir.WriteFile("a.ts", writer_.Section(0x0100, section_).Take()), error);
+    ASSERT_NE(source, nullptr) << error;
+    const SourceInfo info = Describe(*source);
+    EXPECT_EQ(info.name, dir.Path("a.ts"));
+    EXPECT_EQ(info.size, 188u);
+    EXPECT_TRUE(info.rewindable);
+    EXPECT_EQ(PlayWhole(source), InputEnd::kEndOfInput);
+    EXPECT_THAT(TakeIds(), ElementsAre(7));
+    EXPECT_EQ(OpenSource(dir.Path("b.ts"), error), nullptr);
+    EXPECT_EQ(error, "cannot open " + dir.Path("b.ts") + ": No such file or directory");
+}
+
+TEST_F(SoftwarePlatformTest, PlaysANamedPipeAsItsBytesComeAndOnlyOnce) {
+    const TempDir dir;
+    ASSERT_EQ(::mkfifo(dir.Path("fifo").c_str(), 0600), 0);
+    Subscribe(0x0100, 0x42, 7);
+    ASSERT_TRUE(platform_.Start());
+    std::string error;
+    const SourcePtr source = OpenSource(dir.Path("fifo"), error);
+    EXPECT_FALSE(Describe(*source).rewindable);
+    ASSERT_TRUE(platform_.Play(source));
+    EXPECT_FALSE(platform_.Play(MemorySource("m", {}))) << "another one plays";
+    const int writer = ::open(dir.Path("fifo").c_str(), O_WRONLY);
+    // Five sync bytes in a row, and then one packet, is what it takes to be sure of the first.
+    for (int i = 0; i < 10; ++i) {
+        writer_.Section(0x0100, section_);
+    }
+    const Bytes bytes = writer_.Take();
+    ASSERT_EQ(::write(writer, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    WaitForSections(10);
+    const Bytes more = writer_.Section(0x0100, section_).Take();
+    ASSERT_EQ(::write(writer, more.data(), more.size()), 188);
+    WaitForSections(11);
+    ::close(writer);
+    EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kEndOfInput);
+    EXPECT_EQ(TakeIds().size(), 11u);
+    EXPECT_FALSE(platform_.Play(source)) << "it cannot be rewound";
+}
+
+TEST_F(SoftwarePlatformTest, InterruptEndsAnInputThatNeverSends) {
+    const TempDir dir;
+    ASSERT_EQ(::mkfifo(dir.Path("fifo").c_str(), 0600), 0);
+    ASSERT_TRUE(platform_.Start());
+    std::string error;
+    ASSERT_TRUE(platform_.Play(OpenSource(dir.Path("fifo"), error)));
+    const Clock::time_point start = Clock::now();
+    platform_.Interrupt();
+    EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(2));
+}
+
+TEST_F(SoftwarePlatformTest, InterruptEndsAnInputThatHasMuchToSay) {
+    ASSERT_TRUE(platform_.Start());
+    std::string error;
+    ASSERT_TRUE(platform_.Play(OpenSource("/dev/zero", error)));
+    while (platform_.Counter("bytes") == 0) {
+        std::this_thread::yield();
+    }
+    platform_.Interrupt();
+    EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
+}
+
+TEST_F(SoftwarePlatformTest, InterruptEndsTheWaitForABarrier) {
+    SubscribeBarrier();
+    Inbox().onBarrier = [](uint32_t) {};
+    ASSERT_TRUE(platform_.Start());
+    ASSERT_TRUE(platform_.Play(MemorySource("m", {})));
+    WaitForBarriers(1);
+    platform_.Interrupt();
+    EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
+}
+
+TEST_F(SoftwarePlatformTest, StopEndsWhateverPlaysAndAnotherStartFollows) {
+    const TempDir dir;
+    ASSERT_EQ(::mkfifo(dir.Path("fifo").c_str(), 0600), 0);
+    Subscribe(0x0100, 0x42, 7);
+    std::string error;
+    for (int i = 0; i < 50; ++i) {
+        ASSERT_TRUE(platform_.Start());
+        ASSERT_TRUE(platform_.Play(OpenSource(dir.Path("fifo"), error)));
+        platform_.Stop();
+        EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
+    }
+    platform_.Stop();
+    ASSERT_TRUE(platform_.Start());
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Section(0x0100, section_).Take())),
+              InputEnd::kEndOfInput);
+    EXPECT_THAT(TakeIds(), ElementsAre(7)) << "filters outlive the receiver";
+}
+
+TEST_F(SoftwarePlatformTest, EndsAnInputOnlyWhenTheLastBarrierWasPassed) {
+    SubscribeBarrier();
+    Signal asked;
+    uint32_t sequence = 0;
+    Inbox().onBarrier = [&](uint32_t number) {
+        sequence = number;
+        asked.Set();
+    };
+    ASSERT_TRUE(platform_.Start());
+    ASSERT_TRUE(platform_.Play(MemorySource("m", writer_.Section(0x0100, section_).Take())));
+    Signal ended;
+    std::thread waiter([&] {
+        EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kEndOfInput);
+        ended.Set();
+    });
+    ASSERT_TRUE(asked.Wait());
+    platform_.BarrierPassed(sequence - 1);
+    platform_.BarrierPassed(sequence + 1);
+    EXPECT_FALSE(ended.Wait(std::chrono::milliseconds(50)));
+    platform_.BarrierPassed(sequence);
+    EXPECT_TRUE(ended.Wait());
+    waiter.join();
+}
+
+TEST_F(SoftwarePlatformTest, AsksAFreeRunningBarrierByTheBytes) {
+    SubscribeBarrier();
+    ASSERT_TRUE(platform_.Start());
+    for (int i = 0; i < 100; ++i) {
+        writer_.Section(0x0100, section_);
+    }
+    PlayOptions options;
+    options.barrierInterval = 188 * 30;
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Take()), options), InputEnd::kEndOfInput);
+    ASSERT_EQ(Inbox().barriers.size(), 4u) << "after 30, 60 and 90 packets and at the end";
+    for (size_t i = 1; i < 4; ++i) {
+        EXPECT_EQ(Inbox().barriers[i], Inbox().barriers[0] + i);
+    }
+    EXPECT_EQ(platform_.Counter("delivered_sections"), 0u) << "barriers are no sections";
+}
+
+TEST_F(SoftwarePlatformTest, AsksALockStepBarrierAfterEachPacketThatDelivered) {
+    SubscribeBarrier();
+    Subscribe(0x0100, 0x42, 7);
+    ASSERT_TRUE(platform_.Start());
+    writer_.Section(0x0100, section_)
+        .Section(0x0200, section_)
+        .Section(0x0100, SectionOfSize(300))
+        .Section(0x0200, section_);
+    PlayOptions options;
+    options.reading = PlayOptions::kLockStep;
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Take()), options), InputEnd::kEndOfInput);
+    EXPECT_EQ(Inbox().barriers.size(), 3u) << "two, and one at the end";
+}
+
+TEST_F(SoftwarePlatformTest, LockStepPutsASubscriptionInForceForTheNextPacket) {
+    // Each section leads to a subscription on the PID of the next packet, made on another thread
+    // before that thread answers.
+    constexpr int kChain = 200;
+    SubscribeBarrier();
+    Subscribe(0x0100, 0x42, 0);
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::function<void()>> tasks;
+    bool done = false;
+    std::thread worker([&] {
+        std::unique_lock<std::mutex> lock(mutex);
+        for (;;) {
+            changed.wait(lock, [&] { return done || !tasks.empty(); });
+            if (tasks.empty()) {
+                return;
+            }
+            const auto task = std::move(tasks.front());
+            tasks.erase(tasks.begin());
+            lock.unlock();
+            task();
+            lock.lock();
+        }
+    });
+    const auto post = [&](std::function<void()> task) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        tasks.push_back(std::move(task));
+        changed.notify_all();
+    };
+    Inbox().onSection = [&](int id) {
+        post([this, id] {
+            subscriber_->Unsubscribe(handles_.back());
+            handles_.pop_back();
+            Subscribe(static_cast<unsigned short>(0x0101 + id), 0x42, id + 1);
+        });
+    };
+    Inbox().onBarrier = [&](uint32_t sequence) {
+        post([this, sequence] { platform_.BarrierPassed(sequence); });
+    };
+    for (int i = 0; i < kChain; ++i) {
+        writer_.Section(static_cast<uint16_t>(0x0100 + i), section_);
+    }
+    ASSERT_TRUE(platform_.Start());
+    PlayOptions options;
+    options.reading = PlayOptions::kLockStep;
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Take()), options), InputEnd::kEndOfInput);
+    post([&] {
+        const std::lock_guard<std::mutex> lock(mutex);
+        done = true;
+    });
+    worker.join();
+    EXPECT_EQ(TakeIds().size(), size_t{kChain});
+}
+
+TEST_F(SoftwarePlatformTest, GoesOnWhenTheBarrierIsGivenUpUnanswered) {
+    const int barrier = SubscribeBarrier();
+    Inbox().onBarrier = [](uint32_t) {};
+    ASSERT_TRUE(platform_.Start());
+    ASSERT_TRUE(platform_.Play(MemorySource("m", {})));
+    WaitForBarriers(1);
+    EXPECT_TRUE(subscriber_->Unsubscribe(barrier));
+    EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kEndOfInput);
+}
+
+std::vector<int>& IdsOfTheSecond() {
+    static std::vector<int>& ids = *new std::vector<int>;
+    return ids;
+}
+
+TEST_F(SoftwarePlatformTest, CallsTheCallbackOfTheSubscriberThatWasAsked) {
+    IdsOfTheSecond().clear();
+    ISectionSubscriber* second = nullptr;
+    EXPECT_EQ(TVServiceAPI::CreateSectionSubscriber([](bool, unsigned short, unsigned char*,
+                                                       int id) { IdsOfTheSecond().push_back(id); },
+                                                    PROFILE_MAIN, 0, &second),
+              1);
+    ASSERT_NE(second, nullptr);
+    TCSectionCriteriaHelper criteria;
+    criteria.m_pid = 0x0100;
+    criteria.m_tableId = 0x42;
+    int handle = -1;
+    EXPECT_EQ(second->SubscribeTable(8, &criteria, &handle), 1);
+    handles_.push_back(handle);
+    Subscribe(0x0100, 0x42, 7);
+    ASSERT_TRUE(platform_.Start());
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Section(0x0100, section_).Take())),
+              InputEnd::kEndOfInput);
+    EXPECT_THAT(TakeIds(), ElementsAre(7));
+    EXPECT_THAT(IdsOfTheSecond(), ElementsAre(8));
+}
+
+TEST_F(SoftwarePlatformTest, MakesNoSubscriberWithoutACallback) {
+    ISectionSubscriber* none = subscriber_;
+    EXPECT_NE(TVServiceAPI::CreateSectionSubscriber(nullptr, PROFILE_MAIN, 0, &none), 1);
+    EXPECT_EQ(none, nullptr);
+}
+
+TEST_F(SoftwarePlatformTest, RefusesInvalidCriteriaAndLeavesTheHandle) {
+    const uint64_t before = platform_.Counter("refused_subscriptions");
+    EXPECT_EQ(SubscribeFilter({}, {}, {}), -1) << "empty pattern";
+    EXPECT_EQ(SubscribeFilter({1, 2}, {0xFF}, {}), -1) << "short mask";
+    EXPECT_EQ(SubscribeFilter({1}, {0xFF, 0xFF}, {}), -1) << "long mask";
+    EXPECT_EQ(SubscribeFilter({1, 2}, {0xFF, 0xFF}, {0}), -1) << "short mode";
+    EXPECT_EQ(Subscribe(0x0100, 0x100, 1), -1) << "table_id has eight bits";
+    int handle = -1;
+    EXPECT_NE(subscriber_->SubscribeTable(1, nullptr, &handle), 1);
+    EXPECT_NE(subscriber_->SubscribeFilter(1, nullptr, &handle), 1);
+    EXPECT_EQ(handle, -1);
+    TCSectionCriteriaHelper criteria;
+    EXPECT_NE(subscriber_->SubscribeTable(1, &criteria, nullptr), 1);
+    EXPECT_EQ(platform_.Counter("refused_subscriptions"), before + 8);
+    EXPECT_NE(SubscribeFilter({1, 2}, {0xFF, 0xFF}, {}), -1);
+    EXPECT_NE(SubscribeFilter({1, 2}, {0xFF, 0xFF}, {0, 0}), -1);
+}
+
+TEST_F(SoftwarePlatformTest, ReleasesAHandleOnce) {
+    const int handle = Subscribe(0x0100, 0x42, 7);
+    EXPECT_TRUE(subscriber_->Unsubscribe(handle));
+    EXPECT_FALSE(subscriber_->Unsubscribe(handle));
+    EXPECT_FALSE(subscriber_->Unsubscribe(-1));
+    handles_.clear();
+}
+
+TEST_F(SoftwarePlatformTest, SharesATableFilterWithTheByteFilterOfTheSameQuestion) {
+    ASSERT_TRUE(platform_.Start({1}));
+    const int handle = Subscribe(0x0100, 0x42, 7);
+    EXPECT_EQ(SubscribeFilter({0x42}, {0xFF}, {0}), handle);
+}
+
+TEST_F(SoftwarePlatformTest, TellsItsCountersInAFixedOrder) {
+    const std::vector<CounterValue> counters = platform_.Counters();
+    ASSERT_FALSE(counters.empty());
+    EXPECT_STREQ(counters.front().name, "bytes");
+    for (const CounterValue& counter : counters) {
+        EXPECT_GT(std::string(counter.meaning).size(), 0u) << counter.name;
+        EXPECT_EQ(counter.value, platform_.Counter(counter.name));
+    }
+}
+
+TEST_F(SoftwarePlatformTest, AppliesReleasesWhileTheInputIsSilent) {
+    const TempDir dir;
+    ASSERT_EQ(::mkfifo(dir.Path("fifo").c_str(), 0600), 0);
+    ASSERT_TRUE(platform_.Start({4}));
+    std::string error;
+    ASSERT_TRUE(platform_.Play(OpenSource(dir.Path("fifo"), error)));
+    for (int i = 0; i < 2000; ++i) {
+        const int handle = Subscribe(0x0100, 0x42, 7);
+        ASSERT_NE(handle, -1);
+        ASSERT_TRUE(subscriber_->Unsubscribe(handle));
+        handles_.clear();
+    }
+    platform_.Interrupt();
+    EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
+}
+
+}  // namespace
+}  // namespace tvservice

@@ -1,0 +1,155 @@
+#include "softplatform/table/SubTable.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "tests/support/TsBytes.h"
+
+namespace tvservice {
+namespace {
+
+using testsupport::Bytes;
+using testsupport::Counting;
+using testsupport::PlainSection;
+using testsupport::SectionBytes;
+using Change = SubTable::Change;
+
+class SubTableTest : public testing::Test {
+  protected:
+    static SectionView View(const Bytes& bytes) {
+        return SectionView::From(bytes.data(), bytes.size()).value();
+    }
+    Change Feed(const SectionBytes& fields) {
+        const Bytes bytes = fields.Build();
+        const Change change = table_.Judge(View(bytes));
+        table_.Store(View(bytes));
+        return change;
+    }
+    std::vector<int> Numbers() const {
+        std::vector<int> numbers;
+        for (const auto& [number, bytes] : table_.sections()) {
+            numbers.push_back(number);
+        }
+        return numbers;
+    }
+
+    SubTable table_;
+};
+
+TEST_F(SubTableTest, IsCompleteWhenAllSectionsOfOneVersionAreHeld) {
+    EXPECT_FALSE(table_.complete());
+    EXPECT_EQ(Feed({.version_number = 3, .section_number = 1, .last_section_number = 2}),
+              Change::kAfresh);
+    EXPECT_EQ(Feed({.version_number = 3, .section_number = 2, .last_section_number = 2}),
+              Change::kSection);
+    EXPECT_FALSE(table_.complete());
+    EXPECT_EQ(Feed({.version_number = 3, .section_number = 0, .last_section_number = 2}),
+              Change::kSection);
+    EXPECT_TRUE(table_.complete());
+    EXPECT_EQ(table_.version_number(), 3);
+    EXPECT_EQ(table_.last_section_number(), 2);
+    EXPECT_EQ(Numbers(), std::vector<int>({0, 1, 2}));
+}
+
+TEST_F(SubTableTest, HoldsUpTo256Sections) {
+    for (int number = 255; number >= 0; --number) {
+        EXPECT_FALSE(table_.complete());
+        Feed({.section_number = static_cast<uint8_t>(number), .last_section_number = 255});
+    }
+    EXPECT_TRUE(table_.complete());
+}
+
+TEST_F(SubTableTest, KnowsARepeat) {
+    Feed({.body = Counting(10)});
+    EXPECT_EQ(Feed({.body = Counting(10)}), Change::kRepeat);
+}
+
+TEST_F(SubTableTest, TakesAChangedSectionOfTheSameVersionInPlaceOfTheOldOne) {
+    Feed({.section_number = 0, .last_section_number = 1, .body = Counting(10)});
+    Feed({.section_number = 1, .last_section_number = 1});
+    EXPECT_EQ(Feed({.section_number = 0, .last_section_number = 1, .body = Counting(11)}),
+              Change::kSection);
+    EXPECT_TRUE(table_.complete());
+    EXPECT_EQ(View(table_.sections().at(0)).body().size(), 11u);
+}
+
+TEST_F(SubTableTest, StartsAfreshWithAnyOtherVersion) {
+    const SectionBytes held{.version_number = 5, .section_number = 0, .last_section_number = 1};
+    for (const SectionBytes& other :
+         {SectionBytes{.version_number = 6, .section_number = 1, .last_section_number = 1},
+          SectionBytes{.version_number = 4, .section_number = 1, .last_section_number = 1},
+          SectionBytes{.version_number = 5, .section_number = 1, .last_section_number = 2},
+          SectionBytes{.table_id_extension = 9,
+          .version_number = 5,
+          .section_number = 1,
+          .last_section_number = 1},
+          SectionBytes{.table_id = 0x46,
+          .version_number = 5,
+          .section_number = 1,
+          .last_section_number = 1}}) {
+        table_.Clear();
+        Feed(held);
+        EXPECT_EQ(Feed(other), Change::kAfresh);
+        EXPECT_EQ(Numbers(), std::vector<int>({1}));
+        EXPECT_FALSE(table_.complete());
+        EXPECT_EQ(table_.version_number(), other.version_number);
+    }
+}
+
+TEST_F(SubTableTest, JudgingChangesNothing) {
+    Feed({.version_number = 1});
+    const Bytes other = SectionBytes{.version_number = 2}.Build();
+    EXPECT_EQ(table_.Judge(View(other)), Change::kAfresh);
+    EXPECT_EQ(table_.version_number(), 1);
+    EXPECT_TRUE(table_.complete());
+}
+
+TEST_F(SubTableTest, ClearedHoldsNothing) {
+    Feed({.version_number = 7});
+    table_.Clear();
+    EXPECT_FALSE(table_.complete());
+    EXPECT_EQ(table_.version_number(), 0);
+    EXPECT_TRUE(table_.sections().empty());
+    EXPECT_EQ(Feed({.version_number = 7}), Change::kAfresh);
+}
+
+TEST(ApplicableSection, IsOneOfTheTablesAskedFor) {
+    const Bytes bytes = SectionBytes{.table_id = 0x46}.Build();
+    EXPECT_TRUE(ApplicableSection(bytes.data(), 0x42, 0x46));
+    EXPECT_TRUE(ApplicableSection(bytes.data(), 0x46, 0x46));
+    EXPECT_FALSE(ApplicableSection(bytes.data(), 0x42, 0x45));
+    EXPECT_FALSE(ApplicableSection(bytes.data(), 0x47, 0x4F));
+}
+
+TEST(ApplicableSection, IsNoneWithoutBytes) {
+    EXPECT_FALSE(ApplicableSection(nullptr, 0, 255));
+}
+
+TEST(ApplicableSection, ReadsNothingButTheTableIdOfAnotherTable) {
+    const Bytes stuffing{0xFF};
+    EXPECT_FALSE(ApplicableSection(stuffing.data(), 0x00, 0x00));
+}
+
+TEST(ApplicableSection, HasSyntax) {
+    EXPECT_FALSE(ApplicableSection(PlainSection(0x42, Counting(20)).data(), 0x42, 0x42));
+}
+
+TEST(ApplicableSection, IsCurrent) {
+    const Bytes bytes = SectionBytes{.current_next_indicator = false}.Build();
+    EXPECT_FALSE(ApplicableSection(bytes.data(), 0x42, 0x42));
+}
+
+TEST(ApplicableSection, HasARoomForItsHeaderAndCrc) {
+    Bytes bytes = SectionBytes{}.Build();
+    bytes[2] = 8;  // section_length
+    EXPECT_FALSE(ApplicableSection(bytes.data(), 0x42, 0x42));
+}
+
+TEST(ApplicableSection, IsNotBeyondTheLastOne) {
+    const Bytes bytes = SectionBytes{.section_number = 2, .last_section_number = 1}.Build();
+    EXPECT_FALSE(ApplicableSection(bytes.data(), 0x42, 0x42));
+}
+
+}  // namespace
+}  // namespace tvservice
