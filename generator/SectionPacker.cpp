@@ -4,8 +4,15 @@
 #include <stdexcept>
 #include <utility>
 
+#include "generator/FieldWriter.h"
+
 namespace generator {
 namespace {
+
+Bytes Part(const Bytes& bytes, std::size_t position, std::size_t size) {
+    const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(position);
+    return Bytes(from, from + static_cast<std::ptrdiff_t>(size));
+}
 
 // Cuts a run of bytes, in which units begin at known places, into packets.
 class Cutter {
@@ -20,18 +27,17 @@ class Cutter {
         while (position < bytes.size()) {
             const std::size_t toStart =
                 next == starts.end() ? bytes.size() - position : *next - position;
-            const bool begins = next != starts.end() && toStart + 2 < packing_.payload_size;
+            const bool begins = next != starts.end() && toStart + 1 < packing_.payload_size;
             // A section that would begin in the byte which pointer_field needs waits for the next
             // packet; this one ends before it.
             const std::size_t room =
                 begins ? packing_.payload_size - 1 : std::min(packing_.payload_size, toStart);
             const std::size_t size = std::min(room, bytes.size() - position);
-            const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(position);
-            Bytes payload;
+            ByteWriter writer;
             if (begins) {
-                payload.push_back(static_cast<std::uint8_t>(toStart));
+                writer.U8(toStart);  // pointer_field
             }
-            payload.insert(payload.end(), from, from + static_cast<std::ptrdiff_t>(size));
+            Bytes payload = writer.Raw(Part(bytes, position, size)).Build();
             position += size;
             if (position == bytes.size()) {
                 payload.resize(packing_.payload_size, 0xFF);
@@ -64,13 +70,13 @@ class Cutter {
 }  // namespace
 
 PacketList PackSections(std::uint16_t pid, const Sections& sections, const Packing& packing) {
-    if (packing.payload_size < 2 || packing.payload_size > kPayloadSize ||
-        packing.before_first.size() > packing.payload_size - 2) {
-        throw std::logic_error("no such packing");
-    }
     Packing chosen = packing;
     if (packing.discontinuity_indicator) {
         chosen.payload_size = std::min(packing.payload_size, kPayloadSize - 2);
+    }
+    if (packing.payload_size < 2 || packing.payload_size > kPayloadSize ||
+        packing.before_first.size() > chosen.payload_size - 2) {
+        throw std::logic_error("no such packing");
     }
     Cutter cutter(pid, chosen);
     Bytes run = packing.before_first;
@@ -93,15 +99,14 @@ PacketList PackSectionHead(std::uint16_t pid, const Bytes& section, std::size_t 
     const std::size_t end = std::min(size, section.size());
     std::size_t position = 0;
     while (position < end) {
-        Bytes payload;
+        ByteWriter payload;
         if (position == 0) {
-            payload.push_back(0);  // pointer_field
+            payload.U8(0);  // pointer_field
         }
-        const std::size_t taken = std::min(kPayloadSize - payload.size(), end - position);
-        const auto from = section.begin() + static_cast<std::ptrdiff_t>(position);
-        payload.insert(payload.end(), from, from + static_cast<std::ptrdiff_t>(taken));
-        packets.push_back(
-            MakePacket({.pid = pid, .payload_unit_start_indicator = position == 0}, payload));
+        const std::size_t room = position == 0 ? kPayloadSize - 1 : kPayloadSize;
+        const std::size_t taken = std::min(room, end - position);
+        packets.push_back(MakePacket({.pid = pid, .payload_unit_start_indicator = position == 0},
+                                     payload.Raw(Part(section, position, taken)).Build()));
         position += taken;
     }
     return packets;

@@ -61,7 +61,7 @@ class SectionManagerUnderLoad : public testing::TestWithParam<unsigned> {
             case 0:
                 return manager.Subscribe(0x0000, 0x00, client, mode, timeout, random() % 2 == 0);
             case 1:
-                return manager.Subscribe(0x0011, 0x42, 1 + random() % 3, client, mode, timeout);
+                return manager.Subscribe(0x0011, 0x42, 0x0421, client, mode, timeout);
             default:
                 return manager.Subscribe(0x0012, {0x4E}, {0xFE}, {0x00}, client, mode, timeout);
         }

@@ -11,6 +11,7 @@
 #include "tools/torvelsi/Arguments.h"
 #include "tools/torvelsi/Command.h"
 #include "tools/torvelsi/ExitCode.h"
+#include "tools/torvelsi/Format.h"
 #include "tools/torvelsi/Session.h"
 
 namespace {
@@ -19,6 +20,7 @@ int RunTool(int argc, char** argv) {
     CLI::App app("Reads the service information of a digital-television multiplex.", "torvelsi");
     app.set_version_flag("--version", TORVELSI_VERSION);
     app.require_subcommand(1);
+    app.fallthrough();  // --log-level may stand behind the command
     app.footer(
         "Data goes to standard output, progress and the log to standard error.\n"
         "Exit status: 0 done, 1 wrong usage, 2 input cannot be read or output written,\n"
@@ -31,10 +33,17 @@ int RunTool(int argc, char** argv) {
     tool::AddScanCommand(app, run);
     tool::AddSectionsCommand(app, run);
     tool::AddGenerateCommand(app, run);
-    app.fallthrough();
     try {
         app.parse(argc, argv);
         tvservice::SetLogPriority(tool::ParseLogLevel(logLevel));
+    } catch (const CLI::RequiredError& error) {
+        if (app.get_subcommands().empty() && !app.remaining().empty()) {
+            tool::PrintError(fmt::format("'{}' is not a command; see torvelsi --help",
+                                         tool::Printable(app.remaining().front())));
+        } else {
+            app.exit(error);
+        }
+        return tool::kUsage;
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? tool::kDone : tool::kUsage;
     } catch (const std::invalid_argument& error) {

@@ -273,9 +273,9 @@ TEST_F(DemoScenarioTest, TheTimeRunsWithTheStream) {
 
 TEST_F(DemoScenarioTest, AnotherSeedIsAnotherStreamWithTheSameTables) {
     const auto sectionsOf = [](const TsReader& reader) {
-        std::set<Bytes> sections;
+        std::map<Key, Bytes> sections;
         for (const ReadSection& section : reader.sections) {
-            sections.insert(section.bytes);
+            sections[KeyOf(section)] = section.bytes;
         }
         return sections;
     };

@@ -65,6 +65,33 @@ TEST(TablesTest, SectionsCloseBySize) {
     EXPECT_EQ(pat[1][8] << 8 | pat[1][9], 254);
 }
 
+TEST(TablesTest, ASectionIsFilledUpToItsLimitAndNotBeyond) {
+    const auto expectFull = [](const Sections& sections, std::size_t limit) {
+        ASSERT_GT(sections.size(), 1u);
+        ExpectNumbered(sections, 0);
+        EXPECT_EQ(sections.front().size(), limit);
+    };
+    const Bytes descriptor = Descriptor(0x80, Bytes(14));
+    const std::vector<SdtService> services(9, {.service_id = 1, .descriptors = {descriptor}});
+    const std::vector<MuxEntry> muxes(9, {1, 1, {descriptor}});
+    for (std::size_t count = 1; count < 9; ++count) {
+        std::size_t limit = 8 + 4 + count * 16;
+        expectFull(MakeCat(std::vector<Bytes>(9, descriptor), {.max_section_size = limit}), limit);
+        limit = 8 + 3 + 4 + count * (5 + 16);
+        expectFull(MakeSdt(Scope::kActual, {1, 1, services}, {.max_section_size = limit}), limit);
+        limit = 8 + 4 + 4 + count * (6 + 16);
+        expectFull(MakeNit(Scope::kActual, {1, {}, muxes}, {.max_section_size = limit}), limit);
+        limit = 8 + 6 + 4 + count * (12 + 16);
+        const std::vector<EitEvent> events(
+            8, {.event_id = 1, .start_time = kTime, .duration = 1, .descriptors = {descriptor}});
+        if (count < 8) {
+            const Sections eit = MakeEitSchedule(Scope::kActual, {1, 1, 1}, kTime, events,
+                                                 {.max_section_size = limit});
+            EXPECT_EQ(eit.front().size(), limit);
+        }
+    }
+}
+
 TEST(TablesTest, SectionsCloseByNumberOfEntries) {
     const Sections pat =
         MakePat(1, {{1, 1}, {2, 2}, {3, 3}, {4, 4}, {5, 5}}, {.entries_per_section = 2});

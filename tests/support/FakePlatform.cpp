@@ -1,0 +1,279 @@
+#include "tests/support/FakePlatform.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdarg>
+#include <cstdio>
+
+#include "platform/Log.h"
+#include "platform/TCBaseSection.h"
+#include "platform/TCPATParser.h"
+#include "platform/TCSectionCriteriaHelper.h"
+#include "platform/TCSectionFilterCriteriaHelper.h"
+#include "platform/TCSectionParser.h"
+#include "platform/TVSHandle.h"
+
+namespace fake {
+
+namespace {
+
+constexpr std::chrono::seconds kPatience(20);
+constexpr char kManagerFile[] = "KorvoSectionManager.cpp";
+
+// "File.cpp: Function(12) > text" -> "5 File.cpp Function(*) > text"
+std::string Normalised(int priority, const std::string& text) {
+    const std::size_t colon = text.find(": ");
+    const std::size_t open = text.find('(', colon);
+    const std::size_t close = text.find(") > ", open);
+    if (colon == std::string::npos || open == std::string::npos || close == std::string::npos) {
+        ADD_FAILURE() << "a log line without its prefix: " << text;
+        return text;
+    }
+    const std::string file = text.substr(0, colon);
+    const std::string number = text.substr(open + 1, close - open - 1);
+    EXPECT_GT(std::atoi(number.c_str()), 0) << text;
+    return std::to_string(priority) + " " + file + " " + text.substr(colon + 2, open - colon - 2) +
+           "(" + (file == kManagerFile ? number : "*") + text.substr(close);
+}
+
+}  // namespace
+
+FakePlatform& FakePlatform::Get() {
+    static FakePlatform& platform = *new FakePlatform;
+    return platform;
+}
+
+void FakePlatform::Reset() {
+    duringRequest = nullptr;
+    duringRelease = nullptr;
+    duringLog = nullptr;
+    std::lock_guard<std::mutex> lock(mutex_);
+    pat = PatScript();
+    replies_.clear();
+    releases_.clear();
+    hasSubscriber_ = true;
+    nextHandle_ = 100;
+    requests_.clear();
+    released_.clear();
+    log_.clear();
+}
+
+void FakePlatform::NextReply(Reply reply) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    replies_.push_back(reply);
+}
+
+void FakePlatform::NextRelease(bool result) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    releases_.push_back(result);
+}
+
+void FakePlatform::HaveNoSubscriber() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    hasSubscriber_ = false;
+}
+
+std::vector<Request> FakePlatform::Requests() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return requests_;
+}
+
+std::vector<int> FakePlatform::Released() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return released_;
+}
+
+int FakePlatform::SubscribersMade() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return subscribersMade_;
+}
+
+std::vector<std::string> FakePlatform::TakeLog() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return std::exchange(log_, {});
+}
+
+bool FakePlatform::WaitForLog(const std::string& line) {
+    return WaitForLog(line, 1);
+}
+
+bool FakePlatform::WaitForLog(const std::string& line, int count) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return logged_.wait_for(lock, kPatience,
+                            [&] { return std::count(log_.begin(), log_.end(), line) >= count; });
+}
+
+void FakePlatform::Deliver(int id, Bytes section, bool flag) {
+    std::thread([&] {
+        callback(flag, static_cast<unsigned short>(section.size()), section.data(), id);
+        // The bytes were the platform's only until now.
+        std::fill(section.begin(), section.end(), static_cast<unsigned char>(0xEE));
+    }).join();
+}
+
+int FakePlatform::SubscribeTable(int id, TCSectionCriteriaHelper* criteria, int* handle) {
+    return Answer({true,
+                   id,
+                   criteria->m_pid,
+                   criteria->m_tableId,
+                   criteria->m_reserved,
+                   criteria->m_selector,
+                   {},
+                   {},
+                   {},
+                   criteria->m_flag,
+                   *handle},
+                  handle);
+}
+
+int FakePlatform::SubscribeFilter(int id, TCSectionFilterCriteriaHelper* criteria, int* handle) {
+    return Answer({false, id, criteria->m_pid, 0, 0, 0, criteria->m_filter, criteria->m_mask,
+                   criteria->m_mode, criteria->m_flag, *handle},
+                  handle);
+}
+
+int FakePlatform::Answer(Request request, int* handle) {
+    Reply reply;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        requests_.push_back(request);
+        if (replies_.empty()) {
+            reply.handle = nextHandle_++;
+        } else {
+            reply = replies_.front();
+            replies_.pop_front();
+        }
+    }
+    if (const auto hook = duringRequest) {  // a copy: a hook may take itself away
+        hook(request);
+    }
+    if (reply.handle) {
+        *handle = *reply.handle;
+    }
+    return reply.result;
+}
+
+bool FakePlatform::Unsubscribe(int handle) {
+    bool result = true;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        released_.push_back(handle);
+        if (!releases_.empty()) {
+            result = releases_.front();
+            releases_.pop_front();
+        }
+    }
+    if (const auto hook = duringRelease) {
+        hook(handle);
+    }
+    return result;
+}
+
+ISectionSubscriber* FakePlatform::MakeSubscriber(TVServiceAPI::SectionCallback sectionCallback,
+                                                 int theProfile, int theParameter) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    ++subscribersMade_;
+    callback = sectionCallback;
+    profile = theProfile;
+    parameter = theParameter;
+    return hasSubscriber_ ? this : nullptr;
+}
+
+void FakePlatform::WriteLog(int bufferId, int priority, const char* tag, const std::string& text) {
+    EXPECT_EQ(bufferId, 0);
+    EXPECT_STREQ(tag, "TORVEL");
+    const std::string line = Normalised(priority, text);
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        log_.push_back(line);
+    }
+    logged_.notify_all();
+    if (const auto hook = duringLog) {
+        hook(line);
+    }
+}
+
+}  // namespace fake
+
+int LOG(int bufferId, int priority, const char* tag, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    char text[2000];
+    const int size = std::vsnprintf(text, sizeof(text), format, arguments);
+    va_end(arguments);
+    EXPECT_LT(size, static_cast<int>(sizeof(text)));
+    fake::FakePlatform::Get().WriteLog(bufferId, priority, tag, text);
+    return -1;
+}
+
+int TVServiceAPI::CreateSectionSubscriber(SectionCallback callback, EProfile profile, int parameter,
+                                          ISectionSubscriber** subscriber) {
+    *subscriber = fake::FakePlatform::Get().MakeSubscriber(callback, profile, parameter);
+    return -1;
+}
+
+struct TCBaseSection::Impl {};
+
+TCBaseSection::TCBaseSection() = default;
+TCBaseSection::~TCBaseSection() = default;
+bool TCBaseSection::IsValid() {
+    return fake::FakePlatform::Get().pat.valid;
+}
+unsigned char TCBaseSection::VersionNumber() const {
+    return 0;
+}
+
+struct TCSectionParser::Impl {};
+
+TCSectionParser::TCSectionParser() = default;
+TCSectionParser::~TCSectionParser() = default;
+bool TCSectionParser::Parse(short, unsigned char*) {
+    return false;
+}
+void TCSectionParser::Reset() {}
+unsigned short TCSectionParser::TableIdExt() {
+    return 0;
+}
+
+struct TCPATParser::Impl {};
+
+TCPATParser::TCPATParser(TVSHandle const& handle) {
+    fake::PatScript& pat = fake::FakePlatform::Get().pat;
+    ++pat.constructed;
+    pat.access = handle.m_access;
+    pat.instance = handle.m_instance;
+}
+TCPATParser::~TCPATParser() {
+    ++fake::FakePlatform::Get().pat.destroyed;
+}
+bool TCPATParser::Parse(short pid, unsigned char* section) {
+    fake::PatScript& pat = fake::FakePlatform::Get().pat;
+    pat.parsed.emplace_back(pid, section);
+    return pat.accepts;
+}
+void TCPATParser::Reset() {
+    ++fake::FakePlatform::Get().pat.resets;
+}
+int TCPATParser::NumOfProgramList() {
+    fake::PatScript& pat = fake::FakePlatform::Get().pat;
+    ++pat.countsAsked;
+    return static_cast<int>(pat.programs.size());
+}
+unsigned short TCPATParser::ProgramNumber(unsigned int index) {
+    return fake::FakePlatform::Get().pat.programs.at(index).first;
+}
+unsigned short TCPATParser::ProgramPID(unsigned short programNumber) {
+    fake::PatScript& pat = fake::FakePlatform::Get().pat;
+    pat.pidsAskedFor.push_back(programNumber);
+    for (const auto& [number, pid] : pat.programs) {
+        if (number == programNumber) {
+            return pid;
+        }
+    }
+    return 0;
+}
+unsigned short TCPATParser::TransportStreamId() const {
+    return fake::FakePlatform::Get().pat.transportStreamId;
+}

@@ -1,0 +1,111 @@
+// The order of virtual operations is what programs built against these interfaces rely on.
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+#include "SI/Include/IPATParser.h"
+#include "SI/Include/ISectionManager.h"
+#include "SI/Include/ISectionObserver.h"
+#include "SI/Include/ISectionParser.h"
+#include "platform/ISectionSubscriber.h"
+#include "platform/TCSectionCriteriaHelper.h"
+#include "platform/TCSectionFilterCriteriaHelper.h"
+
+namespace {
+
+using namespace TORVEL_MW;
+
+constexpr std::ptrdiff_t kDestructorSlots = 2;  // complete and deleting
+
+/// The slot of a virtual operation, from the Itanium C++ ABI's pointer to member: the offset in the
+/// virtual table, with the mark of a virtual function in its lowest bit or, on ARM, in that of the
+/// adjustment.
+template <class Member>
+std::ptrdiff_t Slot(Member member) {
+    struct {
+        std::ptrdiff_t pointer;
+        std::ptrdiff_t adjustment;
+    } parts;
+    static_assert(sizeof(parts) == sizeof(member));
+    std::memcpy(&parts, &member, sizeof(parts));
+#if defined(__arm__) || defined(__aarch64__)
+    EXPECT_EQ(parts.adjustment & 1, 1);
+    return parts.pointer / static_cast<std::ptrdiff_t>(sizeof(void*));
+#else
+    EXPECT_EQ(parts.pointer & 1, 1);
+    return (parts.pointer - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+#endif
+}
+
+using Bytes = std::vector<unsigned char>;
+using Mode = ISectionManager::EFilterMode;
+
+TEST(Layout, SectionManagersDestructorIsLast) {
+    using ByTable = unsigned int (ISectionManager::*)(unsigned short, unsigned int,
+                                                      ISectionObserver&, Mode, unsigned int, bool);
+    using ByExtension = unsigned int (ISectionManager::*)(
+        unsigned short, unsigned int, unsigned int, ISectionObserver&, Mode, unsigned int);
+    using ByPattern =
+        unsigned int (ISectionManager::*)(unsigned short, const Bytes&, const Bytes&, const Bytes&,
+                                          ISectionObserver&, Mode, unsigned int);
+    EXPECT_EQ(Slot(static_cast<ByTable>(&ISectionManager::Subscribe)), 0);
+    EXPECT_EQ(Slot(static_cast<ByExtension>(&ISectionManager::Subscribe)), 1);
+    EXPECT_EQ(Slot(static_cast<ByPattern>(&ISectionManager::Subscribe)), 2);
+    EXPECT_EQ(Slot(&ISectionManager::Unsubscribe), 3);
+    EXPECT_TRUE(std::has_virtual_destructor_v<ISectionManager>);
+}
+
+TEST(Layout, ObserversDestructorIsFirstThenSectionThenTimeout) {
+    EXPECT_EQ(Slot(&ISectionObserver::OnSectionReceived), kDestructorSlots);
+    EXPECT_EQ(Slot(&ISectionObserver::OnSectionTimeout), kDestructorSlots + 1);
+    EXPECT_TRUE(std::has_virtual_destructor_v<ISectionObserver>);
+}
+
+TEST(Layout, PatParserContinuesTheCommonSlots) {
+    EXPECT_EQ(Slot(&ISectionParser::Create), kDestructorSlots);
+    EXPECT_EQ(Slot(&ISectionParser::Parse), kDestructorSlots + 1);
+    EXPECT_EQ(Slot(&ISectionParser::Initialize), kDestructorSlots + 2);
+    EXPECT_EQ(Slot(&IPATParser::IsComplete), kDestructorSlots + 3);
+    EXPECT_EQ(Slot(&IPATParser::GetProgramList), kDestructorSlots + 4);
+    EXPECT_EQ(Slot(&IPATParser::NumOfProgramList), kDestructorSlots + 5);
+    EXPECT_EQ(Slot(&IPATParser::ProgramNumber), kDestructorSlots + 6);
+    EXPECT_EQ(Slot(&IPATParser::ProgramPID), kDestructorSlots + 7);
+    EXPECT_EQ(Slot(&IPATParser::TransportStreamId), kDestructorSlots + 8);
+    EXPECT_TRUE(std::has_virtual_destructor_v<ISectionParser>);
+}
+
+TEST(Layout, SubscribersThreeCallsHaveTheFirstSlots) {
+    EXPECT_EQ(Slot(&ISectionSubscriber::SubscribeTable), 0);
+    EXPECT_EQ(Slot(&ISectionSubscriber::SubscribeFilter), 1);
+    EXPECT_EQ(Slot(&ISectionSubscriber::Unsubscribe), 2);
+    EXPECT_FALSE(std::has_virtual_destructor_v<ISectionSubscriber>);
+}
+
+TEST(Layout, CriteriaFieldsStandInOrder) {
+    EXPECT_LT(offsetof(TCSectionCriteriaHelper, m_pid),
+              offsetof(TCSectionCriteriaHelper, m_tableId));
+    EXPECT_LT(offsetof(TCSectionCriteriaHelper, m_tableId),
+              offsetof(TCSectionCriteriaHelper, m_reserved));
+    EXPECT_LT(offsetof(TCSectionCriteriaHelper, m_reserved),
+              offsetof(TCSectionCriteriaHelper, m_selector));
+    EXPECT_LT(offsetof(TCSectionCriteriaHelper, m_selector),
+              offsetof(TCSectionCriteriaHelper, m_flag));
+    EXPECT_LT(offsetof(TCSectionFilterCriteriaHelper, m_filter),
+              offsetof(TCSectionFilterCriteriaHelper, m_mask));
+    EXPECT_LT(offsetof(TCSectionFilterCriteriaHelper, m_mask),
+              offsetof(TCSectionFilterCriteriaHelper, m_mode));
+    EXPECT_LT(offsetof(TCSectionFilterCriteriaHelper, m_mode),
+              offsetof(TCSectionFilterCriteriaHelper, m_flag));
+}
+
+TEST(Layout, FilterModesHaveTheirValues) {
+    EXPECT_EQ(ISectionManager::EToggle, 0);
+    EXPECT_EQ(ISectionManager::EContinuous, 1);
+    EXPECT_EQ(ISectionManager::EOneShot, 2);
+    EXPECT_EQ(sizeof(ISectionManager::EFilterMode), 4u);
+}
+
+}  // namespace

@@ -1,0 +1,480 @@
+#include <atomic>
+#include <thread>
+
+#include "tests/unit/si/SiFixture.h"
+
+namespace {
+
+using TORVEL_MW::SectionData;
+
+const std::string kCompleted = Line(5, "m_EventLoop", 83, Yellow("OneShot filter completed"));
+
+std::string NotFound(int id) {
+    return Line(6, "m_EventLoop", 71,
+                Red("Couldn't find section subscription for id: " + std::to_string(id)));
+}
+std::string Removing(unsigned int id, int refcount) {
+    return Line(4, "Unsubscribe", 217,
+                Green("Removing " + std::to_string(id) + " from m_subscriptions refcount " +
+                      std::to_string(refcount)));
+}
+std::string FailedToFind(const std::string& id) {
+    return Line(6, "Unsubscribe", 222, Red("Failed to find " + id + " in m_subscriptions"));
+}
+
+class SectionManagerTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        platform.Reset();
+        manager();  // ids count on from 1 in a process of its own
+        platform.TakeLog();
+    }
+
+    static CKorvoSectionManager& manager() {
+        return dynamic_cast<CKorvoSectionManager&>(*ISectionManager::Instance());
+    }
+
+    unsigned int SubscribeTable(Recorder& recorder,
+                                ISectionManager::EFilterMode mode = ISectionManager::EContinuous) {
+        return ISectionManager::Instance()->Subscribe(0x11, 0x42, recorder, mode, kNoTimeout,
+                                                      false);
+    }
+    unsigned int SubscribePattern(Recorder& recorder, ISectionManager::EFilterMode mode) {
+        return ISectionManager::Instance()->Subscribe(0x12, {0x4E}, {0xFE}, {0x00}, recorder, mode,
+                                                      kNoTimeout);
+    }
+
+    /// Sections are handled in order: once this one is, all before it are.
+    void Settle() {
+        platform.Deliver(60000, {0});
+        ASSERT_TRUE(platform.WaitForLog(NotFound(60000)));
+    }
+
+    /// The log without the lines of the subscriptions and of Settle.
+    std::vector<std::string> TakeManagerLog() {
+        Settle();
+        std::vector<std::string> lines;
+        for (const std::string& line : platform.TakeLog()) {
+            if (line.find("KorvoSectionManager.cpp") != std::string::npos &&
+                line != NotFound(60000)) {
+                lines.push_back(line);
+            }
+        }
+        return lines;
+    }
+
+    FakePlatform& platform = FakePlatform::Get();
+    Recorder& observer = *new Recorder;  // outlives the process's manager
+};
+
+TEST_F(SectionManagerTest, AsksThePlatformOnceForItsSubscriber) {
+    ISectionManager::Instance();
+    EXPECT_EQ(platform.SubscribersMade(), 1);
+    EXPECT_EQ(platform.profile, 1);
+    EXPECT_EQ(platform.parameter, 0);
+    EXPECT_EQ(platform.callback, &CKorvoSectionManager::s_OnSectionData);
+}
+
+TEST_F(SectionManagerTest, IdsCountFrom1WhicheverOverload) {
+    ISectionManager& m = *ISectionManager::Instance();
+    EXPECT_EQ(SubscribeTable(observer), 1u);
+    EXPECT_EQ(m.Subscribe(0x11, 0x42, 5, observer, ISectionManager::EContinuous, kNoTimeout), 2u);
+    EXPECT_EQ(SubscribePattern(observer, ISectionManager::EContinuous), 3u);
+    EXPECT_EQ(platform.Requests().at(2).id, 3);
+}
+
+TEST_F(SectionManagerTest, FailedSubscribeConsumesNoId) {
+    ISectionManager& m = *ISectionManager::Instance();
+    platform.NextReply({0, std::nullopt});
+    EXPECT_EQ(SubscribeTable(observer), 0u);
+    platform.NextReply({0, std::nullopt});
+    EXPECT_EQ(m.Subscribe(0x11, 0x42, 5, observer, ISectionManager::EContinuous, kNoTimeout), 0u);
+    platform.NextReply({0, std::nullopt});
+    EXPECT_EQ(SubscribePattern(observer, ISectionManager::EContinuous), 0u);
+    EXPECT_THAT(
+        TakeManagerLog(),
+        ElementsAre(
+            Line(3, "Subscribe", 121, "id: 1, pid: 17, tableId: 66, mode: 1"),
+            Line(6, "Subscribe", 139, Red("Failed with id: 1")),
+            Line(3, "Subscribe", 148, "id: 1, pid: 17, tableId: 66, tableIdExt: 5, mode: 1"),
+            Line(6, "Subscribe", 167, Red("Failed with id: 1")),
+            Line(3, "Subscribe", 186, "id: 1, pid: 18, mode: 1, pattern/mask:\n4e \nfe "),
+            Line(6, "Subscribe", 204, Red("Failed with id: 1"))));
+    EXPECT_EQ(SubscribeTable(observer), 1u);
+}
+
+TEST_F(SectionManagerTest, FailedLineComesAfterTheSubscriptionsOwn) {
+    platform.NextReply({0, std::nullopt});
+    SubscribeTable(observer);
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(Line(3, "Subscribe", 121, "id: 1, pid: 17, tableId: 66, mode: 1"),
+                            Line(3, "SubscribeSection",
+                                 "pid: 17, tableId: 66, id: 1, mode: 1, timeout: -1, fromCache: "
+                                 "false"),
+                            Line(5, "SubscribeSection",
+                                 Yellow("Subscribe section failed. id: 1, TVS handle: -1")),
+                            Line(6, "Subscribe", 139, Red("Failed with id: 1"))));
+}
+
+TEST_F(SectionManagerTest, TracesShowFullWidthAndSubscriptionsGetTheLowBits) {
+    ISectionManager& m = *ISectionManager::Instance();
+    m.Subscribe(0x11, 0x10042, observer, ISectionManager::EContinuous, kNoTimeout, true);
+    m.Subscribe(0x11, 0x10042, 0x51234, observer, ISectionManager::EContinuous, kNoTimeout);
+    EXPECT_THAT(TakeManagerLog(),
+                ElementsAre(Line(3, "Subscribe", 121, "id: 1, pid: 17, tableId: 65602, mode: 1"),
+                            Line(3, "Subscribe", 148,
+                                 "id: 2, pid: 17, tableId: 65602, tableIdExt: 332340, mode: 1")));
+    EXPECT_EQ(platform.Requests().at(0).tableId, 0x42);
+    EXPECT_EQ(platform.Requests().at(0).selector, 1u);
+    EXPECT_EQ(platform.Requests().at(1).filter, Bytes({0x42, 0, 0, 0x12, 0x34}));
+}
+
+TEST_F(SectionManagerTest, PatternTextIsLowerCaseHexWithoutANewlineAtItsEnd) {
+    ISectionManager& m = *ISectionManager::Instance();
+    m.Subscribe(0x12, {0x42, 0x00, 0x0A}, {0xFF, 0x00, 0xB0}, {}, observer,
+                ISectionManager::EContinuous, kNoTimeout);
+    platform.NextReply({0, std::nullopt});
+    m.Subscribe(0x12, {}, {}, {}, observer, ISectionManager::EContinuous, kNoTimeout);
+    const auto lines = TakeManagerLog();
+    EXPECT_EQ(lines.at(0), Line(3, "Subscribe", 186,
+                                "id: 1, pid: 18, mode: 1, pattern/mask:\n42 00 0a \nff 00 b0 "));
+    EXPECT_EQ(lines.at(1), Line(3, "Subscribe", 186, "id: 2, pid: 18, mode: 1, pattern/mask:\n\n"));
+}
+
+TEST_F(SectionManagerTest, MaskOfThePairIsShownAsTheExampleSays) {
+    ISectionManager::Instance()->Subscribe(0x12, {0x4F}, {0xFE}, {}, observer,
+                                           ISectionManager::EContinuous, kNoTimeout);
+    EXPECT_EQ(TakeManagerLog().at(0),
+              Line(3, "Subscribe", 186, "id: 1, pid: 18, mode: 1, pattern/mask:\n4f \nfe "));
+}
+
+TEST_F(SectionManagerTest, After4294967294Comes1) {
+    KorvoSectionManagerPeer::SetNextId(manager(), 4294967294u);
+    EXPECT_EQ(SubscribeTable(observer), 4294967294u);
+    EXPECT_EQ(SubscribeTable(observer), 1u);
+    EXPECT_EQ(platform.Requests().at(0).id, 0xFFFE);
+}
+
+TEST_F(SectionManagerTest, WrappedIdReplacesAndReleasesTheOldSubscription) {
+    EXPECT_EQ(SubscribeTable(observer), 1u);
+    KorvoSectionManagerPeer::SetNextId(manager(), 1);
+    Recorder& other = *new Recorder;
+    EXPECT_EQ(SubscribeTable(other), 1u);
+    EXPECT_THAT(platform.Released(), ElementsAre(100));
+    platform.Deliver(1, {0x42});
+    EXPECT_TRUE(other.WaitForSections(1));
+    EXPECT_THAT(observer.Sections(), IsEmpty());
+}
+
+TEST_F(SectionManagerTest, UnsubscribeOfUnknownIdsIsToldAndChangesNothing) {
+    ISectionManager& m = *ISectionManager::Instance();
+    SubscribeTable(observer);
+    platform.TakeLog();
+    m.Unsubscribe(0);
+    m.Unsubscribe(77);
+    m.Unsubscribe(4294967295u);
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(FailedToFind("0"), FailedToFind("77"), FailedToFind("-1")));
+    m.Unsubscribe(1);
+    platform.TakeLog();
+    m.Unsubscribe(1);
+    EXPECT_THAT(platform.TakeLog(), ElementsAre(FailedToFind("1")));
+    EXPECT_EQ(platform.Released().size(), 1u);
+}
+
+TEST_F(SectionManagerTest, UnsubscribeTellsOneOwnerBeforeItDestroysUnderTheLock) {
+    SubscribeTable(observer);
+    platform.TakeLog();
+    bool locked = false;
+    platform.duringRelease = [&](int) {
+        std::thread([&] { locked = !KorvoSectionManagerPeer::Mutex(manager()).try_lock(); }).join();
+    };
+    ISectionManager::Instance()->Unsubscribe(1);
+    EXPECT_TRUE(locked);
+    EXPECT_EQ(platform.TakeLog().at(0), Removing(1, 1));
+    EXPECT_THAT(platform.Released(), ElementsAre(100));
+}
+
+TEST_F(SectionManagerTest, ContinuousGetsEverySectionUntilUnsubscribed) {
+    SubscribeTable(observer);
+    for (unsigned char i = 0; i < 5; ++i) {
+        platform.Deliver(1, {0x42, i});
+    }
+    ASSERT_TRUE(observer.WaitForSections(5));
+    for (unsigned char i = 0; i < 5; ++i) {
+        EXPECT_EQ(observer.Sections()[i], (Recorder::Section{1, 0x11, {0x42, i}}));
+    }
+    ISectionManager::Instance()->Unsubscribe(1);
+    platform.TakeLog();
+    platform.Deliver(1, {0x42});
+    EXPECT_TRUE(platform.WaitForLog(NotFound(1)));
+    EXPECT_EQ(observer.Sections().size(), 5u);
+}
+
+TEST_F(SectionManagerTest, ThePlatformsBoolHasNoEffect) {
+    SubscribeTable(observer);
+    platform.Deliver(1, {0x42}, true);
+    platform.Deliver(1, {0x42}, false);
+    EXPECT_TRUE(observer.WaitForSections(2));
+}
+
+TEST_F(SectionManagerTest, OneShotGetsExactlyOneSection) {
+    SubscribeTable(observer, ISectionManager::EOneShot);
+    platform.TakeLog();
+    platform.Deliver(1, {0x42, 1});
+    platform.Deliver(1, {0x42, 2});
+    EXPECT_THAT(TakeManagerLog(), ElementsAre(kCompleted, NotFound(1)));
+    EXPECT_EQ(observer.Sections().size(), 1u);
+    EXPECT_THAT(platform.Released(), ElementsAre(100));
+    ISectionManager::Instance()->Unsubscribe(1);
+    EXPECT_THAT(platform.TakeLog(), ElementsAre(FailedToFind("1")));
+}
+
+TEST_F(SectionManagerTest, OneShotCompletesEvenWhenItsSectionWasDropped) {
+    SubscribeTable(observer, ISectionManager::EOneShot);
+    platform.TakeLog();
+    platform.Deliver(1, {});
+    Settle();
+    const auto log = platform.TakeLog();
+    EXPECT_EQ(log.at(0), Line(5, "OnCallback", Yellow("Length is 0")));
+    EXPECT_EQ(log.at(1), kCompleted);
+    EXPECT_THAT(observer.Sections(), IsEmpty());
+    EXPECT_FALSE(KorvoSectionManagerPeer::Holds(manager(), 1));
+}
+
+TEST_F(SectionManagerTest, OneShotCompletesWhileAClientSitsInSubscribe) {
+    SubscribeTable(observer, ISectionManager::EOneShot);
+    Signal inside;
+    Signal leave;
+    std::thread client;
+    // The client takes the manager's lock while the section is being handled, and keeps it.
+    observer.duringSection = [&](unsigned short) {
+        client = std::thread([&] {
+            platform.duringRequest = [&](const fake::Request&) {
+                inside.Set();
+                EXPECT_TRUE(leave.Wait());
+            };
+            SubscribeTable(*new Recorder);
+        });
+        EXPECT_TRUE(inside.Wait());
+    };
+    platform.TakeLog();
+    platform.Deliver(1, {0x42});
+    EXPECT_TRUE(platform.WaitForLog(kCompleted));
+    EXPECT_TRUE(platform.WaitForLog(
+        Line(4, "~CSectionSubscription", Green("refcount = 0, unsubscribe section"))));
+    leave.Set();
+    client.join();
+}
+
+TEST_F(SectionManagerTest, ToggleIsCalledWithTheTableIdOfEachSection) {
+    SubscribePattern(observer, ISectionManager::EToggle);
+    platform.Deliver(1, {0x4F, 1});
+    platform.Deliver(1, {0x4E, 2});
+    platform.Deliver(1, {0x4E, 3});  // stale: 0x4F is due now
+    Settle();
+    ASSERT_EQ(observer.Sections().size(), 2u);
+    const auto requests = platform.Requests();
+    ASSERT_EQ(requests.size(), 3u);
+    EXPECT_EQ(requests[1].filter, Bytes({0x4E}));
+    EXPECT_EQ(requests[2].filter, Bytes({0x4F}));
+    EXPECT_EQ(requests[2].id, 1);
+}
+
+TEST_F(SectionManagerTest, StaleToggleSectionWritesThreeLines) {
+    SubscribePattern(observer, ISectionManager::EToggle);
+    platform.Deliver(1, {0x4E});
+    Settle();
+    platform.TakeLog();
+    platform.Deliver(1, {0x4E});
+    Settle();
+    const auto log = platform.TakeLog();
+    ASSERT_EQ(log.size(), 4u);
+    EXPECT_EQ(log[0],
+              Line(5, "OnCallback", Yellow("Old section data from previous filter, ignore it")));
+    EXPECT_EQ(log[1], Line(4, "Toggle",
+                           Green("Toggle mode filter. current tableId: 4E, current pattern: 4F, "
+                                 "current mask: FF")));
+    EXPECT_EQ(log[2],
+              Line(5, "Toggle", Yellow("Old section data from previous filter, ignore it")));
+}
+
+TEST_F(SectionManagerTest, EmptyToggleSectionIsNotToggled) {
+    SubscribePattern(observer, ISectionManager::EToggle);
+    platform.TakeLog();
+    platform.Deliver(1, {});
+    Settle();
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(Line(5, "OnCallback", Yellow("Length is 0")), NotFound(60000)));
+    EXPECT_EQ(platform.Requests().size(), 1u);
+}
+
+TEST_F(SectionManagerTest, ObserverMayUnsubscribeItselfAndTheSubscriptionEndsOnTheEventThread) {
+    std::thread::id destroyedOn;
+    std::thread::id eventThread;
+    platform.duringRelease = [&](int) { destroyedOn = std::this_thread::get_id(); };
+    bool releasedInside = true;
+    observer.duringSection = [&](unsigned short id) {
+        eventThread = std::this_thread::get_id();
+        ISectionManager::Instance()->Unsubscribe(id);
+        releasedInside = !platform.Released().empty();
+    };
+    SubscribeTable(observer);
+    platform.Deliver(1, {0x42});
+    EXPECT_THAT(TakeManagerLog(),
+                ElementsAre(Line(3, "Subscribe", 121, "id: 1, pid: 17, tableId: 66, mode: 1"),
+                            Removing(1, 2)));
+    EXPECT_FALSE(releasedInside);
+    EXPECT_EQ(destroyedOn, eventThread);
+}
+
+TEST_F(SectionManagerTest, ObserverMaySubscribeInsideItsSection) {
+    unsigned int inner = 0;
+    Recorder& other = *new Recorder;
+    observer.duringSection = [&](unsigned short) { inner = SubscribeTable(other); };
+    SubscribeTable(observer, ISectionManager::EOneShot);
+    platform.Deliver(1, {0x42});
+    Settle();
+    EXPECT_EQ(inner, 2u);
+    platform.Deliver(2, {0x42});
+    EXPECT_TRUE(other.WaitForSections(1));
+}
+
+TEST_F(SectionManagerTest, SectionThatComesBeforeSubscribeReturnsFindsItsSubscription) {
+    platform.duringRequest = [&](const fake::Request& request) {
+        platform.Deliver(request.id, {0x42});
+    };
+    EXPECT_EQ(SubscribeTable(observer), 1u);
+    EXPECT_TRUE(observer.WaitForSections(1));
+    for (const std::string& line : TakeManagerLog()) {
+        EXPECT_NE(line, NotFound(1));
+    }
+}
+
+TEST_F(SectionManagerTest, TracesOfOverloads1And2ComeBeforeTheLockAndThatOf3UnderIt) {
+    Signal inside;
+    Signal leave;
+    platform.duringRequest = [&](const fake::Request&) {
+        platform.duringRequest = nullptr;
+        inside.Set();
+        EXPECT_TRUE(leave.Wait());
+    };
+    std::thread holder([&] { SubscribeTable(observer); });
+    ASSERT_TRUE(inside.Wait());
+    platform.TakeLog();
+    ISectionManager& m = *ISectionManager::Instance();
+    std::thread third([&] { SubscribePattern(observer, ISectionManager::EContinuous); });
+    std::thread first([&] {
+        m.Subscribe(0x21, 0x42, observer, ISectionManager::EContinuous, kNoTimeout, false);
+    });
+    EXPECT_TRUE(
+        platform.WaitForLog(Line(3, "Subscribe", 121, "id: 1, pid: 33, tableId: 66, mode: 1")));
+    std::thread second(
+        [&] { m.Subscribe(0x22, 0x42, 1, observer, ISectionManager::EContinuous, kNoTimeout); });
+    EXPECT_TRUE(platform.WaitForLog(
+        Line(3, "Subscribe", 148, "id: 1, pid: 34, tableId: 66, tableIdExt: 1, mode: 1")));
+    EXPECT_EQ(platform.TakeLog().size(), 2u);  // nothing of the third
+    leave.Set();
+    holder.join();
+    first.join();
+    second.join();
+    third.join();
+    std::size_t thirds = 0;
+    for (const std::string& line : platform.TakeLog()) {
+        thirds += line.find("Subscribe(186)") != std::string::npos ? 1u : 0u;
+    }
+    EXPECT_EQ(thirds, 1u);
+}
+
+TEST_F(SectionManagerTest, NestedSubscribeInsideThePlatformsCallGetsTheFirstId) {
+    unsigned int inner = 0;
+    platform.duringRequest = [&](const fake::Request&) {
+        platform.duringRequest = nullptr;
+        inner = SubscribeTable(*new Recorder);
+    };
+    const unsigned int outer = SubscribeTable(observer);
+    EXPECT_EQ(inner, 1u);
+    EXPECT_EQ(outer, 2u);
+}
+
+TEST_F(SectionManagerTest, IdsFrom65536AreKnownOutsideByTheirLow16BitsOnly) {
+    KorvoSectionManagerPeer::SetNextId(manager(), 65536 + 9);
+    EXPECT_EQ(SubscribeTable(observer), 65545u);
+    EXPECT_EQ(platform.Requests().at(0).id, 9);
+    platform.TakeLog();
+    platform.Deliver(9, {0x42});
+    EXPECT_TRUE(platform.WaitForLog(NotFound(9)));
+    EXPECT_THAT(observer.Sections(), IsEmpty());
+
+    // The observer too is told the low 16 bits.
+    platform.Deliver(65545, {0x42});
+    ASSERT_TRUE(observer.WaitForSections(1));
+    EXPECT_EQ(observer.Sections()[0].id, 9);
+    Settle();
+    ISectionManager::Instance()->Unsubscribe(65545);
+    EXPECT_THAT(platform.Released(), ElementsAre(100));
+}
+
+TEST_F(SectionManagerTest, SectionOfAHighIdGoesToTheOlderHolderOfTheLow16Bits) {
+    EXPECT_EQ(SubscribeTable(observer), 1u);
+    KorvoSectionManagerPeer::SetNextId(manager(), 65537);
+    Recorder& high = *new Recorder;
+    EXPECT_EQ(SubscribeTable(high), 65537u);
+    platform.Deliver(platform.Requests().at(1).id, {0x42});
+    EXPECT_TRUE(observer.WaitForSections(1));
+    EXPECT_THAT(high.Sections(), IsEmpty());
+}
+
+TEST_F(SectionManagerTest, NullRecordIsToldAndTheLoopGoesOn) {
+    SubscribeTable(observer);
+    platform.TakeLog();
+    KorvoSectionManagerPeer::Push(manager(), nullptr);
+    EXPECT_TRUE(platform.WaitForLog(Line(6, "m_EventLoop", 55, Red("NULL data"))));
+    platform.Deliver(1, {0x42});
+    EXPECT_TRUE(observer.WaitForSections(1));
+}
+
+TEST_F(SectionManagerTest, NegativePlatformIdIsLookedUpAsUnsigned) {
+    platform.TakeLog();
+    platform.Deliver(-5, {0x42});
+    EXPECT_TRUE(platform.WaitForLog(NotFound(-5)));
+    KorvoSectionManagerPeer::SetNextId(manager(), 4294967291u);  // -5
+    EXPECT_EQ(SubscribeTable(observer), 4294967291u);
+    platform.Deliver(-5, {0x42});
+    EXPECT_TRUE(observer.WaitForSections(1));
+}
+
+TEST_F(SectionManagerTest, TheLockIsNotHeldWhileTheObserverRuns) {
+    Signal done;
+    observer.duringSection = [&](unsigned short) {
+        std::thread([&] { SubscribeTable(*new Recorder); }).join();
+        done.Set();
+    };
+    SubscribeTable(observer);
+    platform.Deliver(1, {0x42});
+    EXPECT_TRUE(done.Wait());
+}
+
+TEST_F(SectionManagerTest, MembersStandInOrder) {
+    const auto members = KorvoSectionManagerPeer::Members(manager());
+    EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<const void*>()));
+}
+
+// A manager of its own, since the process's was made with a subscriber. It is never destroyed.
+TEST_F(SectionManagerTest, WithoutASubscriberEverySubscribeIsRefused) {
+    platform.HaveNoSubscriber();
+    auto& lonely = *new CKorvoSectionManager;
+    EXPECT_EQ(
+        lonely.Subscribe(0x11, 0x42, observer, ISectionManager::EContinuous, kNoTimeout, false),
+        0u);
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(Line(3, "Subscribe", 121, "id: 1, pid: 17, tableId: 66, mode: 1"),
+                            Line(3, "SubscribeSection",
+                                 "pid: 17, tableId: 66, id: 1, mode: 1, timeout: -1, fromCache: "
+                                 "false"),
+                            Line(5, "SubscribeSection",
+                                 Yellow("Subscribe section failed. id: 1, TVS handle: -1")),
+                            Line(6, "Subscribe", 139, Red("Failed with id: 1"))));
+}
+
+}  // namespace

@@ -1,0 +1,390 @@
+#include <locale>
+#include <new>
+
+#include "tests/unit/si/SiFixture.h"
+
+namespace {
+
+using Subscription = std::shared_ptr<CSectionSubscription>;
+
+class SectionSubscriptionTest : public testing::Test {
+  protected:
+    void SetUp() override { platform.Reset(); }
+
+    Subscription SubscribeTable(ISectionManager::EFilterMode mode = ISectionManager::EContinuous,
+                                unsigned int timeout = kNoTimeout, bool fromCache = false) {
+        return CSectionSubscription::SubscribeSection(&platform, observer, 0x11, 0x42, 7, mode,
+                                                      timeout, fromCache);
+    }
+    Subscription SubscribeExtension(
+        ISectionManager::EFilterMode mode = ISectionManager::EContinuous,
+        unsigned int timeout = kNoTimeout) {
+        return CSectionSubscription::SubscribeSection(&platform, observer, 0x11, 0x42, 0x1234, 7,
+                                                      mode, timeout);
+    }
+    Subscription SubscribePattern(ISectionManager::EFilterMode mode = ISectionManager::EContinuous,
+                                  unsigned int timeout = kNoTimeout) {
+        return CSectionSubscription::SubscribeSection(&platform, observer, 0x12, {0x4E, 1},
+                                                      {0xFE, 2}, {0x00, 3}, 7, mode, timeout);
+    }
+
+    FakePlatform& platform = FakePlatform::Get();
+    Recorder observer;
+};
+
+TEST_F(SectionSubscriptionTest, TableFilterIsAskedForWithSelector2) {
+    const Subscription subscription = SubscribeTable();
+    ASSERT_TRUE(subscription);
+    const fake::Request request = platform.Requests().at(0);
+    EXPECT_TRUE(request.isTable);
+    EXPECT_EQ(request.id, 7);
+    EXPECT_EQ(request.pid, 0x11);
+    EXPECT_EQ(request.tableId, 0x42);
+    EXPECT_EQ(request.reserved, 0u);
+    EXPECT_EQ(request.selector, 2u);
+    EXPECT_EQ(request.flag, 1);
+    EXPECT_EQ(request.handleOnEntry, -1);
+}
+
+TEST_F(SectionSubscriptionTest, TableFilterFromCacheIsAskedForWithSelector1) {
+    const Subscription subscription =
+        SubscribeTable(ISectionManager::EContinuous, kNoTimeout, true);
+    EXPECT_EQ(platform.Requests().at(0).selector, 1u);
+    EXPECT_EQ(platform.TakeLog().at(0),
+              Line(3, "SubscribeSection",
+                   "pid: 17, tableId: 66, id: 7, mode: 1, timeout: -1, fromCache: true"));
+}
+
+TEST_F(SectionSubscriptionTest, TableFilterWritesItsLinesInOrderSubscribedSuccessfullyLast) {
+    const Subscription subscription = SubscribeTable(ISectionManager::EOneShot, 5000);
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(
+            Line(3, "SubscribeSection",
+                 "pid: 17, tableId: 66, id: 7, mode: 2, timeout: 5000, fromCache: false"),
+            Line(4, "SubscribeSection",
+                 Green("Subscribe section succeeded. id: 7, TVS handle: 100")),
+            Line(4, "CSectionSubscription", Green("Set timer for 5000ms for id: 7")),
+            Line(4, "CSectionSubscription",
+                 Green(" TVS handle=100 id=7 pid=17 tableid=66 mode=2 refcount=1")),
+            Line(3, "CSectionSubscription", "Subscribed successfully. pid: 17, TVS handle: 100")));
+}
+
+TEST_F(SectionSubscriptionTest, ExtensionFilterIsFiveBytesThatNeverCompareSectionLength) {
+    const Subscription subscription = SubscribeExtension();
+    const fake::Request request = platform.Requests().at(0);
+    EXPECT_FALSE(request.isTable);
+    EXPECT_EQ(request.id, 7);
+    EXPECT_EQ(request.pid, 0x11);
+    EXPECT_EQ(request.filter, Bytes({0x42, 0x00, 0x00, 0x12, 0x34}));
+    EXPECT_EQ(request.mask, Bytes({0xFF, 0x00, 0x00, 0xFF, 0xFF}));
+    EXPECT_EQ(request.mode, Bytes({0, 0, 0, 0, 0}));
+    EXPECT_EQ(request.flag, 1);
+    EXPECT_EQ(request.handleOnEntry, -1);
+}
+
+TEST_F(SectionSubscriptionTest, ExtensionFilterKeepsNoPattern) {
+    const Subscription subscription = SubscribeExtension();
+    EXPECT_THAT(SectionSubscriptionPeer::Pattern(*subscription), IsEmpty());
+    EXPECT_THAT(SectionSubscriptionPeer::Mask(*subscription), IsEmpty());
+    EXPECT_THAT(SectionSubscriptionPeer::Mode(*subscription), IsEmpty());
+    EXPECT_EQ(SectionSubscriptionPeer::TableIdExt(*subscription), 0x1234);
+}
+
+TEST_F(SectionSubscriptionTest, ExtensionFilterWritesNoSubscribedSuccessfully) {
+    const Subscription subscription = SubscribeExtension(ISectionManager::EContinuous, 20);
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(Line(3, "SubscribeSection",
+                         "pid: 17, tableId: 66, tableIdExt: 4660, id: 7, mode: 1, timeout: 20"),
+                    Line(4, "SubscribeSection",
+                         Green("Subscribe section succeeded. id: 7, TVS handle: 100")),
+                    Line(4, "CSectionSubscription", Green("Set timer for 20ms for id: 7")),
+                    Line(4, "CSectionSubscription",
+                         Green(" TVS handle=100 id=7 pid=17 tableid=66 mode=1 refcount=1"))));
+}
+
+TEST_F(SectionSubscriptionTest, PatternFilterPassesItsBytesUnchanged) {
+    const Subscription subscription = SubscribePattern();
+    const fake::Request request = platform.Requests().at(0);
+    EXPECT_FALSE(request.isTable);
+    EXPECT_EQ(request.pid, 0x12);
+    EXPECT_EQ(request.filter, Bytes({0x4E, 1}));
+    EXPECT_EQ(request.mask, Bytes({0xFE, 2}));
+    EXPECT_EQ(request.mode, Bytes({0x00, 3}));
+    EXPECT_EQ(request.flag, 1);
+    EXPECT_EQ(request.handleOnEntry, -1);
+    EXPECT_EQ(SectionSubscriptionPeer::TableId(*subscription), 0x4E);
+    EXPECT_EQ(SectionSubscriptionPeer::TableIdExt(*subscription), 0);
+}
+
+TEST_F(SectionSubscriptionTest, PatternFilterChecksNoLengths) {
+    const Subscription subscription =
+        CSectionSubscription::SubscribeSection(&platform, observer, 0x12, {0x4E}, {}, {1, 2, 3}, 7,
+                                               ISectionManager::EContinuous, kNoTimeout);
+    EXPECT_TRUE(subscription);
+    EXPECT_EQ(platform.Requests().at(0).mode, Bytes({1, 2, 3}));
+}
+
+TEST_F(SectionSubscriptionTest, PatternFilterSetsItsTimerInYellowAndCountsWithoutColour) {
+    const Subscription subscription = SubscribePattern(ISectionManager::EToggle, 5000);
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(Line(3, "SubscribeSection", "pid: 18, id: 7, mode: 0, timeout: 5000"),
+                    Line(4, "SubscribeSection",
+                         Green("Subscribe section succeeded. id: 7, TVS handle: 100")),
+                    Line(5, "CSectionSubscription", Yellow("Set timer for 5000ms for id: 7")),
+                    Line(3, "CSectionSubscription",
+                         " TVS handle=100 id=7 pid=18 tableid=78 mode=0 refcount=1")));
+}
+
+TEST_F(SectionSubscriptionTest, TimeoutAboveIntIsPrintedNegative) {
+    const Subscription subscription = SubscribePattern(ISectionManager::EContinuous, 0x80000000u);
+    const auto log = platform.TakeLog();
+    EXPECT_EQ(log.at(0),
+              Line(3, "SubscribeSection", "pid: 18, id: 7, mode: 1, timeout: -2147483648"));
+    EXPECT_EQ(log.at(2),
+              Line(5, "CSectionSubscription", Yellow("Set timer for -2147483648ms for id: 7")));
+}
+
+TEST_F(SectionSubscriptionTest, OnlyResult1IsSuccess) {
+    for (const int result : {0, 2, -1}) {
+        platform.Reset();
+        platform.NextReply({result, std::nullopt});
+        EXPECT_FALSE(SubscribeTable());
+        EXPECT_EQ(
+            platform.TakeLog().at(1),
+            Line(5, "SubscribeSection", Yellow("Subscribe section failed. id: 7, TVS handle: -1")));
+        platform.NextReply({result, std::nullopt});
+        EXPECT_FALSE(SubscribeExtension());
+        platform.NextReply({result, std::nullopt});
+        EXPECT_FALSE(SubscribePattern());
+        platform.TakeLog();
+    }
+}
+
+TEST_F(SectionSubscriptionTest, RefusalShowsTheHandleThatThePlatformLeftAndCountsNothing) {
+    const std::function<Subscription()> ways[] = {[this] { return SubscribeTable(); },
+                                                  [this] { return SubscribeExtension(); },
+                                                  [this] { return SubscribePattern(); }};
+    for (const auto& subscribe : ways) {
+        platform.NextReply({0, 4711});
+        EXPECT_FALSE(subscribe());
+        const auto log = platform.TakeLog();
+        ASSERT_EQ(log.size(), 2u);
+        EXPECT_EQ(log[1], Line(5, "SubscribeSection",
+                               Yellow("Subscribe section failed. id: 7, TVS handle: 4711")));
+        EXPECT_FALSE(SectionSubscriptionPeer::HasHandleCount(4711));
+    }
+    EXPECT_THAT(platform.Released(), IsEmpty());
+}
+
+TEST_F(SectionSubscriptionTest, MissingSubscriberIsARefusal) {
+    EXPECT_FALSE(CSectionSubscription::SubscribeSection(
+        nullptr, observer, 0x11, 0x42, 7, ISectionManager::EContinuous, kNoTimeout, false));
+    EXPECT_EQ(
+        platform.TakeLog().at(1),
+        Line(5, "SubscribeSection", Yellow("Subscribe section failed. id: 7, TVS handle: -1")));
+    EXPECT_FALSE(CSectionSubscription::SubscribeSection(nullptr, observer, 0x11, 0x42, 1, 7,
+                                                        ISectionManager::EContinuous, kNoTimeout));
+    EXPECT_EQ(platform.TakeLog().size(), 2u);
+    EXPECT_FALSE(CSectionSubscription::SubscribeSection(
+        nullptr, observer, 0x11, {0x42}, {0xFF}, {}, 7, ISectionManager::EContinuous, kNoTimeout));
+    EXPECT_EQ(platform.TakeLog().size(), 2u);
+}
+
+TEST_F(SectionSubscriptionTest, ToggleOfTableFiltersTurnsContinuousAfterTheCountLine) {
+    const Subscription table = SubscribeTable(ISectionManager::EToggle);
+    EXPECT_EQ(table->FilterMode(), ISectionManager::EContinuous);
+    const std::string reset =
+        Line(6, "CSectionSubscription",
+             Red("EToggle mode used for tableid/tableid_ext filter! Resetting to EContinuous"));
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(
+            Line(3, "SubscribeSection",
+                 "pid: 17, tableId: 66, id: 7, mode: 0, timeout: -1, fromCache: false"),
+            Line(4, "SubscribeSection",
+                 Green("Subscribe section succeeded. id: 7, TVS handle: 100")),
+            Line(4, "CSectionSubscription",
+                 Green(" TVS handle=100 id=7 pid=17 tableid=66 mode=0 refcount=1")),
+            reset,
+            Line(3, "CSectionSubscription", "Subscribed successfully. pid: 17, TVS handle: 100")));
+    const Subscription extension = SubscribeExtension(ISectionManager::EToggle);
+    EXPECT_EQ(extension->FilterMode(), ISectionManager::EContinuous);
+    EXPECT_EQ(platform.TakeLog().back(), reset);
+    EXPECT_EQ(SubscribePattern(ISectionManager::EToggle)->FilterMode(), ISectionManager::EToggle);
+    EXPECT_EQ(platform.Requests().size(), 3u);
+}
+
+TEST_F(SectionSubscriptionTest, TextIgnoresAGlobalLocaleThatGroupsDigits) {
+    struct Grouping : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\1"; }
+    };
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    platform.NextReply({1, 123456});
+    const Subscription subscription = SubscribeTable();
+    EXPECT_EQ(SectionSubscriptionPeer::Info(*subscription),
+              " TVS handle=123456 id=7 pid=17 tableid=66 mode=1");
+    std::locale::global(before);
+}
+
+TEST_F(SectionSubscriptionTest, LastHolderOfAHandleReleasesTheFilter) {
+    platform.NextReply({1, 300});
+    platform.NextReply({1, 300});
+    Subscription first = SubscribeTable();
+    Subscription second = SubscribeExtension();
+    EXPECT_EQ(SectionSubscriptionPeer::HandleCount(300), 2);
+    platform.TakeLog();
+
+    first.reset();
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(
+            Line(4, "~CSectionSubscription",
+                 Green(" TVS handle=300 id=7 pid=17 tableid=66 mode=1 refcount: 1")),
+            Line(4, "~CSectionSubscription", Green("refcount > 0, do not unsubscribe section"))));
+    EXPECT_THAT(platform.Released(), IsEmpty());
+
+    second.reset();
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(Line(4, "~CSectionSubscription",
+                         Green(" TVS handle=300 id=7 pid=17 tableid=66 mode=1 refcount: 0")),
+                    Line(4, "~CSectionSubscription", Green("refcount = 0, unsubscribe section"))));
+    EXPECT_THAT(platform.Released(), ElementsAre(300));
+}
+
+TEST_F(SectionSubscriptionTest, RefusedReleaseIsToldAndTheCountStaysDown) {
+    platform.NextReply({1, 301});
+    Subscription subscription = SubscribeTable();
+    platform.NextRelease(false);
+    subscription.reset();
+    EXPECT_EQ(platform.TakeLog().back(),
+              Line(5, "~CSectionSubscription", Yellow("Unsubscribe section failed")));
+    EXPECT_TRUE(SectionSubscriptionPeer::HasHandleCount(301));
+    EXPECT_EQ(SectionSubscriptionPeer::HandleCount(301), 0);
+}
+
+TEST_F(SectionSubscriptionTest, HandleThatComesBackContinuesItsCount) {
+    SectionSubscriptionPeer::SetHandleCount(302, -1);
+    platform.NextReply({1, 302});
+    Subscription subscription = SubscribeTable();
+    EXPECT_EQ(platform.TakeLog().at(2),
+              Line(4, "CSectionSubscription",
+                   Green(" TVS handle=302 id=7 pid=17 tableid=66 mode=1 refcount=0")));
+    subscription.reset();  // -1 is below 1 too
+    EXPECT_THAT(platform.Released(), ElementsAre(302));
+    EXPECT_EQ(SectionSubscriptionPeer::HandleCount(302), -1);
+}
+
+TEST_F(SectionSubscriptionTest, PlatformReleaseComesBeforeTheTimerEnds) {
+    Signal released;
+    Recorder slow;
+    slow.duringTimeout = [&](unsigned int) { EXPECT_TRUE(released.Wait()); };
+    platform.duringRelease = [&](int) { released.Set(); };
+    // The time-out is running, with the timer's lock held, when the subscription is destroyed: were
+    // the timer ended first, it would wait for a release that never comes.
+    Subscription subscription = CSectionSubscription::SubscribeSection(
+        &platform, slow, 0x11, 0x42, 7, ISectionManager::EContinuous, 0, false);
+    subscription.reset();
+    EXPECT_THAT(platform.Released(), testing::SizeIs(1));
+}
+
+TEST_F(SectionSubscriptionTest, AcceptedSectionCancelsAndReachesTheObserver) {
+    const Subscription subscription = SubscribeTable();
+    platform.TakeLog();
+    Bytes section = {0x42, 0xF0, 0x01, 0xAA};
+    subscription->OnCallback(4, section.data());
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(Line(4, "OnCallback",
+                                 Green(" TVS handle=100 id=7 pid=17 tableid=66 mode=1 length: 4")),
+                            Line(4, "OnCallback", Green("Cancel the timer for id: 7"))));
+    EXPECT_THAT(observer.Sections(), ElementsAre(Recorder::Section{7, 0x11, section}));
+}
+
+TEST_F(SectionSubscriptionTest, ObserverIsCalledWithTheTimersLockReleased) {
+    Subscription subscription;
+    subscription = SubscribeTable(ISectionManager::EContinuous, 3600000);
+    observer.duringSection = [&](unsigned short) {
+        // A second section on another thread cancels the timer too; it would wait for the lock.
+        observer.duringSection = nullptr;
+        std::thread([&] {
+            unsigned char byte = 0x42;
+            subscription->OnCallback(1, &byte);
+        }).join();
+    };
+    unsigned char byte = 0x42;
+    subscription->OnCallback(1, &byte);
+    EXPECT_EQ(observer.Sections().size(), 2u);
+}
+
+TEST_F(SectionSubscriptionTest, EmptySectionIsToldAndNothingElse) {
+    const Subscription subscription = SubscribePattern(ISectionManager::EToggle);
+    platform.TakeLog();
+    subscription->OnCallback(0, nullptr);
+    EXPECT_THAT(platform.TakeLog(), ElementsAre(Line(5, "OnCallback", Yellow("Length is 0"))));
+    subscription->OnCallback(5, nullptr);
+    EXPECT_THAT(platform.TakeLog(), ElementsAre(Line(5, "OnCallback", Yellow("pData is NULL"))));
+    EXPECT_THAT(observer.Sections(), IsEmpty());
+}
+
+TEST_F(SectionSubscriptionTest, StaleSectionIsDroppedInToggleModeOnly) {
+    const std::string old =
+        Line(5, "OnCallback", Yellow("Old section data from previous filter, ignore it"));
+    unsigned char other = 0x50;
+    const Subscription toggle = SubscribePattern(ISectionManager::EToggle);
+    platform.TakeLog();
+    toggle->OnCallback(1, &other);
+    EXPECT_THAT(platform.TakeLog(), ElementsAre(old));
+    EXPECT_THAT(observer.Sections(), IsEmpty());
+
+    const Subscription continuous = SubscribePattern();
+    continuous->OnCallback(1, &other);
+    EXPECT_EQ(observer.Sections().size(), 1u);
+}
+
+TEST_F(SectionSubscriptionTest, DroppedSectionsLeaveTheTimeoutArmed) {
+    const Subscription subscription = SubscribePattern(ISectionManager::EToggle, 50);
+    unsigned char other = 0x50;
+    subscription->OnCallback(1, &other);
+    subscription->OnCallback(0, &other);
+    subscription->OnCallback(1, nullptr);
+    EXPECT_TRUE(observer.WaitForTimeouts(1));
+    EXPECT_THAT(observer.Timeouts(), ElementsAre(7u));
+}
+
+TEST_F(SectionSubscriptionTest, AcceptedSectionEndsTheTimeoutForGood) {
+    const Subscription subscription = SubscribeTable(ISectionManager::EContinuous, 100);
+    unsigned char byte = 0x42;
+    subscription->OnCallback(1, &byte);
+    Recorder other;
+    const Subscription later = CSectionSubscription::SubscribeSection(
+        &platform, other, 0x11, 0x42, 8, ISectionManager::EContinuous, 200, false);
+    EXPECT_TRUE(other.WaitForTimeouts(1));  // 200 ms have passed
+    EXPECT_THAT(observer.Timeouts(), IsEmpty());
+}
+
+TEST_F(SectionSubscriptionTest, Timeout0FiresAtOnceAndNoTimeoutNever) {
+    const Subscription never = SubscribeTable(ISectionManager::EContinuous, kNoTimeout);
+    for (const std::string& line : platform.TakeLog()) {
+        EXPECT_EQ(line.find("Set timer"), std::string::npos);
+    }
+    Recorder other;
+    const Subscription atOnce = CSectionSubscription::SubscribeSection(
+        &platform, other, 0x11, 0x42, 0xFFFF, ISectionManager::EContinuous, 0, false);
+    EXPECT_TRUE(other.WaitForTimeouts(1));
+    EXPECT_THAT(other.Timeouts(), ElementsAre(0xFFFFu));
+    EXPECT_THAT(observer.Timeouts(), IsEmpty());
+}
+
+TEST_F(SectionSubscriptionTest, MembersStandInOrder) {
+    const Subscription subscription = SubscribeTable();
+    const auto members = SectionSubscriptionPeer::Members(*subscription);
+    EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<const void*>()));
+    EXPECT_FALSE(std::is_polymorphic_v<CSectionSubscription>);
+}
+
+}  // namespace
