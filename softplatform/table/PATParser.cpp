@@ -23,7 +23,7 @@ struct Program {
     uint16_t PID;
 };
 
-// Of all sections held, in section_number order.
+// The program loop of all sections held, in section_number order.
 std::vector<Program> ProgramsOf(const SubTable& table) {
     std::vector<Program> programs;
     for (const auto& [number, bytes] : table.sections()) {

@@ -16,6 +16,7 @@
 #include "SI/SectionFilter/Korvo/Src/KorvoSectionManager.h"
 #include "SI/SectionFilter/Korvo/Src/SectionSubscription.h"
 #include "tests/support/FakePlatform.h"
+#include "tests/unit/si/Signal.h"
 
 namespace TORVEL_MW {
 
@@ -80,7 +81,6 @@ using TORVEL_MW::KorvoSectionManagerPeer;
 using TORVEL_MW::SectionSubscriptionPeer;
 
 constexpr unsigned int kNoTimeout = 4294967295u;
-constexpr std::chrono::seconds kPatience(20);
 
 inline std::string Red(const std::string& text) {
     return "\033[31m" + text + "\033[0m";
@@ -159,25 +159,6 @@ class Recorder : public TORVEL_MW::ISectionObserver {
     std::condition_variable changed_;
     std::vector<Section> sections_;
     std::vector<unsigned int> timeouts_;
-};
-
-/// Something that one thread waits for and another announces.
-class Signal {
-  public:
-    void Set() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        set_ = true;
-        changed_.notify_all();
-    }
-    bool Wait() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, kPatience, [&] { return set_; });
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool set_ = false;
 };
 
 }  // namespace

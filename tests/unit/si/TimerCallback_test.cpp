@@ -1,0 +1,255 @@
+#include "SI/SectionFilter/Korvo/Src/TimerCallback.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "tests/unit/si/Signal.h"
+
+namespace TORVEL_MW {
+
+struct TimerCallbackPeer {
+    struct Flags {
+        bool cancelled, expired, armed, quit;
+        bool operator==(const Flags&) const = default;
+    };
+    static Flags Of(TimerCallback& timer) {
+        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
+        return {timer.m_cancelled, timer.m_expired, timer.m_armed, timer.m_quit};
+    }
+    static bool HasCallback(TimerCallback& timer) {
+        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
+        return static_cast<bool>(timer.m_callback);
+    }
+    static std::chrono::steady_clock::time_point Deadline(TimerCallback& timer) {
+        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
+        return timer.m_deadline;
+    }
+    static std::recursive_mutex& Mutex(TimerCallback& timer) { return timer.m_mutex; }
+    static std::vector<const void*> Members(const TimerCallback& t) {
+        return {&t.m_thread, &t.m_mutex, &t.m_condition, &t.m_cancelled, &t.m_expired,
+                &t.m_armed,  &t.m_quit,  &t.m_deadline,  &t.m_callback};
+    }
+};
+
+}  // namespace TORVEL_MW
+
+namespace {
+
+using TORVEL_MW::TimerCallback;
+using Peer = TORVEL_MW::TimerCallbackPeer;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint32_t kAnHour = 3600000;
+
+void Unexpected() {
+    ADD_FAILURE() << "a callback that was replaced or cancelled was called";
+}
+
+TEST(TimerCallbackTest, IsIdleAfterConstructionAndEndsPromptly) {
+    const auto begin = Clock::now();
+    {
+        TimerCallback timer;
+        EXPECT_EQ(Peer::Of(timer), (Peer::Flags{false, false, false, false}));
+        EXPECT_FALSE(Peer::HasCallback(timer));
+        EXPECT_EQ(Peer::Deadline(timer), Clock::time_point());
+    }
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
+}
+
+TEST(TimerCallbackTest, EndsPromptlyWhileArmedAndCallsNothing) {
+    const auto begin = Clock::now();
+    {
+        TimerCallback timer;
+        timer.SetTimer(kAnHour, Unexpected);
+        EXPECT_EQ(Peer::Of(timer), (Peer::Flags{false, false, true, false}));
+    }
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
+}
+
+TEST(TimerCallbackTest, FiresOnceAtItsDeadlineOnAnotherThread) {
+    TimerCallback timer;
+    Signal fired;
+    std::atomic<int> calls{0};
+    std::thread::id thread;
+    Clock::time_point at;
+    const auto begin = Clock::now();
+    timer.SetTimer(30, [&] {
+        ++calls;
+        thread = std::this_thread::get_id();
+        at = Clock::now();
+        EXPECT_EQ(Peer::Of(timer), (Peer::Flags{false, true, false, false}));
+        EXPECT_FALSE(Peer::HasCallback(timer));
+        fired.Set();
+    });
+    ASSERT_TRUE(fired.Wait());
+    EXPECT_GE(at - begin, std::chrono::milliseconds(30));
+    EXPECT_NE(thread, std::this_thread::get_id());
+
+    Signal second;  // and it is ready for another round, in which the first is not called again
+    timer.SetTimer(0, [&] { second.Set(); });
+    ASSERT_TRUE(second.Wait());
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(TimerCallbackTest, MillisecondsAreSigned32Bits) {
+    for (const std::uint32_t past : {0u, 0x80000000u, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
+        TimerCallback timer;
+        Signal fired;
+        timer.SetTimer(past, [&] { fired.Set(); });
+        EXPECT_TRUE(fired.Wait()) << past;
+    }
+    TimerCallback timer;
+    const auto begin = Clock::now();
+    timer.SetTimer(0x7FFFFFFF, Unexpected);
+    EXPECT_GE(Peer::Deadline(timer) - begin, std::chrono::milliseconds(0x7FFFFFFF));
+    EXPECT_LT(Peer::Deadline(timer) - begin, std::chrono::milliseconds(0x7FFFFFFFll + 60000));
+    timer.SetTimer(0x80000000u, [] {});
+    EXPECT_LT(Peer::Deadline(timer), begin - std::chrono::hours(24 * 20));
+}
+
+TEST(TimerCallbackTest, RearmingReplacesDeadlineAndCallback) {
+    TimerCallback timer;
+    Signal fired;
+    timer.SetTimer(kAnHour, Unexpected);
+    timer.SetTimer(0, [&] { fired.Set(); });
+    EXPECT_TRUE(fired.Wait());
+
+    Signal later;
+    timer.SetTimer(20, Unexpected);
+    timer.SetTimer(kAnHour, Unexpected);
+    timer.SetTimer(40, [&] { later.Set(); });
+    EXPECT_TRUE(later.Wait());
+}
+
+TEST(TimerCallbackTest, CancelledTimerCallsNothing) {
+    TimerCallback timer;
+    timer.SetTimer(20, Unexpected);
+    timer.CancelTimer();
+    EXPECT_EQ(Peer::Of(timer), (Peer::Flags{true, false, false, false}));
+    EXPECT_FALSE(Peer::HasCallback(timer));
+    TimerCallback other;
+    Signal passed;
+    other.SetTimer(60, [&] { passed.Set(); });
+    EXPECT_TRUE(passed.Wait());  // its time is over
+}
+
+TEST(TimerCallbackTest, CancelAfterFiringChangesOnlyItsFlag) {
+    TimerCallback timer;
+    Signal fired;
+    timer.SetTimer(0, [&] { fired.Set(); });
+    ASSERT_TRUE(fired.Wait());
+    timer.CancelTimer();
+    EXPECT_EQ(Peer::Of(timer), (Peer::Flags{true, true, false, false}));
+    timer.SetTimer(kAnHour, Unexpected);
+    EXPECT_EQ(Peer::Of(timer), (Peer::Flags{false, false, true, false}));
+}
+
+TEST(TimerCallbackTest, CallbackRunsWithTheLockHeldAndACancelElsewhereWaitsForIt) {
+    TimerCallback timer;
+    Signal inside;
+    Signal leave;
+    std::atomic<bool> left{false};
+    timer.SetTimer(0, [&] {
+        inside.Set();
+        EXPECT_TRUE(leave.Wait());
+        left = true;
+    });
+    ASSERT_TRUE(inside.Wait());
+    EXPECT_FALSE(Peer::Mutex(timer).try_lock());
+    std::thread canceller([&] {
+        timer.CancelTimer();
+        EXPECT_TRUE(left);
+    });
+    leave.Set();
+    canceller.join();
+}
+
+TEST(TimerCallbackTest, CallbackMayArmAndCancelItsOwnTimer) {
+    TimerCallback timer;
+    Signal second;
+    timer.SetTimer(0, [&] {
+        timer.CancelTimer();
+        timer.SetTimer(0, [&] { second.Set(); });
+    });
+    EXPECT_TRUE(second.Wait());
+}
+
+TEST(TimerCallbackTest, CopyOfTheCallbackIsDestroyedUnderTheLock) {
+    TimerCallback timer;
+    Signal destroyed;
+    std::atomic<bool> locked{false};
+    struct Token {
+        ~Token() {
+            std::thread([this] { locked = !Peer::Mutex(timer).try_lock(); }).join();
+            destroyed.Set();
+        }
+        TimerCallback& timer;
+        std::atomic<bool>& locked;
+        Signal& destroyed;
+    };
+    // Held by the callback alone once it is armed.
+    timer.SetTimer(20, [token = std::shared_ptr<Token>(new Token{timer, locked, destroyed})] {});
+    ASSERT_TRUE(destroyed.Wait());
+    EXPECT_TRUE(locked);
+}
+
+TEST(TimerCallbackTest, EmptyCallbackEndsTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            TimerCallback timer;
+            timer.SetTimer(0, nullptr);
+            Signal never;
+            never.Wait();
+        },
+        "");
+}
+
+TEST(TimerCallbackTest, DestructionFromInsideItsOwnCallbackEndsTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            auto* const timer = new TimerCallback;
+            timer->SetTimer(0, [timer] { delete timer; });
+            Signal never;
+            never.Wait();
+        },
+        "");
+}
+
+TEST(TimerCallbackTest, SurvivesArmingAndCancellingFromManyThreads) {
+    TimerCallback timer;
+    std::atomic<int> fired{0};
+    std::vector<std::thread> threads;
+    for (unsigned thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (unsigned i = 0; i < 500; ++i) {
+                timer.SetTimer((i + thread) % 3, [&] { ++fired; });
+                if (i % 5 == thread) {
+                    timer.CancelTimer();
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    Signal last;
+    timer.SetTimer(0, [&] { last.Set(); });
+    EXPECT_TRUE(last.Wait());
+    EXPECT_LE(fired, 2000);
+}
+
+TEST(TimerCallbackTest, MembersStandInOrder) {
+    const TimerCallback timer;
+    const auto members = Peer::Members(timer);
+    EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<const void*>()));
+}
+
+}  // namespace
