@@ -12,14 +12,15 @@
 #include "SI/Include/ISectionManager.h"
 #include "generator/Scenarios.h"
 #include "softplatform/service/SoftwarePlatform.h"
+#include "tests/support/Forever.h"
 
 namespace {
 
 using TORVEL_MW::ISectionManager;
 
 constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
-constexpr int kThreads = 4;
-constexpr int kRoundsPerThread = 300;
+constexpr std::size_t kThreads = 4;
+constexpr std::size_t kRoundsPerThread = 300;
 
 /// Counts, and in every third delivery unsubscribes itself from inside.
 class Client : public TORVEL_MW::ISectionObserver {
@@ -69,17 +70,17 @@ class SectionManagerUnderLoad : public testing::TestWithParam<unsigned> {
 };
 
 TEST_P(SectionManagerUnderLoad, ServesClientsThatComeAndGoOnFourThreads) {
-    std::atomic<int> running{kThreads};
-    std::atomic<int> accepted{0};
-    // Observers outlive their subscriptions by what may still be on its way: by the whole test.
-    std::vector<std::vector<std::unique_ptr<Client>>> clients(kThreads);
+    std::atomic<std::size_t> running{kThreads};
+    std::atomic<std::size_t> accepted{0};
+    // Observers outlive their subscriptions by what may still be on its way.
+    auto& clients = Forever<std::vector<std::vector<std::unique_ptr<Client>>>>(kThreads);
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        auto& mine = clients[static_cast<std::size_t>(thread)];
+    for (std::size_t thread = 0; thread < kThreads; ++thread) {
+        auto& mine = clients[thread];
         threads.emplace_back([&, thread] {
             std::mt19937 random(GetParam() * 1000 + static_cast<unsigned>(thread));
             std::vector<unsigned int> held;
-            for (int round = 0; round < kRoundsPerThread; ++round) {
+            for (std::size_t round = 0; round < kRoundsPerThread; ++round) {
                 mine.push_back(std::make_unique<Client>());
                 const unsigned int id = Subscribe(*mine.back(), random);
                 if (id != 0) {
@@ -120,7 +121,7 @@ TEST_P(SectionManagerUnderLoad, ServesClientsThatComeAndGoOnFourThreads) {
     EXPECT_GT(events, 0);
 
     // The manager still works: a late client gets its PAT.
-    static Client& late = *new Client;
+    Client& late = Forever<Client>();
     ASSERT_NE(ISectionManager::Instance()->Subscribe(
                   0x0000, 0x00, late, ISectionManager::EContinuous, kNoTimeout, false),
               0u);
@@ -130,8 +131,6 @@ TEST_P(SectionManagerUnderLoad, ServesClientsThatComeAndGoOnFourThreads) {
     while (late.Events() == 0) {
         std::this_thread::yield();
     }
-    // What is still in the queue may reach them.
-    static_cast<void>(new std::vector<std::vector<std::unique_ptr<Client>>>(std::move(clients)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, SectionManagerUnderLoad, testing::Values(1u, 2u, 3u));

@@ -21,6 +21,7 @@
 #include "client/MultiplexScanner.h"
 #include "generator/TsWriter.h"
 #include "softplatform/service/SoftwarePlatform.h"
+#include "tests/support/Forever.h"
 
 namespace {
 
@@ -200,7 +201,7 @@ TEST_P(RealStream, PatAndSectionCountsAreAsIndependentlyDecoded) {
     tvservice::SetLogPriority(7);
     ASSERT_TRUE(tvservice::SoftwarePlatform::Instance().Start());
     SectionCounts counts;
-    static Counter& counter = *new Counter(counts);
+    Counter& counter = Forever<Counter>(counts);
     std::string error;
     tvservice::SourcePtr source;
     std::set<int> pids;

@@ -9,6 +9,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "tests/support/Forever.h"
+
 namespace {
 
 using TORVEL_MW::EventQueue;
@@ -118,7 +120,7 @@ class InPlace {
 };
 
 TEST_F(EventQueueTest, DestructionWaitsForNoConsumerAndLateComersBlockForEver) {
-    auto& memory = *new InPlace<EventQueue<Item>>;
+    auto& memory = Forever<InPlace<EventQueue<Item>>>();
     EventQueue<Item>& queue = *memory.Make();
     static std::atomic<int> returned{0};
     std::atomic<bool> entered{false};
@@ -133,8 +135,8 @@ TEST_F(EventQueueTest, DestructionWaitsForNoConsumerAndLateComersBlockForEver) {
     queue.~EventQueue();  // with the consumer in Pop, or on its way into it
 
     std::atomic<bool> pushing{false};
-    static std::vector<int>& late = *new std::vector<int>;
-    std::thread([&queue, &pushing] {
+    std::vector<int>& late = Forever<std::vector<int>>();
+    std::thread([&queue, &pushing, &late] {
         auto item = std::make_unique<Item>(1, late);
         pushing = true;
         queue.Push(std::move(item));

@@ -64,7 +64,7 @@ class SectionManagerTest : public testing::Test {
     }
 
     FakePlatform& platform = FakePlatform::Get();
-    Recorder& observer = *new Recorder;  // outlives the process's manager
+    Recorder& observer = Forever<Recorder>();  // outlives the process's manager
 };
 
 TEST_F(SectionManagerTest, AsksThePlatformOnceForItsSubscriber) {
@@ -158,7 +158,7 @@ TEST_F(SectionManagerTest, After4294967294Comes1) {
 TEST_F(SectionManagerTest, WrappedIdReplacesAndReleasesTheOldSubscription) {
     EXPECT_EQ(SubscribeTable(observer), 1u);
     KorvoSectionManagerPeer::SetNextId(manager(), 1);
-    Recorder& other = *new Recorder;
+    Recorder& other = Forever<Recorder>();
     EXPECT_EQ(SubscribeTable(other), 1u);
     EXPECT_THAT(platform.Released(), ElementsAre(100));
     platform.Deliver(1, {0x42});
@@ -254,7 +254,7 @@ TEST_F(SectionManagerTest, OneShotCompletesWhileAClientSitsInSubscribe) {
                 inside.Set();
                 EXPECT_TRUE(leave.Wait());
             };
-            SubscribeTable(*new Recorder);
+            SubscribeTable(Forever<Recorder>());
         });
         EXPECT_TRUE(inside.Wait());
     };
@@ -330,7 +330,7 @@ TEST_F(SectionManagerTest, ObserverMayUnsubscribeItselfAndTheSubscriptionEndsOnT
 
 TEST_F(SectionManagerTest, ObserverMaySubscribeInsideItsSection) {
     unsigned int inner = 0;
-    Recorder& other = *new Recorder;
+    Recorder& other = Forever<Recorder>();
     observer.duringSection = [&](unsigned short) { inner = SubscribeTable(other); };
     SubscribeTable(observer, ISectionManager::EOneShot);
     platform.Deliver(1, {0x42});
@@ -390,7 +390,7 @@ TEST_F(SectionManagerTest, NestedSubscribeInsideThePlatformsCallGetsTheFirstId) 
     unsigned int inner = 0;
     platform.duringRequest = [&](const fake::Request&) {
         platform.duringRequest = nullptr;
-        inner = SubscribeTable(*new Recorder);
+        inner = SubscribeTable(Forever<Recorder>());
     };
     const unsigned int outer = SubscribeTable(observer);
     EXPECT_EQ(inner, 1u);
@@ -418,7 +418,7 @@ TEST_F(SectionManagerTest, IdsFrom65536AreKnownOutsideByTheirLow16BitsOnly) {
 TEST_F(SectionManagerTest, SectionOfAHighIdGoesToTheOlderHolderOfTheLow16Bits) {
     EXPECT_EQ(SubscribeTable(observer), 1u);
     KorvoSectionManagerPeer::SetNextId(manager(), 65537);
-    Recorder& high = *new Recorder;
+    Recorder& high = Forever<Recorder>();
     EXPECT_EQ(SubscribeTable(high), 65537u);
     platform.Deliver(platform.Requests().at(1).id, {0x42});
     EXPECT_TRUE(observer.WaitForSections(1));
@@ -447,7 +447,7 @@ TEST_F(SectionManagerTest, NegativePlatformIdIsLookedUpAsUnsigned) {
 TEST_F(SectionManagerTest, TheLockIsNotHeldWhileTheObserverRuns) {
     Signal done;
     observer.duringSection = [&](unsigned short) {
-        std::thread([&] { SubscribeTable(*new Recorder); }).join();
+        std::thread([&] { SubscribeTable(Forever<Recorder>()); }).join();
         done.Set();
     };
     SubscribeTable(observer);
@@ -463,7 +463,7 @@ TEST_F(SectionManagerTest, MembersStandInOrder) {
 // A manager of its own, since the process's was made with a subscriber. It is never destroyed.
 TEST_F(SectionManagerTest, WithoutASubscriberEverySubscribeIsRefused) {
     platform.HaveNoSubscriber();
-    auto& lonely = *new CKorvoSectionManager;
+    auto& lonely = Forever<CKorvoSectionManager>();
     EXPECT_EQ(
         lonely.Subscribe(0x11, 0x42, observer, ISectionManager::EContinuous, kNoTimeout, false),
         0u);

@@ -16,6 +16,7 @@
 #include "SI/SectionFilter/Korvo/Src/KorvoSectionManager.h"
 #include "SI/SectionFilter/Korvo/Src/SectionSubscription.h"
 #include "tests/support/FakePlatform.h"
+#include "tests/support/Forever.h"
 #include "tests/unit/si/Signal.h"
 
 namespace TORVEL_MW {
