@@ -1,4 +1,4 @@
-#include <atomic>
+#include <stdexcept>
 #include <thread>
 
 #include "tests/unit/si/SiFixture.h"
@@ -279,6 +279,47 @@ TEST_F(SectionManagerTest, ToggleIsCalledWithTheTableIdOfEachSection) {
     EXPECT_EQ(requests[1].filter, Bytes({0x4E}));
     EXPECT_EQ(requests[2].filter, Bytes({0x4F}));
     EXPECT_EQ(requests[2].id, 1);
+}
+
+TEST_F(SectionManagerTest, RefusedToggleLeavesTheSubscriptionInTheTable) {
+    SubscribePattern(observer, ISectionManager::EToggle);
+    platform.NextReply({0, std::nullopt});
+    platform.Deliver(1, {0x4E});
+    Settle();
+    EXPECT_TRUE(KorvoSectionManagerPeer::Holds(manager(), 1));
+    for (const std::string& line : platform.TakeLog()) {
+        EXPECT_EQ(line.find("~CSectionSubscription"), std::string::npos);
+    }
+    platform.Deliver(1, {0x4F});  // somebody may still share the old filter
+    EXPECT_TRUE(observer.WaitForSections(2));
+}
+
+TEST_F(SectionManagerTest, ExceptionOfAnObserverEndsTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            observer.duringSection = [](unsigned short) { throw std::length_error("observer"); };
+            SubscribeTable(observer);
+            platform.Deliver(1, {0x42});
+            Signal never;
+            never.Wait();
+        },
+        "");
+}
+
+TEST_F(SectionManagerTest, UnsubscribeInItsOwnTimeoutEndsTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            observer.duringTimeout = [](unsigned int id) {
+                ISectionManager::Instance()->Unsubscribe(id);
+            };
+            ISectionManager::Instance()->Subscribe(0x11, 0x42, observer,
+                                                   ISectionManager::EContinuous, 0, false);
+            Signal never;
+            never.Wait();
+        },
+        "");
 }
 
 TEST_F(SectionManagerTest, StaleToggleSectionWritesThreeLines) {

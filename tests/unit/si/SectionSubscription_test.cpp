@@ -1,5 +1,7 @@
+#include <atomic>
 #include <locale>
-#include <new>
+#include <stdexcept>
+#include <thread>
 
 #include "tests/unit/si/SiFixture.h"
 
@@ -281,16 +283,112 @@ TEST_F(SectionSubscriptionTest, HandleThatComesBackContinuesItsCount) {
 }
 
 TEST_F(SectionSubscriptionTest, PlatformReleaseComesBeforeTheTimerEnds) {
+    Signal inside;
     Signal released;
     Recorder slow;
-    slow.duringTimeout = [&](unsigned int) { EXPECT_TRUE(released.Wait()); };
+    slow.duringTimeout = [&](unsigned int) {
+        inside.Set();
+        EXPECT_TRUE(released.Wait());
+    };
     platform.duringRelease = [&](int) { released.Set(); };
-    // The time-out is running, with the timer's lock held, when the subscription is destroyed: were
-    // the timer ended first, it would wait for a release that never comes.
     Subscription subscription = CSectionSubscription::SubscribeSection(
         &platform, slow, 0x11, 0x42, 7, ISectionManager::EContinuous, 0, false);
+    // The time-out runs, with the timer's lock held: were the timer touched first, it would be
+    // waited for, and the release that it waits for would never come.
+    ASSERT_TRUE(inside.Wait());
     subscription.reset();
     EXPECT_THAT(platform.Released(), testing::SizeIs(1));
+}
+
+TEST_F(SectionSubscriptionTest, TimeoutMayFireBetweenReleaseAndEnd) {
+    Recorder late;
+    platform.duringRelease = [&](int) { EXPECT_TRUE(late.WaitForTimeouts(1)); };
+    Subscription subscription = CSectionSubscription::SubscribeSection(
+        &platform, late, 0x11, 0x42, 7, ISectionManager::EContinuous, 100, false);
+    subscription.reset();
+    EXPECT_THAT(late.Timeouts(), ElementsAre(7u));
+}
+
+TEST_F(SectionSubscriptionTest, TimeoutThatWonTheRaceIsReportedBeforeTheSection) {
+    Signal inside;
+    Signal leave;
+    Recorder racing;
+    std::atomic<bool> left{false};
+    racing.duringTimeout = [&](unsigned int) {
+        inside.Set();
+        EXPECT_TRUE(leave.Wait());
+        left = true;
+    };
+    racing.duringSection = [&](unsigned short) { EXPECT_TRUE(left); };
+    Subscription subscription = CSectionSubscription::SubscribeSection(
+        &platform, racing, 0x11, 0x42, 7, ISectionManager::EContinuous, 0, false);
+    ASSERT_TRUE(inside.Wait());
+    std::thread eventThread([&] {
+        unsigned char byte = 0x42;
+        subscription->OnCallback(1, &byte);
+    });
+    // The cancel waits for the time-out; the section comes after both.
+    EXPECT_TRUE(platform.WaitForLog(Line(4, "OnCallback", Green("Cancel the timer for id: 7"))));
+    EXPECT_THAT(racing.Sections(), IsEmpty());
+    leave.Set();
+    eventThread.join();
+    EXPECT_EQ(racing.Sections().size(), 1u);
+    EXPECT_EQ(racing.Timeouts().size(), 1u);
+}
+
+TEST_F(SectionSubscriptionTest, LinesAndCancelComeBeforeTheObserver) {
+    const Subscription subscription = SubscribeTable(ISectionManager::EContinuous, 3600000);
+    platform.TakeLog();
+    observer.duringSection = [&](unsigned short) {
+        EXPECT_EQ(platform.TakeLog().size(), 2u);
+        EXPECT_FALSE(SectionSubscriptionPeer::IsArmed(*subscription));
+    };
+    unsigned char byte = 0x42;
+    subscription->OnCallback(1, &byte);
+    EXPECT_THAT(platform.TakeLog(), IsEmpty());
+}
+
+TEST_F(SectionSubscriptionTest, WithoutATimeoutNoFilterArmsItsTimer) {
+    const Subscription extension = SubscribeExtension();
+    EXPECT_EQ(platform.TakeLog().size(), 3u);
+    EXPECT_FALSE(SectionSubscriptionPeer::IsArmed(*extension));
+    const Subscription pattern = SubscribePattern();
+    EXPECT_EQ(platform.TakeLog().size(), 3u);
+    EXPECT_FALSE(SectionSubscriptionPeer::IsArmed(*pattern));
+    EXPECT_TRUE(
+        SectionSubscriptionPeer::IsArmed(*SubscribePattern(ISectionManager::EToggle, 3600000)));
+}
+
+TEST_F(SectionSubscriptionTest, CountThatFellTo0IsKept) {
+    platform.NextReply({1, 303});
+    SubscribeTable().reset();
+    EXPECT_TRUE(SectionSubscriptionPeer::HasHandleCount(303));
+}
+
+TEST_F(SectionSubscriptionTest, ExceptionsOfThePlatformPass) {
+    platform.duringRequest = [](const fake::Request&) { throw std::length_error("platform"); };
+    EXPECT_THROW(SubscribeTable(), std::length_error);
+    EXPECT_THROW(SubscribeExtension(), std::length_error);
+    EXPECT_THROW(SubscribePattern(), std::length_error);
+}
+
+TEST_F(SectionSubscriptionTest, ExceptionsOfTheObserverPass) {
+    const Subscription subscription = SubscribeTable();
+    observer.duringSection = [](unsigned short) { throw std::length_error("observer"); };
+    unsigned char byte = 0x42;
+    EXPECT_THROW(subscription->OnCallback(1, &byte), std::length_error);
+}
+
+TEST_F(SectionSubscriptionTest, ExceptionInATimeoutEndsTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            observer.duringTimeout = [](unsigned int) { throw std::length_error("observer"); };
+            const Subscription subscription = SubscribeTable(ISectionManager::EContinuous, 0);
+            Signal never;
+            never.Wait();
+        },
+        "");
 }
 
 TEST_F(SectionSubscriptionTest, AcceptedSectionCancelsAndReachesTheObserver) {

@@ -15,11 +15,38 @@
 
 #include "SI/SectionFilter/Korvo/Src/KorvoSectionManager.h"
 #include "SI/SectionFilter/Korvo/Src/SectionSubscription.h"
+#include "SI/SectionFilter/Korvo/Src/TimerCallback.h"
 #include "tests/support/FakePlatform.h"
 #include "tests/support/Forever.h"
 #include "tests/unit/si/Signal.h"
 
 namespace TORVEL_MW {
+
+struct TimerCallbackPeer {
+    using T = TimerCallback;
+    struct Flags {
+        bool cancelled, expired, armed, quit;
+        bool operator==(const Flags&) const = default;
+    };
+    static Flags Of(T& timer) {
+        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
+        return {timer.m_cancelled, timer.m_expired, timer.m_armed, timer.m_quit};
+    }
+    static bool IsArmed(T& timer) { return Of(timer).armed; }
+    static bool HasCallback(T& timer) {
+        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
+        return static_cast<bool>(timer.m_callback);
+    }
+    static std::chrono::steady_clock::time_point Deadline(T& timer) {
+        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
+        return timer.m_deadline;
+    }
+    static std::recursive_mutex& Mutex(T& timer) { return timer.m_mutex; }
+    static std::vector<const void*> Members(const T& t) {
+        return {&t.m_thread, &t.m_mutex, &t.m_condition, &t.m_cancelled, &t.m_expired,
+                &t.m_armed,  &t.m_quit,  &t.m_deadline,  &t.m_callback};
+    }
+};
 
 struct SectionSubscriptionPeer {
     using S = CSectionSubscription;
@@ -33,6 +60,8 @@ struct SectionSubscriptionPeer {
     static const std::vector<unsigned char>& Pattern(const S& s) { return s.m_pattern; }
     static const std::vector<unsigned char>& Mask(const S& s) { return s.m_mask; }
     static const std::vector<unsigned char>& Mode(const S& s) { return s.m_mode; }
+
+    static bool IsArmed(S& s) { return TimerCallbackPeer::IsArmed(s.m_timer); }
 
     /// The members' addresses, in the order in which they should be declared.
     static std::vector<const void*> Members(const S& s) {

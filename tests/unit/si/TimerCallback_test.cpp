@@ -9,35 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/unit/si/Signal.h"
-
-namespace TORVEL_MW {
-
-struct TimerCallbackPeer {
-    struct Flags {
-        bool cancelled, expired, armed, quit;
-        bool operator==(const Flags&) const = default;
-    };
-    static Flags Of(TimerCallback& timer) {
-        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
-        return {timer.m_cancelled, timer.m_expired, timer.m_armed, timer.m_quit};
-    }
-    static bool HasCallback(TimerCallback& timer) {
-        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
-        return static_cast<bool>(timer.m_callback);
-    }
-    static std::chrono::steady_clock::time_point Deadline(TimerCallback& timer) {
-        std::lock_guard<std::recursive_mutex> lock(timer.m_mutex);
-        return timer.m_deadline;
-    }
-    static std::recursive_mutex& Mutex(TimerCallback& timer) { return timer.m_mutex; }
-    static std::vector<const void*> Members(const TimerCallback& t) {
-        return {&t.m_thread, &t.m_mutex, &t.m_condition, &t.m_cancelled, &t.m_expired,
-                &t.m_armed,  &t.m_quit,  &t.m_deadline,  &t.m_callback};
-    }
-};
-
-}  // namespace TORVEL_MW
+#include "tests/unit/si/SiFixture.h"
 
 namespace {
 
@@ -120,17 +92,30 @@ TEST(TimerCallbackTest, RearmingReplacesDeadlineAndCallback) {
     timer.SetTimer(0, [&] { fired.Set(); });
     EXPECT_TRUE(fired.Wait());
 
+    // To a later deadline; under the lock, so that the earlier one cannot pass in between.
     Signal later;
-    timer.SetTimer(20, Unexpected);
-    timer.SetTimer(kAnHour, Unexpected);
-    timer.SetTimer(40, [&] { later.Set(); });
+    Clock::time_point at;
+    Clock::time_point begin;
+    {
+        const std::lock_guard<std::recursive_mutex> lock(Peer::Mutex(timer));
+        timer.SetTimer(1, Unexpected);
+        begin = Clock::now();
+        timer.SetTimer(50, [&] {
+            at = Clock::now();
+            later.Set();
+        });
+    }
     EXPECT_TRUE(later.Wait());
+    EXPECT_GE(at - begin, std::chrono::milliseconds(50));
 }
 
 TEST(TimerCallbackTest, CancelledTimerCallsNothing) {
     TimerCallback timer;
-    timer.SetTimer(20, Unexpected);
-    timer.CancelTimer();
+    {
+        const std::lock_guard<std::recursive_mutex> lock(Peer::Mutex(timer));
+        timer.SetTimer(1, Unexpected);
+        timer.CancelTimer();
+    }
     EXPECT_EQ(Peer::Of(timer), (Peer::Flags{true, false, false, false}));
     EXPECT_FALSE(Peer::HasCallback(timer));
     TimerCallback other;

@@ -50,6 +50,7 @@ TEST_F(ToggleTest, AlternatesBetweenThePair) {
     EXPECT_EQ(platform.Requests().at(2).filter, Bytes({0x4E, 0x12, 0x34}));
     EXPECT_EQ(platform.Requests().at(2).mask, Bytes({0xFF, 0x00, 0x0F}));
     EXPECT_THAT(platform.Released(), ElementsAre(400, 401));
+    EXPECT_TRUE(SectionSubscriptionPeer::HasHandleCount(400));
     EXPECT_EQ(SectionSubscriptionPeer::HandleCount(400), 0);
     EXPECT_EQ(SectionSubscriptionPeer::HandleCount(401), 0);
     EXPECT_EQ(SectionSubscriptionPeer::HandleCount(402), 1);
@@ -150,6 +151,16 @@ TEST_F(ToggleTest, RefusedRequestShowsTheHandleThatThePlatformLeft) {
     EXPECT_EQ(platform.TakeLog().back(),
               Line(5, "Toggle", Yellow("Re-subscribe section failed id: 7, TVS handle: 99")));
     EXPECT_EQ(SectionSubscriptionPeer::Handle(*subscription), 412);
+}
+
+TEST_F(ToggleTest, RearmsTheFilterButNotTheTimer) {
+    platform.NextReply({1, 414});
+    const auto subscription = CSectionSubscription::SubscribeSection(
+        &platform, observer, 0x12, {0x4E}, {0xFE}, {}, 7, ISectionManager::EToggle, 3600000);
+    unsigned char section = 0x4E;
+    subscription->OnCallback(1, &section);
+    EXPECT_TRUE(subscription->Toggle(0x4E));
+    EXPECT_FALSE(SectionSubscriptionPeer::IsArmed(*subscription));
 }
 
 TEST_F(ToggleTest, CountBelow0IsNotReleasedAgain) {
