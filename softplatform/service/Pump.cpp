@@ -145,7 +145,7 @@ std::optional<Pump::Job> Pump::NextJob() {
 
 InputEnd Pump::PlayThrough(const Job& job) {
     Source& source = *job.source;
-    const InputEnd interrupted{InputEnd::kInterrupted, {}};
+    InputEnd interrupted{InputEnd::kInterrupted, {}};
     engine_.Reset();
     sinceBarrier_ = 0;
     PacketSync sync(counters_);

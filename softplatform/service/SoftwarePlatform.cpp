@@ -29,8 +29,6 @@ struct SoftwarePlatform::Impl {
 
 SoftwarePlatform::SoftwarePlatform() : m_impl(new Impl{Receiver::Instance()}) {}
 
-SoftwarePlatform::~SoftwarePlatform() = default;  // never called
-
 SoftwarePlatform& SoftwarePlatform::Instance() {
     static SoftwarePlatform& instance = *new SoftwarePlatform;
     return instance;

@@ -138,7 +138,7 @@ class SOFTPLATFORM_API SoftwarePlatform {
 
   private:
     SoftwarePlatform();
-    ~SoftwarePlatform();
+    ~SoftwarePlatform() = default;
     struct Impl;
     Impl* const m_impl;
 };

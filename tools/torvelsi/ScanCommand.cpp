@@ -44,7 +44,7 @@ void PrintJson(const client::Multiplex& multiplex) {
 
 void PrintText(const client::Multiplex& multiplex) {
     const client::InputFacts& input = multiplex.input;
-    fmt::print("{}: {} bytes, {} packets of {} bytes\n", Printable(input.uri), input.bytes,
+    fmt::print("Input {}, {} bytes, {} packets of {} bytes\n", Printable(input.uri), input.bytes,
                input.packets, input.packetSize);
     if (multiplex.pat) {
         const client::Pat& pat = *multiplex.pat;

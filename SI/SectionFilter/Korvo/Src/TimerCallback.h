@@ -17,8 +17,7 @@ namespace TORVEL_MW {
 class TimerCallback {
   public:
     /// Starts the thread. Nothing is armed.
-    TimerCallback()
-        : m_cancelled(false), m_expired(false), m_armed(false), m_quit(false), m_deadline() {
+    TimerCallback() : m_cancelled(false), m_expired(false), m_armed(false), m_quit(false) {
         m_thread = std::thread(&TimerCallback::waitThreadMethod, this);
     }
 
