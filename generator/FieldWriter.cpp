@@ -1,5 +1,6 @@
 #include "generator/FieldWriter.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -14,7 +15,7 @@ void BitBuffer::PutBits(unsigned width, std::uint64_t value) {
             bytes_.push_back(0);
             openBits_ = 8;
         }
-        const unsigned taken = width < openBits_ ? width : openBits_;
+        const unsigned taken = std::min({width, openBits_, 8u});
         const std::uint64_t piece = value >> (width - taken) & ((1u << taken) - 1);
         bytes_.back() = static_cast<std::uint8_t>(bytes_.back() | piece << (openBits_ - taken));
         openBits_ -= taken;

@@ -21,16 +21,18 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-extern "C" void __gcov_dump(void) __attribute__((weak));
+#if defined(TORVELSI_COVERAGE)
+extern "C" void __gcov_dump(void);
+#endif
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const int result = RUN_ALL_TESTS();
     std::cout.flush();
     std::fflush(nullptr);
-    if (__gcov_dump != nullptr) {
-        __gcov_dump();
-    }
+#if defined(TORVELSI_COVERAGE)
+    __gcov_dump();
+#endif
 #if defined(TORVEL_LEAK_CHECK)
     __lsan_do_leak_check();  // ends the process with a status of its own when it finds one
 #endif
