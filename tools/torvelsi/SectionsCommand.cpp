@@ -199,8 +199,8 @@ int Sections(const Request& request) {
     SoftwarePlatform& platform = SoftwarePlatform::Instance();
     platform.Start();
     // Both to the end of the process, as the event thread that may still call them.
-    Printer& printer = *new Printer(request);
-    static_cast<void>(new client::Barrier);
+    static Printer& printer = *new Printer(request);
+    [[maybe_unused]] static client::Barrier& barrier = *new client::Barrier;
     const unsigned int id = Subscribe(request, printer);
     if (id == 0) {
         PrintError("the platform refused the filter");
