@@ -159,11 +159,15 @@ class Scan(unittest.TestCase):
         self.assertNotIn("\033[", log)
 
     def test_full_device_is_an_error(self):
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([TOOL, "scan", "demo:"], stdout=full, stderr=subprocess.PIPE,
-                                  timeout=60)
-        self.assertEqual(done.returncode, 2)
-        self.assertIn(b"standard output", done.stderr)
+        for arguments in (["scan", "demo:"],
+                          ["sections", "demo:", "--pid", "0x12", "--pattern", "00", "--mask", "00"],
+                          ["sections", "demo:", "--pid", "0", "--table-id", "0", "--format",
+                           "binary"]):
+            with self.subTest(arguments), open("/dev/full", "wb") as full:
+                done = subprocess.run([TOOL, *arguments], stdout=full, stderr=subprocess.PIPE,
+                                      timeout=60)
+                self.assertEqual(done.returncode, 2, done.stderr)
+                self.assertIn(b"standard output", done.stderr)
 
 
 class Sections(unittest.TestCase):
@@ -260,6 +264,7 @@ class CommandLine(unittest.TestCase):
                 (["sections", "demo:", "--pid", "zero", "--table-id", "0"], "zero"),
                 (["sections", "demo:", "--pid", "0", "--table-id", "256"], "256"),
                 (["sections", "demo:", "--pid", "0", "--extension", "1"], "--table-id"),
+                (["sections", "demo:", "--pid", "0", "--table-id", "0", "--count", "0"], "--count"),
                 (["sections", "demo:", "--pid", "0", "--pattern", "00"], "--mask"),
                 (["sections", "demo:", "--pid", "0", "--pattern", "0", "--mask", "FF"], "'0'"),
                 (["sections", "demo:", "--pid", "0", "--pattern", "00", "--mask", "FFFF"],
@@ -281,6 +286,16 @@ class CommandLine(unittest.TestCase):
 
 
 class Interrupts(unittest.TestCase):
+    def test_a_signal_before_anything_plays_is_not_lost(self):
+        with tempfile.TemporaryDirectory() as folder:
+            fifo = os.path.join(folder, "fifo")
+            os.mkfifo(fifo)
+            for _ in range(10):
+                process = subprocess.Popen([TOOL, "scan", fifo], stdout=subprocess.DEVNULL,
+                                           stderr=subprocess.DEVNULL)
+                process.send_signal(signal.SIGINT)
+                self.assertIn(process.wait(timeout=20), (3, -signal.SIGINT))
+
     def interrupted(self, *arguments, after):
         """Feeds a pipe that never ends, and interrupts once everything was handled."""
         reader, writer = os.pipe()
@@ -305,7 +320,9 @@ class Interrupts(unittest.TestCase):
         status, output, errors = self.interrupted("scan", "-", "--format", "json", after=demo())
         document = json.loads(output)
         self.assertIsNotNone(document["pat"])
-        self.assertEqual(status, 0, errors)
+        self.assertIs(document["complete"], False)
+        self.assertEqual(document["missing"], ["rest of the input"])
+        self.assertEqual(status, 3, errors)
 
     def test_sections_closes_its_document(self):
         # 6 packets: the first five make it certain where packets are.

@@ -1,10 +1,8 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 
 #include "softplatform/service/SoftwarePlatform.h"
@@ -64,7 +62,7 @@ int main(int argc, char** argv) {
         tool::PrintError(error.what());
     }
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        tool::PrintError(fmt::format("standard output: {}", std::strerror(errno)));
+        tool::PrintError("standard output cannot be written");
         status = tool::kUnreadable;
     }
     // The section manager lives as long as the process: returning from main would end in its

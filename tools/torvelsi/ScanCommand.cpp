@@ -79,7 +79,11 @@ int Scan(const std::string& input, bool json) {
         const Progress progress(tvservice::Describe(*source).size);
         end = scanner.Scan(std::move(source));
     }
-    const client::Multiplex multiplex = scanner.Result();
+    client::Multiplex multiplex = scanner.Result();
+    if (end.reason != tvservice::InputEnd::kEndOfInput) {
+        multiplex.complete = false;
+        multiplex.missing.emplace_back("rest of the input");
+    }
     if (json) {
         PrintJson(multiplex);
     } else {

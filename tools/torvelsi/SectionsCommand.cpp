@@ -106,15 +106,21 @@ class Printer : public TORVEL_MW::ISectionObserver {
         if (closed_ || Enough()) {
             return;
         }
+        std::string text;
         if (format_ == SectionsFormat::kBinary) {
-            std::fwrite(data, 1, length, stdout);
+            text.assign(data, data + length);
         } else if (format_ == SectionsFormat::kHex) {
-            fmt::print("{}", SectionToText(id, pid, data, length));
+            text = SectionToText(id, pid, data, length);
         } else {
-            fmt::print("{}\n    {}", sections_ == 0 ? "" : ",",
-                       SectionToJson(id, pid, data, length).dump());
+            text = fmt::format("{}\n    {}", sections_ == 0 ? "" : ",",
+                               SectionToJson(id, pid, data, length).dump());
         }
-        std::fflush(stdout);  // somebody may be watching a live input
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        if (std::fflush(stdout) != 0) {  // told when the tool ends
+            closed_ = true;
+            SoftwarePlatform::Instance().Interrupt();
+            return;
+        }
         ++sections_;
         changed_.notify_all();
         if (Enough()) {
@@ -220,8 +226,9 @@ int Sections(const Request& request) {
         // A toggling filter is re-armed when its section has been handled: what the next packet
         // brings must wait for that.
         options.reading = tvservice::PlayOptions::kLockStep;
-        platform.Play(std::move(source), options);
-        end = platform.WaitEnd();
+        end = platform.Play(std::move(source), options)
+                  ? platform.WaitEnd()
+                  : InputEnd{InputEnd::kFailed, info.name + ": cannot be played"};
     }
     printer.WaitForTimeout();
     printer.Close();
@@ -331,6 +338,9 @@ void AddSectionsCommand(CLI::App& app, Run& run) {
         }
         if (!options->count.empty()) {
             request.count = number("--count", options->count, UINT64_MAX);
+            if (*request.count == 0) {
+                throw CLI::ValidationError("--count", "at least one section");
+            }
         }
         if (!options->timeout.empty()) {
             try {

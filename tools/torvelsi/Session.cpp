@@ -49,8 +49,12 @@ void CatchInterrupts() {
         int signal = 0;
         sigwait(&signals, &signal);
         s_interrupted = true;
-        tvservice::SoftwarePlatform::Instance().Interrupt();
-        sigwait(&signals, &signal);
+        // Again and again: what plays may begin only after the signal.
+        constexpr timespec kInterval{0, 50'000'000};
+        do {
+            tvservice::SoftwarePlatform::Instance().Interrupt();
+            signal = sigtimedwait(&signals, nullptr, &kInterval);
+        } while (signal < 0);
         std::_Exit(128 + signal);
     }).detach();
 }
