@@ -1,22 +1,43 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "Export.h"
 #include "TCDescExtension.h"
 
-/// One cell of a T2 delivery system descriptor.
-struct TCT2Cell {
-    /// One sub-cell: a transposer of the cell.
-    struct SubCell {
-        unsigned char m_cellIdExtension;
-        unsigned int m_transposerFrequency;  ///< in units of 10 Hz
-    };
+/// One cell of a T2 delivery system descriptor, with its sub-cells (transposers).
+class TVSERVICE_API TCT2Cell {
+  public:
+    ~TCT2Cell();
 
-    unsigned short m_cellId;
-    std::vector<unsigned int> m_centreFrequencies;  ///< in units of 10 Hz; one without TFS
-    std::vector<SubCell> m_subCells;
+    /// cell_id.
+    unsigned short CellId() const;
+
+    /// Frequencies of the cell: any number with tfs_flag, one without.
+    int NumOfCentreFrequencies() const;
+
+    /// centre_frequency at `index` as coded, in units of 10 Hz; 0 past the end.
+    unsigned int CentreFrequency(unsigned int index) const;
+
+    /// The same in Hz.
+    unsigned long long CentreFrequencyHz(unsigned int index) const;
+
+    int NumOfSubCells() const;
+
+    /// cell_id_extension of the sub-cell at `index`; 0 past the end.
+    unsigned char CellIdExtension(unsigned int index) const;
+
+    /// transposer_frequency of the sub-cell at `index` as coded, in units of 10 Hz; 0 past the end.
+    unsigned int TransposerFrequency(unsigned int index) const;
+
+    /// The same in Hz.
+    unsigned long long TransposerFrequencyHz(unsigned int index) const;
+
+  private:
+    friend struct TVServiceInternals;
+    struct Impl;
+    explicit TCT2Cell(std::unique_ptr<Impl> impl);
+    std::unique_ptr<Impl> m_impl;
 };
 
 /// T2 delivery system descriptor (ETSI EN 300 468 6.4.6.3, tag 0x7F, descriptor_tag_extension

@@ -16,10 +16,18 @@ static_assert(TableFollowsEnumeration());
 
 }  // namespace
 
-void Counters::Reset() {
-    for (std::atomic<uint64_t>& value : values_) {
-        value.store(0, std::memory_order_relaxed);
+void Counters::ResetStream() {
+    for (size_t i = 0; i < kCounterCount; ++i) {
+        const auto counter = static_cast<Counter>(i);
+        if (counter != Counter::kRefusedSubscriptions && counter != Counter::kRetiredHandles) {
+            values_[i].store(0, std::memory_order_relaxed);
+        }
     }
+}
+
+Counters& ReceiverCounters() {
+    static Counters& counters = *new Counters;
+    return counters;
 }
 
 }  // namespace tvservice

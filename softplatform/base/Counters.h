@@ -69,7 +69,7 @@ inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
      "sections dropped for a section_length too small for their header and CRC_32"},
     {Counter::kDeliveredSections, "delivered_sections", "callbacks with a section"},
     {Counter::kDescriptorOverruns, "descriptor_overruns",
-     "descriptor loops that reach past the end of their field"},
+     "loops of tables and descriptors that reach past the end of their field"},
     {Counter::kRefusedSubscriptions, "refused_subscriptions", "subscriptions that were refused"},
     {Counter::kRetiredHandles, "retired_handles", "handle values that will never be given again"},
 }};
@@ -98,12 +98,16 @@ class Counters {
         return values_[static_cast<size_t>(counter)].load(std::memory_order_relaxed);
     }
 
-    // Sets every counter to 0. While a thread is adding, what it adds at that moment may survive.
-    void Reset();
+    // Sets every counter of the stream to 0; those of subscriptions, which outlive it, stay. While
+    // a thread is adding, what it adds at that moment may survive.
+    void ResetStream();
 
   private:
     std::array<std::atomic<uint64_t>, kCounterCount> values_{};
 };
+
+// The counters of the process's one receiver; never destroyed. Any thread.
+Counters& ReceiverCounters();
 
 // The row of `counter`, which is not kCount.
 constexpr const CounterInfo& Describe(Counter counter) {

@@ -65,7 +65,7 @@ bool Pump::Play(SourcePtr source, const PlayOptions& options) {
     if (!running_ || playing_ || source == nullptr || !source->Rewind()) {
         return false;
     }
-    counters_.Reset();
+    counters_.ResetStream();
     packetSize_.store(0, std::memory_order_relaxed);
     interrupt_.store(false, std::memory_order_relaxed);
     next_ = Job{std::move(source), options};

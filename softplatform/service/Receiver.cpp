@@ -2,7 +2,10 @@
 
 namespace tvservice {
 
-Receiver::Receiver() : engine_(counters_, [this] { pump_.Wake(); }), pump_(engine_, counters_) {}
+Receiver::Receiver()
+    : counters_(ReceiverCounters()),
+      engine_(counters_, [this] { pump_.Wake(); }),
+      pump_(engine_, counters_) {}
 
 Receiver& Receiver::Instance() {
     static Receiver& instance = *new Receiver;

@@ -32,7 +32,7 @@ class Receiver {
   private:
     Receiver();
 
-    Counters counters_;
+    Counters& counters_;
     FilterEngine engine_;
     Pump pump_;
 

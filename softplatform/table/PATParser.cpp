@@ -4,13 +4,12 @@
 
 #include "platform/TCPATParser.h"
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/Internals.h"
 #include "softplatform/table/BaseSection.h"
-#include "softplatform/table/Internals.h"
 #include "softplatform/table/SectionParser.h"
 #include "softplatform/table/SubTable.h"
 
 using tvservice::ByteView;
-using tvservice::SectionView;
 using tvservice::SubTable;
 
 namespace {
@@ -26,8 +25,9 @@ struct Program {
 // The program loop of all sections held, in section_number order.
 std::vector<Program> ProgramsOf(const SubTable& table) {
     std::vector<Program> programs;
-    for (const auto& [number, bytes] : table.sections()) {
-        const ByteView loop = SectionView::From(bytes.data(), bytes.size())->body();
+    for (size_t number = 0; number <= table.last_section_number(); ++number) {
+        const auto section = table.section(number);
+        const ByteView loop = section ? section->body() : ByteView();
         for (size_t at = 0; at < loop.size(); at += kProgramSize) {
             programs.push_back({loop.U16(at), static_cast<uint16_t>(loop.U16(at + 2) & 0x1FFF)});
         }

@@ -24,34 +24,44 @@ bool SubTable::IsOfThisState(SectionView section) const {
     return !sections_.empty() && section.table_id() == tableId_ &&
            section.table_id_extension() == tableIdExtension_ &&
            section.version_number() == version_ &&
-           section.last_section_number() == lastSectionNumber_;
+           section.last_section_number() == last_section_number();
 }
 
 SubTable::Change SubTable::Judge(SectionView section) const {
     if (!IsOfThisState(section)) {
         return Change::kAfresh;
     }
-    const auto held = sections_.find(section.section_number());
+    const std::vector<uint8_t>& held = sections_[section.section_number()];
     const bool isRepeat =
-        held != sections_.end() && std::equal(held->second.begin(), held->second.end(),
-                                              section.bytes().begin(), section.bytes().end());
+        std::equal(held.begin(), held.end(), section.bytes().begin(), section.bytes().end());
     return isRepeat ? Change::kRepeat : Change::kSection;
 }
 
-void SubTable::Store(SectionView section) {
+SectionView SubTable::Store(SectionView section) {
     std::vector<uint8_t> copy(section.bytes().begin(), section.bytes().end());
     if (!IsOfThisState(section)) {
+        held_.reset();
         sections_.clear();
+        sections_.resize(size_t{section.last_section_number()} + 1);
         tableId_ = section.table_id();
         tableIdExtension_ = section.table_id_extension();
         version_ = section.version_number();
-        lastSectionNumber_ = section.last_section_number();
     }
-    sections_[section.section_number()] = std::move(copy);
+    const uint8_t number = section.section_number();
+    sections_[number] = std::move(copy);
+    held_.set(number);
+    return *SectionView::From(sections_[number].data(), sections_[number].size());
 }
 
 void SubTable::Clear() {
     *this = SubTable();
+}
+
+std::optional<SectionView> SubTable::section(size_t number) const {
+    if (number >= sections_.size() || !held_.test(number)) {
+        return std::nullopt;
+    }
+    return SectionView::From(sections_[number].data(), sections_[number].size());
 }
 
 }  // namespace tvservice

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <bitset>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <vector>
 
@@ -36,20 +36,23 @@ class SubTable {
     // What Store would do. `section` came from ApplicableSection; costs one comparison.
     Change Judge(SectionView section) const;
 
-    // Takes a copy of the section.
-    void Store(SectionView section);
+    // Takes a copy of the section and returns it: its bytes stay where they are until a section
+    // with the same number is stored, the table starts afresh, or it is cleared.
+    SectionView Store(SectionView section);
 
     void Clear();
 
     // Whether sections 0 to last_section_number are all held.
-    bool complete() const { return !sections_.empty() && sections_.size() > lastSectionNumber_; }
+    bool complete() const { return !sections_.empty() && held_.count() == sections_.size(); }
 
     // 0 when nothing is held.
     uint8_t version_number() const { return version_; }
-    uint8_t last_section_number() const { return lastSectionNumber_; }
+    uint8_t last_section_number() const {
+        return sections_.empty() ? uint8_t{0} : static_cast<uint8_t>(sections_.size() - 1);
+    }
 
-    // The sections held, whole, by section_number in rising order.
-    const std::map<uint8_t, std::vector<uint8_t>>& sections() const { return sections_; }
+    // The section with that number; none when it is not held.
+    std::optional<SectionView> section(size_t number) const;
 
   private:
     bool IsOfThisState(SectionView section) const;
@@ -57,8 +60,8 @@ class SubTable {
     uint8_t tableId_ = 0;
     uint16_t tableIdExtension_ = 0;
     uint8_t version_ = 0;
-    uint8_t lastSectionNumber_ = 0;
-    std::map<uint8_t, std::vector<uint8_t>> sections_;
+    std::bitset<256> held_;                       // by section_number
+    std::vector<std::vector<uint8_t>> sections_;  // last_section_number + 1; empty ones not held
 };
 
 }  // namespace tvservice

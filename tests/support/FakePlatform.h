@@ -85,7 +85,7 @@ class FakePlatform final : public ISectionSubscriber {
 
     /// The log since the last call, one string a line: "5 SectionSubscription.cpp OnCallback(*) >
     /// Length is 0", with priority, file, function and line number; the number is replaced by *
-    /// unless the file is the section manager's, whose numbers are fixed. Buffer and tag are
+    /// in files whose numbers are not fixed. Buffer and tag are
     /// checked here.
     std::vector<std::string> TakeLog();
     /// Waits until such a line has been written since the last TakeLog.

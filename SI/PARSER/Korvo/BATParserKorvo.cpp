@@ -1,0 +1,138 @@
+#include "SI/PARSER/Korvo/BATParserKorvo.h"
+
+#include "SI/PARSER/Korvo/DescriptorsKorvo.h"
+#include "platform/Log.h"
+#include "platform/TCDescLinkage.h"
+#include "platform/TVSHandle.h"
+
+namespace TORVEL_MW {
+
+namespace {
+
+constexpr int kLinkageTag = 0x4A;
+constexpr int kTableTypeNit = 1;  // ETSI TS 102 006 6.3
+constexpr int kTableTypeBat = 2;
+constexpr unsigned int kAnyOUI = 0xFFFFFFFF;
+
+}  // namespace
+
+std::unique_ptr<IBATParser> IBATParser::CreateBATParser() {
+    std::unique_ptr<IBATParser> parser = std::make_unique<CBATParserKorvo>();
+    parser->Create();
+    return parser;
+}
+
+bool CBATParserKorvo::Create() {
+    m_Parser = std::make_unique<TCDVBBATParser>(TVSHandle(1, 0));
+    return true;
+}
+
+void CBATParserKorvo::Initialize() {
+    if (m_Parser) {
+        m_Parser->Reset();
+    }
+}
+
+bool CBATParserKorvo::Parse(unsigned short pid, unsigned char* section) {
+    if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), section)) {
+        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s parse incomplete", __FILE_NAME__,
+            __func__, 55, __func__);
+        return false;
+    }
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s parse complete", __FILE_NAME__, __func__,
+        59, __func__);
+    return true;
+}
+
+void CBATParserKorvo::BouquetIds(std::list<unsigned short>& ids) {
+    if (!m_Parser) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
+            __FILE_NAME__, __func__, 77, __func__);
+        return;
+    }
+    m_Parser->BouquetIds(ids);
+}
+
+unsigned short CBATParserKorvo::BouquetId() {
+    return m_Parser ? m_Parser->TableIdExt() : static_cast<unsigned short>(0);
+}
+
+bool CBATParserKorvo::AllSubtablesReceived() {
+    return m_Parser && m_Parser->AllSubtablesReceived();
+}
+
+bool CBATParserKorvo::IsRecv(unsigned short bouquetId) {
+    if (!m_Parser) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
+            __FILE_NAME__, __func__, 89, __func__);
+        return false;
+    }
+    TCDVBBATInstance* const instance = m_Parser->GetInstance(bouquetId);
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31m%s BAT instance not available\033[0m", __FILE_NAME__, __func__,
+            96, __func__);
+        return false;
+    }
+    return instance->IsValid();
+}
+
+std::unique_ptr<IBATInstance> CBATParserKorvo::GetInstance(unsigned short bouquetId) {
+    if (!m_Parser) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
+            __FILE_NAME__, __func__, 116, __func__);
+        return nullptr;
+    }
+    TCDVBBATInstance* const instance = m_Parser->GetInstance(bouquetId);
+    if (instance == nullptr) {
+        return nullptr;
+    }
+    return std::make_unique<CBATInstance>(*instance);
+}
+
+CBATInstance::CBATInstance(TCDVBBATInstance& instance)
+    : m_bouquetId(instance.BouquetId()), m_tableAttribute(instance.TableAttribute()) {
+    for (int index = 0; index < instance.NumOfDescriptors(kLinkageTag); ++index) {
+        auto* const linkage = dynamic_cast<TCDescLinkage*>(
+            instance.Descriptor(kLinkageTag, static_cast<unsigned int>(index)));
+        if (linkage == nullptr) {
+            continue;
+        }
+        if (linkage->LinkageType() == TCDescLinkage::LINKAGE_TYPE_SOFTWARE_UPDATE) {
+            m_ssuLinkages.push_back(std::make_unique<CSSULinkageDesc>(*linkage));
+        } else if (linkage->LinkageType() == TCDescLinkage::LINKAGE_TYPE_TS_CONTAINING_SSU &&
+                   (linkage->TableType() == kTableTypeNit ||
+                    linkage->TableType() == kTableTypeBat)) {
+            m_ssuScanLinkages.push_back(std::make_unique<CSSUScanLinkageDesc>(*linkage));
+        }
+    }
+}
+
+void CBATInstance::GetSSULinkageDesc(unsigned int oui,
+                                     std::vector<std::unique_ptr<ISSULinkageDesc>>& out) {
+    out.reserve(m_ssuLinkages.size());
+    for (const std::unique_ptr<ISSULinkageDesc>& linkage : m_ssuLinkages) {
+        if (oui != kAnyOUI && !linkage->ContainsOUI(oui)) {
+            continue;
+        }
+        if (const auto* const ours = dynamic_cast<const CSSULinkageDesc*>(linkage.get())) {
+            out.push_back(std::make_unique<CSSULinkageDesc>(*ours));
+        }
+    }
+}
+
+void CBATInstance::GetSSUScanLinkageDesc(std::vector<std::unique_ptr<ISSUScanLinkageDesc>>& out) {
+    out.reserve(m_ssuScanLinkages.size());
+    for (const std::unique_ptr<ISSUScanLinkageDesc>& linkage : m_ssuScanLinkages) {
+        if (const auto* const ours = dynamic_cast<const CSSUScanLinkageDesc*>(linkage.get())) {
+            out.push_back(std::make_unique<CSSUScanLinkageDesc>(*ours));
+        }
+    }
+}
+
+void CBATInstance::GetInfo(unsigned short& bouquetId, unsigned char& tableAttribute) {
+    bouquetId = m_bouquetId;
+    tableAttribute = m_tableAttribute;
+}
+
+}  // namespace TORVEL_MW

@@ -1,0 +1,128 @@
+#include "SI/PARSER/Korvo/EITParserKorvo.h"
+
+#include <utility>
+
+#include "platform/Log.h"
+#include "platform/TCDescPrivateDataSpecifier.h"
+#include "platform/TCDescriptor.h"
+#include "platform/TCDescriptorHash.h"
+#include "platform/TVSHandle.h"
+
+namespace TORVEL_MW {
+
+namespace {
+constexpr int kEitPresentFollowingActualTableId = 78;
+constexpr int kHeaderSize = 3;  // what section_length does not count
+constexpr unsigned short kPrivateDataSpecifierTag = 0x5F;
+constexpr unsigned char kExtensionTag = 0x7F;
+}  // namespace
+
+std::unique_ptr<IEITParser> IEITParser::CreateEITParser() {
+    std::unique_ptr<IEITParser> parser = std::make_unique<CEITParserKorvo>();
+    parser->Create();
+    return parser;
+}
+
+bool CEITParserKorvo::Create() {
+    m_Parser = std::make_unique<TCDVBEITParser>(kEitPresentFollowingActualTableId, TVSHandle(1, 0));
+    return true;
+}
+
+bool CEITParserKorvo::Parse(unsigned short pid, unsigned char* data) {
+    if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), data)) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mCEITParserKorvo::%s parser error\033[0m", __FILE_NAME__, __func__,
+            __LINE__, __func__);
+        return false;
+    }
+    return true;
+}
+
+void CEITParserKorvo::Initialize() {
+    if (m_Parser) {
+        m_Parser->Reset();
+    }
+}
+
+bool CEITParserKorvo::IsComplete(unsigned short onid, unsigned short tsid, unsigned short sid) {
+    if (!m_Parser) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mCEITParserKorvo::%s parser error (null)\033[0m", __FILE_NAME__,
+            __func__, __LINE__, __func__);
+        return false;
+    }
+    // Whether all of its sections are there is not asked.
+    if (m_Parser->EITInstance(TCServiceKey(onid, tsid, sid)) == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mCEITParserKorvo::%s EIT instance not available\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return false;
+    }
+    return true;
+}
+
+bool CEITParserKorvo::GetDescriptors(unsigned short onid, unsigned short tsid, unsigned short sid,
+                                     std::vector<EITDescriptor>& out) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CEITParserKorvo::%s", __FILE_NAME__,
+        __func__, __LINE__, __func__);
+    if (!m_Parser) {
+        return false;
+    }
+    const TVSHandle handle(1, 0);
+    TCDVBEITItem item(sid, tsid, onid, handle);
+    item.m_Parse(m_Parser->Section(), m_Parser->SectionLength() + kHeaderSize,
+                 kEitPresentFollowingActualTableId);
+    TCDVBEITItemEvent* const event = item.DVBEITItemEvent(0);
+    if (event == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mCEITParserKorvo::%s EIT itemEvent not available\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return false;
+    }
+    TCDescriptorHash loop;
+    TCDescriptor(handle).Parse(event->DescriptorLoop(), event->DescriptorLoopLength(), loop,
+                               kEitPresentFollowingActualTableId);
+    const int count = loop.NumOfDescriptors();
+    out.clear();
+    out.reserve(static_cast<std::size_t>(count));
+    bool isPrivate = false;
+    unsigned int specifier = 0;
+    for (int index = 0; index < count; ++index) {
+        TCBaseDesc* const desc = loop.DescriptorByIndex(static_cast<unsigned int>(index));
+        if (desc == nullptr) {
+            continue;
+        }
+        if (desc->Tag() == kPrivateDataSpecifierTag) {
+            if (const auto* const pds = dynamic_cast<const TCDescPrivateDataSpecifier*>(desc)) {
+                specifier = pds->PrivateDataSpecifier();
+                isPrivate = true;
+                continue;
+            }
+        }
+        EITDescriptor record{};
+        record.m_tag = static_cast<unsigned char>(desc->Tag());
+        record.m_hasPrivateDataSpecifier = isPrivate;
+        record.m_privateDataSpecifier = specifier;
+        int length = desc->Length();
+        record.m_data.resize(static_cast<std::size_t>(length));
+        if (desc->GetDescriptor(record.m_data.data(), &length) == 0) {
+            length = 0;
+        }
+        record.m_data.resize(static_cast<std::size_t>(length));
+        if (record.m_tag == kExtensionTag && record.m_data.size() > 2) {
+            // The byte after descriptor_tag_extension; clients rely on it.
+            record.m_hasExtendedTag = true;
+            record.m_extendedTag = record.m_data.size() > 3 ? record.m_data[3] : 0;
+        }
+        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+            "%s: %s(%d) > CEITParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? %s, "
+            "Private? %s",
+            __FILE_NAME__, __func__, __LINE__, __func__, record.m_tag, length,
+            record.m_hasExtendedTag ? "Yes" : "No",
+            record.m_hasPrivateDataSpecifier ? "Yes" : "No");
+        out.push_back(std::move(record));
+    }
+    return true;
+}
+
+}  // namespace TORVEL_MW

@@ -1,0 +1,301 @@
+#include "SI/PARSER/Korvo/PMTParserKorvo.h"
+
+#include "SI/PARSER/Korvo/DescriptorsKorvo.h"
+#include "platform/Log.h"
+#include "platform/TCDescCA.h"
+#include "platform/TCDescCarouselIdentifier.h"
+#include "platform/TCDescDataBroadcastId.h"
+#include "platform/TCDescStreamIdentifier.h"
+#include "platform/TVSHandle.h"
+
+namespace TORVEL_MW {
+
+namespace {
+
+constexpr int kCATag = 0x09;
+constexpr int kCarouselIdentifierTag = 0x13;
+constexpr int kStreamIdentifierTag = TCDescStreamIdentifier::DESCRIPTOR_ID;
+constexpr int kDataBroadcastIdTag = 0x66;
+constexpr int kApplicationSignallingTag = 0x6F;
+
+constexpr unsigned char kPrivateSections = 0x05;
+constexpr std::uint32_t kNoCarousel = 0xFFFFFFFF;
+constexpr unsigned int kAny = 0xFFFFFFFF;
+
+// The stream types that carry DSM-CC sections (ISO/IEC 13818-1 table 2-34).
+bool IsDsmCc(unsigned char streamType) {
+    return streamType == 0x08 || (streamType >= 0x0A && streamType <= 0x0D);
+}
+
+}  // namespace
+
+std::unique_ptr<IPMTParser> IPMTParser::CreatePMTParser() {
+    std::unique_ptr<IPMTParser> parser = std::make_unique<CPMTParserKorvo>();
+    parser->Create();
+    return parser;
+}
+
+CPMTParserKorvo::~CPMTParserKorvo() {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > ~CPMTParserKorvo", __FILE_NAME__, __func__,
+        __LINE__);
+    m_Parser.reset();
+}
+
+bool CPMTParserKorvo::Create() {
+    m_Parser = std::make_unique<TCPMTParser>(TVSHandle(1, 0));
+    return true;
+}
+
+bool CPMTParserKorvo::Parse(unsigned short pid, unsigned char* data) {
+    if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), data)) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parsing error\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return false;
+    }
+    const unsigned short program = m_Parser->ProgramNumber();
+    TCPMTInstance* const instance = m_Parser->PMTInstance(program);
+    m_CASystemIds.clear();
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > Prog number %d", __FILE_NAME__, __func__,
+        __LINE__, program);
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > No instance available!?", __FILE_NAME__,
+            __func__, __LINE__);
+        m_BuildServiceCarouselMap();
+        return true;
+    }
+    m_AddCASystemIds(*instance);
+    for (int e = 0; e < instance->NumOfElementary(); ++e) {
+        TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(e));
+        if (stream == nullptr) {
+            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+                "%s: %s(%d) > \033[31m%s PMTInstanceData->PMTElementary(%d) = NULL. "
+                "Skipping\033[0m",
+                __FILE_NAME__, __func__, __LINE__, __func__, e);
+            continue;
+        }
+        const int count = stream->NumOfDescriptors(kDataBroadcastIdTag);
+        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > Num DataBroadcastId descriptors %d",
+            __FILE_NAME__, __func__, __LINE__, count);
+        for (int index = 0; index < count; ++index) {
+            auto* const dbid = dynamic_cast<TCDescDataBroadcastId*>(
+                stream->Descriptor(kDataBroadcastIdTag, static_cast<unsigned int>(index)));
+            if (dbid != nullptr && dbid->DataBroadcastId() == ISSUInfo::SSU_INFO) {
+                m_SSUInfoMap[program].push_back(
+                    std::make_unique<CSSUInfo>(stream->ElementaryPID(), *dbid));
+            }
+        }
+        m_AddCASystemIds(*stream);
+    }
+    m_BuildServiceCarouselMap();
+    return true;
+}
+
+void CPMTParserKorvo::m_AddCASystemIds(IDescriptorContainer& loop) {
+    for (int index = 0; index < loop.NumOfDescriptors(kCATag); ++index) {
+        const auto* const ca = dynamic_cast<const TCDescCA*>(
+            loop.Descriptor(kCATag, static_cast<unsigned int>(index)));
+        if (ca != nullptr) {
+            m_CASystemIds.insert(ca->CASystemId());
+        }
+    }
+}
+
+void CPMTParserKorvo::m_BuildServiceCarouselMap() {
+    m_ServiceCarouselMap.clear();
+    const int instances = m_Parser->NumOfPMTInstance();
+    for (int i = 0; i < instances; ++i) {
+        TCPMTInstance* const instance = m_Parser->PMTInstanceOfIndex(static_cast<unsigned int>(i));
+        if (instance == nullptr) {
+            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+                "%s: %s(%d) > \033[31m%s. m_Parser->PMTInstanceOfIndex(%d) = NULL. Skiping\033[0m",
+                __FILE_NAME__, __func__, __LINE__, __func__, i);
+            continue;
+        }
+        for (int e = 0; e < instance->NumOfElementary(); ++e) {
+            TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(e));
+            if (stream == nullptr) {
+                LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+                    "%s: %s(%d) > \033[31m%s PMTInstanceData->PMTElementary(%d)  = NULL. "
+                    "Skiping\033[0m",
+                    __FILE_NAME__, __func__, __LINE__, __func__, e);
+                continue;
+            }
+            if (!IsDsmCc(stream->StreamType())) {
+                continue;
+            }
+            const auto* const component = dynamic_cast<const TCDescStreamIdentifier*>(
+                stream->Descriptor(kStreamIdentifierTag, 0));
+            if (component == nullptr) {
+                LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+                    "%s: %s(%d) > \033[31m%s "
+                    "PMTElementaryData->Descriptor(TCDescStreamIdentifier::DESCRIPTOR_ID) = NULL. "
+                    "Ignoring Entry\033[0m",
+                    __FILE_NAME__, __func__, __LINE__, __func__);
+                continue;
+            }
+            std::uint32_t carouselId = kNoCarousel;
+            if (const auto* const carousel = dynamic_cast<const TCDescCarouselIdentifier*>(
+                    stream->Descriptor(kCarouselIdentifierTag, 0))) {
+                carouselId = carousel->CarouselId();
+                LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+                    "%s: %s(%d) > %s Found DSM-CC component tag: %d with Carousel Identifier: %d",
+                    __FILE_NAME__, __func__, __LINE__, __func__, component->ComponentTag(),
+                    static_cast<int>(carouselId));
+            } else {
+                LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+                    "%s: %s(%d) > %s Found DSM-CC component tag: %d with no Carousel Identifier",
+                    __FILE_NAME__, __func__, __LINE__, __func__, component->ComponentTag());
+            }
+            m_ServiceCarouselMap[component->ComponentTag()] = {carouselId, stream->ElementaryPID()};
+        }
+    }
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s EXIT", __FILE_NAME__, __func__, __LINE__,
+        __func__);
+}
+
+// The SSU offers stay: they live until the parser is destroyed.
+void CPMTParserKorvo::Initialize() {
+    if (m_Parser) {
+        m_Parser->Reset();
+    }
+    m_ServiceCarouselMap.clear();
+    m_CASystemIds.clear();
+}
+
+TCPMTInstance* CPMTParserKorvo::m_Instance(unsigned short sid) {
+    return m_Parser ? m_Parser->PMTInstance(sid) : nullptr;
+}
+
+bool CPMTParserKorvo::IsComplete(unsigned short sid) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CPMTParserKorvo::%s sid=%d", __FILE_NAME__,
+        __func__, __LINE__, __func__, sid);
+    if (!m_Parser) {
+        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CPMTParserKorvo::%s parser error (null)",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return false;
+    }
+    TCPMTInstance* const instance = m_Parser->PMTInstance(sid);
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mCPMTParserKorvo::%s PMT instance not available\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return false;
+    }
+    return instance->IsValid();
+}
+
+bool CPMTParserKorvo::ProgramFound(unsigned short sid) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s sid=%d", __FILE_NAME__, __func__,
+        __LINE__, __func__, sid);
+    if (m_Instance(sid) == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31m%s PMT instance not available\033[0m", __FILE_NAME__, __func__,
+            __LINE__, __func__);
+        return false;
+    }
+    return true;
+}
+
+int CPMTParserKorvo::NumOfElementary(unsigned short sid) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s sid=%d", __FILE_NAME__, __func__,
+        __LINE__, __func__, sid);
+    TCPMTInstance* const instance = m_Instance(sid);
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31m%s PMT instance not available\033[0m", __FILE_NAME__, __func__,
+            __LINE__, __func__);
+        return 0;
+    }
+    return instance->NumOfElementary();
+}
+
+bool CPMTParserKorvo::IsElementaryNotApplication(unsigned short sid, int index) {
+    TCPMTInstance* const instance = m_Instance(sid);
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31m%s PMT instance not available\033[0m", __FILE_NAME__, __func__,
+            __LINE__, __func__);
+        return true;
+    }
+    TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(index));
+    if (stream == nullptr || stream->StreamType() != kPrivateSections) {
+        return true;
+    }
+    return stream->Descriptor(kApplicationSignallingTag, 0) == nullptr;
+}
+
+unsigned short CPMTParserKorvo::ElementaryPID(unsigned short sid, int index) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s sid=%d index=%d", __FILE_NAME__, __func__,
+        __LINE__, __func__, sid, index);
+    TCPMTInstance* const instance = m_Instance(sid);
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31m%s PMT instance not available\033[0m", __FILE_NAME__, __func__,
+            __LINE__, __func__);
+        return 0;
+    }
+    TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(index));
+    if (stream == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s Stream is not valid\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return 0;
+    }
+    return stream->ElementaryPID();
+}
+
+bool CPMTParserKorvo::GetCarouselID(unsigned char tag, unsigned long& carouselId) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s tag=%d", __FILE_NAME__, __func__,
+        __LINE__, __func__, tag);
+    const auto found = m_ServiceCarouselMap.find(tag);
+    if (found == m_ServiceCarouselMap.end()) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s tag (%d) not found\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__, tag);
+        return false;
+    }
+    carouselId = found->second.m_carouselId;
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s tag found, carousel id=%lu",
+        __FILE_NAME__, __func__, __LINE__, __func__, carouselId);
+    return true;
+}
+
+bool CPMTParserKorvo::GetPID(unsigned char tag, unsigned short& pid) {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s", __FILE_NAME__, __func__, __LINE__,
+        __func__);
+    const auto found = m_ServiceCarouselMap.find(tag);
+    if (found == m_ServiceCarouselMap.end()) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s tag (%d) not found\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__, tag);
+        return false;
+    }
+    pid = found->second.m_pid;
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s tag found, pid=%d", __FILE_NAME__,
+        __func__, __LINE__, __func__, pid);
+    return true;
+}
+
+void CPMTParserKorvo::GetSSUInfo(unsigned int serviceId, unsigned int oui,
+                                 std::list<std::unique_ptr<ISSUInfo>>& out) {
+    for (const auto& entry : m_SSUInfoMap) {
+        if (serviceId != kAny && serviceId != entry.first) {
+            continue;
+        }
+        for (const std::unique_ptr<ISSUInfo>& info : entry.second) {
+            if (!info || (oui != kAny && !info->ContainsOUI(oui))) {
+                continue;
+            }
+            if (const auto* const ours = dynamic_cast<const CSSUInfo*>(info.get())) {
+                out.push_back(std::make_unique<CSSUInfo>(*ours));
+            }
+        }
+    }
+}
+
+unsigned short CPMTParserKorvo::ProgramNumber() {
+    return m_Parser ? m_Parser->ProgramNumber() : static_cast<unsigned short>(0);
+}
+
+void CPMTParserKorvo::GetCASystemIds(std::set<unsigned short>& out) {
+    out = m_CASystemIds;
+}
+
+}  // namespace TORVEL_MW

@@ -1,0 +1,160 @@
+#include "SI/PARSER/Korvo/SDTParserKorvo.h"
+
+#include <utility>
+
+#include "platform/Log.h"
+#include "platform/TCDescPrivateDataSpecifier.h"
+#include "platform/TVSHandle.h"
+
+namespace TORVEL_MW {
+
+namespace {
+constexpr int kSdtActualTableId = 66;
+constexpr unsigned short kPrivateDataSpecifierTag = 0x5F;
+constexpr unsigned char kExtensionTag = 0x7F;
+}  // namespace
+
+std::unique_ptr<ISDTParser> ISDTParser::CreateSDTParser() {
+    std::unique_ptr<ISDTParser> parser = std::make_unique<CSDTParserKorvo>();
+    parser->Create();
+    return parser;
+}
+
+bool CSDTParserKorvo::Create() {
+    m_Parser = std::make_unique<TCDVBSDTParser>(kSdtActualTableId, TVSHandle(1, 0));
+    return true;
+}
+
+bool CSDTParserKorvo::Parse(unsigned short pid, unsigned char* data) {
+    if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), data)) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return false;
+    }
+    m_BuildDescriptorsMap();
+    return true;
+}
+
+void CSDTParserKorvo::m_BuildDescriptorsMap() {
+    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CSDTParserKorvo::%s", __FILE_NAME__,
+        __func__, __LINE__, __func__);
+    m_DescriptorsMap.clear();
+    TCDVBSDTInstance* const instance = m_Parser->DVBSDTFirstInstance();
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mCSDTParserKorvo::%s. m_Parser->DVBSDTInstance() failed.\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return;
+    }
+    const unsigned short onid = instance->OriginalNetworkId();
+    const unsigned short tsid = instance->TransportStreamId();
+    for (int s = 0; s < instance->NumOfDVBSDTItemService(); ++s) {
+        TCDVBSDTItemService* const service =
+            instance->DVBSDTItemServiceOfIndex(static_cast<unsigned int>(s));
+        if (service == nullptr) {
+            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+                "%s: %s(%d) > \033[31mCSDTParserKorvo::%s "
+                "SDTParserInstance->DVBSDTItemServiceOfIndex(%d) returned NULL service. "
+                "Skipping\033[0m",
+                __FILE_NAME__, __func__, __LINE__, __func__, s);
+            continue;
+        }
+        const ServiceTriplet key(onid, tsid, service->ServiceId());
+        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+            "%s: %s(%d) > CSDTParserKorvo::%s onid: %d, tsid: %d, sid: %d", __FILE_NAME__, __func__,
+            __LINE__, __func__, onid, tsid, key.m_sid);
+        bool isPrivate = false;
+        unsigned int specifier = 0;
+        for (int d = 0; d < service->NumOfDescriptors(); ++d) {
+            TCBaseDesc* const desc = service->DescriptorByIndex(static_cast<unsigned int>(d));
+            if (desc == nullptr) {
+                continue;
+            }
+            if (desc->Tag() == kPrivateDataSpecifierTag) {
+                if (const auto* const pds = dynamic_cast<const TCDescPrivateDataSpecifier*>(desc)) {
+                    specifier = pds->PrivateDataSpecifier();
+                    isPrivate = true;
+                    continue;
+                }
+            }
+            SDTDescriptor record{};
+            record.m_tag = static_cast<unsigned char>(desc->Tag());
+            record.m_hasPrivateDataSpecifier = isPrivate;
+            record.m_privateDataSpecifier = specifier;
+            int length = desc->Length();
+            record.m_data.resize(static_cast<std::size_t>(length));
+            if (desc->GetDescriptor(record.m_data.data(), &length) == 0) {
+                length = 0;
+            }
+            record.m_data.resize(static_cast<std::size_t>(length));
+            if (record.m_tag == kExtensionTag && record.m_data.size() >= 3) {
+                // The byte after descriptor_tag_extension; clients rely on it.
+                record.m_hasExtendedTag = true;
+                record.m_extendedTag = record.m_data.size() > 3 ? record.m_data[3] : 0;
+            }
+            LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
+                "%s: %s(%d) > CSDTParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? "
+                "%s, Private? %s",
+                __FILE_NAME__, __func__, __LINE__, __func__, record.m_tag, length,
+                record.m_hasExtendedTag ? "Yes" : "No",
+                record.m_hasPrivateDataSpecifier ? "Yes" : "No");
+            m_DescriptorsMap.emplace(key, std::move(record));
+        }
+    }
+}
+
+void CSDTParserKorvo::Initialize() {
+    if (m_Parser) {
+        m_Parser->Reset();
+    }
+    m_DescriptorsMap.clear();
+}
+
+bool CSDTParserKorvo::IsComplete(unsigned short onid, unsigned short tsid) {
+    if (!m_Parser) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
+            __FILE_NAME__, __func__, __LINE__, __func__);
+        return false;
+    }
+    TCDVBSDTInstance* const instance = m_Parser->DVBSDTInstance(onid, tsid);
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31m%s SDT instance not available\033[0m", __FILE_NAME__, __func__,
+            __LINE__, __func__);
+        return false;
+    }
+    return instance->IsValid();
+}
+
+bool CSDTParserKorvo::IsServiceListed(unsigned short onid, unsigned short tsid, int sid) {
+    TCDVBSDTInstance* const instance = m_Parser ? m_Parser->DVBSDTInstance(onid, tsid) : nullptr;
+    if (instance == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31m%s SDT instance not available\033[0m", __FILE_NAME__, __func__,
+            __LINE__, __func__);
+        return false;
+    }
+    if (instance->DVBSDTItemServiceBySID(static_cast<unsigned short>(sid)) == nullptr) {
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mSDT does not contain a reference to the currently tuned "
+            "service\033[0m",
+            __FILE_NAME__, __func__, __LINE__);
+        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
+            "%s: %s(%d) > \033[31mThis must be a non MPEG broadcast service\033[0m", __FILE_NAME__,
+            __func__, __LINE__);
+        return false;
+    }
+    return true;
+}
+
+bool CSDTParserKorvo::GetDescriptors(unsigned short onid, unsigned short tsid, unsigned short sid,
+                                     std::vector<SDTDescriptor>& out) {
+    out.clear();
+    const auto range = m_DescriptorsMap.equal_range(ServiceTriplet(onid, tsid, sid));
+    for (auto entry = range.first; entry != range.second; ++entry) {
+        out.push_back(entry->second);
+    }
+    return range.first != range.second;
+}
+
+}  // namespace TORVEL_MW

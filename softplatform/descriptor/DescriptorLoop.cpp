@@ -1,0 +1,46 @@
+#include "softplatform/descriptor/DescriptorLoop.h"
+
+#include <algorithm>
+
+#include "softplatform/base/Counters.h"
+#include "softplatform/descriptor/Decoders.h"
+#include "softplatform/descriptor/DescriptorReader.h"
+
+namespace tvservice {
+
+DescriptorLoop::DescriptorLoop(ByteView loop, uint8_t tableId) : tableId_(tableId) {
+    DescriptorReader reader(loop);
+    while (reader.Next()) {
+        entries_.push_back({TagOf(reader.descriptor(), tableId), reader.descriptor(), nullptr});
+    }
+    if (reader.overrun()) {
+        ReceiverCounters().AddShared(Counter::kDescriptorOverruns);
+    }
+}
+
+size_t DescriptorLoop::Count(int tag) const {
+    return static_cast<size_t>(std::count_if(
+        entries_.begin(), entries_.end(), [tag](const Entry& entry) { return entry.tag == tag; }));
+}
+
+TCBaseDesc* DescriptorLoop::At(size_t index) {
+    return index < entries_.size() ? Decoded(entries_[index]) : nullptr;
+}
+
+TCBaseDesc* DescriptorLoop::Find(int tag, size_t index) {
+    for (Entry& entry : entries_) {
+        if (entry.tag == tag && index-- == 0) {
+            return Decoded(entry);
+        }
+    }
+    return nullptr;
+}
+
+TCBaseDesc* DescriptorLoop::Decoded(Entry& entry) {
+    if (!entry.object) {
+        entry.object = DecodeDescriptor(entry.bytes, tableId_);
+    }
+    return entry.object.get();
+}
+
+}  // namespace tvservice

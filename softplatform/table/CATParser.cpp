@@ -1,0 +1,58 @@
+#include <cstdint>
+#include <memory>
+
+#include "platform/TCDVBCATParser.h"
+#include "softplatform/descriptor/Internals.h"
+#include "softplatform/table/BaseSection.h"
+#include "softplatform/table/Loops.h"
+#include "softplatform/table/SectionParser.h"
+
+namespace {
+constexpr uint8_t kCatTableId = 0x01;
+}
+
+struct TCDVBCATParser::Impl {
+    tvservice::SpanningLoop loop;
+};
+
+TCDVBCATParser::TCDVBCATParser(TVSHandle const&) : m_impl(std::make_unique<Impl>()) {}
+
+TCDVBCATParser::~TCDVBCATParser() = default;
+
+bool TCDVBCATParser::Parse(short, unsigned char* bytes) {
+    const auto section = tvservice::ApplicableSection(bytes, kCatTableId, kCatTableId);
+    if (!section) {
+        return false;
+    }
+    const auto held = tvservice::StoreIfNew(TVServiceInternals::Of<TCBaseSection>(*this).sections,
+                                            *section, [this] { m_impl->loop.Clear(); });
+    if (held) {
+        // ISO/IEC 13818-1 2.4.4.6: the loop is all that follows the section's header.
+        m_impl->loop.Put(held->section_number(),
+                         tvservice::DescriptorLoop(held->body(), kCatTableId));
+    }
+    TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = section->table_id_extension();
+    return true;
+}
+
+void TCDVBCATParser::Reset() {
+    TCSectionParser::Reset();
+    m_impl->loop.Clear();
+    TVServiceInternals::Of<TCBaseSection>(*this).sections.Clear();
+}
+
+int TCDVBCATParser::NumOfDescriptors(int tag) {
+    return m_impl->loop.Count(tag);
+}
+
+TCBaseDesc* TCDVBCATParser::Descriptor(int tag, unsigned int index) {
+    return m_impl->loop.Find(tag, index);
+}
+
+int TCDVBCATParser::NumOfDescriptors() {
+    return m_impl->loop.size();
+}
+
+TCBaseDesc* TCDVBCATParser::DescriptorByIndex(unsigned int index) {
+    return m_impl->loop.At(index);
+}

@@ -1,0 +1,169 @@
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <tuple>
+#include <vector>
+
+#include "platform/TCDVBEITParser.h"
+#include "softplatform/descriptor/Internals.h"
+#include "softplatform/table/BaseSection.h"
+#include "softplatform/table/Loops.h"
+#include "softplatform/table/SectionParser.h"
+
+using tvservice::ByteView;
+
+namespace {
+constexpr size_t kFixedSize = 6;       // transport_stream_id to last_table_id
+constexpr size_t kEventHeadSize = 12;  // event_id to descriptors_loop_length
+}  // namespace
+
+struct TCDVBEITItemEvent::Impl {
+    ByteView head;
+    ByteView descriptors;
+};
+
+TCDVBEITItemEvent::TCDVBEITItemEvent(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
+
+TCDVBEITItemEvent::~TCDVBEITItemEvent() = default;
+
+unsigned short TCDVBEITItemEvent::EventId() const {
+    return m_impl->head.U16(0);
+}
+
+unsigned long long TCDVBEITItemEvent::StartTime() const {
+    return static_cast<unsigned long long>(m_impl->head.U16(2)) << 24 | m_impl->head.U24(4);
+}
+
+unsigned int TCDVBEITItemEvent::Duration() const {
+    return m_impl->head.U24(7);
+}
+
+unsigned char TCDVBEITItemEvent::RunningStatus() const {
+    return m_impl->head.U8(10) >> 5;
+}
+
+bool TCDVBEITItemEvent::FreeCAMode() const {
+    return (m_impl->head.U8(10) & 0x10) != 0;
+}
+
+unsigned char* TCDVBEITItemEvent::DescriptorLoop() const {
+    // The section came as a pointer to non-const; only the view makes it const.
+    return const_cast<unsigned char*>(m_impl->descriptors.data());
+}
+
+int TCDVBEITItemEvent::DescriptorLoopLength() const {
+    return static_cast<int>(m_impl->descriptors.size());
+}
+
+struct TCDVBEITItem::Impl {
+    std::vector<std::unique_ptr<TCDVBEITItemEvent>> events;
+};
+
+// The service is the caller's word: sections are decoded whatever service they are of.
+TCDVBEITItem::TCDVBEITItem(int, unsigned short, unsigned short, TVSHandle const&)
+    : m_impl(std::make_unique<Impl>()) {}
+
+TCDVBEITItem::~TCDVBEITItem() = default;
+
+bool TCDVBEITItem::m_Parse(unsigned char* bytes, int length, int tableId) {
+    m_impl->events.clear();
+    if (bytes == nullptr || length < 0) {
+        return false;
+    }
+    const auto section = tvservice::SectionView::From(bytes, static_cast<size_t>(length));
+    if (!section || section->table_id() != tableId || !section->section_syntax_indicator() ||
+        section->body().size() < kFixedSize) {
+        return false;
+    }
+    tvservice::EntryReader reader(section->body().Subview(kFixedSize), kEventHeadSize);
+    while (reader.Next()) {
+        m_impl->events.push_back(
+            TVServiceInternals::Make<TCDVBEITItemEvent>(reader.head(), reader.descriptors()));
+    }
+    return true;
+}
+
+int TCDVBEITItem::NumOfDVBEITItemEvent() const {
+    return static_cast<int>(m_impl->events.size());
+}
+
+TCDVBEITItemEvent* TCDVBEITItem::DVBEITItemEvent(unsigned int index) {
+    return index < m_impl->events.size() ? m_impl->events[index].get() : nullptr;
+}
+
+struct TCDVBEITInstance::Impl {
+    uint16_t onid;
+    uint16_t tsid;
+    uint16_t sid;
+};
+
+TCDVBEITInstance::TCDVBEITInstance(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
+
+TCDVBEITInstance::~TCDVBEITInstance() = default;
+
+unsigned short TCDVBEITInstance::ServiceId() const {
+    return m_impl->sid;
+}
+
+unsigned short TCDVBEITInstance::TransportStreamId() const {
+    return m_impl->tsid;
+}
+
+unsigned short TCDVBEITInstance::OriginalNetworkId() const {
+    return m_impl->onid;
+}
+
+struct TCDVBEITParser::Impl {
+    using Key = std::tuple<uint16_t, uint16_t, uint16_t>;  // onid, tsid, sid
+
+    uint8_t tableId;
+    std::map<Key, std::unique_ptr<TCDVBEITInstance>> instances;
+    std::vector<uint8_t> lastSection;
+};
+
+TCDVBEITParser::TCDVBEITParser(int tableId, TVSHandle const&)
+    : m_impl(new Impl{static_cast<uint8_t>(tableId), {}, {}}) {}
+
+TCDVBEITParser::~TCDVBEITParser() = default;
+
+bool TCDVBEITParser::Parse(short, unsigned char* bytes) {
+    const auto section = tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId);
+    if (!section || section->body().size() < kFixedSize) {
+        return false;
+    }
+    // ETSI EN 300 468 5.2.4
+    const uint16_t sid = section->table_id_extension();
+    const uint16_t tsid = section->body().U16(0);
+    const uint16_t onid = section->body().U16(2);
+    std::unique_ptr<TCDVBEITInstance>& instance = m_impl->instances[{onid, tsid, sid}];
+    if (!instance) {
+        instance = TVServiceInternals::Make<TCDVBEITInstance>(onid, tsid, sid);
+    }
+    tvservice::StoreIfNew(TVServiceInternals::Of<TCBaseSection>(*instance).sections, *section,
+                          [] {});
+    m_impl->lastSection.assign(section->bytes().begin(), section->bytes().end());
+    TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = sid;
+    return true;
+}
+
+void TCDVBEITParser::Reset() {
+    TCSectionParser::Reset();
+    m_impl->instances.clear();
+    m_impl->lastSection.clear();
+}
+
+TCDVBEITInstance* TCDVBEITParser::EITInstance(TCServiceKey key) {
+    const auto found =
+        m_impl->instances.find({key.m_originalNetworkId, key.m_transportStreamId, key.m_serviceId});
+    return found == m_impl->instances.end() ? nullptr : found->second.get();
+}
+
+unsigned char* TCDVBEITParser::Section() const {
+    return m_impl->lastSection.empty() ? nullptr : m_impl->lastSection.data();
+}
+
+int TCDVBEITParser::SectionLength() const {
+    return m_impl->lastSection.empty()
+               ? 0
+               : static_cast<int>(m_impl->lastSection.size() - tvservice::kSectionHeaderSize);
+}
