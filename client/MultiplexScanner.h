@@ -18,11 +18,14 @@ class MultiplexScanner {
     MultiplexScanner(const MultiplexScanner&) = delete;
     MultiplexScanner& operator=(const MultiplexScanner&) = delete;
 
-    /// Plays the source to its end and returns what it held. What cannot be rewound is read once,
-    /// in lock-step, so that the result depends neither on read sizes nor on thread timing.
+    /// Plays the source to its end and returns how it ended; after anything but `kEndOfInput` the
+    /// result is what was acquired until then.
     ///
-    /// @return how the input ended; after anything but `kEndOfInput` the result is what was
-    ///         acquired until then
+    /// What can be rewound is played twice: the first pass collects every PAT, so that in the
+    /// second, the one that counts, all subscriptions are in force from the first packet on. What
+    /// cannot is played once, in lock-step: the PMT filters that a PAT asks for are in force from
+    /// the next packet on. Either way the result depends neither on read sizes nor on thread
+    /// timing.
     tvservice::InputEnd Scan(tvservice::SourcePtr source);
 
     /// What the last scan found. May be called on any thread, also while scanning.

@@ -14,6 +14,7 @@ constexpr std::int64_t kSecondsPerSegment = 3 * 3600;
 constexpr std::size_t kSectionsPerSegment = 8;
 constexpr std::size_t kSegmentsPerTable = 32;
 constexpr std::size_t kScheduleTables = 16;
+constexpr std::uint32_t kUndefinedDuration = 0xFFFFFF;
 
 using Group = std::vector<Bytes>;
 
@@ -54,7 +55,9 @@ SectionBuilder Begin(std::uint8_t table_id, std::uint16_t table_id_extension,
 
 // EN 300 468 5.2.1 and 5.2.2 share one syntax.
 Sections MakeMuxTable(std::uint8_t table_id, const MuxTable& table, const TableOptions& options) {
-    std::vector<Bytes> entries = table.descriptors;
+    const Bytes repeated = table.repeat_descriptors ? Concat(table.descriptors) : Bytes{};
+    std::vector<Bytes> entries = table.repeat_descriptors ? Group{} : table.descriptors;
+    std::size_t descriptorsLeft = entries.size();
     for (const MuxEntry& mux : table.transport_streams) {
         entries.push_back(ByteWriter()
                               .U16(mux.transport_stream_id)
@@ -62,15 +65,15 @@ Sections MakeMuxTable(std::uint8_t table_id, const MuxTable& table, const TableO
                               .Loop12(mux.descriptors)
                               .Build());
     }
-    const std::vector<Group> groups = Split(entries, kHeaderAndCrc + 4, options);
+    const std::vector<Group> groups = Split(entries, kHeaderAndCrc + 4 + repeated.size(), options);
     Sections sections;
-    std::size_t descriptorsLeft = table.descriptors.size();
     for (const Group& group : groups) {
         const std::size_t own = group.size() < descriptorsLeft ? group.size() : descriptorsLeft;
         descriptorsLeft -= own;
         const auto border = group.begin() + static_cast<std::ptrdiff_t>(own);
         sections.push_back(Begin(table_id, table.id, options, sections.size(), groups.size())
-                               .Loop12(Group(group.begin(), border))
+                               .Reserved(4)
+                               .Length12(Concat({repeated, Concat({group.begin(), border})}))
                                .Loop12(Group(border, group.end()))
                                .Build());
     }
@@ -78,8 +81,10 @@ Sections MakeMuxTable(std::uint8_t table_id, const MuxTable& table, const TableO
 }
 
 Bytes CodeEvent(const EitEvent& event) {
-    const auto start_time = tvservice::EncodeTime(event.start_time);
-    const auto duration = tvservice::EncodeDuration(event.duration);
+    const auto start_time = event.start_time ? tvservice::EncodeTime(*event.start_time)
+                                             : std::optional(tvservice::kUndefinedTime);
+    const auto duration = event.duration ? tvservice::EncodeDuration(*event.duration)
+                                         : std::optional(kUndefinedDuration);
     if (!start_time || !duration) {
         throw std::logic_error("an event's time cannot be coded");
     }
@@ -242,11 +247,11 @@ Sections MakeEitSchedule(Scope scope, const EitService& service, std::int64_t fi
                          const std::vector<EitEvent>& events, const TableOptions& options) {
     std::vector<std::vector<EitEvent>> segments(1);
     for (const EitEvent& event : events) {
-        if (event.start_time < first_day) {
-            throw std::logic_error("an event begins before the schedule");
+        if (!event.start_time || *event.start_time < first_day) {
+            throw std::logic_error("an event begins never or before the schedule");
         }
         const auto segment =
-            static_cast<std::size_t>((event.start_time - first_day) / kSecondsPerSegment);
+            static_cast<std::size_t>((*event.start_time - first_day) / kSecondsPerSegment);
         if (segment + 1 < segments.size() || segment >= kScheduleTables * kSegmentsPerTable) {
             throw std::logic_error("an event stands outside the order or span of a schedule");
         }

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "generator/Bytes.h"
@@ -51,7 +52,8 @@ Sections MakePmt(const Pmt& pmt, const TableOptions& options = {});
 enum class Scope { kActual, kOther };
 
 // EN 300 468 5.2.1 and 5.2.2. The descriptors of the first loop stand in the first section (and in
-// as many more as they need); an entry is a descriptor of the first loop or a transport stream.
+// as many more as they need), or all of them in every section; an entry is a descriptor of the
+// first loop (unless they are repeated) or a transport stream.
 struct MuxEntry {
     std::uint16_t transport_stream_id;
     std::uint16_t original_network_id;
@@ -61,6 +63,7 @@ struct MuxTable {
     std::uint16_t id;  // network_id or bouquet_id
     std::vector<Bytes> descriptors = {};
     std::vector<MuxEntry> transport_streams = {};
+    bool repeat_descriptors = false;  // the whole first loop in every section
 };
 Sections MakeNit(Scope scope, const MuxTable& network, const TableOptions& options = {});
 Sections MakeBat(const MuxTable& bouquet, const TableOptions& options = {});
@@ -81,11 +84,12 @@ struct Sdt {
 };
 Sections MakeSdt(Scope scope, const Sdt& sdt, const TableOptions& options = {});
 
-// EN 300 468 5.2.4. start_time is in seconds since 1970-01-01T00:00:00Z, duration in seconds.
+// EN 300 468 5.2.4. start_time is in seconds since 1970-01-01T00:00:00Z, duration in seconds;
+// without a value all their bits are one: undefined.
 struct EitEvent {
     std::uint16_t event_id;
-    std::int64_t start_time;
-    std::uint32_t duration;
+    std::optional<std::int64_t> start_time = std::nullopt;
+    std::optional<std::uint32_t> duration = std::nullopt;
     std::uint8_t running_status = 0;
     bool free_CA_mode = false;
     std::vector<Bytes> descriptors = {};
@@ -102,9 +106,9 @@ Sections MakeEitPresentFollowing(Scope scope, const EitService& service,
                                  const std::vector<EitEvent>& following,
                                  const TableOptions& options = {});
 // Schedule from the midnight `first_day` (seconds since 1970) on, `events` in order of start_time
-// and none before it: every three hours are a segment of eight section numbers, and 32 segments a
-// sub-table (TS 101 211 4.1.4.2.1). Returns the sections of every sub-table needed, 0x50 or 0x60
-// upwards, table_id by table_id; a segment without an event has one empty section.
+// and none before it or without one: every three hours are a segment of eight section numbers, and
+// 32 segments a sub-table (TS 101 211 4.1.4.2.1). Returns the sections of every sub-table needed,
+// 0x50 or 0x60 upwards, table_id by table_id; a segment without an event has one empty section.
 Sections MakeEitSchedule(Scope scope, const EitService& service, std::int64_t first_day,
                          const std::vector<EitEvent>& events, const TableOptions& options = {});
 

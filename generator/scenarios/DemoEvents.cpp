@@ -91,11 +91,11 @@ std::vector<EitEvent> MakeDemoEvents(std::uint16_t service_id, std::int64_t star
     std::vector<EitEvent> events;
     for (std::size_t i = 0; i < count; ++i) {
         const Show& show = kShows[(service_id + i) % kShows.size()];
+        const std::int64_t start_time = start + static_cast<std::int64_t>(i * duration);
         EitEvent event{.event_id = static_cast<std::uint16_t>(firstId + i),
-                       .start_time = start + static_cast<std::int64_t>(i * duration),
+                       .start_time = start_time,
                        .duration = duration};
-        const bool present =
-            event.start_time <= kDemoTime && kDemoTime < event.start_time + duration;
+        const bool present = start_time <= kDemoTime && kDemoTime < start_time + duration;
         event.running_status = present ? 4 : 1;
         event.descriptors = DescribeShow(service_id, show, present);
         events.push_back(event);

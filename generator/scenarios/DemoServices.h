@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "generator/scenarios/Makers.h"
+
 namespace generator {
 
 constexpr std::uint16_t kDemoTransportStream = 0x0421;
@@ -16,12 +18,6 @@ constexpr std::uint32_t kDemoPrivateDataSpecifier = 0xFEDC0421;
 // Neighbours in the same original network.
 constexpr std::uint16_t kDemoSecondStream = 0x0422;
 constexpr std::uint16_t kDemoThirdStream = 0x0423;
-
-// Makers of receivers: the value that TS 102 006 keeps for any maker, and two that no maker has
-// (locally administered).
-constexpr std::uint32_t kAnyMaker = 0x00015A;
-constexpr std::uint32_t kFirstMaker = 0x02A1B2;
-constexpr std::uint32_t kSecondMaker = 0x0613C4;
 
 constexpr std::uint16_t kDemoCaSystem = 0xFF21;
 constexpr std::uint16_t kDemoOtherCaSystem = 0xFF22;

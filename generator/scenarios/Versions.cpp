@@ -2,9 +2,8 @@
 #include <vector>
 
 #include "generator/Descriptors.h"
-#include "generator/Random.h"
 #include "generator/Tables.h"
-#include "generator/TsWriter.h"
+#include "generator/scenarios/Life.h"
 #include "generator/scenarios/Streams.h"
 
 namespace generator {
@@ -55,44 +54,14 @@ Sections Services(std::uint8_t version_number, const std::string& edition) {
                    {.version_number = version_number, .entries_per_section = 2});
 }
 
-// Sends things for a while: each call is one period in the life of the multiplex.
-class Life {
-  public:
-    explicit Life(std::uint64_t seed) : random_(seed) {}
-
-    struct Table {
-        std::uint16_t pid;
-        Sections sections;
-    };
-
-    // All tables three times, in order, with clock references and null packets between.
-    void Period(const std::vector<Table>& tables) {
-        for (int repeat = 0; repeat < 3; ++repeat) {
-            for (const Table& table : tables) {
-                writer_.WriteSections(table.pid, table.sections);
-                writer_.WriteNull(static_cast<std::size_t>(random_.Below(4)));
-            }
-            writer_.WritePcr(kPcrPid, clock_);
-            clock_ += 27'000'000 / 20;
-        }
-    }
-
-    const PacketList& packets() const { return writer_.packets(); }
-
-  private:
-    Random random_;
-    TsWriter writer_;
-    std::uint64_t clock_ = 0;
-};
-
 }  // namespace
 
 PacketList MakeVersions(std::uint64_t seed) {
-    Life life(seed);
-    const auto pat = [](const Sections& sections) { return Life::Table{0x0000, sections}; };
-    const auto sdt = [](const Sections& sections) { return Life::Table{0x0011, sections}; };
+    Life life(seed, kPcrPid);
+    const auto pat = [](const Sections& sections) { return SentTable{0x0000, sections}; };
+    const auto sdt = [](const Sections& sections) { return SentTable{0x0011, sections}; };
     const auto pmt = [](std::uint16_t number, const Sections& sections) {
-        return Life::Table{MapPid(number), sections};
+        return SentTable{MapPid(number), sections};
     };
 
     // Versions count up over 31 to 0; programme 3 comes, programme 2 goes.

@@ -105,6 +105,9 @@ size_t FilterEngine::OnPacket(PacketView packet) {
     }
     switch (stream->continuity.Check(packet)) {
         case ContinuityVerdict::kFirst:
+            seen_[packet.PID() / 64].fetch_or(uint64_t{1} << (packet.PID() % 64),
+                                              std::memory_order_relaxed);
+            break;
         case ContinuityVerdict::kNext:
             break;
         case ContinuityVerdict::kDuplicate:
@@ -229,6 +232,9 @@ void FilterEngine::Remove(const Filter& filter) {
 }
 
 void FilterEngine::Reset() {
+    for (std::atomic<uint64_t>& pids : seen_) {
+        pids.store(0, std::memory_order_relaxed);
+    }
     for (auto& [pid, stream] : streams_) {
         auto fresh = std::make_unique<Stream>(counters_);
         fresh->filters = std::move(stream->filters);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -79,6 +80,13 @@ class FilterEngine {
     // nothing, when out of range or when more are in use.
     bool SetSlots(unsigned slots) TV_EXCLUDES(mutex_);
 
+    // Whether a packet with payload came on `pid` since the last Reset while a filter was set on
+    // it.
+    bool Seen(uint16_t pid) const {
+        return pid < kPidCount &&
+               (seen_[pid / 64].load(std::memory_order_relaxed) >> (pid % 64) & 1) != 0;
+    }
+
     // The remaining operations are the delivery thread's.
 
     // Takes the next packet. Of one whose PID nobody wants only the header is looked at. Returns
@@ -134,6 +142,7 @@ class FilterEngine {
     // one after its release.
     std::map<uint16_t, std::unique_ptr<Stream>> streams_;
     PidTable<Stream> byPid_;  // those of streams_ that a packet can reach
+    std::array<std::atomic<uint64_t>, kPidCount / 64> seen_{};  // read on any thread
 
     Mutex mutex_;
     HandlePool handles_ TV_GUARDED_BY(mutex_);

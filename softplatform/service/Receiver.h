@@ -25,6 +25,7 @@ class Receiver {
 
     Counters& counters() { return counters_; }
     Pump& pump() { return pump_; }
+    const FilterEngine& engine() const { return engine_; }
 
     Receiver(const Receiver&) = delete;
     Receiver& operator=(const Receiver&) = delete;

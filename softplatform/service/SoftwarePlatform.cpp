@@ -76,6 +76,10 @@ std::uint64_t SoftwarePlatform::Counter(const std::string& name) const {
     return 0;
 }
 
+bool SoftwarePlatform::Seen(unsigned short pid) const {
+    return m_impl->receiver.engine().Seen(pid);
+}
+
 unsigned SoftwarePlatform::PacketSize() const {
     return m_impl->receiver.pump().packet_size();
 }

@@ -130,6 +130,10 @@ class SOFTPLATFORM_API SoftwarePlatform {
     /// One of them by its name; 0 for an unknown name.
     std::uint64_t Counter(const std::string& name) const;
 
+    /// Whether the current or last source had a packet with payload on a PID (13 bits) while a
+    /// filter was set on it.
+    bool Seen(unsigned short pid) const;
+
     /// The packet size found in the current or last source: 188, 192 or 204; 0 while unknown.
     unsigned PacketSize() const;
 

@@ -1,6 +1,7 @@
 #include "softplatform/ts/Continuity.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tvservice {
 
@@ -9,6 +10,13 @@ ContinuityVerdict Continuity::Check(PacketView packet) {
     const bool announced = packet.discontinuity_indicator();
     const ByteView payload = packet.payload();
 
+    // ISO/IEC 13818-1 2.4.3.3: the counter of null packets is undefined.
+    if (packet.PID() == kNullPid) {
+        const bool isFirst = !std::exchange(started_, true);
+        return payload.empty() ? ContinuityVerdict::kNoPayload
+               : isFirst       ? ContinuityVerdict::kFirst
+                               : ContinuityVerdict::kNext;
+    }
     if (payload.empty()) {
         // ISO/IEC 13818-1 2.4.3.5: without payload too, discontinuity_indicator lets the counter
         // jump, and the next packet follows the new value.

@@ -1,6 +1,9 @@
 #include "tools/torvelsi/Format.h"
 
+#include <fmt/chrono.h>
 #include <fmt/format.h>
+
+#include <ctime>
 
 namespace tool {
 
@@ -17,11 +20,22 @@ std::string Hex(const unsigned char* data, std::size_t size) {
 }
 
 Json CountersToJson(const std::vector<tvservice::CounterValue>& counters) {
+    // Losses first, then the rest in the platform's order.
+    constexpr const char* kFirst[] = {
+        "sync_losses",       "continuity_gaps", "duplicate_packets",  "transport_errors",
+        "scrambled_packets", "crc_errors",      "truncated_sections", "oversize_sections"};
     Json json = Json::object();
+    for (const char* const name : kFirst) {
+        json[name] = 0;
+    }
     for (const tvservice::CounterValue& counter : counters) {
         json[counter.name] = counter.value;
     }
     return json;
+}
+
+std::string Iso8601(std::int64_t seconds) {
+    return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<std::time_t>(seconds)));
 }
 
 Json InputToJson(const client::InputFacts& input) {

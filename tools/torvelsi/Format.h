@@ -21,8 +21,11 @@ std::string Id8(unsigned int value);
 /// Bytes in lower-case hexadecimal, without blanks.
 std::string Hex(const unsigned char* data, std::size_t size);
 
-/// {"packets": 6170, ...}, in the platform's order.
+/// {"sync_losses": 0, ..., "packets": 6170, ...}: losses first, then in the platform's order.
 Json CountersToJson(const std::vector<tvservice::CounterValue>& counters);
+
+/// "2017-08-23T11:00:00Z" of seconds since 1970-01-01T00:00:00Z.
+std::string Iso8601(std::int64_t seconds);
 
 /// {"uri", "packet_size", "packets", "bytes"}.
 Json InputToJson(const client::InputFacts& input);

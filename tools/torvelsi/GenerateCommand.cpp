@@ -21,7 +21,7 @@ namespace {
 
 int List() {
     for (const generator::ScenarioInfo& scenario : generator::Scenarios()) {
-        fmt::print("{:<16}{}\n", scenario.name, scenario.summary);
+        fmt::print("{:<20}{}\n", scenario.name, scenario.summary);
     }
     return kDone;
 }

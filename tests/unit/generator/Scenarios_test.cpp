@@ -17,13 +17,14 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(ScenariosTest, TheDemoIsTheFirstOfFive) {
+TEST(ScenariosTest, TheDemoIsTheFirstOfEight) {
     std::vector<std::string> names;
     for (const ScenarioInfo& info : Scenarios()) {
         names.emplace_back(info.name);
         EXPECT_FALSE(info.summary.empty());
     }
-    EXPECT_THAT(names, ElementsAre("demo", "versions", "oddities", "packetisation", "damaged"));
+    EXPECT_THAT(names, ElementsAre("demo", "versions", "oddities", "broadcast",
+                                   "broadcast-versions", "no-network", "packetisation", "damaged"));
 }
 
 TEST(ScenariosTest, ANameThatDoesNotExistGivesNothing) {
@@ -44,8 +45,14 @@ TEST(ScenariosTest, ASeedAlwaysGivesTheSameBytesAndAnotherSeedOthers) {
 // compiler or the machine.
 TEST(ScenariosTest, TheBytesAreTheSameOnEveryMachine) {
     const std::map<std::string_view, uint32_t> expected{
-        {"demo", 0xDA2A49AB},          {"versions", 0x37104B0B}, {"oddities", 0xB40479BF},
-        {"packetisation", 0x34C15C10}, {"damaged", 0x2D6442A7},
+        {"demo", 0xDA2A49AB},
+        {"versions", 0x37104B0B},
+        {"oddities", 0xB40479BF},
+        {"packetisation", 0x34C15C10},
+        {"damaged", 0x2D6442A7},
+        {"broadcast", 0x9CEA698B},
+        {"broadcast-versions", 0xB50E6576},
+        {"no-network", 0x62FDD11F},
     };
     for (const auto& [name, crc] : expected) {
         const Bytes stream = MakeScenario(name, 1);

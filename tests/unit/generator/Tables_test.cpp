@@ -156,6 +156,30 @@ TEST(TablesTest, TheFirstLoopOfANetworkGoesOnInTheNextSection) {
     EXPECT_EQ(nit[1][8 + 2 + 52 + 1], 12);
 }
 
+TEST(TablesTest, TheFirstLoopOfABouquetStandsInEverySectionWhenAsked) {
+    const MuxTable bouquet{.id = 1,
+                           .descriptors = {BouquetNameDescriptor("b"), Descriptor(0x80, {9})},
+                           .transport_streams = {{1, 1}, {2, 1}, {3, 1}},
+                           .repeat_descriptors = true};
+    const Sections bat = MakeBat(bouquet, {.max_section_size = 8 + 4 + 4 + 6 + 12});
+    ASSERT_EQ(bat.size(), 2u);
+    ExpectNumbered(bat, 0);
+    for (const Bytes& section : bat) {
+        EXPECT_EQ(Slice(section, 8, 8), (Bytes{0xF0, 6, 0x47, 1, 'b', 0x80, 1, 9}));
+    }
+    EXPECT_EQ(Slice(bat[0], 16, 2), (Bytes{0xF0, 12}));
+    EXPECT_EQ(Slice(bat[1], 16, 2), (Bytes{0xF0, 6}));
+}
+
+TEST(TablesTest, AnUndefinedTimeIsAllOnes) {
+    const Sections eit = MakeEitPresentFollowing(Scope::kActual, {1, 2, 3},
+                                                 {{.event_id = 7, .running_status = 5}}, {});
+    EXPECT_EQ(Slice(eit[0], 14, 12),
+              (Bytes{0, 7, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xA0, 0}));
+    EXPECT_THROW(MakeEitSchedule(Scope::kActual, {1, 2, 3}, kMidnight, {{.event_id = 7}}),
+                 std::logic_error);
+}
+
 TEST(TablesTest, ServiceDescription) {
     const Sdt sdt{
         0x0421,
@@ -237,9 +261,9 @@ TEST(TablesTest, AScheduleGoesOnInTheNextTableAfterFourDays) {
 TEST(TablesTest, EventsOutsideAScheduleAreRefused) {
     const EitEvent event{.event_id = 1, .start_time = kTime, .duration = 60};
     EitEvent earlier = event;
-    earlier.start_time -= 4 * 3600;
+    *earlier.start_time -= 4 * 3600;
     EitEvent later = event;
-    later.start_time += 64 * 86400;
+    *later.start_time += 64 * 86400;
     EXPECT_THROW(MakeEitSchedule(Scope::kActual, {1, 2, 3}, kTime + 1, {event}), std::logic_error);
     EXPECT_THROW(MakeEitSchedule(Scope::kActual, {1, 2, 3}, kMidnight, {event, earlier}),
                  std::logic_error);

@@ -1,0 +1,216 @@
+#include "client/Acquisition.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "SI/Include/ISectionManager.h"
+
+namespace client {
+
+using TORVEL_MW::ISectionManager;
+using TORVEL_MW::ISectionObserver;
+
+namespace {
+
+constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
+
+// ETSI EN 300 468 5.1.3: the PIDs of service information; ISO/IEC 13818-1 table 2-3.
+constexpr unsigned short kPatPid = 0x0000;
+constexpr unsigned short kCatPid = 0x0001;
+constexpr unsigned short kNitPid = 0x0010;
+constexpr unsigned short kSdtBatPid = 0x0011;
+constexpr unsigned short kEitPid = 0x0012;
+
+constexpr unsigned int kPatTableId = 0x00;
+constexpr unsigned int kCatTableId = 0x01;
+constexpr unsigned int kPmtTableId = 0x02;
+constexpr unsigned int kNitActualTableId = 0x40;
+constexpr unsigned int kNitOtherTableId = 0x41;
+constexpr unsigned int kSdtActualTableId = 0x42;
+constexpr unsigned int kBatTableId = 0x4A;
+constexpr unsigned int kEitPresentFollowingTableId = 0x4E;
+
+// Names each sub-table that was begun and never became whole.
+template <class Reader>
+void NameUnfinished(const Reader& reader, const char* table, std::vector<std::string>& missing) {
+    const auto whole = reader.Whole();
+    for (const auto& key : reader.Begun()) {
+        if (whole.count(key) == 0) {
+            missing.push_back(table + std::to_string(key));
+        }
+    }
+}
+
+}  // namespace
+
+Acquisition::Acquisition(Extent extent)
+    : extent_(extent), pats_([this](const Pat& pat) { OnPat(pat); }) {}
+
+void Acquisition::Subscribe(const Acquisition* earlier) {
+    Filter(kPatPid, kPatTableId, pats_);
+    if (extent_ == kPatOnly) {
+        return;
+    }
+    Filter(kCatPid, kCatTableId, cats_);
+    FilterNit(kNitPid);
+    Filter(kSdtBatPid, kSdtActualTableId, sdts_);
+    Filter(kSdtBatPid, kBatTableId, bats_);
+    Filter(kEitPid, kEitPresentFollowingTableId, eits_);
+    if (earlier != nullptr) {
+        std::set<int> pmtPids;
+        std::set<int> nitPids;
+        {
+            std::lock_guard<std::mutex> lock(earlier->mutex_);
+            pmtPids = earlier->pmtPids_;
+            nitPids = earlier->nitPids_;
+        }
+        std::for_each(pmtPids.begin(), pmtPids.end(), [this](int pid) { FilterPmt(pid); });
+        std::for_each(nitPids.begin(), nitPids.end(), [this](int pid) { FilterNit(pid); });
+    }
+}
+
+void Acquisition::Unsubscribe() {
+    std::vector<unsigned int> subscriptions;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        released_ = true;
+        subscriptions.swap(subscriptions_);
+    }
+    for (const unsigned int subscription : subscriptions) {
+        ISectionManager::Instance()->Unsubscribe(subscription);
+    }
+}
+
+void Acquisition::OnPat(const Pat& pat) {
+    for (const PatProgram& program : pat.programs) {
+        FilterPmt(program.pmtPid);
+    }
+    if (pat.networkPid) {
+        FilterNit(*pat.networkPid);
+    }
+}
+
+void Acquisition::FilterPmt(int pid) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!pmtPids_.insert(pid).second) {
+            return;
+        }
+    }
+    if (extent_ == kAll) {
+        Filter(static_cast<unsigned short>(pid), kPmtTableId, pmts_);
+    }
+}
+
+void Acquisition::FilterNit(int pid) {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!nitPids_.insert(pid).second) {
+            return;
+        }
+    }
+    if (extent_ == kAll) {
+        Filter(static_cast<unsigned short>(pid), kNitActualTableId, actualNits_);
+        Filter(static_cast<unsigned short>(pid), kNitOtherTableId, otherNits_);
+    }
+}
+
+// A filter that is refused leaves its table missing; the counter tells.
+void Acquisition::Filter(unsigned short pid, unsigned int tableId, ISectionObserver& observer) {
+    const unsigned int subscription = ISectionManager::Instance()->Subscribe(
+        pid, tableId, observer, ISectionManager::EContinuous, kNoTimeout, false);
+    if (subscription == 0) {
+        return;
+    }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!released_) {
+            subscriptions_.push_back(subscription);
+            return;
+        }
+    }
+    ISectionManager::Instance()->Unsubscribe(subscription);
+}
+
+void Acquisition::Fill(Multiplex& multiplex) const {
+    std::vector<std::string>& missing = multiplex.missing;
+    const auto& platform = tvservice::SoftwarePlatform::Instance();
+
+    const auto pats = pats_.Whole();
+    bool hasCa = platform.Counter("scrambled_packets") > 0;
+    if (pats.empty()) {
+        missing.emplace_back("pat");
+    } else {
+        multiplex.pat = pats.begin()->second;
+        const auto pmts = pmts_.Whole();
+        for (const PatProgram& program : multiplex.pat->programs) {
+            const auto found = pmts.find({static_cast<unsigned int>(program.pmtPid),
+                                          static_cast<unsigned int>(program.programNumber)});
+            if (found == pmts.end()) {
+                missing.push_back("pmt " + std::to_string(program.programNumber));
+            } else {
+                hasCa |= found->second.hasCaDescriptor;
+                multiplex.programs.push_back(found->second);
+            }
+        }
+    }
+
+    const auto cats = cats_.Whole();
+    if (!cats.empty()) {
+        multiplex.caSystemIds = cats.begin()->second;
+    } else if (hasCa) {
+        missing.emplace_back("cat");
+    }
+
+    // The own transport stream's, should there be others under the same table_id.
+    const auto sdts = sdts_.Whole();
+    const auto own = std::find_if(sdts.begin(), sdts.end(), [&multiplex](const auto& sdt) {
+        return multiplex.pat && sdt.first.second == multiplex.pat->transportStreamId;
+    });
+    if (sdts.empty()) {
+        missing.emplace_back("sdt");
+    } else {
+        multiplex.services = (own != sdts.end() ? own : sdts.begin())->second;
+        std::stable_sort(
+            multiplex.services.begin(), multiplex.services.end(),
+            [](const Service& a, const Service& b) { return a.serviceId < b.serviceId; });
+    }
+
+    const auto actualNits = actualNits_.Whole();
+    const bool needsNit = (multiplex.pat && multiplex.pat->networkPid) || platform.Seen(kNitPid);
+    if (actualNits.empty() && actualNits_.Begun().empty() && needsNit) {
+        missing.emplace_back("nit");
+    }
+    NameUnfinished(actualNits_, "nit ", missing);
+    NameUnfinished(otherNits_, "nit other ", missing);
+    for (const auto& network : actualNits) {
+        multiplex.networks.push_back(network.second);
+    }
+    for (const auto& network : otherNits_.Whole()) {
+        multiplex.networks.push_back(network.second);
+    }
+    std::stable_sort(multiplex.networks.begin(), multiplex.networks.end(),
+                     [](const Network& a, const Network& b) { return a.networkId < b.networkId; });
+
+    NameUnfinished(bats_, "bat ", missing);
+    for (const auto& bouquet : bats_.Whole()) {
+        multiplex.bouquets.push_back(bouquet.second);
+    }
+
+    const auto eits = eits_.Whole();
+    for (const Service& service : multiplex.services) {
+        if (service.hasPresentFollowing &&
+            eits.count({service.originalNetworkId, service.transportStreamId, service.serviceId}) ==
+                0) {
+            missing.push_back("eit " + std::to_string(service.serviceId));
+        }
+    }
+    for (const auto& eit : eits) {
+        multiplex.events.insert(multiplex.events.end(), eit.second.begin(), eit.second.end());
+    }
+    std::stable_sort(multiplex.events.begin(), multiplex.events.end(),
+                     [](const Event& a, const Event& b) { return a.serviceId < b.serviceId; });
+}
+
+}  // namespace client

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <set>
+#include <vector>
+
+#include "client/BatTable.h"
+#include "client/CatTable.h"
+#include "client/EitTable.h"
+#include "client/Multiplex.h"
+#include "client/NitTable.h"
+#include "client/PatTable.h"
+#include "client/PmtTable.h"
+#include "client/SdtTable.h"
+#include "client/SubTableReader.h"
+
+namespace client {
+
+/// One pass over a multiplex: the subscriptions, and the tables that they fill.
+///
+/// The subscriptions of PIDs that a PAT names are made on the event thread when it comes, unless
+/// they were asked for before. What was found may be asked on any thread.
+class Acquisition {
+  public:
+    enum Extent {
+        kPatOnly,  ///< to learn what PIDs there are
+        kAll
+    };
+
+    explicit Acquisition(Extent extent);
+    Acquisition(const Acquisition&) = delete;
+    Acquisition& operator=(const Acquisition&) = delete;
+
+    /// Sets the filters; with `kAll` also those of the PIDs that an earlier pass found.
+    void Subscribe(const Acquisition* earlier);
+
+    /// Releases them. What is still on its way to an observer arrives all the same: the object must
+    /// live until a barrier has passed or nothing can be queued any more.
+    void Unsubscribe();
+
+    /// Puts what was found into `multiplex`, and what is missing.
+    void Fill(Multiplex& multiplex) const;
+
+  private:
+    void OnPat(const Pat& pat);
+    void Filter(unsigned short pid, unsigned int tableId, TORVEL_MW::ISectionObserver& observer);
+    void FilterPmt(int pid);
+    void FilterNit(int pid);
+
+    const Extent extent_;
+    SubTableReader<PatTable> pats_;
+    SubTableReader<CatTable> cats_;
+    SubTableReader<PmtTable> pmts_;
+    SubTableReader<SdtTable> sdts_;
+    SubTableReader<EitTable> eits_;
+    SubTableReader<NitActualTable> actualNits_;
+    SubTableReader<NitOtherTable> otherNits_;
+    SubTableReader<BatTable> bats_;
+
+    mutable std::mutex mutex_;
+    std::set<int> pmtPids_;                    // guarded by mutex_; every PMT PID that a PAT named
+    std::set<int> nitPids_;                    // guarded by mutex_
+    std::vector<unsigned int> subscriptions_;  // guarded by mutex_
+    bool released_ = false;                    // guarded by mutex_
+};
+
+}  // namespace client

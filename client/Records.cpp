@@ -1,0 +1,57 @@
+#include "client/Records.h"
+
+#include <utility>
+
+#include "platform/TCBaseDesc.h"
+#include "platform/TCDescPrivateDataSpecifier.h"
+#include "platform/TCDescriptor.h"
+#include "platform/TCDescriptorHash.h"
+#include "platform/TVSHandle.h"
+#include "softplatform/text/Text.h"
+
+namespace client {
+
+Bytes BytesOf(TCBaseDesc& desc) {
+    int length = desc.Length();
+    Bytes bytes(static_cast<std::size_t>(length));
+    bytes.resize(static_cast<std::size_t>(desc.GetDescriptor(bytes.data(), &length)));
+    return bytes;
+}
+
+std::vector<Descriptor> SavedDescriptors(unsigned char* loop, int length, unsigned char tableId) {
+    constexpr unsigned char kExtensionTag = 0x7F;
+    constexpr std::size_t kExtensionSize = 3;  // the least of an extension descriptor
+    TCDescriptorHash hash;
+    TCDescriptor(TVSHandle(1, 0)).Parse(loop, length, hash, tableId);
+    std::vector<Descriptor> saved;
+    std::optional<unsigned int> specifier;
+    for (int index = 0; index < hash.NumOfDescriptors(); ++index) {
+        TCBaseDesc& desc = *hash.DescriptorByIndex(static_cast<unsigned int>(index));
+        if (const auto* const pds = dynamic_cast<const TCDescPrivateDataSpecifier*>(&desc)) {
+            specifier = pds->PrivateDataSpecifier();
+            continue;
+        }
+        Descriptor descriptor{static_cast<unsigned char>(desc.Tag()), specifier, {}, BytesOf(desc)};
+        if (descriptor.tag == kExtensionTag && descriptor.data.size() >= kExtensionSize) {
+            descriptor.extensionTag =
+                descriptor.data.size() > kExtensionSize ? descriptor.data[kExtensionSize] : 0;
+        }
+        saved.push_back(std::move(descriptor));
+    }
+    return saved;
+}
+
+std::string Utf8(const Bytes& text) {
+    return tvservice::TextToUtf8(text.data(), text.size());
+}
+
+std::string LanguageOf(unsigned int code) {
+    std::string language;
+    for (const int shift : {16, 8, 0}) {
+        const char character = static_cast<char>(code >> shift & 0xFF);
+        language += character >= 0x20 && character < 0x7F ? character : '?';
+    }
+    return language;
+}
+
+}  // namespace client

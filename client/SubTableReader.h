@@ -1,0 +1,130 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "SI/Include/ISectionObserver.h"
+
+namespace client {
+
+/// The header of a section with section_syntax_indicator (ISO/IEC 13818-1 2.4.4.11).
+struct SectionHeader {
+    static constexpr int kSize = 8;
+
+    unsigned short tableIdExtension;
+    unsigned char version;
+    bool currentNext;
+    unsigned char sectionNumber, lastSectionNumber;
+
+    /// Of at least kSize bytes.
+    explicit SectionHeader(const unsigned char* data)
+        : tableIdExtension(static_cast<unsigned short>(data[3] << 8 | data[4])),
+          version(static_cast<unsigned char>(data[5] >> 1 & 0x1F)),
+          currentNext((data[5] & 1) != 0),
+          sectionNumber(data[6]),
+          lastSectionNumber(data[7]) {}
+
+    bool IsOfStateOf(const SectionHeader& other) const {
+        return tableIdExtension == other.tableIdExtension && version == other.version &&
+               lastSectionNumber == other.lastSectionNumber;
+    }
+};
+
+/// Keeps the last complete current version of every sub-table of one kind that an observer is fed.
+///
+/// Each version of a sub-table gets a fresh `Table`, which is fed each distinct section of it once.
+/// `Table` is one file pair a table; it has
+///
+///     using Key = ...;       // what tells sub-tables apart
+///     using Snapshot = ...;  // what is kept of a complete one
+///     static Key KeyOf(unsigned short pid, const unsigned char* data, unsigned short length);
+///     bool Take(unsigned short pid, unsigned char* data, Snapshot& snapshot);
+///
+/// where `Take` parses a section and answers whether the table is complete now, and then what it
+/// holds. Fed on the event thread; what was found may be asked on any thread.
+template <class Table>
+class SubTableReader : public TORVEL_MW::ISectionObserver {
+  public:
+    using Key = typename Table::Key;
+    using Snapshot = typename Table::Snapshot;
+
+    /// @param onWhole  called on the event thread with each complete version; may be empty
+    explicit SubTableReader(std::function<void(const Snapshot&)> onWhole = {})
+        : onWhole_(std::move(onWhole)) {}
+
+    void OnSectionReceived(unsigned short, unsigned short pid, unsigned short length,
+                           unsigned char* data) override {
+        if (length < SectionHeader::kSize) {
+            return;
+        }
+        const SectionHeader header(data);
+        if (!header.currentNext) {
+            return;
+        }
+        const Key key = Table::KeyOf(pid, data, length);
+        State& state = states_[key];
+        if (!state.table || !header.IsOfStateOf(state.header)) {
+            state = State{header, std::make_unique<Table>(), {}};
+        }
+        std::vector<unsigned char>& held = state.sections[header.sectionNumber];
+        if (std::equal(held.begin(), held.end(), data, data + length)) {
+            return;
+        }
+        held.assign(data, data + length);
+        Snapshot snapshot{};
+        const bool isWhole = state.table->Take(pid, data, snapshot);
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            begun_.insert(key);
+            if (isWhole) {
+                whole_[key] = snapshot;
+            }
+        }
+        if (isWhole && onWhole_) {
+            onWhole_(snapshot);
+        }
+    }
+
+    void OnSectionTimeout(unsigned int) override {}
+
+    /// The last complete version of each sub-table.
+    std::map<Key, Snapshot> Whole() const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return whole_;
+    }
+
+    /// Every sub-table of which a section came.
+    std::set<Key> Begun() const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return begun_;
+    }
+
+  private:
+    struct State {
+        SectionHeader header;
+        std::unique_ptr<Table> table;
+        std::map<unsigned char, std::vector<unsigned char>> sections;
+
+        State() : header(kNoSection) {}
+        State(const SectionHeader& of, std::unique_ptr<Table> fresh,
+              std::map<unsigned char, std::vector<unsigned char>> held)
+            : header(of), table(std::move(fresh)), sections(std::move(held)) {}
+    };
+    static constexpr unsigned char kNoSection[SectionHeader::kSize] = {};
+
+    const std::function<void(const Snapshot&)> onWhole_;
+    std::map<Key, State> states_;  // the event thread's
+
+    mutable std::mutex mutex_;
+    std::map<Key, Snapshot> whole_;  // guarded by mutex_
+    std::set<Key> begun_;            // guarded by mutex_
+};
+
+}  // namespace client

@@ -1,0 +1,255 @@
+// What the generator's streams hold, as one golden document each, whatever way they come: in pieces
+// of any size, in packets of any size, after garbage, with packets twice, with packets lost or
+// broken or cut off.
+//
+// TORVELSI_UPDATE_GOLDEN=1 writes the documents anew; the difference is for a reviewer.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "client/MultiplexScanner.h"
+#include "generator/Damage.h"
+#include "generator/Packet.h"
+#include "generator/Random.h"
+#include "generator/Scenarios.h"
+#include "softplatform/service/SoftwarePlatform.h"
+#include "tools/torvelsi/ScanDocument.h"
+
+namespace {
+
+using generator::Bytes;
+using generator::PacketFormat;
+using generator::PacketList;
+using tool::Json;
+using Counters = std::map<std::string, std::uint64_t>;
+
+PacketList PacketsOf(const std::string& scenario) {
+    const Bytes bytes = generator::MakeScenario(scenario);
+    PacketList packets(bytes.size() / generator::kPacketSize);
+    for (std::size_t i = 0; i < packets.size(); ++i) {
+        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(i * generator::kPacketSize),
+                    generator::kPacketSize, packets[i].begin());
+    }
+    return packets;
+}
+
+/// A scan in a process of its own test.
+class World {
+  public:
+    explicit World(Bytes bytes, std::size_t piece = 0) {
+        tvservice::SetLogPriority(7);
+        static const bool kStarted = tvservice::SoftwarePlatform::Instance().Start();
+        EXPECT_TRUE(kStarted);
+        client::MultiplexScanner scanner;
+        const auto end = scanner.Scan(tvservice::MemorySource("world", std::move(bytes), piece));
+        EXPECT_EQ(end.reason, tvservice::InputEnd::kEndOfInput) << end.error;
+        const client::Multiplex multiplex = scanner.Result();
+        document_ = tool::ScanDocument(multiplex);
+        document_.erase("input");
+        document_.erase("counters");
+        for (const tvservice::CounterValue& counter : multiplex.counters) {
+            counters_[counter.name] = counter.value;
+        }
+    }
+
+    const Json& document() const { return document_; }
+    std::uint64_t Count(const std::string& counter) const { return counters_.at(counter); }
+
+    /// The counters of loss and damage that are not 0.
+    Counters Losses() const {
+        static const std::set<std::string> kHealthy{"bytes",
+                                                    "packets",
+                                                    "sync_locks",
+                                                    "sections",
+                                                    "delivered_sections",
+                                                    "scrambled_packets"};
+        Counters losses;
+        for (const auto& counter : counters_) {
+            if (counter.second != 0 && kHealthy.count(counter.first) == 0) {
+                losses.insert(counter);
+            }
+        }
+        return losses;
+    }
+
+  private:
+    Json document_;
+    Counters counters_;
+};
+
+std::string GoldenPath(const std::string& scenario) {
+    return std::string(TORVELSI_GOLDEN) + "/" + scenario + ".json";
+}
+
+Json Golden(const std::string& scenario) {
+    std::ifstream in(GoldenPath(scenario));
+    return Json::parse(in, nullptr, false);
+}
+
+void ExpectGolden(const World& world, const std::string& scenario) {
+    // Of whole documents a failure would print pages: key by key.
+    const Json golden = Golden(scenario);
+    ASSERT_TRUE(golden.is_object()) << GoldenPath(scenario);
+    for (const auto& [key, value] : golden.items()) {
+        EXPECT_EQ(world.document()[key], value) << scenario << " " << key;
+    }
+    EXPECT_EQ(world.document().size(), golden.size());
+}
+
+class HostileWorlds : public testing::TestWithParam<const char*> {
+  protected:
+    const std::string scenario_ = GetParam();
+};
+
+TEST_P(HostileWorlds, Whole) {
+    const World world(generator::MakeScenario(scenario_));
+    if (std::getenv("TORVELSI_UPDATE_GOLDEN") != nullptr) {
+        std::ofstream(GoldenPath(scenario_)) << world.document().dump(1) << "\n";
+    }
+    ExpectGolden(world, scenario_);
+    EXPECT_EQ(world.Losses(), Counters());
+}
+
+TEST_P(HostileWorlds, ByteByByte) {
+    const World world(generator::MakeScenario(scenario_), 1);
+    ExpectGolden(world, scenario_);
+    EXPECT_EQ(world.Losses(), Counters());
+}
+
+TEST_P(HostileWorlds, InPiecesOf17Bytes) {
+    const World world(generator::MakeScenario(scenario_), 17);
+    ExpectGolden(world, scenario_);
+    EXPECT_EQ(world.Losses(), Counters());
+}
+
+TEST_P(HostileWorlds, In192BytePackets) {
+    const World world(generator::Serialise(PacketsOf(scenario_), PacketFormat::k192));
+    ExpectGolden(world, scenario_);
+    EXPECT_EQ(world.Losses(), Counters());
+}
+
+TEST_P(HostileWorlds, In204BytePackets) {
+    const World world(generator::Serialise(PacketsOf(scenario_), PacketFormat::k204));
+    ExpectGolden(world, scenario_);
+    EXPECT_EQ(world.Losses(), Counters());
+}
+
+TEST_P(HostileWorlds, AfterGarbage) {
+    Bytes bytes = generator::MakeScenario(scenario_);
+    generator::Random random(1);
+    generator::PrependGarbage(bytes, random, 1000);
+    const World world(bytes);
+    ExpectGolden(world, scenario_);
+    EXPECT_EQ(world.Losses(), (Counters{{"skipped_bytes", 1000}}));
+}
+
+TEST_P(HostileWorlds, EveryPacketTwice) {
+    PacketList packets = PacketsOf(scenario_);
+    PacketList twice;
+    for (const generator::Packet& packet : packets) {
+        twice.push_back(packet);
+        twice.push_back(packet);
+    }
+    const World world(generator::Serialise(twice));
+    ExpectGolden(world, scenario_);
+    EXPECT_GT(world.Count("duplicate_packets"), 0u);
+    EXPECT_EQ(world.Losses(), (Counters{{"duplicate_packets", world.Count("duplicate_packets")}}));
+    const World once(generator::Serialise(packets));
+    EXPECT_EQ(world.Count("sections"), once.Count("sections"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, HostileWorlds,
+                         testing::Values("demo", "oddities", "versions", "broadcast",
+                                         "broadcast-versions", "no-network"),
+                         [](const testing::TestParamInfo<const char*>& scenario) {
+                             std::string name = scenario.param;
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name;
+                         });
+
+// In the worlds below every section comes three times, and what is lost is one of the three.
+class LossyWorlds : public testing::TestWithParam<const char*> {
+  protected:
+    const std::string scenario_ = GetParam();
+
+    /// Where the packets of a PID stand.
+    static std::map<int, std::vector<std::size_t>> Positions(const PacketList& packets) {
+        std::map<int, std::vector<std::size_t>> positions;
+        for (std::size_t i = 0; i < packets.size(); ++i) {
+            positions[generator::PidOf(packets[i])].push_back(i);
+        }
+        return positions;
+    }
+
+    /// PIDs of service information with packets before and after the one in the middle.
+    static std::vector<std::size_t> MiddlePackets(const PacketList& packets) {
+        std::vector<std::size_t> middles;
+        for (const int pid : {0x00, 0x01, 0x10, 0x11, 0x12}) {
+            const std::vector<std::size_t> all = Positions(packets)[pid];
+            if (all.size() >= 3) {
+                middles.push_back(all[all.size() / 2]);
+            }
+        }
+        return middles;
+    }
+};
+
+TEST_P(LossyWorlds, OneLostPacketOfEachPidIsCountedAndNothingElseIsLost) {
+    PacketList packets = PacketsOf(scenario_);
+    std::vector<std::size_t> middles = MiddlePackets(packets);
+    ASSERT_GE(middles.size(), 3u);
+    std::sort(middles.rbegin(), middles.rend());
+    for (const std::size_t index : middles) {
+        generator::DropPacket(packets, index);
+    }
+    const World world(generator::Serialise(packets));
+    ExpectGolden(world, scenario_);
+    EXPECT_EQ(world.Count("continuity_gaps"), middles.size());
+    EXPECT_EQ(world.Count("crc_errors"), 0u);
+}
+
+TEST_P(LossyWorlds, ABrokenBitOfEachPidIsCountedAndNothingElseIsLost) {
+    const PacketList packets = PacketsOf(scenario_);
+    const std::vector<std::size_t> middles = MiddlePackets(packets);
+    Bytes bytes = generator::Serialise(packets);
+    constexpr std::size_t kInsideASection = 30;  // bytes into the packet
+    std::size_t broken = 0;
+    for (const std::size_t index : middles) {
+        const generator::Packet& packet = packets[index];
+        if (packet[kInsideASection] != 0xFF || packet[kInsideASection + 1] != 0xFF) {
+            generator::FlipBit(bytes, (index * generator::kPacketSize + kInsideASection) * 8);
+            ++broken;
+        }
+    }
+    ASSERT_GE(broken, 3u);
+    const World world(bytes);
+    ExpectGolden(world, scenario_);
+    EXPECT_EQ(world.Losses(), (Counters{{"crc_errors", broken}}));
+}
+
+TEST_P(LossyWorlds, AStreamCutInTheMiddleOfAPacketKeepsWhatCameBefore) {
+    const Bytes whole = generator::MakeScenario(scenario_);
+    Bytes bytes = whole;
+    bytes.insert(bytes.end(), whole.begin(), whole.begin() + 100);
+    const World world(bytes);
+    ExpectGolden(world, scenario_);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, LossyWorlds, testing::Values("demo", "broadcast"),
+                         [](const testing::TestParamInfo<const char*>& scenario) {
+                             return std::string(scenario.param);
+                         });
+
+}  // namespace
