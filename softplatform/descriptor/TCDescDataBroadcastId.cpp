@@ -94,6 +94,9 @@ int TCDescDataBroadcastId::Decode(const unsigned char* payload, int length) {
             std::vector<uint8_t>(selector.begin(), selector.end())));
         at += 6 + selector.size();
     }
+    if (loop.size() < loopSize) {
+        return kFixedSize;  // OUI_data_length reaches past the descriptor
+    }
     return at == loopSize ? length : static_cast<int>(kFixedSize + 1 + at);
 }
 

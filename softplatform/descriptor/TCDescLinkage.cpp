@@ -88,6 +88,9 @@ int TCDescLinkage::Decode(const unsigned char* payload, int length) {
             loop.U24(at), std::vector<uint8_t>(selector.begin(), selector.end())));
         at += 4 + selector.size();
     }
+    if (loop.size() < loopSize) {
+        return kFixedSize;  // OUI_data_length reaches past the descriptor
+    }
     return at == loopSize ? length : static_cast<int>(kFixedSize + 1 + at);
 }
 

@@ -1,5 +1,5 @@
 // Real broadcast streams against what independent decoders made of them: how many sections of each
-// table arrive on each PID, for whole files, byte by byte and in 17-byte pieces; compare_scans.py
+// table arrive on each PID, for whole files, byte by byte and in 17-byte pieces; scan_golden_test.py
 // compares what they hold. The streams are not part of the repository; without the folder there is
 // nothing to compare.
 
