@@ -2,9 +2,11 @@
 """Checks the arrows between the rooms: who may include whom.
 
 The table is the one of docs/house.md. A file's room is the longest entry that its path begins with;
-an #include in quotes or of <torvelsi/...>, <tvservice/...> is an arrow to the room of that file.
+an #include in quotes, of <torvelsi/...>, <tvservice/...> or of a room in angle brackets is an arrow
+to the room of that file.
 """
 
+import itertools
 import pathlib
 import re
 import sys
@@ -40,7 +42,9 @@ ROOMS = {
     "examples": [SI, PLATFORM, SERVICE_HEADER],
 }
 
-INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<((?:torvelsi|tvservice)/[^>]+)>)')
+TOPS = "|".join(sorted({room.split("/")[0] for room in ROOMS}))
+INCLUDE = re.compile(
+    rf'^\s*#\s*include\s*(?:"([^"]+)"|<((?:torvelsi|tvservice|{TOPS})/[^>]+)>)')
 
 
 def room_of(path):
@@ -54,6 +58,8 @@ def resolve(top, source, quoted, angled):
         folder, name = angled.split("/", 1)
         if folder == "torvelsi":
             return f"SI/Include/{name}"
+        if folder != "tvservice":
+            return angled
         if (top / "platform" / name).exists():
             return f"platform/{name}"
         return f"softplatform/service/{name}"
@@ -113,10 +119,10 @@ def self_test():
         ("generator/a.cpp", "tools/b.h"),
         ("client/a.cpp", "tests/b.h"),
     ]
-    for source, target in planted:
+    for (source, target), include in itertools.product(planted, ('"{}"', "<{}>")):
         with tempfile.TemporaryDirectory() as folder:
             top = pathlib.Path(folder)
-            for name, text in ((target, ""), (source, f'#include "{target}"\n')):
+            for name, text in ((target, ""), (source, f"#include {include.format(target)}\n")):
                 (top / name).parent.mkdir(parents=True, exist_ok=True)
                 (top / name).write_text(text, encoding="utf-8")
             if not check(top)[1]:

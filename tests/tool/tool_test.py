@@ -1,5 +1,6 @@
 """What the command-line tool promises. usage: tool_test.py TOOL [TestCase...]"""
 
+import fcntl
 import json
 import os
 import pathlib
@@ -7,6 +8,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import termios
 import time
 import unittest
 
@@ -498,7 +500,9 @@ class Interrupts(unittest.TestCase):
             while b"data" not in output:
                 output += os.read(process.stdout.fileno(), 65536)
         else:
-            time.sleep(0.5)  # what it prints, it prints at the end
+            # What it prints, it prints at the end; what it has read, the pipe no longer holds.
+            while fcntl.ioctl(writer, termios.FIONREAD, b"\0\0\0\0") != b"\0\0\0\0":
+                time.sleep(0.001)
         process.send_signal(signal.SIGINT)
         begin = time.monotonic()
         rest, errors = process.communicate(timeout=30)

@@ -1,6 +1,7 @@
 // A process that used the section manager, ending in the way that its argument names. Run by
 // ProcessExit_test.cpp.
 
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 
@@ -31,6 +34,24 @@ void Push(int id) {
     CKorvoSectionManager::s_OnSectionData(true, sizeof(section), section, id);
 }
 
+// Returns when every other thread of the process sleeps, as the event thread does in front of an
+// empty queue.
+void WaitUntilTheOthersWait() {
+    const std::string self = std::to_string(syscall(SYS_gettid));
+    bool areAllWaiting = false;
+    while (!areAllWaiting) {
+        std::this_thread::yield();
+        areAllWaiting = true;
+        for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+            std::string stat;
+            std::getline(std::ifstream(task.path() / "stat"), stat);
+            const std::size_t name = stat.rfind(')');
+            areAllWaiting &= task.path().filename() == self ||
+                             (name != std::string::npos && stat.compare(name + 2, 1, "S") == 0);
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -41,9 +62,8 @@ int main(int argc, char** argv) {
     }
     manager->Subscribe(0x11, 0x42, *new Observer, ISectionManager::EContinuous, 0xFFFFFFFF, false);
     if (way == "idle") {
-        // The event thread has handled a section and is waiting again, most likely.
         Push(1);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        WaitUntilTheOthersWait();
     } else if (way == "section-just-pushed") {
         for (int i = 0; i < 100; ++i) {
             Push(1);

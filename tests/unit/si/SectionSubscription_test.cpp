@@ -455,13 +455,13 @@ TEST_F(SectionSubscriptionTest, DroppedSectionsLeaveTheTimeoutArmed) {
 }
 
 TEST_F(SectionSubscriptionTest, AcceptedSectionEndsTheTimeoutForGood) {
-    const Subscription subscription = SubscribeTable(ISectionManager::EContinuous, 100);
+    const Subscription subscription = SubscribeTable(ISectionManager::EContinuous, 400);
     unsigned char byte = 0x42;
     subscription->OnCallback(1, &byte);
     Recorder other;
     const Subscription later = CSectionSubscription::SubscribeSection(
-        &platform, other, 0x11, 0x42, 8, ISectionManager::EContinuous, 200, false);
-    EXPECT_TRUE(other.WaitForTimeouts(1));  // 200 ms have passed
+        &platform, other, 0x11, 0x42, 8, ISectionManager::EContinuous, 500, false);
+    EXPECT_TRUE(other.WaitForTimeouts(1));  // 500 ms have passed
     EXPECT_THAT(observer.Timeouts(), IsEmpty());
 }
 
