@@ -195,7 +195,7 @@ TEST_F(EITParserTest, LoopOfTheFirstEventAloneIsDecodedAsTable0x4E) {
 TEST_F(EITParserTest, DescriptorsAreCountedOnce) {
     HoldEvent({PlainDesc(0x4D, {0x4D, 0})});
     eit.loop.duringCount = [](fake::Loop& loop) {
-        if (loop.countsAsked > 1) {
+        if (loop.countsAsked == 2) {
             loop.Add(PlainDesc(0x4E, {0x4E, 0}));
         }
     };

@@ -203,6 +203,7 @@ TEST_F(SDTParserTest, AcceptedSectionWithoutSubTableEmptiesTheMapAndIsTold) {
                 ElementsAre(kBuilding, BuildLine(6, Red("CSDTParserKorvo::m_BuildDescriptorsMap. "
                                                         "m_Parser->DVBSDTInstance() failed."))));
     EXPECT_THAT(Saved(), IsEmpty());
+    EXPECT_EQ(sdt.resets, 0);
 }
 
 TEST_F(SDTParserTest, EachAcceptedSectionReplacesTheDescriptors) {
@@ -420,7 +421,7 @@ TEST_F(SDTParserTest, GetDescriptorsNeedsNoPlatformParser) {
 TEST_F(SDTParserTest, RecordsAreCopiesThatOutliveTheParser) {
     FeedService({PlainDesc(0x48, {0x48, 1, 5})});
     std::vector<ISDTParser::SDTDescriptor> out;
-    EXPECT_TRUE(parser->GetDescriptors(kOnid, kTsid, kSid, out));
+    ASSERT_TRUE(parser->GetDescriptors(kOnid, kTsid, kSid, out));
     out[0].m_data[2] = 6;
     EXPECT_THAT(Saved(), ElementsAre(Public(0x48, {0x48, 1, 5})));
     parser.reset();
