@@ -45,7 +45,15 @@ void NameUnfinished(const Reader& reader, const char* table, std::vector<std::st
 }  // namespace
 
 Acquisition::Acquisition(Extent extent)
-    : extent_(extent), pats_([this](const Pat& pat) { OnPat(pat); }) {}
+    : extent_(extent),
+      pats_([this](const Pat& pat) { OnPat(pat); }),
+      cats_([this](const auto&) { OnNews(); }),
+      pmts_([this](const auto&) { OnNews(); }),
+      sdts_([this](const auto&) { OnNews(); }),
+      eits_([this](const auto&) { OnNews(); }),
+      actualNits_([this](const auto&) { OnNews(); }),
+      otherNits_([this](const auto&) { OnNews(); }),
+      bats_([this](const auto&) { OnNews(); }) {}
 
 void Acquisition::Subscribe(const Acquisition* earlier) {
     Filter(kPatPid, kPatTableId, pats_);
@@ -77,6 +85,7 @@ void Acquisition::Unsubscribe() {
         released_ = true;
         subscriptions.swap(subscriptions_);
     }
+    changed_.notify_all();
     for (const unsigned int subscription : subscriptions) {
         ISectionManager::Instance()->Unsubscribe(subscription);
     }
@@ -88,6 +97,35 @@ void Acquisition::OnPat(const Pat& pat) {
     }
     if (pat.networkPid) {
         FilterNit(*pat.networkPid);
+    }
+    OnNews();
+}
+
+void Acquisition::OnNews() {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        ++news_;
+    }
+    changed_.notify_all();
+}
+
+bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    unsigned long seen = 0;
+    for (;;) {
+        Multiplex found;
+        Fill(found);
+        if (found.missing.empty()) {
+            return true;
+        }
+        std::unique_lock<std::mutex> lock(mutex_);
+        if (!changed_.wait_until(lock, deadline, [&] { return released_ || news_ != seen; })) {
+            return true;
+        }
+        if (released_) {
+            return false;
+        }
+        seen = news_;
     }
 }
 

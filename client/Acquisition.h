@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -39,11 +41,16 @@ class Acquisition {
     /// live until a barrier has passed or nothing can be queued any more.
     void Unsubscribe();
 
+    /// Waits until nothing is missing or `timeout` has passed, and answers true; false as soon as
+    /// Unsubscribe is called before.
+    bool WaitUntilComplete(std::chrono::milliseconds timeout);
+
     /// Puts what was found into `multiplex`, and what is missing.
     void Fill(Multiplex& multiplex) const;
 
   private:
     void OnPat(const Pat& pat);
+    void OnNews();
     void Filter(unsigned short pid, unsigned int tableId, TORVEL_MW::ISectionObserver& observer);
     void FilterPmt(int pid);
     void FilterNit(int pid);
@@ -63,6 +70,8 @@ class Acquisition {
     std::set<int> nitPids_;                    // guarded by mutex_
     std::vector<unsigned int> subscriptions_;  // guarded by mutex_
     bool released_ = false;                    // guarded by mutex_
+    unsigned long news_ = 0;                   // guarded by mutex_; complete tables so far
+    std::condition_variable changed_;
 };
 
 }  // namespace client

@@ -1,6 +1,8 @@
 #include "client/MultiplexScanner.h"
 
 #include <mutex>
+#include <optional>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -20,41 +22,56 @@ void KeepForever(std::shared_ptr<void> object) {
     kept.push_back(std::move(object));
 }
 
-tvservice::InputEnd Play(const tvservice::SourcePtr& source,
-                         const tvservice::PlayOptions& options) {
-    tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
-    if (!platform.Play(source, options)) {
-        return {tvservice::InputEnd::kFailed,
-                tvservice::Describe(*source).name + ": cannot be played"};
-    }
-    return platform.WaitEnd();
-}
-
 }  // namespace
 
 struct MultiplexScanner::Impl {
     mutable std::mutex mutex;
     std::string uri;                           // guarded by mutex
     std::shared_ptr<Acquisition> acquisition;  // guarded by mutex; it locks for itself
+    int passes = 0;                            // guarded by mutex
 
-    // One pass; `earlier` may be null.
+    // One pass; `earlier` may be null. With a `timeout` it ends when that has passed or all is
+    // complete.
     tvservice::InputEnd Pass(const tvservice::SourcePtr& source,
                              tvservice::PlayOptions::Reading reading, Acquisition::Extent extent,
-                             const Acquisition* earlier) {
+                             const Acquisition* earlier,
+                             std::optional<std::chrono::milliseconds> timeout = {}) {
         auto pass = std::make_shared<Acquisition>(extent);
         {
             std::lock_guard<std::mutex> lock(mutex);
             acquisition = pass;
+            ++passes;
         }
         auto barrier = std::make_shared<Barrier>();
         pass->Subscribe(earlier);
         tvservice::PlayOptions options;
         options.reading = reading;
-        const tvservice::InputEnd end = Play(source, options);
-        pass->Unsubscribe();
+        tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
+        tvservice::InputEnd end{tvservice::InputEnd::kFailed,
+                                tvservice::Describe(*source).name + ": cannot be played"};
+        bool isOurs = false;
+        if (platform.Play(source, options)) {
+            std::thread watch;
+            if (timeout) {
+                watch = std::thread([&] {
+                    isOurs = pass->WaitUntilComplete(*timeout);
+                    platform.Interrupt();
+                });
+            }
+            end = platform.WaitEnd();
+            pass->Unsubscribe();
+            if (watch.joinable()) {
+                watch.join();
+            }
+        } else {
+            pass->Unsubscribe();
+        }
         if (end.reason == tvservice::InputEnd::kInterrupted) {
             KeepForever(std::move(pass));
             KeepForever(std::move(barrier));
+            if (isOurs) {
+                end.reason = tvservice::InputEnd::kEndOfInput;
+            }
         }
         return end;
     }
@@ -64,11 +81,17 @@ MultiplexScanner::MultiplexScanner() : impl_(std::make_unique<Impl>()) {}
 
 MultiplexScanner::~MultiplexScanner() = default;
 
-tvservice::InputEnd MultiplexScanner::Scan(tvservice::SourcePtr source) {
+tvservice::InputEnd MultiplexScanner::Scan(tvservice::SourcePtr source,
+                                           std::chrono::milliseconds timeout) {
     const tvservice::SourceInfo info = tvservice::Describe(*source);
     {
         std::lock_guard<std::mutex> lock(impl_->mutex);
         impl_->uri = info.name;
+        impl_->passes = 0;
+    }
+    if (info.live) {
+        return impl_->Pass(source, tvservice::PlayOptions::kFreeRunning, Acquisition::kAll, nullptr,
+                           timeout);
     }
     if (!info.rewindable) {
         return impl_->Pass(source, tvservice::PlayOptions::kLockStep, Acquisition::kAll, nullptr);
@@ -85,6 +108,11 @@ tvservice::InputEnd MultiplexScanner::Scan(tvservice::SourcePtr source) {
     }
     return impl_->Pass(source, tvservice::PlayOptions::kFreeRunning, Acquisition::kAll,
                        first.get());
+}
+
+int MultiplexScanner::Pass() const {
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    return impl_->passes;
 }
 
 Multiplex MultiplexScanner::Result() const {

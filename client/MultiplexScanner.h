@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -26,7 +27,16 @@ class MultiplexScanner {
     /// cannot is played once, in lock-step: the PMT filters that a PAT asks for are in force from
     /// the next packet on. Either way the result depends neither on read sizes nor on thread
     /// timing.
-    tvservice::InputEnd Scan(tvservice::SourcePtr source);
+    ///
+    /// What is live is played until the multiplex is complete or `timeout` has passed, and then
+    /// interrupted: the end is `kEndOfInput` in both cases.
+    tvservice::InputEnd Scan(tvservice::SourcePtr source,
+                             std::chrono::milliseconds timeout = kDefaultTimeout);
+
+    static constexpr std::chrono::seconds kDefaultTimeout{30};
+
+    /// Which pass over the source this is, from 1 on; 0 before. On any thread.
+    int Pass() const;
 
     /// What the last scan found. May be called on any thread, also while scanning.
     Multiplex Result() const;

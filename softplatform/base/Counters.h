@@ -31,6 +31,7 @@ enum class Counter : size_t {
     kDescriptorOverruns,
     kRefusedSubscriptions,
     kRetiredHandles,
+    kKernelDrops,
     kCount
 };
 
@@ -72,6 +73,7 @@ inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
      "loops of tables and descriptors that reach past the end of their field"},
     {Counter::kRefusedSubscriptions, "refused_subscriptions", "subscriptions that were refused"},
     {Counter::kRetiredHandles, "retired_handles", "handle values that will never be given again"},
+    {Counter::kKernelDrops, "kernel_drops", "datagrams that the system had no room for"},
 }};
 
 // One number for each Counter. Any thread may read any counter at any time, while the stream runs:

@@ -6,14 +6,29 @@
 
 namespace tvservice {
 
+// A name as it may stand in a message: control bytes as \xNN.
+inline std::string Visible(const std::string& name) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    std::string visible;
+    for (const char character : name) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte < 0x20 || byte == 0x7F) {
+            visible += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+        } else {
+            visible += character;
+        }
+    }
+    return visible;
+}
+
 // The lines with which inputs fail, from an errno value.
 
 inline std::string OpenErrorText(const std::string& name, int error) {
-    return "cannot open " + name + ": " + std::generic_category().message(error);
+    return "cannot open " + Visible(name) + ": " + std::generic_category().message(error);
 }
 
 inline std::string ReadErrorText(const std::string& name, uint64_t offset, int error) {
-    return "cannot read " + name + " at byte " + std::to_string(offset) + ": " +
+    return "cannot read " + Visible(name) + " at byte " + std::to_string(offset) + ": " +
            std::generic_category().message(error);
 }
 

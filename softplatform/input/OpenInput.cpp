@@ -11,6 +11,7 @@
 #include "softplatform/input/ErrorText.h"
 #include "softplatform/input/FileSource.h"
 #include "softplatform/input/StreamSource.h"
+#include "softplatform/input/UdpSource.h"
 
 namespace tvservice {
 
@@ -23,6 +24,9 @@ std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error) {
             return nullptr;
         }
         return std::make_shared<StreamSource>(name, std::move(standardInput));
+    }
+    if (uri.rfind("udp://", 0) == 0) {
+        return UdpSource::Open(uri, error);
     }
     // O_NONBLOCK: a named pipe opens at once, with or without a writer.
     Descriptor file(::open(uri.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));

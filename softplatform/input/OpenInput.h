@@ -7,8 +7,9 @@
 
 namespace tvservice {
 
-// Opens `uri`: "-" is standard input, everything else a path. Regular files and block devices can
-// be rewound, all else is read as a stream. Never waits, not even for the writer of a named pipe.
+// Opens `uri`: "-" is standard input, "udp://..." datagrams (UdpSource), everything else a path.
+// Regular files and block devices can be rewound, all else is read as a stream. Never waits, not
+// even for the writer of a named pipe.
 //
 // Null on failure; `error` then receives one line that names the input and the reason. Otherwise
 // `error` is left alone.

@@ -36,6 +36,9 @@ class Source {
     // Whether it can be read again from its start.
     virtual bool rewindable() const = 0;
 
+    // Whether it has no end of its own, and its bytes come when they come.
+    virtual bool live() const { return false; }
+
     // Goes to the start. False when that is not possible; a source that was not read yet stands at
     // its start whatever it is.
     virtual bool Rewind() = 0;

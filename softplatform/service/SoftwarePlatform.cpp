@@ -20,7 +20,7 @@ SourcePtr MemorySource(std::string name, std::vector<unsigned char> bytes, std::
 }
 
 SourceInfo Describe(const Source& source) {
-    return {source.name(), source.size(), source.rewindable()};
+    return {source.name(), source.size(), source.rewindable(), source.live()};
 }
 
 struct SoftwarePlatform::Impl {

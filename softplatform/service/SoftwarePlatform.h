@@ -26,7 +26,8 @@ using SourcePtr = std::shared_ptr<Source>;
 
 /// Opens a transport stream.
 ///
-/// @param uri    a path, or "-" for standard input
+/// @param uri    a path, "-" for standard input, or "udp://[@]HOST:PORT[?iface=NAME]": numeric
+///               addresses, IPv6 in brackets, multicast groups behind @ or not
 /// @param error  on failure receives one line that names the input and why; otherwise left alone
 /// @return the source, or null on failure
 SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, std::string& error);
@@ -44,6 +45,7 @@ struct SourceInfo {
     std::string name;    ///< as in messages
     std::uint64_t size;  ///< bytes; 0 when unknown (pipes)
     bool rewindable;     ///< true when it can be played again from its start
+    bool live;           ///< true when it has no end of its own (sockets)
 };
 SOFTPLATFORM_API SourceInfo Describe(const Source& source);
 

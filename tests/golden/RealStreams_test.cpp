@@ -1,7 +1,7 @@
 // Real broadcast streams against what independent decoders made of them: how many sections of each
-// table arrive on each PID, for whole files, byte by byte and in 17-byte pieces; scan_golden_test.py
-// compares what they hold. The streams are not part of the repository; without the folder there is
-// nothing to compare.
+// table arrive on each PID, for whole files, byte by byte and in 17-byte pieces;
+// scan_golden_test.py compares what they hold. The streams are not part of the repository; without
+// the folder there is nothing to compare.
 
 #include <gtest/gtest.h>
 

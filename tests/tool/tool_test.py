@@ -5,10 +5,12 @@ import json
 import os
 import pathlib
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
 import termios
+import threading
 import time
 import unittest
 
@@ -362,6 +364,69 @@ class Broadcast(unittest.TestCase):
         self.assertEqual([n["name"] for n in document["networks"]], ["Ostrel Net"])
 
 
+class Live(unittest.TestCase):
+    """A multiplex that comes in datagrams, over and over."""
+
+    @staticmethod
+    def free_port():
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+            probe.bind(("127.0.0.1", 0))
+            return probe.getsockname()[1]
+
+    def scan(self, stream, *arguments):
+        """Sends the stream until the scan has ended; its status, document and duration."""
+        port = self.free_port()
+        begin = time.monotonic()
+        process = subprocess.Popen(
+            [TOOL, "scan", f"udp://127.0.0.1:{port}", "--format", "json", *arguments],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        reader = threading.Thread(target=lambda: setattr(self, "output", process.communicate()))
+        reader.start()
+        datagrams = [stream[at:at + 7 * 188] for at in range(0, len(stream), 7 * 188)]
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+            while reader.is_alive() and time.monotonic() - begin < 60:
+                for datagram in datagrams:
+                    try:
+                        sender.sendto(datagram, ("127.0.0.1", port))
+                    except ConnectionRefusedError:
+                        pass  # nobody listens yet, or any more
+                    time.sleep(0.0002)
+                    if not reader.is_alive():
+                        break
+        reader.join()
+        document = json.loads(self.output[0])
+        self.assertEqual(scan_comparison.faults(document), [])
+        return process.returncode, document, time.monotonic() - begin
+
+    def test_ends_as_soon_as_it_is_complete(self):
+        status, live, duration = self.scan(demo(), "--timeout", "60s")
+        self.assertEqual(status, 0)
+        self.assertEqual(live["missing"], [])
+        self.assertLess(duration, 30)
+        self.assertTrue(live["input"]["uri"].startswith("udp://"))
+        self.assertEqual(live["counters"]["kernel_drops"], 0)
+        file = scenario("demo")
+        for part in ("pat", "cat", "programs", "services", "networks", "bouquets"):
+            self.assertEqual(live[part], file[part])
+
+    def test_gives_up_after_the_timeout(self):
+        only_a_pat = b"".join(pat_packet([(1, 100)], continuity_counter=n) for n in range(16))
+        status, live, duration = self.scan(only_a_pat, "--timeout", "500ms")
+        self.assertEqual(status, 3)
+        self.assertEqual(live["missing"], ["pmt 1", "sdt"])
+        self.assertGreaterEqual(duration, 0.5)
+
+    def test_silence_is_no_crash(self):
+        status, live, _ = self.scan(b"", "--timeout", "0.2s")
+        self.assertEqual(status, 3)
+        self.assertEqual(live["missing"], ["pat", "sdt"])
+
+    def test_bad_addresses_are_named(self):
+        done = run("scan", "udp://nowhere:1")
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("udp://nowhere:1", done.stderr)
+
+
 class Sections(unittest.TestCase):
     def test_table_id_filter_lets_that_table_through(self):
         done = run("sections", "demo:", "--pid", "0", "--table-id", "0x00", "--format", "json")
@@ -461,6 +526,7 @@ class CommandLine(unittest.TestCase):
                 (["sections", "demo:", "--pid", "0", "--pattern", "0", "--mask", "FF"], "'0'"),
                 (["sections", "demo:", "--pid", "0", "--pattern", "00", "--mask", "FFFF"],
                  "--mask"),
+                (["scan", "demo:", "--timeout", "5h"], "5h"),
                 (["sections", "demo:", "--pid", "0", "--table-id", "0", "--timeout", "5h"], "5h"),
                 (["sections", "demo:", "--pid", "0", "--table-id", "0", "--timeout", "60000min"],
                  "too long")):

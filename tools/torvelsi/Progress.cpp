@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <utility>
 
 #include "softplatform/service/SoftwarePlatform.h"
 
@@ -15,7 +16,8 @@ constexpr std::chrono::milliseconds kInterval(250);
 constexpr double kMegabyte = 1e6;
 }  // namespace
 
-Progress::Progress(std::uint64_t totalBytes) : totalBytes_(totalBytes) {
+Progress::Progress(std::uint64_t totalBytes, std::function<std::string()> note)
+    : totalBytes_(totalBytes), note_(std::move(note)) {
     if (isatty(STDERR_FILENO) != 0) {
         thread_ = std::thread(&Progress::Show, this);
     }
@@ -39,11 +41,11 @@ void Progress::Show() {
         const std::uint64_t bytes = tvservice::SoftwarePlatform::Instance().Counter("bytes");
         const double megabytes = static_cast<double>(bytes) / kMegabyte;
         if (totalBytes_ != 0) {
-            fmt::print(stderr, "\r{:5.1f} % of {:.1f} MB ",
+            fmt::print(stderr, "\r{}{:5.1f} % of {:.1f} MB ", note_ ? note_() : "",
                        100 * static_cast<double>(bytes) / static_cast<double>(totalBytes_),
                        static_cast<double>(totalBytes_) / kMegabyte);
         } else {
-            fmt::print(stderr, "\r{:.1f} MB ", megabytes);
+            fmt::print(stderr, "\r{}{:.1f} MB ", note_ ? note_() : "", megabytes);
         }
         std::fflush(stderr);
         shown = true;

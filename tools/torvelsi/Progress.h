@@ -2,7 +2,9 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace tool {
@@ -12,7 +14,8 @@ namespace tool {
 class Progress {
   public:
     /// @param totalBytes  of the source; 0 when unknown
-    explicit Progress(std::uint64_t totalBytes);
+    /// @param note        asked for what stands before the figures; may be empty
+    explicit Progress(std::uint64_t totalBytes, std::function<std::string()> note = {});
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -21,6 +24,7 @@ class Progress {
     void Show();
 
     const std::uint64_t totalBytes_;
+    const std::function<std::string()> note_;
     std::mutex mutex_;
     std::condition_variable ended_;
     bool end_ = false;  // guarded by mutex_

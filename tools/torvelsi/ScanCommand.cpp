@@ -1,10 +1,13 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <cstdio>
+#include <stdexcept>
 #include <string>
 
 #include "client/MultiplexScanner.h"
+#include "tools/torvelsi/Arguments.h"
 #include "tools/torvelsi/Command.h"
 #include "tools/torvelsi/ExitCode.h"
 #include "tools/torvelsi/Progress.h"
@@ -15,7 +18,7 @@ namespace tool {
 
 namespace {
 
-int Scan(const std::string& input, bool json) {
+int Scan(const std::string& input, bool json, std::chrono::milliseconds timeout) {
     std::string error;
     tvservice::SourcePtr source = OpenInput(input, error);
     if (!source) {
@@ -26,8 +29,11 @@ int Scan(const std::string& input, bool json) {
     client::MultiplexScanner scanner;
     tvservice::InputEnd end;
     {
-        const Progress progress(tvservice::Describe(*source).size);
-        end = scanner.Scan(std::move(source));
+        const tvservice::SourceInfo info = tvservice::Describe(*source);
+        const Progress progress(info.size, [&scanner, twice = info.rewindable] {
+            return twice ? fmt::format("pass {} of 2, ", scanner.Pass()) : std::string();
+        });
+        end = scanner.Scan(std::move(source), timeout);
     }
     client::Multiplex multiplex = scanner.Result();
     if (end.reason != tvservice::InputEnd::kEndOfInput) {
@@ -53,6 +59,7 @@ void AddScanCommand(CLI::App& app, Run& run) {
     struct Options {
         std::string input;
         std::string format = "text";
+        std::string timeout = "30s";
     };
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand(
@@ -63,8 +70,21 @@ void AddScanCommand(CLI::App& app, Run& run) {
     command->add_option("--format", options->format, "text for people, json for programs")
         ->check(CLI::IsMember({"text", "json"}))
         ->capture_default_str();
+    command
+        ->add_option("--timeout", options->timeout,
+                     "how long to wait for a live input to be complete, e.g. 500ms, 30s, 2min")
+        ->capture_default_str();
     command->callback([options, &run] {
-        run = [options] { return Scan(options->input, options->format == "json"); };
+        unsigned int timeout = 0;
+        try {
+            timeout = ParseDuration(options->timeout);
+        } catch (const std::invalid_argument& why) {
+            throw CLI::ValidationError("--timeout", why.what());
+        }
+        run = [options, timeout] {
+            return Scan(options->input, options->format == "json",
+                        std::chrono::milliseconds(timeout));
+        };
     });
 }
 

@@ -23,7 +23,8 @@ std::atomic<bool> s_interrupted{false};
 }  // namespace
 
 const char* const kInputHelp =
-    "a file, - for standard input, or demo: for a built-in multiplex (demo:NAME for another "
+    "a file, - for standard input, udp://[@]HOST:PORT[?iface=NAME] for datagrams, or demo: for a "
+    "built-in multiplex (demo:NAME for another "
     "scenario, see 'torvelsi generate --list')";
 
 tvservice::SourcePtr OpenInput(const std::string& input, std::string& error) {

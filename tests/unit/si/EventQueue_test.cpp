@@ -2,18 +2,36 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <new>
+#include <numeric>
 #include <thread>
 #include <type_traits>
 #include <vector>
 
 #include "tests/support/Forever.h"
 
+namespace TORVEL_MW {
+
+struct EventQueuePeer {
+    template <class Item>
+    static std::vector<const void*> Members(const EventQueue<Item>& queue) {
+        return {&queue.m_queue, &queue.m_mutex, &queue.m_condition};
+    }
+    template <class Item>
+    static void NotifyAll(EventQueue<Item>& queue) {
+        queue.m_condition.NotifyAll();
+    }
+};
+
+}  // namespace TORVEL_MW
+
 namespace {
 
 using TORVEL_MW::EventQueue;
+using TORVEL_MW::EventQueuePeer;
 
 /// An item that writes down its end.
 struct Item {
@@ -99,14 +117,41 @@ TEST_F(EventQueueTest, ManyProducersLoseNothing) {
 }
 
 TEST_F(EventQueueTest, DestructionDestroysTheQueuedItemsFrontToBack) {
+    // Enough of them to fill several of the deque's blocks.
+    constexpr int kLast = 1000;
     auto queue = std::make_unique<EventQueue<Item>>();
-    for (const int number : {1, 2, 3, 4}) {
+    for (int number = 1; number <= kLast; ++number) {
         Push(*queue, number);
     }
     queue->Pop();
     ends.clear();
     queue.reset();
-    EXPECT_EQ(ends, std::vector<int>({2, 3, 4}));
+    std::vector<int> inOrder(kLast - 1);
+    std::iota(inOrder.begin(), inOrder.end(), 2);
+    EXPECT_EQ(ends, inOrder);
+}
+
+TEST_F(EventQueueTest, MembersStandInTheirOrder) {
+    const EventQueue<Item> queue;
+    const auto members = EventQueuePeer::Members(queue);
+    EXPECT_TRUE(std::is_sorted(members.begin(), members.end()));
+}
+
+TEST_F(EventQueueTest, AWakeUpWithoutAnItemIsWaitedOver) {
+    auto& queue = Forever<EventQueue<Item>>();
+    std::atomic<bool> isPopped{false};
+    std::thread consumer([&] {
+        queue.Pop();
+        isPopped = true;
+    });
+    for (int i = 0; i < 1000; ++i) {
+        EventQueuePeer::NotifyAll(queue);
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(isPopped);
+    Push(queue, 1);
+    consumer.join();
+    EXPECT_TRUE(isPopped);
 }
 
 /// A queue whose memory stays, as that of a static object does.

@@ -28,6 +28,10 @@ TEST_F(PATParserTest, FactoryCreatesThePlatformsParserWithHandle1And0AndDoesNotI
     EXPECT_THAT(platform.TakeLog(), IsEmpty());
 }
 
+TEST_F(PATParserTest, HoldsThePlatformsParserAndNothingElse) {
+    EXPECT_EQ(sizeof(CPATParserKorvo), 2 * sizeof(void*));
+}
+
 TEST_F(PATParserTest, CreateIsTrue) {
     CPATParserKorvo parser;
     EXPECT_TRUE(parser.Create());
@@ -41,9 +45,12 @@ TEST_F(PATParserTest, DestructionDestroysThePlatformsParserSilently) {
 
 TEST_F(PATParserTest, InitializeWritesItsLineThenResets) {
     const auto parser = IPATParser::CreatePATParser();
+    int resetsWhenTold = -1;
+    platform.duringLog = [&](const std::string&) { resetsWhenTold = platform.pat.resets; };
     parser->Initialize();
     EXPECT_THAT(platform.TakeLog(),
                 ElementsAre(PatLine(4, "Initialize(*) > " + Green("CPATParserKorvo::Initialize"))));
+    EXPECT_EQ(resetsWhenTold, 0);
     EXPECT_EQ(platform.pat.resets, 1);
 }
 

@@ -369,6 +369,32 @@ TEST_F(SectionManagerTest, ObserverMayUnsubscribeItselfAndTheSubscriptionEndsOnT
     EXPECT_EQ(destroyedOn, eventThread);
 }
 
+TEST_F(SectionManagerTest, OneShotThatUnsubscribesItselfIsErasedOnce) {
+    observer.duringSection = [&](unsigned short id) {
+        ISectionManager::Instance()->Unsubscribe(id);
+    };
+    SubscribeTable(observer, ISectionManager::EOneShot);
+    platform.Deliver(1, {0x42});
+    EXPECT_THAT(TakeManagerLog(),
+                ElementsAre(Line(3, "Subscribe", 121, "id: 1, pid: 17, tableId: 66, mode: 2"),
+                            Removing(1, 2), kCompleted));
+    EXPECT_EQ(platform.Released().size(), 1u);
+}
+
+TEST_F(SectionManagerTest, OneShotErasesWhateverStandsUnderItsId) {
+    Recorder& other = Forever<Recorder>();
+    observer.duringSection = [&](unsigned short id) {
+        observer.duringSection = nullptr;
+        ISectionManager::Instance()->Unsubscribe(id);
+        KorvoSectionManagerPeer::SetNextId(manager(), 1);
+        EXPECT_EQ(SubscribeTable(other), 1u);
+    };
+    SubscribeTable(observer, ISectionManager::EOneShot);
+    platform.Deliver(1, {0x42});
+    Settle();
+    EXPECT_FALSE(KorvoSectionManagerPeer::Holds(manager(), 1));
+}
+
 TEST_F(SectionManagerTest, ObserverMaySubscribeInsideItsSection) {
     unsigned int inner = 0;
     Recorder& other = Forever<Recorder>();

@@ -60,7 +60,9 @@ class EventQueue {
             m_condition.NotifyAll();
         }
         m_mutex.lock();
-        m_queue.clear();
+        while (!m_queue.empty()) {  // clear() keeps no order
+            m_queue.pop_front();
+        }
 #if defined(TORVEL_THREAD_SANITIZER)
         // To ThreadSanitizer the mutex ends here, or a later queue at this address would seem to
         // lock it twice. The lock itself is kept.
@@ -90,6 +92,8 @@ class EventQueue {
     }
 
   private:
+    friend struct EventQueuePeer;
+
     std::deque<std::unique_ptr<Item>> m_queue;  // guarded by m_mutex
     std::mutex m_mutex;
     EternalCondition m_condition;  // signals that an item was appended

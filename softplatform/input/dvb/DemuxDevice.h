@@ -1,0 +1,51 @@
+#pragma once
+
+#include <linux/dvb/dmx.h>
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tvservice {
+
+// One open demux device with one section filter, as the kernel's DVB API offers it: no more than
+// the calls. What they mean together is decided above (DvbDemux), so that whoever plays the kernel
+// in its place has little to do. Used by one thread at a time; the destructor closes the device.
+//
+// Failures are errno values. No call waits. Any call may end with EINTR, having done nothing; its
+// caller makes it again.
+class DemuxDevice {
+  public:
+    virtual ~DemuxDevice() = default;
+    DemuxDevice(const DemuxDevice&) = delete;
+    DemuxDevice& operator=(const DemuxDevice&) = delete;
+
+    // DMX_SET_BUFFER_SIZE: how many bytes of sections the kernel keeps for the reader. Before the
+    // first SetFilter; EBUSY later. 0 on success.
+    virtual int SetBufferSize(size_t bytes) = 0;
+
+    // DMX_SET_FILTER: throws away what has been kept and goes on with this filter. 0 on success;
+    // after a failure no filter is set.
+    virtual int SetFilter(const dmx_sct_filter_params& filter) = 0;
+
+    // Reads at most `size` bytes into `buffer`: those of one section, or what the reads before left
+    // of it. The number of bytes, or minus an errno value: EAGAIN when there is nothing,
+    // EOVERFLOW when sections were lost because the reader was too slow (what was kept is lost
+    // too), ENODEV when the device is gone.
+    virtual ssize_t Read(uint8_t* buffer, size_t size) = 0;
+
+    // What poll(2) waits on: POLLIN while Read has something to say.
+    virtual int descriptor() const = 0;
+
+  protected:
+    DemuxDevice() = default;
+};
+
+// Opens the demux device at a path. Null on failure; `error` then receives the errno value.
+using DemuxOpener =
+    std::function<std::unique_ptr<DemuxDevice>(const std::string& path, int& error)>;
+
+}  // namespace tvservice

@@ -1,0 +1,148 @@
+#pragma once
+
+#include <linux/dvb/dmx.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "softplatform/base/Mutex.h"
+#include "softplatform/input/dvb/DemuxDevice.h"
+#include "softplatform/input/dvb/DvbFilterPlan.h"
+
+namespace tvservice {
+
+// Takes what a DvbDemux has to say: on the thread that calls Turn, one call at a time, with no lock
+// held. May call Add and Remove, not Turn.
+class DvbDemuxSink {
+  public:
+    // A whole section of a wanted PID: `size` bytes, 3 + section_length and at most 4096, borrowed
+    // for the call. It need not match a filter, and its CRC may be bad: device filters are wider
+    // than what was asked for, and not every device checks. Match and check.
+    virtual void OnSection(uint16_t pid, const uint8_t* section, size_t size) = 0;
+
+    // Sections of a PID were lost, or will not come, for the reason in this line, which names the
+    // device and the PID: the buffer ran over, it could not be made larger, or the device has no
+    // room for the PID's filters.
+    virtual void OnWarning(uint16_t pid, const std::string& line) = 0;
+
+  protected:
+    DvbDemuxSink() = default;
+    DvbDemuxSink(const DvbDemuxSink&) = default;
+    DvbDemuxSink& operator=(const DvbDemuxSink&) = default;
+    ~DvbDemuxSink() = default;
+};
+
+// What a DvbDemux may use.
+struct DvbDemuxLimits {
+    size_t filtersPerPid = 4;         // device filters a PID before one wide filter takes over
+    size_t devices = 64;              // open devices, each with one device filter
+    size_t bufferBytes = 256 * 1024;  // the kernel's buffer of one device; 4096 or more
+    size_t wanted = 4096;             // filters added at a time
+};
+
+// Sections of a tuned adapter, through the kernel's section filters: one open demux device for each
+// device filter, as few as the plan of a PID needs (DvbFilterPlan). Since every new device filter
+// restarts the feed of its PID in the kernel, a PID that has needed many gets one wide filter,
+// which stays until nothing is wanted of the PID; filters then come and go without the device's
+// notice.
+//
+// A section that several device filters of its PID let pass is handed on once. Only while the
+// filters of a PID change can one get lost or come twice.
+//
+// Two sides. Add, Remove and the counters: any thread, at any time. All else, the destructor
+// included, belongs to one thread at a time.
+class DvbDemux {
+  public:
+    // `sink` is borrowed and outlives the demux. `onChange` is called, on the thread that asks for
+    // a change and with no lock held, when there is something to apply that Turn was not told of
+    // yet: it should wake the Turn that waits. May be empty.
+    DvbDemux(std::string path, DemuxOpener open, DvbDemuxSink& sink, std::function<void()> onChange,
+             DvbDemuxLimits limits = {});
+    DvbDemux(const DvbDemux&) = delete;
+    DvbDemux& operator=(const DvbDemux&) = delete;
+    ~DvbDemux();
+
+    // Wants the sections of `pid` that match, from the next Turn on. A name for Remove, never given
+    // again; 0 when refused: a PID above 0x1FFF, a filter that is not well-formed, or too many.
+    uint64_t Add(uint16_t pid, DvbFilter filter) TV_EXCLUDES(mutex_);
+
+    // Wants them no longer, from the next Turn on. Returns false for a name that is not in use.
+    bool Remove(uint64_t name) TV_EXCLUDES(mutex_);
+
+    // Whether the device can be opened now, without a filter. Returns false with one line in
+    // `error` that names it and says why not.
+    bool Probe(std::string& error) const;
+
+    // Sets and releases device filters as was asked for; waits until a device has something to say
+    // or `wake`, a descriptor that is never read here, is readable; and hands on what came, only so
+    // much that it soon returns. A signal ends the wait too.
+    //
+    // Returns false when the device failed or is gone: every device is then closed, and `error`
+    // receives one line that names the device and the reason. The next Turn tries anew, with all
+    // filters that are wanted.
+    bool Turn(int wake, std::string& error) TV_EXCLUDES(mutex_);
+
+    // Times a device's buffer ran over (EOVERFLOW), each time with the loss of some sections.
+    uint64_t overflows() const { return overflows_.load(std::memory_order_relaxed); }
+
+    // Reads left out because they were no section: a length that is not 3 + section_length.
+    uint64_t malformed_sections() const {
+        return malformedSections_.load(std::memory_order_relaxed);
+    }
+
+  private:
+    struct Device;
+
+    struct Wanted {
+        uint16_t pid;
+        DvbFilter filter;
+    };
+    // The devices of a PID, the oldest first; a wide one is alone.
+    using Devices = std::vector<std::unique_ptr<Device>>;
+
+    enum class Reading { kNothing, kSomething, kFailed };
+
+    // False, with the line in `error`, when the device failed; the devices are then in disorder.
+    bool ApplyChanges(std::string& error) TV_EXCLUDES(mutex_);
+    bool Serve(uint16_t pid, const std::vector<DvbFilter>& wanted, std::string& error);
+    bool Widen(uint16_t pid, Devices& devices, std::string& error);
+    bool ReadWaiting(int wake, std::string& error);
+
+    // Opens a device with this filter; 0 or an errno value.
+    int Open(const dmx_sct_filter_params& filter, Devices& devices);
+
+    // Reads until nothing is left, but hardly more than `limit` bytes.
+    Reading Read(Device& device, const Devices& siblings, size_t limit, std::string& error);
+    void OnBytes(Device& device, const Devices& siblings);
+
+    void CloseAll() TV_EXCLUDES(mutex_);
+    size_t DeviceCount() const;
+    std::string NameOf(uint16_t pid) const;  // of the PID on this device, for messages
+
+    const std::string path_;
+    const DemuxOpener open_;
+    DvbDemuxSink& sink_;
+    const std::function<void()> onChange_;
+    const DvbDemuxLimits limits_;
+
+    // The thread's that calls Turn.
+    std::map<uint16_t, Devices> byPid_;
+    std::set<uint16_t> unserved_;  // PIDs for which the device had no room
+
+    std::atomic<uint64_t> overflows_{0};
+    std::atomic<uint64_t> malformedSections_{0};
+
+    Mutex mutex_;
+    std::map<uint64_t, Wanted> wanted_ TV_GUARDED_BY(mutex_);  // by name
+    uint64_t lastName_ TV_GUARDED_BY(mutex_) = 0;
+    std::set<uint16_t> changed_ TV_GUARDED_BY(mutex_);  // PIDs, since the last Turn
+};
+
+}  // namespace tvservice
