@@ -36,6 +36,7 @@ endfunction()
 
 # torvelsi_test(NAME SOURCES file... LINK target... [LABELS label...])
 # One GoogleTest program; every TEST of it becomes a ctest of its own and runs in its own process.
+# The label "threads" has it run under ThreadSanitizer too.
 function(torvelsi_test name)
     cmake_parse_arguments(TEST "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
     if(NOT TEST_TIMEOUT)
@@ -46,4 +47,7 @@ function(torvelsi_test name)
     target_link_libraries(${name} PRIVATE ${TEST_LINK} test_main house_options GTest::gmock)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
+    if("threads" IN_LIST TEST_LABELS)
+        add_dependencies(thread_tests ${name})
+    endif()
 endfunction()
