@@ -81,7 +81,7 @@ MultiplexScanner::MultiplexScanner() : impl_(std::make_unique<Impl>()) {}
 
 MultiplexScanner::~MultiplexScanner() = default;
 
-tvservice::InputEnd MultiplexScanner::Scan(tvservice::SourcePtr source,
+tvservice::InputEnd MultiplexScanner::Scan(const tvservice::SourcePtr& source,
                                            std::chrono::milliseconds timeout) {
     const tvservice::SourceInfo info = tvservice::Describe(*source);
     {
@@ -96,7 +96,7 @@ tvservice::InputEnd MultiplexScanner::Scan(tvservice::SourcePtr source,
     if (!info.rewindable) {
         return impl_->Pass(source, tvservice::PlayOptions::kLockStep, Acquisition::kAll, nullptr);
     }
-    const tvservice::InputEnd end =
+    tvservice::InputEnd end =
         impl_->Pass(source, tvservice::PlayOptions::kFreeRunning, Acquisition::kPatOnly, nullptr);
     if (end.reason != tvservice::InputEnd::kEndOfInput) {
         return end;

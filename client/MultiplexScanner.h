@@ -30,7 +30,7 @@ class MultiplexScanner {
     ///
     /// What is live is played until the multiplex is complete or `timeout` has passed, and then
     /// interrupted: the end is `kEndOfInput` in both cases.
-    tvservice::InputEnd Scan(tvservice::SourcePtr source,
+    tvservice::InputEnd Scan(const tvservice::SourcePtr& source,
                              std::chrono::milliseconds timeout = kDefaultTimeout);
 
     static constexpr std::chrono::seconds kDefaultTimeout{30};

@@ -26,12 +26,16 @@ std::vector<Descriptor> SavedDescriptors(unsigned char* loop, int length, unsign
     std::vector<Descriptor> saved;
     std::optional<unsigned int> specifier;
     for (int index = 0; index < hash.NumOfDescriptors(); ++index) {
-        TCBaseDesc& desc = *hash.DescriptorByIndex(static_cast<unsigned int>(index));
-        if (const auto* const pds = dynamic_cast<const TCDescPrivateDataSpecifier*>(&desc)) {
+        TCBaseDesc* const desc = hash.DescriptorByIndex(static_cast<unsigned int>(index));
+        if (const auto* const pds = dynamic_cast<const TCDescPrivateDataSpecifier*>(desc)) {
             specifier = pds->PrivateDataSpecifier();
             continue;
         }
-        Descriptor descriptor{static_cast<unsigned char>(desc.Tag()), specifier, {}, BytesOf(desc)};
+        if (desc == nullptr) {
+            continue;
+        }
+        Descriptor descriptor{
+            static_cast<unsigned char>(desc->Tag()), specifier, {}, BytesOf(*desc)};
         if (descriptor.tag == kExtensionTag && descriptor.data.size() >= kExtensionSize) {
             descriptor.extensionTag =
                 descriptor.data.size() > kExtensionSize ? descriptor.data[kExtensionSize] : 0;

@@ -33,7 +33,7 @@ int Scan(const std::string& input, bool json, std::chrono::milliseconds timeout)
         const Progress progress(info.size, [&scanner, twice = info.rewindable] {
             return twice ? fmt::format("pass {} of 2, ", scanner.Pass()) : std::string();
         });
-        end = scanner.Scan(std::move(source), timeout);
+        end = scanner.Scan(source, timeout);
     }
     client::Multiplex multiplex = scanner.Result();
     if (end.reason != tvservice::InputEnd::kEndOfInput) {

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "softplatform/fault/FaultSpec.h"
+#include "softplatform/fault/FaultTrigger.h"
+
+namespace tvservice {
+
+// How often a kind of fault was injected.
+struct FaultCount {
+    const char* name;     // as in specs
+    const char* meaning;  // one line for people
+    uint64_t count;
+};
+
+// The faults that a receiver shall suffer, and how many of them it has suffered. Shared by what
+// injects them: FaultySource, FaultySections, FaultySubscriptions. All members may be called on any
+// thread.
+//
+// The same specs, in the same order, and the same seed injure the same events in the same way. Each
+// spec has random numbers of its own: to add one behind the others changes nothing in theirs.
+class FaultPlan {
+  public:
+    // `specs` as FaultSpec has it; none at all is a plan without faults. Null on failure; `error`
+    // then receives the line of FaultSpec::Parse. Otherwise `error` is left alone.
+    static std::shared_ptr<FaultPlan> Parse(const std::vector<std::string>& specs, uint64_t seed,
+                                            std::string& error);
+
+    FaultPlan(const FaultPlan&) = delete;
+    FaultPlan& operator=(const FaultPlan&) = delete;
+
+    // Whether a fault of that kind, or one that happens to such an event, is planned.
+    bool Has(FaultKind kind) const;
+    bool Has(FaultEvent event) const;
+
+    // The faults that happen to such an event, in the order of the specs, all before their first
+    // event. They borrow from the plan.
+    std::vector<FaultTrigger> Triggers(FaultEvent event) const;
+
+    // Counts faults that were injected.
+    void Count(FaultKind kind, uint64_t n = 1) {
+        counts_[static_cast<size_t>(kind)].fetch_add(n, std::memory_order_relaxed);
+    }
+
+    // What was counted since the plan was made, one row for each kind that is planned, in the order
+    // of kFaultTable. Each value is one that the count had; together they are no snapshot.
+    std::vector<FaultCount> counts() const;
+    uint64_t count(FaultKind kind) const {
+        return counts_[static_cast<size_t>(kind)].load(std::memory_order_relaxed);
+    }
+
+  private:
+    FaultPlan(std::vector<FaultSpec> specs, uint64_t seed)
+        : specs_(std::move(specs)), seed_(seed) {}
+
+    const std::vector<FaultSpec> specs_;
+    const uint64_t seed_;
+    std::array<std::atomic<uint64_t>, kFaultKindCount> counts_{};
+};
+
+}  // namespace tvservice

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "softplatform/base/Mutex.h"
+#include "softplatform/fault/FaultPlan.h"
+#include "softplatform/section/FilterEngine.h"
+
+namespace tvservice {
+
+// Stands between the filter engine and a sink, and does to the deliveries what the plan says.
+//
+// Every delivery is looked at by all faults, in this order: `silent` swallows it, and nothing else
+// happens at it. `zero-length` and `unknown-id` are deliveries of their own before the section's.
+// `cut` keeps the first `to` bytes, else some chosen at random, 1 at least; section_length stays as
+// it is, and a section that is no longer anyway is none cut.
+// `delay` holds a copy back until `by` later deliveries have come, swallowed ones included. Then
+// follows what is due of the held ones. Without planned delivery faults everything passes as it is.
+//
+// Like the engine it delivers nothing for an id that was released: what is held for it is dropped.
+// Only `late` does on purpose: the last section that a released id got comes to it once more,
+// behind the `by`th later delivery.
+//
+// OnSection and Flush are the delivery thread's; Subscribed and Unsubscribed may be called on any
+// thread, also inside a callback.
+class FaultySections final : public SectionSink {
+  public:
+    // `next` is borrowed and outlives this. It is called with no lock held, on the delivery thread.
+    FaultySections(std::shared_ptr<FaultPlan> plan, SectionSink& next);
+    FaultySections(const FaultySections&) = delete;
+    FaultySections& operator=(const FaultySections&) = delete;
+
+    // One delivery. `size` is at least 3, as the engine has it.
+    void OnSection(int id, const uint8_t* section, size_t size) override TV_EXCLUDES(mutex_);
+
+    // The source has ended, no later delivery will come: delivers all that is held.
+    void Flush() TV_EXCLUDES(mutex_);
+
+    // The filter of `handle` delivers to `id` from now on, beside the ids that it has already.
+    void Subscribed(int handle, int id) TV_EXCLUDES(mutex_);
+
+    // The filter of `handle` was released for all its ids, and the engine calls for none of them
+    // any more. After this has returned no callback for them begins but late ones. Waits for a
+    // delayed one that runs on another thread, for nothing else. Unknown handles are ignored.
+    void Unsubscribed(int handle) TV_EXCLUDES(mutex_);
+
+  private:
+    struct Fault {
+        FaultTrigger trigger;
+        uint64_t silentFor = 0;  // deliveries still to be swallowed
+    };
+
+    // What shall happen to one delivery.
+    struct Decision {
+        bool isSwallowed = false;
+        size_t size = 0;
+        unsigned zeroLengths = 0;
+        std::vector<std::optional<uint32_t>> unknownIds{};  // none: any
+        uint64_t delay = 0;
+    };
+
+    struct Held {
+        int id;
+        std::vector<uint8_t> section;
+        uint64_t due;  // leaves behind the delivery of that number
+        bool isLate;
+    };
+
+    Decision Decide(const uint8_t* section, size_t size);
+    int UnusedId() TV_REQUIRES(mutex_);
+    void Remember(int id, const uint8_t* section, size_t size) TV_REQUIRES(mutex_);
+    void DeliverHeld(uint64_t due) TV_EXCLUDES(mutex_);
+    void PlanLate(int id) TV_REQUIRES(mutex_);
+
+    const std::shared_ptr<FaultPlan> plan_;
+    SectionSink& next_;
+    const bool hasLate_;
+
+    std::vector<Fault> faults_;  // the delivery thread's
+
+    Mutex mutex_;
+    std::vector<FaultTrigger> lateFaults_ TV_GUARDED_BY(mutex_);
+    uint64_t deliveries_ TV_GUARDED_BY(mutex_) = 0;              // the number of the last one
+    std::map<int, std::vector<int>> ids_ TV_GUARDED_BY(mutex_);  // by handle
+    std::map<int, std::vector<uint8_t>> lastSections_ TV_GUARDED_BY(mutex_);  // by id, for late
+    std::vector<Held> held_ TV_GUARDED_BY(mutex_);   // in the order in which they came
+    bool isReleased_ TV_GUARDED_BY(mutex_) = false;  // the id of this delivery, while it lasts
+    int deliveringId_ TV_GUARDED_BY(mutex_) = 0;     // of the last delivery
+
+    // The delayed callback that runs now.
+    std::optional<int> callingId_ TV_GUARDED_BY(mutex_);
+    std::thread::id caller_ TV_GUARDED_BY(mutex_);
+    uint64_t callNumber_ TV_GUARDED_BY(mutex_) = 0;
+    CondVar callEnded_;
+};
+
+}  // namespace tvservice
