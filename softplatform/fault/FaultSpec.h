@@ -101,7 +101,7 @@ struct FaultSpec {
     std::optional<uint32_t> only{};    // the PID or table_id that it looks at; none: all
     std::optional<uint32_t> amount{};  // its own option; none: none is known, or was given
 
-    // Reads a spec. None on failure; `error` then receives one line with the spec, the offset in it
+    // Reads a spec. None on failure; `error` then receives one line with its text, the offset in it
     // from 0, and what should stand there. Otherwise `error` is left alone.
     static std::optional<FaultSpec> Parse(const std::string& text, std::string& error);
 };

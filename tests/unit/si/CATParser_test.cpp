@@ -12,6 +12,7 @@ struct CATParserKorvoPeer {
     static std::vector<const void*> Members(const CCATParserKorvo& parser) {
         return {&parser.m_Parser, &parser.m_CASystemIds};
     }
+    static auto& CASystemIds(CCATParserKorvo& parser) { return parser.m_CASystemIds; }
 };
 
 }  // namespace TORVEL_MW
@@ -96,6 +97,42 @@ TEST_F(CATParserTest, ADescriptorOf3BytesOrLessContributesNothing) {
     EXPECT_THAT(
         platform.TakeLog(),
         ElementsAre(CatLine(3, "Parse", "CCATParserKorvo::Parse Number of CA Descriptors: 3")));
+}
+
+TEST_F(CATParserTest, WhatThePlatformCopiedCountsNotTheDescriptorsLength) {
+    cat.loop.Add(fake::PlainDesc(0x09, {0x09, 4, 0, 1, 2, 3}, false, 3));
+    EXPECT_TRUE(Parse());
+    EXPECT_THAT(CAs(), IsEmpty());
+    cat.loop.Add(fake::PlainDesc(0x09, {0x09, 4, 0, 1, 2, 3}, false, 4));
+    EXPECT_TRUE(Parse());
+    EXPECT_THAT(CAs(), ElementsAre(1));
+}
+
+TEST_F(CATParserTest, AnIdInTwoDescriptorsIsToldTwiceAndHeldOnce) {
+    cat.loop.Add(CaBytes({0, 1})).Add(CaBytes({0, 1}));
+    EXPECT_TRUE(Parse());
+    EXPECT_THAT(CAs(), ElementsAre(1));
+    const std::string line =
+        CatLine(3, "Parse", "CCATParserKorvo::Parse CA Descriptor with CA_System_ID: 1");
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(CatLine(3, "Parse", "CCATParserKorvo::Parse Number of CA Descriptors: 2"), line,
+                    line));
+}
+
+TEST_F(CATParserTest, TheSetItselfCanBeTheReceiver) {
+    cat.loop.Add(CaBytes({0, 1}));
+    EXPECT_TRUE(Parse());
+    parser->GetCASystemIds(
+        CATParserKorvoPeer::CASystemIds(dynamic_cast<CCATParserKorvo&>(*parser)));
+    EXPECT_THAT(CAs(), ElementsAre(1));
+}
+
+TEST_F(CATParserTest, InitializeWithoutPlatformParserEmptiesTheSet) {
+    CCATParserKorvo bare;
+    CATParserKorvoPeer::CASystemIds(bare).insert(1);
+    bare.Initialize();
+    EXPECT_THAT(CATParserKorvoPeer::CASystemIds(bare), IsEmpty());
 }
 
 TEST_F(CATParserTest, CountsTheDescriptorsOnce) {

@@ -41,6 +41,20 @@ TEST_F(DeliveryDescTest, KindsHaveTheirCodes) {
     static_assert(std::has_virtual_destructor_v<IDeliveryDesc>);
 }
 
+template <class Delivery>
+constexpr bool AddsTheCopyAlone() {
+    return sizeof(Delivery) == sizeof(IDeliveryDesc) + sizeof(std::shared_ptr<TCBaseDesc>) &&
+           std::is_base_of_v<IDeliveryDesc, Delivery>;
+}
+
+TEST_F(DeliveryDescTest, ClassesAddThePlatformsCopyAndNothingElse) {
+    EXPECT_EQ(sizeof(IDeliveryDesc), 2 * sizeof(void*));  // virtual table and kind
+    EXPECT_TRUE(AddsTheCopyAlone<CT2DeliverySystemDesc>());
+    EXPECT_TRUE(AddsTheCopyAlone<CTerrestrialDeliverySystemDesc>());
+    EXPECT_TRUE(AddsTheCopyAlone<CCableDeliverySystemDesc>());
+    EXPECT_TRUE(AddsTheCopyAlone<CSatelliteDeliverySystemDesc>());
+}
+
 TEST_F(DeliveryDescTest, Satellite) {
     const auto delivery = Parse({0x43, 1, 0});
     ASSERT_TRUE(delivery);
@@ -147,6 +161,36 @@ TEST_F(DeliveryDescTest, WhatIsNotAllConsumedIsRefused) {
             EXPECT_EQ(fake::LivingDescriptors(), before);
             EXPECT_EQ(fake::Forks(), 0);
         }
+    }
+}
+
+TEST_F(DeliveryDescTest, WhatWasConsumedIsComparedWithThePlatformsLength) {
+    for (const Kind& kind : Kinds()) {
+        const int size = static_cast<int>(kind.bytes.size());
+        fake::Parsing().length = size + 30;
+        fake::Parsing().consumed = size + 30;
+        EXPECT_TRUE(Parse(kind.bytes));
+        platform.TakeLog();
+        fake::Parsing().consumed = size;
+        EXPECT_FALSE(Parse(kind.bytes));
+        EXPECT_THAT(platform.TakeLog(),
+                    ElementsAre(ParseLine(3, kind.line, kind.text),
+                                ParseLine(6, kind.failureLine,
+                                          Red("Failed to parse DSD " + std::to_string(size) +
+                                              " bytes parsed, tag " + std::to_string(kind.tag)))));
+    }
+}
+
+TEST_F(DeliveryDescTest, OfT2BothBytesOfTheTagCount) {
+    for (const unsigned short tag :
+         std::initializer_list<unsigned short>{0x0004, 0x007F, 0x7E04, 0x047F}) {
+        fake::Parsing().tag = tag;
+        EXPECT_FALSE(Parse({0x7F, 4, 4, 0, 0, 0}));
+        EXPECT_THAT(platform.TakeLog(),
+                    ElementsAre(ParseLine(3, 328, "T2 delivery system descriptor"),
+                                ParseLine(6, 335,
+                                          Red("Failed to parse DSD 6 bytes parsed, tag " +
+                                              std::to_string(tag)))));
     }
 }
 

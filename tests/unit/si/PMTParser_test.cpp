@@ -17,6 +17,7 @@ struct PMTParserKorvoPeer {
                 &parser.m_CASystemIds};
     }
     static auto& SSUInfos(P& parser) { return parser.m_SSUInfoMap; }
+    static auto& CASystemIds(P& parser) { return parser.m_CASystemIds; }
 };
 
 }  // namespace TORVEL_MW
@@ -50,6 +51,7 @@ class PMTParserTest : public testing::Test {
         unsigned char section[3] = {2, 0, 0};
         return parser->Parse(0x100, section);
     }
+    CPMTParserKorvo& Ours() { return dynamic_cast<CPMTParserKorvo&>(*parser); }
     /// Parses and forgets the log.
     void ParseSilently() {
         EXPECT_TRUE(Parse());
@@ -95,6 +97,33 @@ TEST_F(PMTParserTest, DestructionTellsThenDestroysThePlatformsParser) {
     EXPECT_EQ(pmt.destroyed, 1);
     EXPECT_THAT(platform.TakeLog(),
                 ElementsAre(PmtLine(3, "~CPMTParserKorvo", "~CPMTParserKorvo")));
+}
+
+TEST_F(PMTParserTest, DestructionFreesTheSSUInfosAfterThePlatformsParser) {
+    struct LastWords : ISSUInfo {
+        LastWords(const int& destroyed, int& seen) : destroyed_(destroyed), seen_(seen) {}
+        ~LastWords() override { seen_ = destroyed_; }
+        void GetOUIs(std::list<unsigned int>&) override {}
+        bool ContainsOUI(unsigned int) override { return false; }
+        void GetSelectorBytes(unsigned int, std::vector<SelectorBytes>&) override {}
+        void GetPID(unsigned short&) override {}
+        const int& destroyed_;
+        int& seen_;
+    };
+    int destroyedBefore = -1;
+    PMTParserKorvoPeer::SSUInfos(Ours())[5].push_back(
+        std::make_unique<LastWords>(pmt.destroyed, destroyedBefore));
+    parser.reset();
+    EXPECT_EQ(destroyedBefore, 1);
+}
+
+TEST_F(PMTParserTest, InitializeWithoutPlatformParserEmptiesTheCachesSilently) {
+    CPMTParserKorvo bare;
+    PMTParserKorvoPeer::CASystemIds(bare).insert(1);
+    bare.Initialize();
+    EXPECT_THAT(PMTParserKorvoPeer::CASystemIds(bare), IsEmpty());
+    EXPECT_EQ(pmt.resets, 0);
+    EXPECT_THAT(platform.TakeLog(), IsEmpty());
 }
 
 TEST_F(PMTParserTest, ParseForwardsPidAndSection) {
@@ -192,9 +221,11 @@ TEST_F(PMTParserTest, WithoutAnyInstanceTheCarouselMapIsEmptied) {
     ParseSilently();
     pmt.byIndex.clear();
     EXPECT_TRUE(Parse());
-    const auto log = platform.TakeLog();
-    EXPECT_EQ(log.back(),
-              PmtLine(3, "m_BuildServiceCarouselMap", "m_BuildServiceCarouselMap EXIT"));
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(PmtLine(3, "Parse", "Prog number 5"),
+                    PmtLine(3, "Parse", "Num DataBroadcastId descriptors 0"),
+                    PmtLine(3, "m_BuildServiceCarouselMap", "m_BuildServiceCarouselMap EXIT")));
     unsigned short pid = 77;
     EXPECT_FALSE(parser->GetPID(7, pid));
     EXPECT_EQ(pid, 77);
@@ -209,6 +240,26 @@ TEST_F(PMTParserTest, CASystemIdsComeFromBothLoopsOnce) {
     program.loop.entries.clear();
     ParseSilently();
     EXPECT_THAT(CAs(), ElementsAre(1, 2)) << "every parse starts the set afresh";
+}
+
+TEST_F(PMTParserTest, TheCASetIsEmptiedBeforeTheProgramIsTold) {
+    Program(5).loop.Add(fake::CADesc(0x0919));
+    ParseSilently();
+    std::vector<std::size_t> sizesWhenTold;
+    platform.duringLog = [&](const std::string&) { sizesWhenTold.push_back(CAs().size()); };
+    EXPECT_TRUE(Parse());
+    EXPECT_THAT(sizesWhenTold, ElementsAre(0u, 1u)) << "program number, end of the carousels";
+    pmt.accepts = false;
+    EXPECT_FALSE(Parse());
+    EXPECT_EQ(sizesWhenTold.back(), 1u) << "a failed parse leaves it";
+    platform.duringLog = nullptr;
+}
+
+TEST_F(PMTParserTest, TheCASetItselfCanBeTheReceiver) {
+    Program(5).loop.Add(fake::CADesc(0x0919));
+    ParseSilently();
+    parser->GetCASystemIds(PMTParserKorvoPeer::CASystemIds(Ours()));
+    EXPECT_THAT(CAs(), ElementsAre(0x0919));
 }
 
 TEST_F(PMTParserTest, CarouselMapSpansAllInstancesAndSkipsMissingOnes) {
@@ -257,6 +308,18 @@ TEST_F(PMTParserTest, OfEqualComponentTagsTheLastWins) {
     EXPECT_EQ(pid, 0x201);
     EXPECT_TRUE(parser->GetCarouselID(7, carousel));
     EXPECT_EQ(carousel, 4294967295ul) << "the absent id";
+}
+
+TEST_F(PMTParserTest, OfAStreamsIdentifiersTheFirstCount) {
+    StreamScript& stream = Program(5).AddStream(0x0B, 0x200);
+    stream.loop.Add(fake::StreamIdentifierDesc(7)).Add(fake::StreamIdentifierDesc(8));
+    stream.loop.Add(fake::CarouselIdentifierDesc(1)).Add(fake::CarouselIdentifierDesc(2));
+    ParseSilently();
+    unsigned short pid = 0;
+    unsigned long carousel = 0;
+    EXPECT_FALSE(parser->GetPID(8, pid));
+    EXPECT_TRUE(parser->GetCarouselID(7, carousel));
+    EXPECT_EQ(carousel, 1ul);
 }
 
 TEST_F(PMTParserTest, CarouselQueriesTellWhatTheyFind) {
@@ -373,6 +436,7 @@ TEST_F(PMTParserTest, SSUInfosComeFromTheRightDataBroadcastIdOnly) {
     stream.loop.AddMissing(0x66);
     ParseSilently();
     EXPECT_THAT(SsuPids(kAny), IsEmpty());
+    EXPECT_THAT(PMTParserKorvoPeer::SSUInfos(Ours()), IsEmpty());
     stream.loop.Add(fake::DataBroadcastIdDesc(0x000A, {{0x10, {1}}}));
     ParseSilently();
     EXPECT_THAT(SsuPids(5), ElementsAre(0x200));
@@ -435,7 +499,7 @@ TEST_F(PMTParserTest, GetSSUInfoSkipsNullsAndOtherImplementations) {
         void GetSelectorBytes(unsigned int, std::vector<SelectorBytes>&) override {}
         void GetPID(unsigned short&) override {}
     };
-    auto& infos = PMTParserKorvoPeer::SSUInfos(dynamic_cast<CPMTParserKorvo&>(*parser))[5];
+    auto& infos = PMTParserKorvoPeer::SSUInfos(Ours())[5];
     infos.push_back(nullptr);
     infos.push_back(std::make_unique<Other>());
     EXPECT_THAT(SsuPids(kAny), IsEmpty());

@@ -22,6 +22,18 @@ TEST(SIDescriptorTest, KeepsWhatItIsGiven) {
     EXPECT_THAT(FakePlatform::Get().TakeLog(), IsEmpty());
 }
 
+TEST(SIDescriptorTest, WidensWithoutASign) {
+    SIDescriptor record(0xFF, true, 0xFFFFFFFE, true, 0xFD, {0x80});
+    unsigned int specifier = 0;
+    unsigned int extension = 0;
+    EXPECT_EQ(record.GetTag(), 0xFFu);
+    EXPECT_TRUE(record.GetPrivateDataSpecifierDescriptor(specifier));
+    EXPECT_EQ(specifier, 0xFFFFFFFEu);
+    EXPECT_TRUE(record.GetExtendedDescriptorTag(extension));
+    EXPECT_EQ(extension, 0xFDu);
+    EXPECT_THAT(record.GetData(), ElementsAre(0x80));
+}
+
 TEST(SIDescriptorTest, WithoutSpecifierWritesNothingWhateverWasPassed) {
     SIDescriptor record(0x48, false, 0x28, true, 6, {});
     unsigned int specifier = 77;
