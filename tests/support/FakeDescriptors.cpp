@@ -81,8 +81,8 @@ int CopySelector(const OuiEntry& entry, OuiLoop& loop, char* buffer, int* length
     if (entry.isRefused) {
         return 0;
     }
-    std::copy(entry.selector.begin(), entry.selector.end(), buffer);
-    *length = static_cast<int>(entry.selector.size());
+    *length = entry.copied ? *entry.copied : static_cast<int>(entry.selector.size());
+    std::copy_n(entry.selector.begin(), *length, buffer);
     return 1;
 }
 

@@ -21,8 +21,9 @@ using Bytes = std::vector<unsigned char>;
 struct OuiEntry {
     unsigned int oui = 0;
     Bytes selector;
-    bool isRefused = false;  ///< its selector bytes cannot be copied
-    bool isMissing = false;  ///< the loop answers null for it
+    bool isRefused = false;          ///< its selector bytes cannot be copied
+    bool isMissing = false;          ///< the loop answers null for it
+    std::optional<int> copied = {};  ///< bytes that SelectorByte writes and reports, when not all
 };
 
 /// An OUI loop. `duringCount` runs each time it is counted, before the answer, and may change it.

@@ -142,6 +142,13 @@ TYPED_TEST(OuiRecordTest, OffersTheSelectorLengthAsCapacity) {
     EXPECT_THAT(loop->capacities, ElementsAre(3));
 }
 
+TYPED_TEST(OuiRecordTest, ASelectorKeepsItsFullLengthWhateverWasCopied) {
+    const auto record = RecordOf<TypeParam>(
+        LoopOf({{0x10, {1, 2, 3}, false, false, 1}, {0x20, {4, 5}, false, false, 0}}));
+    EXPECT_THAT(*this->Selectors(*record, 0x10).at(0), ElementsAre(1, 0, 0));
+    EXPECT_THAT(*this->Selectors(*record, 0x20).at(0), ElementsAre(0, 0));
+}
+
 TYPED_TEST(OuiRecordTest, CountsTheLoopAfreshAtEveryStep) {
     const auto loop = LoopOf({{0x10, {1}}});
     loop->duringCount = [](OuiLoop& changing) {
@@ -341,6 +348,20 @@ TEST_F(SSULinkageTest, ParseRefusesBytesThatAreNotAllConsumed) {
                         Red("Not an SSU linkage descriptor " + std::to_string(consumed) +
                             " bytes parsed, linkage type 9"))));
     }
+}
+
+TEST_F(SSULinkageTest, ParseComparesWhatWasConsumedWithThePlatformsLength) {
+    fake::Parsing().linkage.linkageType = kUpdateService;
+    fake::Parsing().length = 40;
+    const unsigned char bytes[] = {0x4A, 3, 0, 0, 0};
+    fake::Parsing().consumed = 40;
+    EXPECT_TRUE(ISSULinkageDesc::Parse(bytes));
+    fake::Parsing().consumed = 5;
+    EXPECT_FALSE(ISSULinkageDesc::Parse(bytes));
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(DescriptorLine(
+            6, "Parse", 41, Red("Not an SSU linkage descriptor 5 bytes parsed, linkage type 9"))));
 }
 
 TEST_F(SSULinkageTest, ParseRefusesAnotherLinkageType) {
