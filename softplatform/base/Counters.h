@@ -32,6 +32,9 @@ enum class Counter : size_t {
     kRefusedSubscriptions,
     kRetiredHandles,
     kKernelDrops,
+    kMalformedDatagrams,
+    kRtpLosses,
+    kRtpReordered,
     kCount
 };
 
@@ -74,6 +77,10 @@ inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
     {Counter::kRefusedSubscriptions, "refused_subscriptions", "subscriptions that were refused"},
     {Counter::kRetiredHandles, "retired_handles", "handle values that will never be given again"},
     {Counter::kKernelDrops, "kernel_drops", "datagrams that the system had no room for"},
+    {Counter::kMalformedDatagrams, "malformed_datagrams",
+     "datagrams left out: empty, or no RTP where RTP is expected"},
+    {Counter::kRtpLosses, "rtp_losses", "RTP packets that never came, or came too late"},
+    {Counter::kRtpReordered, "rtp_reordered", "RTP packets that came late and were put in order"},
 }};
 
 // One number for each Counter. Any thread may read any counter at any time, while the stream runs:

@@ -21,15 +21,19 @@ inline std::string Visible(const std::string& name) {
     return visible;
 }
 
-// The lines with which inputs fail, from an errno value.
+// The lines with which inputs fail; `error` is an errno value.
 
 inline std::string OpenErrorText(const std::string& name, int error) {
     return "cannot open " + Visible(name) + ": " + std::generic_category().message(error);
 }
 
+inline std::string ReadErrorText(const std::string& name, uint64_t offset,
+                                 const std::string& reason) {
+    return "cannot read " + Visible(name) + " at byte " + std::to_string(offset) + ": " + reason;
+}
+
 inline std::string ReadErrorText(const std::string& name, uint64_t offset, int error) {
-    return "cannot read " + Visible(name) + " at byte " + std::to_string(offset) + ": " +
-           std::generic_category().message(error);
+    return ReadErrorText(name, offset, std::generic_category().message(error));
 }
 
 }  // namespace tvservice

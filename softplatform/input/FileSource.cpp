@@ -23,7 +23,11 @@ ReadResult FileSource::Read(uint8_t* buffer, size_t size) {
             return {ReadResult::kBytes, static_cast<size_t>(count)};
         }
         if (count == 0) {
-            return {ReadResult::kEnd};
+            const off_t end = ::lseek(file_.get(), 0, SEEK_END);
+            return end >= 0 && static_cast<uint64_t>(end) < offset_
+                       ? ReadResult{ReadResult::kFailed, 0,
+                                    ReadErrorText(name(), offset_, "it has become shorter")}
+                       : ReadResult{ReadResult::kEnd};
         }
         if (errno != EINTR) {
             return {ReadResult::kFailed, 0, ReadErrorText(name(), offset_, errno)};

@@ -10,7 +10,8 @@
 namespace tvservice {
 
 // A file that can be read at any offset. It may grow while it is read: it ends where a read finds
-// nothing more.
+// nothing more, and can be read on when there is. One that becomes shorter than what was read of it
+// fails.
 class FileSource final : public Source {
   public:
     // `file` is open for reading and becomes the source's; `size` is its size when it was opened.

@@ -10,6 +10,7 @@
 #include "softplatform/input/Descriptor.h"
 #include "softplatform/input/ErrorText.h"
 #include "softplatform/input/FileSource.h"
+#include "softplatform/input/RtpSource.h"
 #include "softplatform/input/StreamSource.h"
 #include "softplatform/input/UdpSource.h"
 
@@ -28,6 +29,9 @@ std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error) {
     if (uri.rfind("udp://", 0) == 0) {
         return UdpSource::Open(uri, error);
     }
+    if (uri.rfind("rtp://", 0) == 0) {
+        return RtpSource::Open(uri, error);
+    }
     // O_NONBLOCK: a named pipe opens at once, with or without a writer.
     Descriptor file(::open(uri.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
@@ -44,6 +48,12 @@ std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error) {
                                             static_cast<uint64_t>(status.st_size));
     }
     return std::make_shared<StreamSource>(uri, std::move(file));
+}
+
+std::shared_ptr<Source> OpenInput(const std::string& uri, const InputOptions& options,
+                                  std::string& error) {
+    std::shared_ptr<Source> source = OpenInput(uri, error);
+    return source ? WithOptions(std::move(source), options, error) : nullptr;
 }
 
 }  // namespace tvservice

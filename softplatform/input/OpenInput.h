@@ -3,16 +3,21 @@
 #include <memory>
 #include <string>
 
+#include "softplatform/input/InputOptions.h"
 #include "softplatform/input/Source.h"
 
 namespace tvservice {
 
-// Opens `uri`: "-" is standard input, "udp://..." datagrams (UdpSource), everything else a path.
-// Regular files and block devices can be rewound, all else is read as a stream. Never waits, not
-// even for the writer of a named pipe.
+// Opens `uri`: "-" is standard input, "udp://..." datagrams (UdpSource), "rtp://..." RTP in such
+// (RtpSource), everything else a path. Regular files and block devices can be rewound, all else is
+// read as a stream. Never waits, not even for the writer of a named pipe.
 //
 // Null on failure; `error` then receives one line that names the input and the reason. Otherwise
 // `error` is left alone.
 std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error);
+
+// The same, read as the options say (WithOptions).
+std::shared_ptr<Source> OpenInput(const std::string& uri, const InputOptions& options,
+                                  std::string& error);
 
 }  // namespace tvservice

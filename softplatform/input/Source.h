@@ -36,7 +36,8 @@ class Source {
     // Whether it can be read again from its start.
     virtual bool rewindable() const = 0;
 
-    // Whether it has no end of its own, and its bytes come when they come.
+    // Whether it has no end of its own: sockets, files that are followed or looped. Whoever plays
+    // such a source has to interrupt it. What wraps a source answers as that one does.
     virtual bool live() const { return false; }
 
     // Goes to the start. False when that is not possible; a source that was not read yet stands at
@@ -46,8 +47,8 @@ class Source {
     // Reads at most `size` bytes (1 or more). Never waits for them to come: kWouldBlock instead.
     virtual ReadResult Read(uint8_t* buffer, size_t size) = 0;
 
-    // What poll(2) waits on, for POLLIN, after kWouldBlock. -1 for a source that always has
-    // something to say.
+    // What poll(2) waits on, for POLLIN, after kWouldBlock. Asked anew each time: it may be another
+    // one. -1 for a source that always has something to say.
     virtual int descriptor() const = 0;
 
   protected:

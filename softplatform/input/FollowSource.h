@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "softplatform/input/Source.h"
+#include "softplatform/input/Timer.h"
+
+namespace tvservice {
+
+// A file that grows while it is read: where it ends, there is nothing more yet. It is looked at
+// again every kInterval, which works on every file system, whoever writes to it from wherever. A
+// file that becomes shorter than what was read of it fails.
+class FollowSource final : public Source {
+  public:
+    static constexpr std::chrono::milliseconds kInterval{50};
+
+    // `source` is a file (FileSource), which can give more after it has ended; both become this
+    // one's alone.
+    FollowSource(std::shared_ptr<Source> source, std::unique_ptr<Timer> timer);
+
+    uint64_t size() const override { return 0; }
+    bool rewindable() const override { return source_->rewindable(); }
+    bool live() const override { return true; }
+    bool Rewind() override { return source_->Rewind(); }
+    ReadResult Read(uint8_t* buffer, size_t size) override;
+    int descriptor() const override { return timer_->descriptor(); }
+
+  private:
+    const std::shared_ptr<Source> source_;
+    const std::unique_ptr<Timer> timer_;
+};
+
+}  // namespace tvservice

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "softplatform/input/Source.h"
+
+namespace tvservice {
+
+// Another source over and over: at its end it starts again, as one stream without an end. Where end
+// and start meet, the stream has the jumps that such a cut makes. A source that is empty ends.
+class LoopSource final : public Source {
+  public:
+    // `source` is rewindable and becomes this one's alone.
+    explicit LoopSource(std::shared_ptr<Source> source);
+
+    uint64_t size() const override { return 0; }
+    bool rewindable() const override { return true; }
+    bool live() const override { return true; }
+    bool Rewind() override;
+    ReadResult Read(uint8_t* buffer, size_t size) override;
+    int descriptor() const override { return source_->descriptor(); }
+
+  private:
+    const std::shared_ptr<Source> source_;
+    bool isAtStart_ = true;
+};
+
+}  // namespace tvservice

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "softplatform/input/PcrScanner.h"
+#include "softplatform/input/PcrSchedule.h"
+#include "softplatform/input/Source.h"
+#include "softplatform/input/Timer.h"
+
+namespace tvservice {
+
+// Another source, held back so that its PCRs pass at the pace at which they were broadcast, or so
+// many times faster: the bytes behind a PCR come when it is due (PcrSchedule), those up to it as
+// soon as there is room. A stream without PCRs is not held back.
+//
+// Reads ahead of the pace by up to kReadAhead bytes.
+class PaceSource final : public Source {
+  public:
+    static constexpr size_t kReadAhead = 64 * 1024;
+
+    // Both become this one's alone. `speed` is above 0; 1 is real time.
+    PaceSource(std::shared_ptr<Source> source, std::unique_ptr<Timer> timer, double speed);
+
+    uint64_t size() const override { return source_->size(); }
+    bool rewindable() const override { return source_->rewindable(); }
+    bool live() const override { return source_->live(); }
+    bool Rewind() override;
+    ReadResult Read(uint8_t* buffer, size_t size) override;
+    int descriptor() const override { return due_ ? timer_->descriptor() : source_->descriptor(); }
+
+  private:
+    const std::shared_ptr<Source> source_;
+    const std::unique_ptr<Timer> timer_;
+    const double speed_;
+    PcrScanner scanner_;
+    PcrSchedule schedule_;
+    std::vector<uint8_t> ahead_;  // what was read ahead
+    size_t filled_ = 0;
+    size_t taken_ = 0;
+    std::optional<std::chrono::nanoseconds> due_;  // when the next byte is, where that is known
+};
+
+}  // namespace tvservice

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+
+#include "softplatform/input/Descriptor.h"
+
+namespace tvservice {
+
+// A clock that poll(2) can wait for. Used by one thread at a time.
+class Timer {
+  public:
+    virtual ~Timer() = default;
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    // A time that only grows. Its zero means nothing.
+    virtual std::chrono::nanoseconds Now() = 0;
+
+    // Makes the descriptor readable from that time on, at once when it has passed, and not before.
+    // Replaces what was asked for earlier.
+    virtual void WakeAt(std::chrono::nanoseconds time) = 0;
+
+    virtual int descriptor() const = 0;
+
+  protected:
+    Timer() = default;
+};
+
+// The system's monotonic clock.
+class SystemTimer final : public Timer {
+  public:
+    // Throws std::system_error when the process has no descriptor left.
+    SystemTimer();
+
+    std::chrono::nanoseconds Now() override;
+    void WakeAt(std::chrono::nanoseconds time) override;
+    int descriptor() const override { return timer_.get(); }
+
+  private:
+    const Descriptor timer_;
+};
+
+}  // namespace tvservice

@@ -1,0 +1,253 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "softplatform/input/BufferSource.h"
+#include "softplatform/input/FileSource.h"
+#include "softplatform/input/FollowSource.h"
+#include "softplatform/input/LoopSource.h"
+#include "softplatform/input/PaceSource.h"
+#include "softplatform/input/RtpSource.h"
+#include "softplatform/input/StreamSource.h"
+#include "softplatform/input/UdpSource.h"
+#include "tests/contract/source/SourceRig.h"
+#include "tests/unit/input/PcrBytes.h"
+#include "tests/unit/input/RtpBytes.h"
+#include "tests/unit/input/Sender.h"
+#include "tests/unit/service/TempDir.h"
+
+namespace testsupport {
+
+using tvservice::Descriptor;
+using tvservice::Source;
+
+namespace {
+
+// Makes the open descriptor one that cannot be read: a directory's.
+void Spoil(int descriptor) {
+    const Descriptor directory(::open("/", O_RDONLY | O_CLOEXEC));
+    if (::dup2(directory.get(), descriptor) < 0) {
+        ADD_FAILURE() << "dup2";
+    }
+}
+
+class MemoryRig final : public SourceRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        return std::make_shared<tvservice::BufferSource>("memory", content, 0);
+    }
+    std::shared_ptr<Source> OpenEndless() override {
+        // Byte by byte: that takes as long as is needed.
+        return std::make_shared<tvservice::LoopSource>(
+            std::make_shared<tvservice::BufferSource>("memory", Bytes(1 << 20), 1));
+    }
+};
+
+class FileRig : public SourceRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        return OpenFile(dir_.WriteFile("stream.ts", content), content.size());
+    }
+    std::shared_ptr<Source> OpenEndless() override {
+        constexpr off_t kSize = off_t{1} << 40;  // a hole
+        const std::string path = dir_.WriteFile("stream.ts", {});
+        EXPECT_EQ(::truncate(path.c_str(), kSize), 0);
+        return OpenFile(path, kSize);
+    }
+    void Add(const Bytes& content) override {
+        std::ofstream file(dir_.Path("stream.ts"), std::ios::binary | std::ios::app);
+        file.write(reinterpret_cast<const char*>(content.data()),
+                   static_cast<std::streamsize>(content.size()));
+    }
+    void Break() override { Spoil(descriptor_); }
+
+  private:
+    std::shared_ptr<Source> OpenFile(const std::string& path, uint64_t size) {
+        Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        descriptor_ = file.get();
+        return std::make_shared<tvservice::FileSource>(path, std::move(file), size);
+    }
+
+    const TempDir dir_;
+    int descriptor_ = -1;
+};
+
+class PipeRig : public SourceRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        std::shared_ptr<Source> source = OpenEndless();
+        Add(content);
+        return source;
+    }
+    std::shared_ptr<Source> OpenEndless() override {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+        descriptor_ = ends[0];
+        in_ = Descriptor(ends[1]);
+        return std::make_shared<tvservice::StreamSource>("a pipe", Descriptor(ends[0]));
+    }
+    void Add(const Bytes& content) override {
+        EXPECT_EQ(::write(in_.get(), content.data(), content.size()),
+                  static_cast<ssize_t>(content.size()));
+    }
+    void Close() override { in_ = Descriptor(); }
+    void Break() override { Spoil(descriptor_); }
+
+  private:
+    Descriptor in_;
+    int descriptor_ = -1;
+};
+
+// Seven packets a datagram.
+constexpr size_t kDatagram = size_t{7} * 188;
+
+class UdpRig final : public SourceRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        std::shared_ptr<Source> source = OpenEndless();
+        Add(content);
+        return source;
+    }
+    std::shared_ptr<Source> OpenEndless() override {
+        std::string error;
+        const auto source = tvservice::UdpSource::Open("udp://127.0.0.1:0", error);
+        EXPECT_TRUE(source) << error;
+        descriptor_ = source->descriptor();
+        sender_ = std::make_unique<Sender>(source->port());
+        return source;
+    }
+    void Add(const Bytes& content) override {
+        for (size_t at = 0; at < content.size(); at += kDatagram) {
+            sender_->Send(Slice(content, at, kDatagram));
+        }
+    }
+    void Break() override { Spoil(descriptor_); }
+
+  private:
+    std::unique_ptr<Sender> sender_;
+    int descriptor_ = -1;
+};
+
+class RtpRig final : public SourceRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        std::shared_ptr<Source> source = OpenEndless();
+        Add(content);
+        return source;
+    }
+    std::shared_ptr<Source> OpenEndless() override {
+        std::string error;
+        const auto source = tvservice::RtpSource::Open("rtp://127.0.0.1:0", error);
+        EXPECT_TRUE(source) << error;
+        descriptor_ = source->descriptor();
+        sender_ = std::make_unique<Sender>(source->port());
+        return source;
+    }
+    void Add(const Bytes& content) override {
+        for (size_t at = 0; at < content.size(); at += kDatagram) {
+            sender_->Send(RtpBytes{.sequence_number = sequence_number_++}.Build(
+                Slice(content, at, kDatagram)));
+        }
+    }
+    void Break() override { Spoil(descriptor_); }
+
+  private:
+    std::unique_ptr<Sender> sender_;
+    uint16_t sequence_number_ = 65533;
+    int descriptor_ = -1;
+};
+
+class LoopRig final : public FileRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        return std::make_shared<tvservice::LoopSource>(FileRig::Open(content));
+    }
+    std::shared_ptr<Source> OpenEndless() override { return Open(ContractStream()); }
+};
+
+class FollowRig final : public FileRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        return std::make_shared<tvservice::FollowSource>(
+            FileRig::Open(content), std::make_unique<tvservice::SystemTimer>());
+    }
+    std::shared_ptr<Source> OpenEndless() override { return Open(ContractStream()); }
+};
+
+std::shared_ptr<Source> Pace(std::shared_ptr<Source> source, double speed) {
+    return std::make_shared<tvservice::PaceSource>(
+        std::move(source), std::make_unique<tvservice::SystemTimer>(), speed);
+}
+
+constexpr double kVerySlow = 1e-5;
+
+class PacedFileRig final : public FileRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        return Pace(FileRig::Open(content), 1);
+    }
+    std::shared_ptr<Source> OpenEndless() override {
+        return Pace(FileRig::Open(ContractStream()), kVerySlow);
+    }
+};
+
+class PacedPipeRig final : public PipeRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        std::shared_ptr<Source> source = Pace(PipeRig::OpenEndless(), 1);
+        Add(content);
+        return source;
+    }
+    std::shared_ptr<Source> OpenEndless() override {
+        return Pace(PipeRig::OpenEndless(), kVerySlow);
+    }
+};
+
+template <typename Rig>
+std::unique_ptr<SourceRig> Make() {
+    return std::make_unique<Rig>();
+}
+
+}  // namespace
+
+void SourceRig::Add(const Bytes&) {
+    throw std::logic_error("this kind of source does not wait");
+}
+
+void SourceRig::Break() {
+    throw std::logic_error("this kind of source does not fail");
+}
+
+const std::vector<SourceKind>& SourceKinds() {
+    static const std::vector<SourceKind> kinds{
+        // name          rig                  ends   restarts waits  fails
+        {"Memory", &Make<MemoryRig>, true, true, false, false},
+        {"File", &Make<FileRig>, true, true, false, true},
+        {"Pipe", &Make<PipeRig>, true, false, true, true},
+        {"Udp", &Make<UdpRig>, false, false, true, true},
+        {"Rtp", &Make<RtpRig>, false, false, true, true},
+        {"LoopedFile", &Make<LoopRig>, false, true, false, true},
+        {"FollowedFile", &Make<FollowRig>, false, true, true, true},
+        {"PacedFile", &Make<PacedFileRig>, true, true, false, true},
+        {"PacedPipe", &Make<PacedPipeRig>, true, false, true, true}};
+    return kinds;
+}
+
+Bytes ContractStream() {
+    constexpr uint64_t kFiveMs = 27000 * 5;
+    Bytes stream;
+    for (uint64_t n = 0; n < 4; ++n) {
+        stream = Join({stream, PlainPackets(5),
+                       PcrBytes{.program_clock_reference = n * kFiveMs}.Build(), PlainPackets(10)});
+    }
+    return stream;
+}
+
+}  // namespace testsupport
