@@ -56,10 +56,18 @@ struct TCDescLinkage::Impl {
     std::vector<std::unique_ptr<CSSULinkLoop>> handedOut;
 };
 struct TCDescExtension::Impl {};
-struct TCDescTerrestrialDeliverySystem::Impl {};
-struct TCDescCableDeliverySystem::Impl {};
-struct TCDescSatelliteDeliverySystem::Impl {};
-struct TCDescT2SystemDelivery::Impl {};
+struct TCDescTerrestrialDeliverySystem::Impl {
+    unsigned int frequency = 0;
+};
+struct TCDescCableDeliverySystem::Impl {
+    unsigned int frequency = 0;
+};
+struct TCDescSatelliteDeliverySystem::Impl {
+    unsigned int frequency = 0;
+};
+struct TCDescT2SystemDelivery::Impl {
+    unsigned char plpId = 0;
+};
 
 namespace fake {
 
@@ -84,6 +92,16 @@ int CopySelector(const OuiEntry& entry, OuiLoop& loop, char* buffer, int* length
     *length = entry.copied ? *entry.copied : static_cast<int>(entry.selector.size());
     std::copy_n(entry.selector.begin(), *length, buffer);
     return 1;
+}
+
+// The first field of the three older delivery systems (ETSI EN 300 468 6.2.13), or as much of it as
+// is there.
+unsigned int FrequencyIn(const unsigned char* payload, int length) {
+    unsigned int frequency = 0;
+    for (int index = 0; index < 4 && index < length; ++index) {
+        frequency = frequency << 8 | payload[index];
+    }
+    return frequency;
 }
 
 template <class T>
@@ -384,53 +402,68 @@ int TCDescExtension::Decode(const unsigned char*, int length) {
     return length;
 }
 
-TCDescT2SystemDelivery::TCDescT2SystemDelivery() = default;
+TCDescT2SystemDelivery::TCDescT2SystemDelivery() : m_impl(std::make_unique<Impl>()) {}
 TCDescT2SystemDelivery::TCDescT2SystemDelivery(const TCDescT2SystemDelivery& other)
-    : TCDescExtension(other) {}
+    : TCDescExtension(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
 TCDescT2SystemDelivery::~TCDescT2SystemDelivery() = default;
+unsigned char TCDescT2SystemDelivery::PLPId() const {
+    return m_impl->plpId;
+}
 TCBaseDesc* TCDescT2SystemDelivery::Fork() const {
     return new TCDescT2SystemDelivery(*this);
 }
-int TCDescT2SystemDelivery::Decode(const unsigned char*, int length) {
+int TCDescT2SystemDelivery::Decode(const unsigned char* payload, int length) {
+    m_impl->plpId = length < 2 ? 0 : payload[1];  // behind the extension tag
     return length;
 }
 
-TCDescTerrestrialDeliverySystem::TCDescTerrestrialDeliverySystem() = default;
+TCDescTerrestrialDeliverySystem::TCDescTerrestrialDeliverySystem()
+    : m_impl(std::make_unique<Impl>()) {}
 TCDescTerrestrialDeliverySystem::TCDescTerrestrialDeliverySystem(
     const TCDescTerrestrialDeliverySystem& other)
-    : TCBaseDesc(other) {}
+    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
 TCDescTerrestrialDeliverySystem::~TCDescTerrestrialDeliverySystem() = default;
 unsigned int TCDescTerrestrialDeliverySystem::CentreFrequency() const {
-    return fake::Parsing().centreFrequency;
+    return m_impl->frequency;
 }
 TCBaseDesc* TCDescTerrestrialDeliverySystem::Fork() const {
     return new TCDescTerrestrialDeliverySystem(*this);
 }
-int TCDescTerrestrialDeliverySystem::Decode(const unsigned char*, int length) {
+int TCDescTerrestrialDeliverySystem::Decode(const unsigned char* payload, int length) {
+    m_impl->frequency = fake::FrequencyIn(payload, length);
     return length;
 }
 
-TCDescCableDeliverySystem::TCDescCableDeliverySystem() = default;
+TCDescCableDeliverySystem::TCDescCableDeliverySystem() : m_impl(std::make_unique<Impl>()) {}
 TCDescCableDeliverySystem::TCDescCableDeliverySystem(const TCDescCableDeliverySystem& other)
-    : TCBaseDesc(other) {}
+    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
 TCDescCableDeliverySystem::~TCDescCableDeliverySystem() = default;
+unsigned int TCDescCableDeliverySystem::Frequency() const {
+    return m_impl->frequency;
+}
 TCBaseDesc* TCDescCableDeliverySystem::Fork() const {
     return new TCDescCableDeliverySystem(*this);
 }
-int TCDescCableDeliverySystem::Decode(const unsigned char*, int length) {
+int TCDescCableDeliverySystem::Decode(const unsigned char* payload, int length) {
+    m_impl->frequency = fake::FrequencyIn(payload, length);
     return length;
 }
 
-TCDescSatelliteDeliverySystem::TCDescSatelliteDeliverySystem(int tag) {
+TCDescSatelliteDeliverySystem::TCDescSatelliteDeliverySystem(int tag)
+    : m_impl(std::make_unique<Impl>()) {
     fake::Parsing().satelliteTags.push_back(tag);
 }
 TCDescSatelliteDeliverySystem::TCDescSatelliteDeliverySystem(
     const TCDescSatelliteDeliverySystem& other)
-    : TCBaseDesc(other) {}
+    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
 TCDescSatelliteDeliverySystem::~TCDescSatelliteDeliverySystem() = default;
+unsigned int TCDescSatelliteDeliverySystem::Frequency() const {
+    return m_impl->frequency;
+}
 TCBaseDesc* TCDescSatelliteDeliverySystem::Fork() const {
     return new TCDescSatelliteDeliverySystem(*this);
 }
-int TCDescSatelliteDeliverySystem::Decode(const unsigned char*, int length) {
+int TCDescSatelliteDeliverySystem::Decode(const unsigned char* payload, int length) {
+    m_impl->frequency = fake::FrequencyIn(payload, length);
     return length;
 }

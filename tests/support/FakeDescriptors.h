@@ -4,7 +4,7 @@
 //
 // Tests make them with the functions below and put them into the loops of FakeTables.h. Objects
 // that the SI layer makes for itself (in its two static `Parse` entries) take what `ParseScript`
-// says.
+// says; the delivery systems decode the first field of their bytes.
 
 #include <functional>
 #include <memory>
@@ -48,7 +48,6 @@ struct ParseScript {
     std::optional<int> consumed;
     std::optional<int> length;
     std::optional<unsigned short> tag;
-    unsigned int centreFrequency = 0;
     LinkageScript linkage;
 
     std::vector<const unsigned char*> parsed;  ///< what `Parse` was called with

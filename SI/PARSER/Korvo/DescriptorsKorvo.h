@@ -41,7 +41,7 @@ class CSSULinkageDesc : public ISSULinkageDesc {
 class CSSUScanLinkageDesc : public ISSUScanLinkageDesc {
   public:
     /// @param desc  a linkage of linkage_type 0x0A; another one ends the program. The table_type is
-    ///              not looked at: whatever is not a NIT counts as a BAT
+    ///              not checked: whatever is not a NIT counts as a BAT
     explicit CSSUScanLinkageDesc(TCDescLinkage& desc);
     CSSUScanLinkageDesc(const CSSUScanLinkageDesc&) = default;
 

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "SI/Include/IDeliveryDesc.h"
+#include "SI/Include/IPATParser.h"
 #include "SI/Include/IPMTParser.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
 #include "tests/support/FakeTables.h"
@@ -121,6 +122,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, AllocationTest, testing::Values(0u, 1u, 2u),
 // --- Records
 
 using TORVEL_MW::IDeliveryDesc;
+using TORVEL_MW::IPATParser;
 using TORVEL_MW::IPMTParser;
 using TORVEL_MW::ISIDescriptor;
 using TORVEL_MW::ISSUInfo;
@@ -151,13 +153,45 @@ class RecordAllocationTest : public testing::Test {
   protected:
     void SetUp() override { platform.Reset(); }
 
+    void StartAfresh() {
+        pmtParser.reset();
+        platform.TakeLog();
+        platform.Reset();
+    }
+
+    /// FailEachAllocation with a fresh platform for each run, which `prepare` scripts. Nothing may
+    /// be left of a run that failed.
+    template <class Prepare, class Body>
+    int FailEachAllocationTracelessly(const Prepare& prepare, const Body& body) {
+        prepare();
+        body();  // allocates what the fakes keep for good
+        StartAfresh();
+        const int blocks = s_blocks;
+        const int descriptors = fake::LivingDescriptors();
+        const auto expectNothingLeft = [&] {
+            StartAfresh();
+            EXPECT_EQ(s_blocks, blocks);
+            EXPECT_EQ(fake::LivingDescriptors(), descriptors);
+        };
+        prepare();
+        const int failures = FailEachAllocation(body, [&] {
+            expectNothingLeft();
+            prepare();
+        });
+        expectNothingLeft();
+        return failures;
+    }
+
     FakePlatform& platform = FakePlatform::Get();
+    std::unique_ptr<IPMTParser> pmtParser;
 };
 
 TEST_F(RecordAllocationTest, SavedDescriptorWithoutPayloadAllocatesNothing) {
     const int before = s_allocations;
     const SIDescriptor record(0x48, false, 0, false, 0, {});
     EXPECT_EQ(s_allocations, before);
+    const auto made = ISIDescriptor::CreateSIDescriptor(0x48, false, 0, false, 0, {});
+    EXPECT_EQ(s_allocations - before, 1) << "the record alone";
 }
 
 TEST_F(RecordAllocationTest, FactoryCopiesThePayloadAtTheCallAndOnceMore) {
@@ -170,42 +204,73 @@ TEST_F(RecordAllocationTest, FactoryCopiesThePayloadAtTheCallAndOnceMore) {
 
 TEST_F(RecordAllocationTest, SavedDescriptorThatFailsLeavesNothing) {
     const Bytes payload{1, 2, 3};
-    const int before = s_blocks;
-    EXPECT_EQ(FailEachAllocation(
-                  [&] { ISIDescriptor::CreateSIDescriptor(0x48, false, 0, false, 0, payload); },
-                  [&] { EXPECT_EQ(s_blocks, before); }),
-              3);
-    EXPECT_EQ(s_blocks, before);
+    EXPECT_EQ(
+        FailEachAllocationTracelessly(
+            [] {}, [&] { ISIDescriptor::CreateSIDescriptor(0x48, false, 0, false, 0, payload); }),
+        3);
 }
 
-TEST_F(RecordAllocationTest, DeliverySystemThatFailsFreesThePlatformsCopy) {
+TEST_F(RecordAllocationTest, DeliverySystemThatFailsLeavesNothing) {
     for (Bytes bytes :
          {Bytes{0x43, 1, 0}, Bytes{0x5A, 1, 0}, Bytes{0x44, 1, 0}, Bytes{0x7F, 4, 4, 0, 0, 0}}) {
-        const int before = fake::LivingDescriptors();
         int failuresAfterTheCopy = 0;
-        std::shared_ptr<IDeliveryDesc> delivery;
-        FailEachAllocation([&] { delivery = IDeliveryDesc::Parse(bytes.data()); },
-                           [&] {
-                               EXPECT_EQ(fake::LivingDescriptors(), before);
-                               failuresAfterTheCopy += fake::Forks();
-                               platform.Reset();
-                           });
-        EXPECT_TRUE(delivery);
-        EXPECT_GE(failuresAfterTheCopy, 2) << "control block and wrapper at least";
+        FailEachAllocationTracelessly([] {},
+                                      [&] {
+                                          try {
+                                              EXPECT_TRUE(IDeliveryDesc::Parse(bytes.data()));
+                                          } catch (const std::bad_alloc&) {
+                                              failuresAfterTheCopy += fake::Forks();
+                                              throw;
+                                          }
+                                      });
+        EXPECT_GE(failuresAfterTheCopy, 3) << "the copy's own part, its control block, the record";
     }
 }
 
-TEST_F(RecordAllocationTest, LinkageThatFailsFreesTheTemporary) {
+TEST_F(RecordAllocationTest, LinkageThatFailsLeavesNothing) {
     const unsigned char bytes[] = {0x4A, 2, 0, 0};
-    const int before = fake::LivingDescriptors();
-    fake::Parsing().linkage.linkageType = 9;
-    fake::Parsing().linkage.loop->entries = {{0x10, {1, 2}}, {0x10, {}}, {0x20, {3}}};
-    std::shared_ptr<ISSULinkageDesc> linkage;
-    EXPECT_GT(FailEachAllocation([&] { linkage = ISSULinkageDesc::Parse(bytes); },
-                                 [&] { EXPECT_EQ(fake::LivingDescriptors(), before); }),
-              0);
-    EXPECT_TRUE(linkage);
-    EXPECT_EQ(fake::LivingDescriptors(), before);
+    EXPECT_GE(
+        FailEachAllocationTracelessly(
+            [] {
+                fake::Parsing().linkage.linkageType = 9;
+                fake::Parsing().linkage.loop->entries = {{0x10, {1, 2}}, {0x10, {}}, {0x20, {3}}};
+            },
+            [&] {
+                const auto linkage = ISSULinkageDesc::Parse(bytes);
+                ASSERT_TRUE(linkage);
+                std::list<unsigned int> ouis;
+                linkage->GetOUIs(ouis);
+                EXPECT_EQ(ouis.size(), 3u) << "whole, or not at all";
+            }),
+        8)
+        << "the record, three entries, two selectors of two blocks";
+}
+
+TEST_F(RecordAllocationTest, PMTThatFailsLeavesNothing) {
+    unsigned char section[3] = {2, 0, 0};
+    const auto prepare = [&] {
+        fake::PmtTable& pmt = fake::TheTables().pmt;
+        pmt.programNumber = 5;
+        fake::PmtScript& program = pmt.AddProgram(5);
+        program.loop.Add(fake::CADesc(1));
+        program.AddStream(0x0B, 0x200)
+            .loop.Add(fake::StreamIdentifierDesc(7))
+            .Add(fake::DataBroadcastIdDesc(0x000A, {{0x10, {1, 2}}, {0x20, {}}}))
+            .Add(fake::DataBroadcastIdDesc(0x000A, {{0x30, {3}}}))
+            .Add(fake::CADesc(2));
+        pmtParser = IPMTParser::CreatePMTParser();
+    };
+    EXPECT_GE(FailEachAllocationTracelessly(prepare,
+                                            [&] { EXPECT_TRUE(pmtParser->Parse(0x200, section)); }),
+              15)
+        << "two CA ids, two offers in a vector of a program, three entries, two selectors of two "
+           "blocks, a carousel";
+}
+
+TEST_F(RecordAllocationTest, PATFactoryThatFailsLeavesNothing) {
+    EXPECT_GE(
+        FailEachAllocationTracelessly([] {}, [] { EXPECT_TRUE(IPATParser::CreatePATParser()); }), 2)
+        << "adapter and platform's parser at least";
 }
 
 TEST_F(RecordAllocationTest, OfferThatFailsIsKeptWholeOrNotAtAll) {

@@ -68,8 +68,7 @@ TEST_F(DeliveryDescTest, Satellite) {
 }
 
 TEST_F(DeliveryDescTest, TerrestrialTellsItsFrequencyOnceItIsParsed) {
-    fake::Parsing().centreFrequency = 0xFFFFFFFF;
-    const auto delivery = Parse({0x5A, 1, 0});
+    const auto delivery = Parse({0x5A, 4, 0xFF, 0xFF, 0xFF, 0xFF});
     ASSERT_TRUE(delivery);
     EXPECT_EQ(delivery->Type(), IDeliveryDesc::DELIVERY_TERRESTRIAL);
     EXPECT_NE(dynamic_cast<CTerrestrialDeliverySystemDesc*>(delivery.get()), nullptr);
@@ -220,6 +219,23 @@ TEST_F(DeliveryDescTest, KeepsAForkAndDestroysTheRest) {
         holder.reset();
         EXPECT_EQ(fake::LivingDescriptors(), before);
     }
+}
+
+template <class Platform>
+const Platform& As(const std::shared_ptr<IDeliveryDesc>& delivery) {
+    return dynamic_cast<const Platform&>(*delivery->PlatformDesc());
+}
+
+TEST_F(DeliveryDescTest, FieldsOfThePlatformsCopyAreThoseOfTheBytes) {
+    EXPECT_EQ(
+        As<TCDescSatelliteDeliverySystem>(Parse({0x43, 4, 0x01, 0x17, 0x47, 0x80})).Frequency(),
+        0x01174780u);
+    EXPECT_EQ(As<TCDescTerrestrialDeliverySystem>(Parse({0x5A, 4, 0x02, 0xF6, 0x28, 0x40}))
+                  .CentreFrequency(),
+              0x02F62840u);
+    EXPECT_EQ(As<TCDescCableDeliverySystem>(Parse({0x44, 4, 0x03, 0x46, 0x00, 0x00})).Frequency(),
+              0x03460000u);
+    EXPECT_EQ(As<TCDescT2SystemDelivery>(Parse({0x7F, 4, 0x04, 0xA5, 0, 1})).PLPId(), 0xA5);
 }
 
 TEST_F(DeliveryDescTest, TwoCallsGiveTwoObjectsWithTwoCopies) {

@@ -17,6 +17,7 @@ struct PMTParserKorvoPeer {
                 &parser.m_CASystemIds};
     }
     static auto& SSUInfos(P& parser) { return parser.m_SSUInfoMap; }
+    static auto& Carousels(P& parser) { return parser.m_ServiceCarouselMap; }
     static auto& CASystemIds(P& parser) { return parser.m_CASystemIds; }
 };
 
@@ -120,8 +121,10 @@ TEST_F(PMTParserTest, DestructionFreesTheSSUInfosAfterThePlatformsParser) {
 TEST_F(PMTParserTest, InitializeWithoutPlatformParserEmptiesTheCachesSilently) {
     CPMTParserKorvo bare;
     PMTParserKorvoPeer::CASystemIds(bare).insert(1);
+    PMTParserKorvoPeer::Carousels(bare)[7] = {1, 0x200};
     bare.Initialize();
     EXPECT_THAT(PMTParserKorvoPeer::CASystemIds(bare), IsEmpty());
+    EXPECT_TRUE(PMTParserKorvoPeer::Carousels(bare).empty());
     EXPECT_EQ(pmt.resets, 0);
     EXPECT_THAT(platform.TakeLog(), IsEmpty());
 }
@@ -308,6 +311,34 @@ TEST_F(PMTParserTest, OfEqualComponentTagsTheLastWins) {
     EXPECT_EQ(pid, 0x201);
     EXPECT_TRUE(parser->GetCarouselID(7, carousel));
     EXPECT_EQ(carousel, 4294967295ul) << "the absent id";
+}
+
+TEST_F(PMTParserTest, OfEqualComponentTagsInTwoProgramsTheLastWins) {
+    // The first instance has the higher number, and the section is of it.
+    StreamScript& first = Program(5).AddStream(0x0B, 0x500);
+    first.loop.Add(fake::StreamIdentifierDesc(7)).Add(fake::CarouselIdentifierDesc(5));
+    StreamScript& second = pmt.AddProgram(4).AddStream(0x0B, 0x400);
+    second.loop.Add(fake::StreamIdentifierDesc(7)).Add(fake::CarouselIdentifierDesc(4));
+    ParseSilently();
+    unsigned short pid = 0;
+    unsigned long carousel = 0;
+    EXPECT_TRUE(parser->GetPID(7, pid));
+    EXPECT_EQ(pid, 0x400);
+    EXPECT_TRUE(parser->GetCarouselID(7, carousel));
+    EXPECT_EQ(carousel, 4ul);
+}
+
+TEST_F(PMTParserTest, AStreamWithoutComponentTagIsUnderNoTag) {
+    Program(5).AddStream(0x0B, 0x200).loop.Add(fake::CarouselIdentifierDesc(1));
+    ParseSilently();
+    for (int tag = 0; tag < 256; ++tag) {
+        unsigned short pid = 77;
+        unsigned long carousel = 77;
+        EXPECT_FALSE(parser->GetPID(static_cast<unsigned char>(tag), pid)) << tag;
+        EXPECT_FALSE(parser->GetCarouselID(static_cast<unsigned char>(tag), carousel)) << tag;
+        EXPECT_EQ(pid, 77);
+        EXPECT_EQ(carousel, 77ul);
+    }
 }
 
 TEST_F(PMTParserTest, OfAStreamsIdentifiersTheFirstCount) {

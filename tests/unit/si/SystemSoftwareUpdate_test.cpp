@@ -282,6 +282,17 @@ TEST_F(SSULinkageTest, GetSelectorBytesTellsTheCountAlsoWhenItIs0) {
                                                  " : OUI 0x15A has 0 selector byte entries"))));
 }
 
+TEST_F(SSULinkageTest, GetSelectorBytesTellsTheCountAlsoWithoutAnyOui) {
+    const auto linkage = RecordOf<CSSULinkageDesc>(LoopOf({}));
+    std::vector<SelectorBytes> selectors;
+    linkage->GetSelectorBytes(0x15A, selectors);
+    EXPECT_THAT(selectors, IsEmpty());
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(DescriptorLine(4, "GetSelectorBytes", 100,
+                                           Green(std::string(kGetSelectorBytesText) +
+                                                 " : OUI 0x15A has 0 selector byte entries"))));
+}
+
 TEST_F(SSULinkageTest, TellsBeforeItAppends) {
     const auto linkage = RecordOf<CSSULinkageDesc>(LoopOf({{0x10, {1}}}));
     std::vector<SelectorBytes> selectors;
