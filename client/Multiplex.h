@@ -158,6 +158,8 @@ struct Multiplex {
     std::vector<std::string> missing;  ///< what was not begun or is not whole: "pat", "pmt 1025"
     InputFacts input = {};
     std::vector<tvservice::CounterValue> counters;
+    std::vector<tvservice::CounterValue>
+        faults;  ///< injected on purpose; empty: none were asked for
     std::optional<Pat> pat;
     std::optional<std::vector<unsigned int>> caSystemIds;  ///< of the CAT, ascending
     std::vector<Program> programs;

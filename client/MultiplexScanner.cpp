@@ -128,6 +128,7 @@ Multiplex MultiplexScanner::Result() const {
     result.input.packets = platform.Counter("packets");
     result.input.bytes = platform.Counter("bytes");
     result.counters = platform.Counters();
+    result.faults = platform.FaultCounts();
     if (acquisition) {
         acquisition->Fill(result);
     }

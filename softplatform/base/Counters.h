@@ -28,6 +28,7 @@ enum class Counter : size_t {
     kOversizeSections,
     kShortSections,
     kDeliveredSections,
+    kCachedSections,
     kDescriptorOverruns,
     kRefusedSubscriptions,
     kRetiredHandles,
@@ -35,6 +36,8 @@ enum class Counter : size_t {
     kMalformedDatagrams,
     kRtpLosses,
     kRtpReordered,
+    kDeviceOverflows,
+    kMalformedReads,
     kCount
 };
 
@@ -72,6 +75,7 @@ inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
     {Counter::kShortSections, "short_sections",
      "sections dropped for a section_length too small for their header and CRC_32"},
     {Counter::kDeliveredSections, "delivered_sections", "callbacks with a section"},
+    {Counter::kCachedSections, "cached_sections", "those of them with a section from the cache"},
     {Counter::kDescriptorOverruns, "descriptor_overruns",
      "loops of tables and descriptors that reach past the end of their field"},
     {Counter::kRefusedSubscriptions, "refused_subscriptions", "subscriptions that were refused"},
@@ -81,6 +85,10 @@ inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
      "datagrams left out: empty, or no RTP where RTP is expected"},
     {Counter::kRtpLosses, "rtp_losses", "RTP packets that never came, or came too late"},
     {Counter::kRtpReordered, "rtp_reordered", "RTP packets that came late and were put in order"},
+    {Counter::kDeviceOverflows, "device_overflows",
+     "times the buffer of a device ran over, each with the loss of some of the stream"},
+    {Counter::kMalformedReads, "malformed_reads",
+     "what a demux device handed over although it was no section"},
 }};
 
 // One number for each Counter. Any thread may read any counter at any time, while the stream runs:

@@ -12,17 +12,27 @@ constexpr int kHighestId = 0xFFFF;
 
 }  // namespace
 
-FaultySections::FaultySections(std::shared_ptr<FaultPlan> plan, SectionSink& next)
-    : plan_(std::move(plan)),
-      next_(next),
-      hasLate_(plan_->Has(FaultEvent::kRelease)),
-      lateFaults_(plan_->Triggers(FaultEvent::kRelease)) {
+FaultySections::FaultySections(std::shared_ptr<FaultPlan> plan, SectionSink& next) : next_(next) {
+    Use(std::move(plan));
+}
+
+void FaultySections::Use(std::shared_ptr<FaultPlan> plan) {
+    plan_ = std::move(plan);
+    hasLate_ = plan_->Has(FaultEvent::kRelease);
+    MutexLock lock(mutex_);
+    lateFaults_ = plan_->Triggers(FaultEvent::kRelease);
+    faults_.clear();
     for (const FaultTrigger& trigger : plan_->Triggers(FaultEvent::kDelivery)) {
         faults_.push_back({trigger});
     }
+    isIdle_ = !hasLate_ && faults_.empty() && held_.empty();
 }
 
 void FaultySections::OnSection(int id, const uint8_t* section, size_t size) {
+    if (isIdle_) {
+        next_.OnSection(id, section, size);
+        return;
+    }
     const Decision decision = Decide(section, size);
     uint64_t number = 0;
     std::vector<int> extraIds;

@@ -36,6 +36,10 @@ class FaultySections final : public SectionSink {
     FaultySections(const FaultySections&) = delete;
     FaultySections& operator=(const FaultySections&) = delete;
 
+    // Another plan, from its first event on. What is held stays held, ids stay known. Only while
+    // nothing is delivered.
+    void Use(std::shared_ptr<FaultPlan> plan) TV_EXCLUDES(mutex_);
+
     // One delivery. `size` is at least 3, as the engine has it.
     void OnSection(int id, const uint8_t* section, size_t size) override TV_EXCLUDES(mutex_);
 
@@ -78,9 +82,12 @@ class FaultySections final : public SectionSink {
     void DeliverHeld(uint64_t due) TV_EXCLUDES(mutex_);
     void PlanLate(int id) TV_REQUIRES(mutex_);
 
-    const std::shared_ptr<FaultPlan> plan_;
     SectionSink& next_;
-    const bool hasLate_;
+
+    // Change with the plan, while nothing is delivered.
+    std::shared_ptr<FaultPlan> plan_;
+    bool hasLate_ = false;
+    bool isIdle_ = true;  // there is nothing to be done
 
     std::vector<Fault> faults_;  // the delivery thread's
 

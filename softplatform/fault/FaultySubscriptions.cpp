@@ -5,10 +5,16 @@
 
 namespace tvservice {
 
-FaultySubscriptions::FaultySubscriptions(std::shared_ptr<FaultPlan> plan)
-    : plan_(std::move(plan)),
-      subscribeFaults_(plan_->Triggers(FaultEvent::kSubscribe)),
-      unsubscribeFaults_(plan_->Triggers(FaultEvent::kUnsubscribe)) {}
+FaultySubscriptions::FaultySubscriptions(std::shared_ptr<FaultPlan> plan) {
+    Use(std::move(plan));
+}
+
+void FaultySubscriptions::Use(std::shared_ptr<FaultPlan> plan) {
+    MutexLock lock(mutex_);
+    plan_ = std::move(plan);
+    subscribeFaults_ = plan_->Triggers(FaultEvent::kSubscribe);
+    unsubscribeFaults_ = plan_->Triggers(FaultEvent::kUnsubscribe);
+}
 
 SubscribeFault FaultySubscriptions::NextSubscribe() {
     MutexLock lock(mutex_);

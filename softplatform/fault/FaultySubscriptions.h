@@ -29,6 +29,9 @@ class FaultySubscriptions {
     FaultySubscriptions(const FaultySubscriptions&) = delete;
     FaultySubscriptions& operator=(const FaultySubscriptions&) = delete;
 
+    // Another plan, from its first event on. The book stays.
+    void Use(std::shared_ptr<FaultPlan> plan) TV_EXCLUDES(mutex_);
+
     // The next request for a filter. A refusal is counted here.
     SubscribeFault NextSubscribe() TV_EXCLUDES(mutex_);
 
@@ -52,9 +55,8 @@ class FaultySubscriptions {
   private:
     void Book(int told, int handle) TV_REQUIRES(mutex_);
 
-    const std::shared_ptr<FaultPlan> plan_;
-
     Mutex mutex_;
+    std::shared_ptr<FaultPlan> plan_ TV_GUARDED_BY(mutex_);
     std::vector<FaultTrigger> subscribeFaults_ TV_GUARDED_BY(mutex_);
     std::vector<FaultTrigger> unsubscribeFaults_ TV_GUARDED_BY(mutex_);
     std::deque<int> told_ TV_GUARDED_BY(mutex_);                  // the last 1000, in their order

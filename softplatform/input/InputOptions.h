@@ -12,6 +12,8 @@ struct InputOptions {
     bool loop = false;    // starts again at its end, see LoopSource
     bool follow = false;  // waits for more at its end, see FollowSource
     double pace = 0;  // times real time by its PCRs, see PaceSource; 0: as fast as it can be read
+    bool dvr =
+        false;  // of a DVB adapter the packets of its dvr device, not the sections of a demux
 };
 
 // `source` with the options put around it; it becomes the result's alone. Null on failure: a source

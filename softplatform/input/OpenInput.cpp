@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 #include <utility>
 
 #include "softplatform/input/Descriptor.h"
@@ -13,8 +14,30 @@
 #include "softplatform/input/RtpSource.h"
 #include "softplatform/input/StreamSource.h"
 #include "softplatform/input/UdpSource.h"
+#include "softplatform/input/dvb/DvbAddress.h"
+#include "softplatform/input/dvb/DvbSource.h"
 
 namespace tvservice {
+
+namespace {
+
+constexpr char kDvbScheme[] = "dvb:";
+
+// The packets that the tool which tuned the adapter sends to its dvr device.
+std::shared_ptr<Source> OpenDvr(const std::string& uri, std::string& error) {
+    const std::optional<DvbPaths> paths = ParseDvbAddress(uri, error);
+    if (!paths) {
+        return nullptr;
+    }
+    Descriptor device(::open(paths->dvr.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (device.get() < 0) {
+        error = OpenErrorText(paths->dvr, errno);
+        return nullptr;
+    }
+    return std::make_shared<StreamSource>(paths->dvr, std::move(device), true);
+}
+
+}  // namespace
 
 std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error) {
     if (uri == "-") {
@@ -31,6 +54,9 @@ std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error) {
     }
     if (uri.rfind("rtp://", 0) == 0) {
         return RtpSource::Open(uri, error);
+    }
+    if (uri.rfind(kDvbScheme, 0) == 0) {
+        return DvbSource::Open(uri, error);
     }
     // O_NONBLOCK: a named pipe opens at once, with or without a writer.
     Descriptor file(::open(uri.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -52,7 +78,7 @@ std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error) {
 
 std::shared_ptr<Source> OpenInput(const std::string& uri, const InputOptions& options,
                                   std::string& error) {
-    std::shared_ptr<Source> source = OpenInput(uri, error);
+    std::shared_ptr<Source> source = options.dvr ? OpenDvr(uri, error) : OpenInput(uri, error);
     return source ? WithOptions(std::move(source), options, error) : nullptr;
 }
 

@@ -7,6 +7,8 @@
 
 namespace tvservice {
 
+class DvbSource;
+
 // What one read gave.
 struct ReadResult {
     enum Status {
@@ -39,6 +41,9 @@ class Source {
     // Whether it has no end of its own: sockets, files that are followed or looped. Whoever plays
     // such a source has to interrupt it. What wraps a source answers as that one does.
     virtual bool live() const { return false; }
+
+    // A demux device, which is not read but has sections to give; null for all other sources.
+    virtual const DvbSource* dvb() const { return nullptr; }
 
     // Goes to the start. False when that is not possible; a source that was not read yet stands at
     // its start whatever it is.

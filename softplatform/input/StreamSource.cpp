@@ -5,12 +5,13 @@
 #include <cerrno>
 #include <utility>
 
+#include "softplatform/base/Counters.h"
 #include "softplatform/input/ErrorText.h"
 
 namespace tvservice {
 
-StreamSource::StreamSource(std::string name, Descriptor stream)
-    : Source(std::move(name)), stream_(std::move(stream)) {}
+StreamSource::StreamSource(std::string name, Descriptor stream, bool live)
+    : Source(std::move(name)), stream_(std::move(stream)), isLive_(live) {}
 
 ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
     wasRead_ = true;
@@ -33,6 +34,10 @@ ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
             }
             if (errno == EAGAIN) {
                 return {ReadResult::kWouldBlock};
+            }
+            if (errno == EOVERFLOW) {
+                ReceiverCounters().Add(Counter::kDeviceOverflows);
+                continue;
             }
         }
         if (errno != EINTR) {

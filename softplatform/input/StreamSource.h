@@ -10,21 +10,25 @@
 namespace tvservice {
 
 // What can be read once, in order: standard input, a pipe, a terminal, a character device. A named
-// pipe that nobody has opened for writing yet has not ended, it has nothing to say.
+// pipe that nobody has opened for writing yet has not ended, it has nothing to say. A device that
+// has lost bytes because it was read too slowly (EOVERFLOW, DVB's dvr device) goes on; that is
+// counted (device_overflows).
 class StreamSource final : public Source {
   public:
     // `stream` is open for reading and becomes the source's. Whether it is in non-blocking mode
-    // makes no difference: it is asked before every read.
-    StreamSource(std::string name, Descriptor stream);
+    // makes no difference: it is asked before every read. `live`: it has no end of its own.
+    StreamSource(std::string name, Descriptor stream, bool live = false);
 
     uint64_t size() const override { return 0; }
     bool rewindable() const override { return false; }
+    bool live() const override { return isLive_; }
     bool Rewind() override { return !wasRead_; }
     ReadResult Read(uint8_t* buffer, size_t size) override;
     int descriptor() const override { return stream_.get(); }
 
   private:
     const Descriptor stream_;
+    const bool isLive_;
     bool wasRead_ = false;
     uint64_t offset_ = 0;
 };

@@ -11,29 +11,36 @@ FilterEngine::FilterEngine(Counters& counters, std::function<void()> onChange, u
 
 FilterEngine::~FilterEngine() = default;
 
-int FilterEngine::Subscribe(uint16_t pid, const SectionFilter& criteria, SectionSink& sink,
-                            int id) {
-    auto filter = std::make_unique<Filter>(Filter{pid, criteria, {{&sink, id}}});
+int FilterEngine::Subscribe(uint16_t pid, const SectionFilter& criteria, SectionSink& sink, int id,
+                            bool fromCache) {
+    auto fresh = std::make_unique<Filter>(Filter{pid, criteria, {{&sink, id}}});
+    Filter* filter = fresh.get();
     int handle = kNoHandle;
-    bool news = false;
+    bool isChange = true;
     {
         MutexLock lock(mutex_);
-        const std::optional<int> taken = handles_.Take();
-        if (!taken) {
-            for (const auto& [sharedHandle, shared] : inUse_) {
-                if (shared->pid == pid && shared->criteria == criteria) {
-                    shared->receivers.push_back({&sink, id});
-                    return sharedHandle;
-                }
+        if (const std::optional<int> taken = handles_.Take()) {
+            handle = *taken;
+            inUse_.emplace(handle, filter);
+            toAdd_.push_back(std::move(fresh));
+        } else {
+            const auto shared = std::find_if(inUse_.begin(), inUse_.end(), [&](const auto& entry) {
+                return entry.second->pid == pid && entry.second->criteria == criteria;
+            });
+            if (shared == inUse_.end()) {
+                return kNoHandle;
             }
-            return kNoHandle;
+            handle = shared->first;
+            filter = shared->second;
+            filter->receivers.push_back({&sink, id});
+            isChange = fromCache;
         }
-        handle = *taken;
-        inUse_.emplace(handle, filter.get());
-        toAdd_.push_back(std::move(filter));
-        news = !changesQueued_.exchange(true, std::memory_order_release);
+        if (fromCache) {
+            toServe_.push_back({filter, {&sink, id}});
+        }
+        isChange = isChange && !changesQueued_.exchange(true, std::memory_order_release);
     }
-    if (news && onChange_) {
+    if (isChange && onChange_) {
         onChange_();
     }
     return handle;
@@ -53,6 +60,9 @@ bool FilterEngine::Unsubscribe(int handle) {
         Filter* const filter = found->second;
         inUse_.erase(found);
         handles_.Release(handle);
+        toServe_.erase(std::remove_if(toServe_.begin(), toServe_.end(),
+                                      [filter](const auto& r) { return r.filter == filter; }),
+                       toServe_.end());
 
         const auto waiting = std::find_if(toAdd_.begin(), toAdd_.end(),
                                           [filter](const auto& f) { return f.get() == filter; });
@@ -84,12 +94,24 @@ bool FilterEngine::SetSlots(unsigned slots) {
     return handles_.Resize(slots);
 }
 
+void FilterEngine::SetCacheLimit(size_t bytes) {
+    bool news = false;
+    {
+        MutexLock lock(mutex_);
+        cacheLimit_ = bytes;
+        news = !changesQueued_.exchange(true, std::memory_order_release);
+    }
+    if (news && onChange_) {
+        onChange_();
+    }
+}
+
 size_t FilterEngine::OnPacket(PacketView packet) {
-    ApplyChanges();
+    size_t calls = ApplyChanges();
     // ISO/IEC 13818-1 2.4.3.3: nothing in this packet can be relied on, its PID included.
     if (packet.transport_error_indicator()) {
         counters_.Add(Counter::kTransportErrors);
-        return 0;
+        return calls;
     }
     const bool isScrambled = packet.transport_scrambling_control() != 0;
     if (isScrambled) {
@@ -97,22 +119,19 @@ size_t FilterEngine::OnPacket(PacketView packet) {
     }
     Stream* const stream = byPid_.Find(packet.PID());
     if (stream == nullptr) {
-        return 0;
+        return calls;
     }
     if (!packet.well_formed()) {
         counters_.Add(Counter::kMalformedPackets);
-        return 0;
+        return calls;
     }
     switch (stream->continuity.Check(packet)) {
         case ContinuityVerdict::kFirst:
-            seen_[packet.PID() / 64].fetch_or(uint64_t{1} << (packet.PID() % 64),
-                                              std::memory_order_relaxed);
-            break;
         case ContinuityVerdict::kNext:
             break;
         case ContinuityVerdict::kDuplicate:
             counters_.Add(Counter::kDuplicatePackets);
-            return 0;
+            return calls;
         case ContinuityVerdict::kGap:
             counters_.Add(Counter::kContinuityGaps);
             stream->assembler.Discontinuity();
@@ -122,20 +141,21 @@ size_t FilterEngine::OnPacket(PacketView packet) {
             stream->assembler.Discontinuity();
             break;
         case ContinuityVerdict::kNoPayload:
-            return 0;
+            return calls;
     }
+    See(*stream, packet.PID());
     if (isScrambled) {
         stream->assembler.Discontinuity();
-        return 0;
+        return calls;
     }
-    size_t calls = 0;
-    stream->assembler.Feed(
-        packet.payload(), packet.payload_unit_start_indicator(),
-        [&](const uint8_t* section, size_t size) { calls += OnSection(*stream, section, size); });
+    stream->assembler.Feed(packet.payload(), packet.payload_unit_start_indicator(),
+                           [&](const uint8_t* section, size_t size) {
+                               calls += OnSection(*stream, packet.PID(), section, size);
+                           });
     return calls;
 }
 
-size_t FilterEngine::OnSection(Stream& stream, const uint8_t* bytes, size_t size) {
+size_t FilterEngine::OnSection(Stream& stream, uint16_t pid, const uint8_t* bytes, size_t size) {
     const std::optional<SectionView> section = SectionView::From(bytes, size);
     if (!section) {
         return 0;  // the assembler hands on none such
@@ -145,9 +165,20 @@ size_t FilterEngine::OnSection(Stream& stream, const uint8_t* bytes, size_t size
         return 0;
     }
     counters_.Add(Counter::kSections);
+    cache_.Put(pid, *section);
     const size_t calls = Offer(stream, *section);
     counters_.Add(Counter::kDeliveredSections, calls);
     return calls;
+}
+
+size_t FilterEngine::OnDeviceSection(uint16_t pid, const uint8_t* section, size_t size) {
+    const size_t calls = ApplyChanges();
+    Stream* const stream = pid < kPidCount ? byPid_.Find(pid) : nullptr;
+    if (stream == nullptr) {
+        return calls;
+    }
+    See(*stream, pid);
+    return calls + OnSection(*stream, pid, section, size);
 }
 
 size_t FilterEngine::DeliverTo(uint16_t pid, SectionView section) {
@@ -172,38 +203,99 @@ size_t FilterEngine::Call(Filter& filter, SectionView section) {
     const size_t count = filter.receivers.size();
     for (; calls < count && !filter.released; ++calls) {
         const Receiver receiver = filter.receivers[calls];
-        calling_ = &filter;
-        caller_ = std::this_thread::get_id();
-        ++callNumber_;
-        mutex_.Unlock();
-        receiver.sink->OnSection(receiver.id, section.data(), section.size());
-        mutex_.Lock();
-        calling_ = nullptr;
-        callEnded_.NotifyAll();
+        Call(filter, receiver, section);
     }
     mutex_.Unlock();
     return calls;
 }
 
-void FilterEngine::ApplyChanges() {
+void FilterEngine::Call(const Filter& filter, const Receiver& receiver, SectionView section) {
+    calling_ = &filter;
+    caller_ = std::this_thread::get_id();
+    ++callNumber_;
+    mutex_.Unlock();
+    receiver.sink->OnSection(receiver.id, section.data(), section.size());
+    mutex_.Lock();
+    calling_ = nullptr;
+    callEnded_.NotifyAll();
+}
+
+size_t FilterEngine::ApplyChanges() {
     if (!changesQueued_.load(std::memory_order_acquire)) {
-        return;
+        return 0;
     }
     std::vector<std::unique_ptr<Filter>> added;
     std::vector<Filter*> removed;
+    std::vector<CacheRequest> requests;
+    size_t cacheLimit = 0;
     {
         MutexLock lock(mutex_);
         added.swap(toAdd_);
         removed.swap(toRemove_);
+        requests.swap(toServe_);
+        cacheLimit = cacheLimit_;
         changesQueued_.store(false, std::memory_order_relaxed);
     }
+    LimitCache(cacheLimit);
     // Additions first: a PID on which one filter replaces another keeps its open section.
     for (std::unique_ptr<Filter>& filter : added) {
         Stream& stream = StreamOf(filter->pid);
+        if (stream.isKept) {
+            stream.isKept = false;
+            --keptPids_;
+        }
         stream.filters.push_back(std::move(filter));
     }
     for (const Filter* filter : removed) {
         Remove(*filter);
+    }
+    ++changes_;
+    size_t calls = 0;
+    for (const CacheRequest& request : requests) {
+        calls += ServeFromCache(request);
+    }
+    return calls;
+}
+
+size_t FilterEngine::ServeFromCache(const CacheRequest& request) {
+    const Filter& filter = *request.filter;
+    size_t calls = 0;
+    cache_.VisitTable(filter.pid, filter.criteria.pattern().front(), [&](SectionView section) {
+        if (!filter.criteria.Matches(section.data(), section.size())) {
+            return;
+        }
+        MutexLock lock(mutex_);
+        if (!filter.released) {
+            Call(filter, request.receiver, section);
+            ++calls;
+        }
+    });
+    counters_.Add(Counter::kDeliveredSections, calls);
+    counters_.Add(Counter::kCachedSections, calls);
+    return calls;
+}
+
+void FilterEngine::LimitCache(size_t bytes) {
+    if (bytes == cache_.limit()) {
+        return;
+    }
+    cache_.SetLimit(bytes);
+    for (uint16_t pid = 0; bytes > 0 && pid < kCachedPids; ++pid) {
+        StreamOf(pid);
+    }
+    for (auto next = streams_.begin(); bytes == 0 && next != streams_.end();) {
+        const auto stream = next++;
+        if (stream->second->filters.empty()) {
+            DropStream(stream->first);
+            keptPids_ = 0;
+        }
+    }
+}
+
+void FilterEngine::See(Stream& stream, uint16_t pid) {
+    if (!stream.isSeen && !stream.filters.empty()) {
+        stream.isSeen = true;
+        seen_[pid / 64].fetch_or(uint64_t{1} << (pid % 64), std::memory_order_relaxed);
     }
 }
 
@@ -223,21 +315,37 @@ void FilterEngine::Remove(const Filter& filter) {
     std::vector<std::unique_ptr<Filter>>& filters = streams_.at(pid)->filters;
     filters.erase(std::find_if(filters.begin(), filters.end(),
                                [&filter](const auto& f) { return f.get() == &filter; }));
-    if (filters.empty()) {
-        if (pid < kPidCount) {
-            byPid_.Set(pid, nullptr);
+    if (!filters.empty()) {
+        return;
+    }
+    if (cache_.limit() == 0 || pid >= kPidCount) {
+        DropStream(pid);
+    } else if (pid >= kCachedPids) {
+        if (keptPids_ < kKeptPids) {
+            streams_.at(pid)->isKept = true;
+            ++keptPids_;
+        } else {
+            DropStream(pid);
         }
-        streams_.erase(pid);
     }
 }
 
+void FilterEngine::DropStream(uint16_t pid) {
+    if (pid < kPidCount) {
+        byPid_.Set(pid, nullptr);
+    }
+    streams_.erase(pid);
+}
+
 void FilterEngine::Reset() {
+    cache_.Clear();
     for (std::atomic<uint64_t>& pids : seen_) {
         pids.store(0, std::memory_order_relaxed);
     }
     for (auto& [pid, stream] : streams_) {
         auto fresh = std::make_unique<Stream>(counters_);
         fresh->filters = std::move(stream->filters);
+        fresh->isKept = stream->isKept;
         stream = std::move(fresh);
         if (pid < kPidCount) {
             byPid_.Set(pid, stream.get());

@@ -15,6 +15,7 @@
 #include "softplatform/base/Mutex.h"
 #include "softplatform/section/HandlePool.h"
 #include "softplatform/section/SectionAssembler.h"
+#include "softplatform/section/SectionCache.h"
 #include "softplatform/section/SectionFilter.h"
 #include "softplatform/section/SectionView.h"
 #include "softplatform/ts/Continuity.h"
@@ -44,11 +45,14 @@ class SectionSink {
 // Two sides. Subscribe, Unsubscribe and SetSlots may be called on any thread, at any time. All else
 // belongs to one thread at a time, the delivery thread. What the first side asks for is queued and
 // takes effect at the next packet boundary, so that a packet costs one look at an atomic flag and
-// no lock; a new filter gets the sections that end in later packets, and the first filter of a PID
-// those that start in later packets. A release holds at once, see Unsubscribe.
+// no lock; a new filter gets the sections that end in later packets, and the first one of a PID
+// that was not assembled yet those that start in later packets. A release holds at once, see
+// Unsubscribe.
 class FilterEngine {
   public:
     static constexpr int kNoHandle = -1;
+    static constexpr uint16_t kCachedPids = 0x20;  // the tables of ETSI EN 300 468 5.1.3
+    static constexpr size_t kKeptPids = 256;
 
     // `counters` is borrowed and outlives the engine. `onChange` is called, on the thread that asks
     // for a change and with no lock held, when the delivery thread has something to apply and was
@@ -65,9 +69,10 @@ class FilterEngine {
     // none is, a filter with the same PID and criteria is shared: its handle is returned once more,
     // and `id` gets its sections too, until that handle is given up. Otherwise kNoHandle.
     //
-    // `sink` is borrowed until Unsubscribe has returned.
-    int Subscribe(uint16_t pid, const SectionFilter& criteria, SectionSink& sink, int id)
-        TV_EXCLUDES(mutex_);
+    // `sink` is borrowed until Unsubscribe has returned. With `fromCache` it first gets what the
+    // cache holds of the PID and of the table_id with which the criteria begin.
+    int Subscribe(uint16_t pid, const SectionFilter& criteria, SectionSink& sink, int id,
+                  bool fromCache = false) TV_EXCLUDES(mutex_);
 
     // Releases a filter for all that share it. After it has returned no callback of that handle
     // begins. A callback of it that runs on another thread is waited for; nothing else is.
@@ -79,6 +84,11 @@ class FilterEngine {
     // How many filters can be set at once, 1 to kMaxFilterSlots. Returns false, and changes
     // nothing, when out of range or when more are in use.
     bool SetSlots(unsigned slots) TV_EXCLUDES(mutex_);
+
+    // Room for the cache; 0: none. While there is some, the PIDs below kCachedPids are assembled
+    // whether or not a filter is set on them, and others from their first filter on, after its
+    // release only as long as there are no more than kKeptPids such. From the next change on.
+    void SetCacheLimit(size_t bytes) TV_EXCLUDES(mutex_);
 
     // Whether a packet with payload came on `pid` since the last Reset while a filter was set on
     // it.
@@ -93,18 +103,37 @@ class FilterEngine {
     // the number of callbacks made.
     size_t OnPacket(PacketView packet);
 
+    // Takes a section of `pid` that a device has assembled: `size` bytes, not looked at yet. It is
+    // checked and counted as those from packets are. Returns the number of callbacks made.
+    size_t OnDeviceSection(uint16_t pid, const uint8_t* section, size_t size);
+
     // Offers a section that no packet carried to the filters of `pid`, at a packet boundary.
     // Returns the number of callbacks made; they do not count as delivered_sections.
     size_t DeliverTo(uint16_t pid, SectionView section);
 
     // Applies what was asked for since, at a packet boundary. OnPacket and DeliverTo do that by
-    // themselves.
-    void ApplyChanges() TV_EXCLUDES(mutex_);
+    // themselves. Returns the number of callbacks made from the cache.
+    size_t ApplyChanges() TV_EXCLUDES(mutex_);
 
     // Whether a filter is set on `pid`, as of the last change that was applied.
-    bool IsWanted(uint16_t pid) const { return streams_.count(pid) != 0; }
+    bool IsWanted(uint16_t pid) const {
+        const auto found = streams_.find(pid);
+        return found != streams_.end() && !found->second->filters.empty();
+    }
 
-    // A new source: forgets open sections and continuity. Filters stay.
+    // Calls visit(pid, criteria) for each filter, and a number that grows whenever these change; as
+    // of the last change that was applied.
+    template <class Visit>
+    void VisitFilters(Visit visit) const {
+        for (const auto& [pid, stream] : streams_) {
+            for (const std::unique_ptr<Filter>& filter : stream->filters) {
+                visit(pid, filter->criteria);
+            }
+        }
+    }
+    uint64_t changes() const { return changes_; }
+
+    // A new source: forgets open sections, continuity and the cache. Filters stay.
     void Reset();
 
   private:
@@ -120,6 +149,12 @@ class FilterEngine {
         bool released = false;            // under mutex_
     };
 
+    // What a new receiver shall get from the cache.
+    struct CacheRequest {
+        Filter* filter;
+        Receiver receiver;
+    };
+
     // One wanted PID.
     struct Stream {
         explicit Stream(Counters& counters) : assembler(counters) {}
@@ -127,13 +162,21 @@ class FilterEngine {
         Continuity continuity;
         SectionAssembler assembler;
         std::vector<std::unique_ptr<Filter>> filters;  // in the order of their subscription
+        bool isSeen = false;                           // see Seen
+        bool isKept = false;                           // for the cache, without a filter
     };
 
+    void See(Stream& stream, uint16_t pid);
     Stream& StreamOf(uint16_t pid);
+    void DropStream(uint16_t pid);
+    void LimitCache(size_t bytes);
+    size_t ServeFromCache(const CacheRequest& request) TV_EXCLUDES(mutex_);
     void Remove(const Filter& filter);
-    size_t OnSection(Stream& stream, const uint8_t* bytes, size_t size);
+    size_t OnSection(Stream& stream, uint16_t pid, const uint8_t* bytes, size_t size);
     size_t Offer(Stream& stream, SectionView section);
     size_t Call(Filter& filter, SectionView section) TV_EXCLUDES(mutex_);
+    void Call(const Filter& filter, const Receiver& receiver, SectionView section)
+        TV_REQUIRES(mutex_);
 
     Counters& counters_;
     const std::function<void()> onChange_;
@@ -143,13 +186,18 @@ class FilterEngine {
     std::map<uint16_t, std::unique_ptr<Stream>> streams_;
     PidTable<Stream> byPid_;  // those of streams_ that a packet can reach
     std::array<std::atomic<uint64_t>, kPidCount / 64> seen_{};  // read on any thread
+    uint64_t changes_ = 0;
+    SectionCache cache_;
+    size_t keptPids_ = 0;
 
     Mutex mutex_;
     HandlePool handles_ TV_GUARDED_BY(mutex_);
     std::map<int, Filter*> inUse_ TV_GUARDED_BY(mutex_);  // by handle, none of them released
     std::vector<std::unique_ptr<Filter>> toAdd_ TV_GUARDED_BY(mutex_);
     std::vector<Filter*> toRemove_ TV_GUARDED_BY(mutex_);
-    std::atomic<bool> changesQueued_{false};  // set under mutex_ when either list is not empty
+    std::vector<CacheRequest> toServe_ TV_GUARDED_BY(mutex_);
+    size_t cacheLimit_ TV_GUARDED_BY(mutex_) = 0;
+    std::atomic<bool> changesQueued_{false};  // set under mutex_ when there is any of these
 
     // The callback that runs now, null when none does.
     const Filter* calling_ TV_GUARDED_BY(mutex_) = nullptr;

@@ -5,7 +5,9 @@
 #include <array>
 #include <utility>
 
+#include "softplatform/input/dvb/DvbSource.h"
 #include "softplatform/section/SectionView.h"
+#include "softplatform/service/DvbFeed.h"
 
 namespace tvservice {
 
@@ -25,16 +27,16 @@ std::array<uint8_t, 7> BarrierSection(uint32_t sequence) {
 
 }  // namespace
 
-Pump::Pump(FilterEngine& engine, Counters& counters)
-    : engine_(engine), counters_(counters), buffer_(kReadSize) {}
+Pump::Pump(FilterEngine& engine, Counters& counters, std::function<void()> onEnd)
+    : engine_(engine), counters_(counters), onEnd_(std::move(onEnd)), buffer_(kReadSize) {}
 
 Pump::~Pump() {
     Stop();
 }
 
-bool Pump::Start(unsigned slots) {
+bool Pump::Start() {
     MutexLock lifecycle(lifecycle_);
-    if (thread_.joinable() || !engine_.SetSlots(slots)) {
+    if (thread_.joinable()) {
         return false;
     }
     thread_ = std::thread([this] { Run(); });
@@ -144,17 +146,21 @@ std::optional<Pump::Job> Pump::NextJob() {
 }
 
 InputEnd Pump::PlayThrough(const Job& job) {
-    Source& source = *job.source;
-    InputEnd interrupted{InputEnd::kInterrupted, {}};
     engine_.Reset();
     sinceBarrier_ = 0;
+    const DvbSource* const dvb = job.source->dvb();
+    return dvb != nullptr ? PlayDvb(*dvb, job.options) : PlayPackets(*job.source, job.options);
+}
+
+InputEnd Pump::PlayPackets(Source& source, const PlayOptions& options) {
+    InputEnd interrupted{InputEnd::kInterrupted, {}};
     PacketSync sync(counters_);
     while (!interrupt_.load(std::memory_order_relaxed)) {
         const ReadResult read = source.Read(buffer_.data(), buffer_.size());
         switch (read.status) {
             case ReadResult::kBytes: {
                 const auto onPacket = [&](const uint8_t* packet) {
-                    return OnPacket(packet, job.options);
+                    return OnPacket(packet, options);
                 };
                 if (!sync.Feed(buffer_.data(), read.size, onPacket)) {
                     return interrupted;
@@ -167,9 +173,9 @@ InputEnd Pump::PlayThrough(const Job& job) {
                 WaitForInput(source.descriptor());
                 break;
             case ReadResult::kEnd:
-                return End(sync, job.options, {InputEnd::kEndOfInput, {}});
+                return End(sync, options, {InputEnd::kEndOfInput, {}});
             case ReadResult::kFailed:
-                return End(sync, job.options, {InputEnd::kFailed, read.error});
+                return End(sync, options, {InputEnd::kFailed, read.error});
         }
     }
     return interrupted;
@@ -179,9 +185,28 @@ InputEnd Pump::End(PacketSync& sync, const PlayOptions& options, InputEnd end) {
     const bool finished =
         sync.Finish([&](const uint8_t* packet) { return OnPacket(packet, options); });
     packetSize_.store(static_cast<unsigned>(sync.packet_size()), std::memory_order_relaxed);
-    if (finished) {
-        PassBarrier();
+    return finished ? End(std::move(end)) : InputEnd{InputEnd::kInterrupted, {}};
+}
+
+InputEnd Pump::PlayDvb(const DvbSource& source, const PlayOptions& options) {
+    DvbFeed feed(source, engine_, counters_,
+                 [&](size_t bytes, size_t calls) { PassBarrierWhenDue(options, bytes, calls); });
+    while (!interrupt_.load(std::memory_order_relaxed)) {
+        std::string error;
+        if (!feed.Turn(event_.descriptor(), error)) {
+            return End({InputEnd::kFailed, error});
+        }
+        event_.Clear();
+        engine_.ApplyChanges();
     }
+    return {InputEnd::kInterrupted, {}};
+}
+
+InputEnd Pump::End(InputEnd end) {
+    if (onEnd_) {
+        onEnd_();
+    }
+    PassBarrier();
     if (interrupt_.load(std::memory_order_relaxed)) {
         return {InputEnd::kInterrupted, {}};
     }
@@ -192,8 +217,12 @@ bool Pump::OnPacket(const uint8_t* packet, const PlayOptions& options) {
     if (interrupt_.load(std::memory_order_relaxed)) {
         return false;
     }
-    const size_t calls = engine_.OnPacket(PacketView(packet));
-    sinceBarrier_ += kPacketSize;
+    PassBarrierWhenDue(options, kPacketSize, engine_.OnPacket(PacketView(packet)));
+    return true;
+}
+
+void Pump::PassBarrierWhenDue(const PlayOptions& options, size_t bytes, size_t calls) {
+    sinceBarrier_ += bytes;
     const bool isDue = options.reading == PlayOptions::kLockStep
                            ? calls > 0
                            : sinceBarrier_ >= options.barrierInterval;
@@ -201,7 +230,6 @@ bool Pump::OnPacket(const uint8_t* packet, const PlayOptions& options) {
         sinceBarrier_ = 0;
         PassBarrier();
     }
-    return true;
 }
 
 void Pump::WaitForInput(int descriptor) {
@@ -212,6 +240,13 @@ void Pump::WaitForInput(int descriptor) {
 }
 
 void Pump::PassBarrier() {
+    // What the cache delivered meanwhile came behind the barrier.
+    while (PassOneBarrier() > 0) {
+    }
+}
+
+// Returns the number of callbacks made from the cache while it waited.
+size_t Pump::PassOneBarrier() {
     const uint32_t sequence = ++sequence_;
     {
         MutexLock lock(mutex_);
@@ -220,8 +255,9 @@ void Pump::PassBarrier() {
     const std::array<uint8_t, 7> section = BarrierSection(sequence);
     bool isAsked =
         engine_.DeliverTo(kBarrierPid, *SectionView::From(section.data(), section.size())) > 0;
+    size_t calls = 0;
     while (isAsked) {
-        engine_.ApplyChanges();
+        calls += engine_.ApplyChanges();
         MutexLock lock(mutex_);
         // Whoever was asked may go away without an answer.
         isAsked = engine_.IsWanted(kBarrierPid);
@@ -233,6 +269,7 @@ void Pump::PassBarrier() {
     }
     MutexLock lock(mutex_);
     awaited_.reset();
+    return calls;
 }
 
 }  // namespace tvservice

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -27,14 +28,15 @@ namespace tvservice {
 // what changes in the engine.
 class Pump {
   public:
-    // Both are borrowed and outlive the pump.
-    Pump(FilterEngine& engine, Counters& counters);
+    // Both are borrowed and outlive the pump. `onEnd` is called on the delivery thread when a
+    // source has ended, before the last barrier, with no lock held; it may make callbacks. May be
+    // empty.
+    Pump(FilterEngine& engine, Counters& counters, std::function<void()> onEnd = {});
     Pump(const Pump&) = delete;
     Pump& operator=(const Pump&) = delete;
     ~Pump();
 
-    // With so many filter slots, see FilterEngine::SetSlots.
-    bool Start(unsigned slots) TV_EXCLUDES(lifecycle_, mutex_);
+    bool Start() TV_EXCLUDES(lifecycle_, mutex_);
     void Stop() TV_EXCLUDES(lifecycle_, mutex_);
 
     bool Play(SourcePtr source, const PlayOptions& options) TV_EXCLUDES(mutex_);
@@ -59,13 +61,20 @@ class Pump {
     void Run() TV_EXCLUDES(mutex_);
     std::optional<Job> NextJob() TV_EXCLUDES(mutex_);
     InputEnd PlayThrough(const Job& job) TV_EXCLUDES(mutex_);
+    InputEnd PlayPackets(Source& source, const PlayOptions& options) TV_EXCLUDES(mutex_);
+    InputEnd PlayDvb(const DvbSource& source, const PlayOptions& options) TV_EXCLUDES(mutex_);
     InputEnd End(PacketSync& sync, const PlayOptions& options, InputEnd end) TV_EXCLUDES(mutex_);
+    InputEnd End(InputEnd end) TV_EXCLUDES(mutex_);
     bool OnPacket(const uint8_t* packet, const PlayOptions& options) TV_EXCLUDES(mutex_);
+    void PassBarrierWhenDue(const PlayOptions& options, size_t bytes, size_t calls)
+        TV_EXCLUDES(mutex_);
     void WaitForInput(int descriptor);
     void PassBarrier() TV_EXCLUDES(mutex_);
+    size_t PassOneBarrier() TV_EXCLUDES(mutex_);
 
     FilterEngine& engine_;
     Counters& counters_;
+    const std::function<void()> onEnd_;
     WakeEvent event_;  // set with woken_ and with interrupt_
 
     // The delivery thread's.

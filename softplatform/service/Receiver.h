@@ -1,19 +1,23 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "platform/TVServiceAPI.h"
 #include "softplatform/base/Counters.h"
 #include "softplatform/base/Mutex.h"
+#include "softplatform/fault/FaultPlan.h"
 #include "softplatform/section/FilterEngine.h"
 #include "softplatform/service/Pump.h"
 #include "softplatform/service/SectionSubscriber.h"
+#include "softplatform/service/SoftwarePlatform.h"
 
 namespace tvservice {
 
 // What stands behind both doors, SoftwarePlatform and TVServiceAPI: the parts of the one receiver,
-// joined.
+// joined. What every operation does is said in SoftwarePlatform.h; all may be called on any thread.
 class Receiver {
   public:
     // Made at the first call, by any thread, and never destroyed: the delivery thread and the
@@ -22,6 +26,12 @@ class Receiver {
 
     // `callback` is not null. The subscriber lives as long as the process.
     SectionSubscriber& MakeSubscriber(TVServiceAPI::SectionCallback callback) TV_EXCLUDES(mutex_);
+
+    bool Start(const Config& config, std::string& error) TV_EXCLUDES(lifecycle_, mutex_);
+    void Stop() TV_EXCLUDES(lifecycle_, mutex_);
+    bool Play(SourcePtr source, const PlayOptions& options) TV_EXCLUDES(mutex_);
+
+    std::shared_ptr<const FaultPlan> faults() const TV_EXCLUDES(mutex_);
 
     Counters& counters() { return counters_; }
     Pump& pump() { return pump_; }
@@ -33,11 +43,18 @@ class Receiver {
   private:
     Receiver();
 
+    void Use(const std::shared_ptr<FaultPlan>& faults) TV_EXCLUDES(mutex_);
+    void Flush() TV_EXCLUDES(mutex_);
+
     Counters& counters_;
     FilterEngine engine_;
     Pump pump_;
 
-    Mutex mutex_;
+    Mutex lifecycle_;  // one Start or Stop at a time; taken before mutex_
+    bool isStarted_ TV_GUARDED_BY(lifecycle_) = false;
+
+    mutable Mutex mutex_;
+    std::shared_ptr<FaultPlan> faults_ TV_GUARDED_BY(mutex_);
     std::vector<std::unique_ptr<SectionSubscriber>> subscribers_ TV_GUARDED_BY(mutex_);
 };
 

@@ -2,10 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "platform/ISectionSubscriber.h"
 #include "platform/TVServiceAPI.h"
 #include "softplatform/base/Counters.h"
+#include "softplatform/fault/FaultPlan.h"
+#include "softplatform/fault/FaultySections.h"
+#include "softplatform/fault/FaultySubscriptions.h"
 #include "softplatform/section/FilterEngine.h"
 
 namespace tvservice {
@@ -13,13 +17,13 @@ namespace tvservice {
 // The subscriber that clients of the service library get: one for each callback they name.
 //
 // Refused and counted (refused_subscriptions): null arguments, a table id above 255, criteria that
-// SectionFilter::Compile refuses, and what FilterEngine::Subscribe refuses.
+// SectionFilter::Compile refuses, what FilterEngine::Subscribe refuses, and what the fault plan
+// wants refused. PIDs that no packet can carry suffer no faults.
 class SectionSubscriber final : public ISectionSubscriber, private SectionSink {
   public:
     // `engine` and `counters` are borrowed and outlive the subscriber, which outlives its filters.
-    SectionSubscriber(FilterEngine& engine, Counters& counters,
-                      TVServiceAPI::SectionCallback callback)
-        : engine_(engine), counters_(counters), callback_(callback) {}
+    SectionSubscriber(FilterEngine& engine, Counters& counters, std::shared_ptr<FaultPlan> faults,
+                      TVServiceAPI::SectionCallback callback);
     SectionSubscriber(const SectionSubscriber&) = delete;
     SectionSubscriber& operator=(const SectionSubscriber&) = delete;
 
@@ -27,14 +31,23 @@ class SectionSubscriber final : public ISectionSubscriber, private SectionSink {
     int SubscribeFilter(int id, TCSectionFilterCriteriaHelper* criteria, int* handle) override;
     bool Unsubscribe(int handle) override;
 
+    // From now on these faults are suffered, by what was subscribed before too. Only while nothing
+    // is delivered.
+    void Use(const std::shared_ptr<FaultPlan>& faults);
+
+    // The input has ended: delivers what faults hold back. The delivery thread's.
+    void Flush() { sections_.Flush(); }
+
   private:
-    int Subscribe(int id, uint16_t pid, const SectionFilter& filter, int* handle);
+    int Subscribe(int id, uint16_t pid, const SectionFilter& filter, bool fromCache, int* handle);
     int Refuse(int* handle);
     void OnSection(int id, const uint8_t* section, size_t size) override;
 
     FilterEngine& engine_;
     Counters& counters_;
     const TVServiceAPI::SectionCallback callback_;
+    FaultySubscriptions subscriptions_;
+    FaultySections sections_;
 };
 
 }  // namespace tvservice

@@ -11,8 +11,29 @@
 
 namespace tvservice {
 
+namespace {
+
+InputOptions ToInputOptions(const SourceOptions& options) {
+    InputOptions result;
+    result.loop = options.loop;
+    result.follow = options.follow;
+    result.pace = options.pace;
+    result.dvr = options.dvr;
+    return result;
+}
+
+}  // namespace
+
 SourcePtr OpenSource(const std::string& uri, std::string& error) {
     return OpenInput(uri, error);
+}
+
+SourcePtr OpenSource(const std::string& uri, const SourceOptions& options, std::string& error) {
+    return OpenInput(uri, ToInputOptions(options), error);
+}
+
+SourcePtr WithOptions(SourcePtr source, const SourceOptions& options, std::string& error) {
+    return WithOptions(std::move(source), ToInputOptions(options), error);
 }
 
 SourcePtr MemorySource(std::string name, std::vector<unsigned char> bytes, std::size_t piece) {
@@ -35,11 +56,16 @@ SoftwarePlatform& SoftwarePlatform::Instance() {
 }
 
 bool SoftwarePlatform::Start(const Config& config) {
-    return m_impl->receiver.pump().Start(config.filters);
+    std::string error;
+    return Start(config, error);
+}
+
+bool SoftwarePlatform::Start(const Config& config, std::string& error) {
+    return m_impl->receiver.Start(config, error);
 }
 
 bool SoftwarePlatform::Play(SourcePtr source, const PlayOptions& options) {
-    return m_impl->receiver.pump().Play(std::move(source), options);
+    return m_impl->receiver.Play(std::move(source), options);
 }
 
 InputEnd SoftwarePlatform::WaitEnd() {
@@ -51,7 +77,7 @@ void SoftwarePlatform::Interrupt() {
 }
 
 void SoftwarePlatform::Stop() {
-    m_impl->receiver.pump().Stop();
+    m_impl->receiver.Stop();
 }
 
 void SoftwarePlatform::BarrierPassed(std::uint32_t sequence) {
@@ -74,6 +100,14 @@ std::uint64_t SoftwarePlatform::Counter(const std::string& name) const {
         }
     }
     return 0;
+}
+
+std::vector<CounterValue> SoftwarePlatform::FaultCounts() const {
+    std::vector<CounterValue> values;
+    for (const FaultCount& row : m_impl->receiver.faults()->counts()) {
+        values.push_back({row.name, row.meaning, row.count});
+    }
+    return values;
 }
 
 bool SoftwarePlatform::Seen(unsigned short pid) const {

@@ -26,11 +26,28 @@ using SourcePtr = std::shared_ptr<Source>;
 
 /// Opens a transport stream.
 ///
-/// @param uri    a path, "-" for standard input, or "udp://[@]HOST:PORT[?iface=NAME]": numeric
-///               addresses, IPv6 in brackets, multicast groups behind @ or not
+/// @param uri    a path; "-" for standard input; "udp://[@]HOST:PORT[?iface=NAME]", or the same
+/// with
+///               rtp: numeric addresses, IPv6 in brackets, multicast groups behind @ or not;
+///               "dvb:ADAPTER[:DEMUX]" for the sections of an adapter that something else has tuned
 /// @param error  on failure receives one line that names the input and why; otherwise left alone
 /// @return the source, or null on failure
 SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, std::string& error);
+
+/// How a source is read beside the usual way.
+struct SourceOptions {
+    bool loop = false;    ///< from its start again at its end; for files and memory
+    bool follow = false;  ///< waits at its end for more; for files that grow
+    double pace = 0;      ///< times real time by its PCRs; 0: as fast as it can be read
+    bool dvr = false;     ///< of "dvb:..." the packets of the dvr device; `OpenSource` only
+};
+SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, const SourceOptions& options,
+                                      std::string& error);
+
+/// Puts the options around a source, which becomes the result's alone. Null, with the line in
+/// `error`, when they do not fit it or each other.
+SOFTPLATFORM_API SourcePtr WithOptions(SourcePtr source, const SourceOptions& options,
+                                       std::string& error);
 
 /// A transport stream in memory.
 ///
@@ -91,6 +108,14 @@ struct CounterValue {
 /// What a receiver is started with.
 struct Config {
     unsigned filters = 256;  ///< section filters that can be set at once, 1 to 4096
+
+    /// Room for the cache, from which a filter may be given at once what the broadcast said before:
+    /// in bytes; every table costs 192 beside its sections, and every section 64; 0: no cache.
+    std::size_t cacheBytes = 1024 * 1024;
+
+    /// Faults to suffer on purpose, for example "drop=1/1000"; docs/faults.md has them all.
+    std::vector<std::string> faults{};
+    std::uint64_t faultSeed = 1;  ///< the same seed and faults injure the same things
 };
 
 /// The receiver itself: demultiplexer, section filters and the delivery thread, which calls the
@@ -105,7 +130,9 @@ class SOFTPLATFORM_API SoftwarePlatform {
     static SoftwarePlatform& Instance();
 
     /// Starts the delivery thread. False when it runs already, when the configuration is out of
-    /// range, or when fewer filters are asked for than are in use.
+    /// range, when fewer filters are asked for than are in use, or when a fault is not understood.
+    /// @param error  on failure receives one line that says why; otherwise left alone
+    bool Start(const Config& config, std::string& error);
     bool Start(const Config& config = Config());
 
     /// Plays a source from its start (a source that can be rewound is). Counters begin at 0, the
@@ -131,6 +158,10 @@ class SOFTPLATFORM_API SoftwarePlatform {
 
     /// One of them by its name; 0 for an unknown name.
     std::uint64_t Counter(const std::string& name) const;
+
+    /// How many faults of each kind were injected since the last `Start`: one row for each kind
+    /// that was asked for.
+    std::vector<CounterValue> FaultCounts() const;
 
     /// Whether the current or last source had a packet with payload on a PID (13 bits) while a
     /// filter was set on it.

@@ -32,7 +32,7 @@ def misplaced_keys(path, schema, document):
         for i, entry in enumerate(document):
             yield from misplaced_keys(f"{path}[{i}]", schema["items"], entry)
     elif isinstance(document, dict):
-        order = list(schema["properties"])
+        order = [key for key in schema.get("properties", ()) if key in document]
         if list(document)[:len(order)] != order:
             yield f"{path}: keys {list(document)} instead of {order}"
         for key in order:

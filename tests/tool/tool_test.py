@@ -427,6 +427,119 @@ class Live(unittest.TestCase):
         self.assertIn("udp://nowhere:1", done.stderr)
 
 
+class Inputs(unittest.TestCase):
+    def test_a_loop_goes_on_until_it_has_enough(self):
+        once = run("sections", "demo:", "--pid", "0", "--table-id", "0", "--format", "json")
+        count = 3 * len(json.loads(once.stdout)["sections"])
+        done = run("sections", "demo:", "--loop", "--pid", "0", "--table-id", "0", "--count",
+                   str(count), "--format", "json")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(len(json.loads(done.stdout)["sections"]), count)
+
+    def test_a_looped_scan_ends_when_it_is_complete(self):
+        done = run("scan", "demo:", "--loop", "--format", "json")
+        self.assertEqual(done.returncode, 0, done.stderr)
+
+    def test_a_followed_file_gives_what_is_appended(self):
+        with tempfile.NamedTemporaryFile(suffix=".ts") as file:
+            file.write(pat_packet([(1, 100)]) * 1)
+            file.flush()
+            process = subprocess.Popen(
+                [TOOL, "sections", "--follow", file.name, "--pid", "0", "--table-id", "0",
+                 "--count", "10"], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            for counter in range(1, 16):
+                file.write(pat_packet([(1, 100)], continuity_counter=counter))
+                file.flush()
+                time.sleep(0.02)
+            _, errors = process.communicate(timeout=60)
+            self.assertEqual(process.returncode, 0, errors)
+
+    def test_a_pace_holds_a_file_back(self):
+        begin = time.monotonic()
+        free = run("scan", "demo:", "--format", "json")
+        free_duration = time.monotonic() - begin
+        begin = time.monotonic()
+        paced = run("scan", "demo:", "--format", "json", "--pace=5")
+        self.assertGreater(time.monotonic() - begin, free_duration)
+        self.assertEqual(paced.returncode, 0, paced.stderr)
+        self.assertEqual(paced.stdout, free.stdout)
+
+    def test_what_cannot_be_is_named(self):
+        for arguments, words in (
+                (["--loop", "-"], "cannot open standard input: what cannot be read again"),
+                (["--follow", "--loop", "demo:"], "either looped or followed"),
+                (["rtp://nowhere:1"], "rtp://nowhere:1"),
+                (["dvb:0:300"], "DEMUX must be a number from 0 to 255"),
+                (["--dvr", "dvb:255"], "/dev/dvb/adapter255/dvr0"),
+                (["dvb:255"], "/dev/dvb/adapter255/demux0")):
+            with self.subTest(arguments):
+                done = run("scan", *arguments)
+                self.assertEqual(done.returncode, 2)
+                self.assertIn(words, done.stderr)
+
+
+class Receiver(unittest.TestCase):
+    def test_faults_are_counted_and_the_same_again(self):
+        arguments = ["scan", "demo:", "--format", "json", "--fault", "drop=1/50", "--fault",
+                     "corrupt=1/100", "--fault-seed"]
+        documents = [json.loads(run(*arguments, seed).stdout) for seed in ("7", "7", "8")]
+        self.assertEqual(scan_comparison.faults(documents[0]), [])
+        self.assertEqual(list(documents[0]["faults"]), ["drop", "corrupt"])
+        self.assertGreater(documents[0]["faults"]["drop"], 0)
+        self.assertGreater(documents[0]["counters"]["continuity_gaps"], 0)
+        self.assertEqual(documents[0], documents[1])
+        self.assertNotEqual(documents[0]["counters"], documents[2]["counters"])
+        self.assertNotIn("faults", json.loads(run("scan", "demo:", "--format", "json").stdout))
+
+    def test_faults_stand_in_the_text(self):
+        done = run("scan", "demo:", "--fault", "silent@0")
+        self.assertIn("Faults on purpose", done.stdout)
+        self.assertRegex(done.stdout, r"silent +1  ")
+
+    def test_a_refused_filter_is_told(self):
+        done = run("sections", "demo:", "--pid", "0", "--table-id", "0", "--fault",
+                   "refuse-subscribe@0")
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("the platform refused the filter", done.stderr)
+
+    def test_the_cache_serves_the_second_client(self):
+        arguments = ["sections", "demo:", "--pid", "0x11", "--table-id", "0x42", "--from-cache",
+                     "--format", "json"]
+        done = run(*arguments)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        document = json.loads(done.stdout)
+        self.assertGreater(document["counters"]["cached_sections"], 0)
+        cached = document["sections"][:document["counters"]["cached_sections"]]
+        self.assertEqual([s["section_number"] for s in cached], list(range(len(cached))))
+        document = json.loads(run(*arguments, "--cache-bytes", "0").stdout)
+        self.assertEqual(document["counters"]["cached_sections"], 0)
+
+    def test_a_table_that_does_not_repeat_is_not_asked_of_the_cache(self):
+        done = run("sections", "-", "--pid", "0", "--table-id", "0", "--from-cache",
+                   stdin=pat_packet([(1, 100)]))
+        self.assertEqual(done.returncode, 3)
+        self.assertIn("did not repeat", done.stderr)
+
+    def test_wrong_receivers_are_wrong_usage(self):
+        for arguments, word in (
+                (["--fault", "drop"], 'fault "drop", offset 4'),
+                (["--fault", "burn=1/2"], "burn"),
+                (["--filters", "0"], "0 filters"),
+                (["--filters", "4097"], "4097 filters"),
+                (["--cache-bytes", "-1"], "-1")):
+            with self.subTest(arguments):
+                done = run("scan", "demo:", *arguments)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(word, done.stderr)
+
+    def test_few_filters_leave_the_scan_incomplete(self):
+        done = run("scan", "demo:", "--filters", "2", "--format", "json")
+        self.assertEqual(done.returncode, 3)
+        document = json.loads(done.stdout)
+        self.assertGreater(document["counters"]["refused_subscriptions"], 0)
+        self.assertNotEqual(document["missing"], [])
+
+
 class Sections(unittest.TestCase):
     def test_table_id_filter_lets_that_table_through(self):
         done = run("sections", "demo:", "--pid", "0", "--table-id", "0x00", "--format", "json")

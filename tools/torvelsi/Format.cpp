@@ -34,6 +34,14 @@ Json CountersToJson(const std::vector<tvservice::CounterValue>& counters) {
     return json;
 }
 
+Json FaultsToJson(const std::vector<tvservice::CounterValue>& faults) {
+    Json json = Json::object();
+    for (const tvservice::CounterValue& fault : faults) {
+        json[fault.name] = fault.value;
+    }
+    return json;
+}
+
 std::string Iso8601(std::int64_t seconds) {
     return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<std::time_t>(seconds)));
 }

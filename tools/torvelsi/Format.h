@@ -30,6 +30,9 @@ std::string Iso8601(std::int64_t seconds);
 /// {"uri", "packet_size", "packets", "bytes"}.
 Json InputToJson(const client::InputFacts& input);
 
+/// The faults that were injected, by name in the platform's order.
+Json FaultsToJson(const std::vector<tvservice::CounterValue>& faults);
+
 /// The counters that are not 0, one a line, aligned, with what they mean.
 std::string CountersToText(const std::vector<tvservice::CounterValue>& counters);
 

@@ -11,6 +11,7 @@
 #include "tools/torvelsi/Command.h"
 #include "tools/torvelsi/ExitCode.h"
 #include "tools/torvelsi/Progress.h"
+#include "tools/torvelsi/ReceiverOptions.h"
 #include "tools/torvelsi/ScanDocument.h"
 #include "tools/torvelsi/Session.h"
 
@@ -18,14 +19,11 @@ namespace tool {
 
 namespace {
 
-int Scan(const std::string& input, bool json, std::chrono::milliseconds timeout) {
-    std::string error;
-    tvservice::SourcePtr source = OpenInput(input, error);
-    if (!source) {
-        PrintError(error);
-        return kUnreadable;
+int Scan(const ReceiverOptions& options, bool json, std::chrono::milliseconds timeout) {
+    tvservice::SourcePtr source;
+    if (const int failure = OpenAndStart(options, source); failure != kDone) {
+        return failure;
     }
-    tvservice::SoftwarePlatform::Instance().Start();
     client::MultiplexScanner scanner;
     tvservice::InputEnd end;
     {
@@ -57,7 +55,6 @@ int Scan(const std::string& input, bool json, std::chrono::milliseconds timeout)
 
 void AddScanCommand(CLI::App& app, Run& run) {
     struct Options {
-        std::string input;
         std::string format = "text";
         std::string timeout = "30s";
     };
@@ -66,7 +63,7 @@ void AddScanCommand(CLI::App& app, Run& run) {
         "scan",
         "Show what a multiplex holds: programs, services, events, networks, bouquets and "
         "the software updates that they announce");
-    command->add_option("INPUT", options->input, kInputHelp)->required();
+    const auto receiver = AddReceiverOptions(*command);
     command->add_option("--format", options->format, "text for people, json for programs")
         ->check(CLI::IsMember({"text", "json"}))
         ->capture_default_str();
@@ -74,16 +71,15 @@ void AddScanCommand(CLI::App& app, Run& run) {
         ->add_option("--timeout", options->timeout,
                      "how long to wait for a live input to be complete, e.g. 500ms, 30s, 2min")
         ->capture_default_str();
-    command->callback([options, &run] {
+    command->callback([options, receiver, &run] {
         unsigned int timeout = 0;
         try {
             timeout = ParseDuration(options->timeout);
         } catch (const std::invalid_argument& why) {
             throw CLI::ValidationError("--timeout", why.what());
         }
-        run = [options, timeout] {
-            return Scan(options->input, options->format == "json",
-                        std::chrono::milliseconds(timeout));
+        run = [options, receiver, timeout] {
+            return Scan(*receiver, options->format == "json", std::chrono::milliseconds(timeout));
         };
     });
 }

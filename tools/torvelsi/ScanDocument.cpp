@@ -144,7 +144,7 @@ Json BouquetToJson(const client::Bouquet& bouquet) {
 }  // namespace
 
 Json ScanDocument(const client::Multiplex& multiplex) {
-    return {
+    Json document = {
         {"schema", "torvelsi-scan/1"},
         {"complete", multiplex.complete},
         {"missing", multiplex.missing},
@@ -157,6 +157,10 @@ Json ScanDocument(const client::Multiplex& multiplex) {
         {"events", ListToJson(multiplex.events, EventToJson)},
         {"networks", ListToJson(multiplex.networks, NetworkToJson)},
         {"bouquets", ListToJson(multiplex.bouquets, BouquetToJson)}};
+    if (!multiplex.faults.empty()) {
+        document["faults"] = FaultsToJson(multiplex.faults);
+    }
+    return document;
 }
 
 }  // namespace tool

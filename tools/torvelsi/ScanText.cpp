@@ -230,6 +230,11 @@ std::string ScanText(const client::Multiplex& multiplex) {
     page.Blank();
     page.Line("Counters");
     page.Add(CountersToText(multiplex.counters));
+    if (!multiplex.faults.empty()) {
+        page.Blank();
+        page.Line("Faults on purpose");
+        page.Add(CountersToText(multiplex.faults));
+    }
     if (!multiplex.missing.empty()) {
         page.Blank();
         page.Line("Missing: {}", fmt::join(multiplex.missing, ", "));

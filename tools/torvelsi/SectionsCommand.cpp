@@ -1,11 +1,13 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +19,7 @@
 #include "tools/torvelsi/ExitCode.h"
 #include "tools/torvelsi/Format.h"
 #include "tools/torvelsi/Progress.h"
+#include "tools/torvelsi/ReceiverOptions.h"
 #include "tools/torvelsi/Session.h"
 
 namespace tool {
@@ -34,7 +37,7 @@ constexpr std::chrono::milliseconds kSignalPoll(50);
 enum class SectionsFormat { kHex, kJson, kBinary };
 
 struct Request {
-    std::string input;
+    ReceiverOptions receiver;
     unsigned short pid = 0;
     std::optional<unsigned int> tableId;
     std::optional<unsigned int> extension;
@@ -44,6 +47,7 @@ struct Request {
     ISectionManager::EFilterMode filterMode = ISectionManager::EContinuous;
     unsigned int timeout = kNoTimeout;
     std::optional<std::uint64_t> count;
+    bool fromCache = false;
     SectionsFormat format = SectionsFormat::kHex;
 };
 
@@ -191,26 +195,15 @@ unsigned int Subscribe(const Request& request, Printer& printer) {
                                  request.filterMode, request.timeout);
     }
     return manager.Subscribe(request.pid, *request.tableId, printer, request.filterMode,
-                             request.timeout, false);
+                             request.timeout, request.fromCache);
 }
 
-int Sections(const Request& request) {
-    std::string error;
-    tvservice::SourcePtr source = OpenInput(request.input, error);
-    if (!source) {
-        PrintError(error);
-        return kUnreadable;
-    }
-    const tvservice::SourceInfo info = tvservice::Describe(*source);
-    SoftwarePlatform& platform = SoftwarePlatform::Instance();
-    platform.Start();
-    // Both to the end of the process, as the event thread that may still call them.
-    static Printer& printer = *new Printer(request);
-    [[maybe_unused]] static client::Barrier& barrier = *new client::Barrier;
+/// Subscribes for the printer and begins its document.
+/// @return false when the platform refused the filter
+bool Begin(const Request& request, Printer& printer) {
     const unsigned int id = Subscribe(request, printer);
     if (id == 0) {
-        PrintError("the platform refused the filter");
-        return kUsage;
+        return false;
     }
     if (request.format == SectionsFormat::kJson) {
         fmt::print(
@@ -218,7 +211,64 @@ int Sections(const Request& request) {
             "  \"sections\": [",
             id);
     }
+    return true;
+}
 
+/// A client that has the table before the printer, which comes when the table begins to repeat and
+/// so is in the cache. Lives as long as the process.
+class FirstClient : public TORVEL_MW::ISectionObserver {
+  public:
+    FirstClient(const Request& request, Printer& printer) : request_(request), printer_(printer) {}
+
+    bool Subscribe() {
+        return ISectionManager::Instance()->Subscribe(request_.pid, *request_.tableId, *this,
+                                                      ISectionManager::EContinuous, kNoTimeout,
+                                                      false) != 0;
+    }
+
+    void OnSectionReceived(unsigned short /*id*/, unsigned short /*pid*/, unsigned short length,
+                           unsigned char* data) override {
+        constexpr std::size_t kMostSections = 4096;
+        if (outcome_ != kWaiting ||
+            (seen_.emplace(data, data + length).second && seen_.size() < kMostSections)) {
+            return;
+        }
+        outcome_ = Begin(request_, printer_) ? kBegun : kRefused;
+        if (outcome_ == kRefused) {
+            SoftwarePlatform::Instance().Interrupt();
+        }
+    }
+
+    void OnSectionTimeout(unsigned int /*id*/) override {}
+
+    enum Outcome { kWaiting, kBegun, kRefused };
+    Outcome outcome() const { return outcome_; }
+
+  private:
+    const Request request_;
+    Printer& printer_;
+    std::set<std::vector<unsigned char>> seen_;  // the event thread's
+    std::atomic<Outcome> outcome_{kWaiting};
+};
+
+int Sections(const Request& request) {
+    tvservice::SourcePtr source;
+    if (const int failure = OpenAndStart(request.receiver, source); failure != kDone) {
+        return failure;
+    }
+    const tvservice::SourceInfo info = tvservice::Describe(*source);
+    SoftwarePlatform& platform = SoftwarePlatform::Instance();
+    // Both to the end of the process, as the event thread that may still call them.
+    static Printer& printer = *new Printer(request);
+    [[maybe_unused]] static client::Barrier& barrier = *new client::Barrier;
+    FirstClient* const first = request.fromCache ? new FirstClient(request, printer) : nullptr;
+    const auto refused = [] {
+        PrintError("the platform refused the filter");
+        return kUsage;
+    };
+    if (!(first != nullptr ? first->Subscribe() : Begin(request, printer))) {
+        return refused();
+    }
     InputEnd end{InputEnd::kInterrupted, {}};
     {
         const Progress progress(info.size);
@@ -230,19 +280,30 @@ int Sections(const Request& request) {
                   ? platform.WaitEnd()
                   : InputEnd{InputEnd::kFailed, info.name + ": cannot be played"};
     }
+    if (first != nullptr && first->outcome() != FirstClient::kBegun) {
+        if (first->outcome() == FirstClient::kRefused) {
+            return refused();
+        }
+        PrintError(end.reason == InputEnd::kFailed
+                       ? end.error
+                       : "the table did not repeat, so that the cache was not asked for it");
+        return end.reason == InputEnd::kFailed ? kUnreadable : kIncomplete;
+    }
     printer.WaitForTimeout();
     printer.Close();
 
     if (request.format == SectionsFormat::kJson) {
         const client::InputFacts input{info.name, platform.PacketSize(),
                                        platform.Counter("packets"), platform.Counter("bytes")};
-        fmt::print("{}],\n  \"timed_out\": {},\n  \"input\": {},\n  \"counters\": {}\n}}\n",
+        const std::vector<tvservice::CounterValue> faults = platform.FaultCounts();
+        fmt::print("{}],\n  \"timed_out\": {},\n  \"input\": {},\n  \"counters\": {}{}\n}}\n",
                    printer.Sections() == 0 ? "" : "\n  ", printer.TimedOut(),
                    InputToJson(input).dump(-1, ' ', false, Json::error_handler_t::replace),
-                   CountersToJson(platform.Counters()).dump());
+                   CountersToJson(platform.Counters()).dump(),
+                   faults.empty() ? "" : ",\n  \"faults\": " + FaultsToJson(faults).dump());
     } else {
-        fmt::print(stderr, "{} sections from {}\n{}", printer.Sections(), Printable(info.name),
-                   CountersToText(platform.Counters()));
+        fmt::print(stderr, "{} sections from {}\n{}{}", printer.Sections(), Printable(info.name),
+                   CountersToText(platform.Counters()), CountersToText(platform.FaultCounts()));
     }
     if (end.reason == InputEnd::kFailed) {
         PrintError(end.error);
@@ -258,20 +319,22 @@ int Sections(const Request& request) {
 
 void AddSectionsCommand(CLI::App& app, Run& run) {
     struct Options {
-        std::string input, pid, tableId, extension, pattern, mask, mode, timeout, count;
+        std::string pid, tableId, extension, pattern, mask, mode, timeout, count;
         std::string filterMode = "continuous";
         std::string format = "hex";
+        bool fromCache = false;
     };
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand(
         "sections", "Show the sections that a filter of the section manager lets through");
-    command->add_option("INPUT", options->input, kInputHelp)->required();
+    const auto receiver = AddReceiverOptions(*command);
     command->add_option("--pid", options->pid, "the PID; numbers are decimal or 0x hexadecimal")
         ->required();
     CLI::Option* tableId =
         command->add_option("--table-id", options->tableId, "filter by this table_id");
-    command->add_option("--extension", options->extension, "and by this table_id_extension")
-        ->needs(tableId);
+    CLI::Option* extension =
+        command->add_option("--extension", options->extension, "and by this table_id_extension")
+            ->needs(tableId);
     CLI::Option* pattern = command->add_option(
         "--pattern", options->pattern, "filter by these bytes, in hexadecimal, from table_id on");
     CLI::Option* mask = command->add_option("--mask", options->mask,
@@ -282,6 +345,11 @@ void AddSectionsCommand(CLI::App& app, Run& run) {
         ->needs(pattern);
     pattern->needs(mask)->excludes(tableId);
     mask->needs(pattern);
+    CLI::Option* fromCache = command->add_flag(
+        "--from-cache", options->fromCache,
+        "be the second client: let another one have the table first, subscribe when it begins to "
+        "repeat, and show what the receiver's cache holds, then what comes");
+    fromCache->needs(tableId)->excludes(extension);
     command
         ->add_option("--filter-mode", options->filterMode,
                      "continuous, one-shot (the first section only) or toggle (after each section "
@@ -296,7 +364,7 @@ void AddSectionsCommand(CLI::App& app, Run& run) {
                      "hex for people, json for programs, binary for the bare sections")
         ->check(CLI::IsMember({"hex", "json", "binary"}))
         ->capture_default_str();
-    command->callback([options, &run] {
+    command->callback([options, receiver, &run] {
         Request request;
         const auto number = [](const char* option, const std::string& text, std::uint64_t largest) {
             try {
@@ -312,7 +380,8 @@ void AddSectionsCommand(CLI::App& app, Run& run) {
                 throw CLI::ValidationError(option, why.what());
             }
         };
-        request.input = options->input;
+        request.receiver = *receiver;
+        request.fromCache = options->fromCache;
         request.pid = static_cast<unsigned short>(number("--pid", options->pid, 0x1FFF));
         if (!options->tableId.empty()) {
             request.tableId =

@@ -23,13 +23,15 @@ std::atomic<bool> s_interrupted{false};
 }  // namespace
 
 const char* const kInputHelp =
-    "a file, - for standard input, udp://[@]HOST:PORT[?iface=NAME] for datagrams, or demo: for a "
-    "built-in multiplex (demo:NAME for another "
-    "scenario, see 'torvelsi generate --list')";
+    "a file, - for standard input, udp://[@]HOST:PORT[?iface=NAME] or rtp://... for datagrams, "
+    "dvb:ADAPTER[:DEMUX] for an adapter that is tuned already (this tool does not tune; programs "
+    "like dvbv5-zap do), or demo: for a built-in multiplex (demo:NAME for another scenario, see "
+    "'torvelsi generate --list')";
 
-tvservice::SourcePtr OpenInput(const std::string& input, std::string& error) {
+tvservice::SourcePtr OpenInput(const std::string& input, const tvservice::SourceOptions& options,
+                               std::string& error) {
     if (input.rfind(kDemo, 0) != 0) {
-        return tvservice::OpenSource(input, error);
+        return tvservice::OpenSource(input, options, error);
     }
     const std::string scenario = input.substr(sizeof(kDemo) - 1);
     std::vector<std::uint8_t> bytes = generator::MakeScenario(scenario.empty() ? "demo" : scenario);
@@ -37,7 +39,7 @@ tvservice::SourcePtr OpenInput(const std::string& input, std::string& error) {
         error = fmt::format("{}: there is no scenario of that name", Printable(input));
         return nullptr;
     }
-    return tvservice::MemorySource(input, std::move(bytes));
+    return tvservice::WithOptions(tvservice::MemorySource(input, std::move(bytes)), options, error);
 }
 
 void CatchInterrupts() {

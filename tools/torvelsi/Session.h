@@ -6,11 +6,12 @@
 
 namespace tool {
 
-/// Opens what the user named: a path, "-", or "demo:" (optionally "demo:SCENARIO", see `torvelsi
-/// generate --list`).
+/// Opens what the user named: what `tvservice::OpenSource` knows, or "demo:" (optionally
+/// "demo:SCENARIO", see `torvelsi generate --list`).
 /// @param error  on failure receives one line that names the input and why
 /// @return null on failure
-tvservice::SourcePtr OpenInput(const std::string& input, std::string& error);
+tvservice::SourcePtr OpenInput(const std::string& input, const tvservice::SourceOptions& options,
+                               std::string& error);
 
 /// What INPUT may be, for help texts.
 extern const char* const kInputHelp;

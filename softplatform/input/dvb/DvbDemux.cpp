@@ -98,17 +98,6 @@ bool DvbDemux::Remove(uint64_t name) {
     return true;
 }
 
-bool DvbDemux::Probe(std::string& error) const {
-    const int reason = Uninterrupted([this] {
-        int problem = 0;
-        return open_(path_, problem) == nullptr ? problem : 0;
-    });
-    if (reason != 0) {
-        error = "cannot open " + path_ + ": " + Text(reason);
-    }
-    return reason == 0;
-}
-
 bool DvbDemux::Turn(int wake, std::string& error) {
     if (ApplyChanges(error) && ReadWaiting(wake, error)) {
         return true;

@@ -76,10 +76,6 @@ class DvbDemux {
     // Wants them no longer, from the next Turn on. Returns false for a name that is not in use.
     bool Remove(uint64_t name) TV_EXCLUDES(mutex_);
 
-    // Whether the device can be opened now, without a filter. Returns false with one line in
-    // `error` that names it and says why not.
-    bool Probe(std::string& error) const;
-
     // Sets and releases device filters as was asked for; waits until a device has something to say
     // or `wake`, a descriptor that is never read here, is readable; and hands on what came, only so
     // much that it soon returns. A signal ends the wait too.

@@ -583,16 +583,5 @@ TEST_F(DvbDemuxTest, TheSinkMayAddAndRemove) {
     EXPECT_EQ(filters[0].pid, kOtherPid);
 }
 
-TEST_F(DvbDemuxTest, AProbeTellsWhetherTheDeviceOpensAndLeavesItClosed) {
-    std::string error = "untouched";
-    kernel_.Fail(Call::kOpen, EINTR);
-    EXPECT_TRUE(demux_->Probe(error));
-    EXPECT_EQ(error, "untouched");
-    EXPECT_EQ(kernel_.OpenFiles(), 0u);
-    kernel_.Unplug();
-    EXPECT_FALSE(demux_->Probe(error));
-    EXPECT_EQ(error, "cannot open /dev/dvb/adapter0/demux0: No such file or directory");
-}
-
 }  // namespace
 }  // namespace tvservice

@@ -73,7 +73,7 @@ class PumpTest : public testing::Test {
         engine_.Subscribe(pid, *SectionFilter::Compile({table_id}, {0xFF}, {}), recorder_, id);
     }
     InputEnd Play(std::shared_ptr<Source> source) {
-        EXPECT_TRUE(pump_.Start(kDefaultFilterSlots));
+        EXPECT_TRUE(pump_.Start());
         EXPECT_TRUE(pump_.Play(std::move(source), {}));
         const InputEnd end = pump_.WaitEnd();
         pump_.Stop();
@@ -128,7 +128,7 @@ TEST_F(PumpTest, WaitsForInputThatIsNotThereYet) {
 }
 
 TEST_F(PumpTest, DoesNotPlayWhatCannotBeRewound) {
-    ASSERT_TRUE(pump_.Start(kDefaultFilterSlots));
+    ASSERT_TRUE(pump_.Start());
     EXPECT_FALSE(pump_.Play(std::make_shared<ScriptedSource>(false), {}));
     EXPECT_FALSE(pump_.Play(nullptr, {}));
     EXPECT_TRUE(pump_.Play(std::make_shared<ScriptedSource>(true), {}));
@@ -146,7 +146,7 @@ TEST_F(PumpTest, HasNothingToWaitForWhereNothingPlayed) {
 TEST_F(PumpTest, LetsGoOfTheSourceBeforeItTellsTheEnd) {
     auto source = std::make_shared<ScriptedSource>(true);
     const std::weak_ptr<Source> watched = source;
-    ASSERT_TRUE(pump_.Start(kDefaultFilterSlots));
+    ASSERT_TRUE(pump_.Start());
     ASSERT_TRUE(pump_.Play(std::move(source), {}));
     pump_.WaitEnd();
     EXPECT_TRUE(watched.expired());

@@ -36,6 +36,7 @@ using testsupport::Bytes;
 using testsupport::Counting;
 using testsupport::Join;
 using testsupport::PacketWriter;
+using testsupport::SectionBytes;
 using testsupport::SectionOfSize;
 using testsupport::Signal;
 using testsupport::TempDir;
@@ -93,13 +94,16 @@ class SoftwarePlatformTest : public testing::Test {
     }
     ~SoftwarePlatformTest() override {
         platform_.Stop();
+        platform_.Start();  // without the faults of this test
+        platform_.Stop();
         for (const int handle : handles_) {
             subscriber_->Unsubscribe(handle);
         }
     }
 
-    int Subscribe(unsigned short pid, unsigned short table_id, int id) {
+    int Subscribe(unsigned short pid, unsigned short table_id, int id, bool fromCache = false) {
         TCSectionCriteriaHelper criteria;
+        criteria.m_selector = fromCache ? 1 : 2;
         criteria.m_pid = pid;
         criteria.m_tableId = table_id;
         int handle = -1;
@@ -535,6 +539,198 @@ TEST_F(SoftwarePlatformTest, AppliesReleasesWhileTheInputIsSilent) {
     }
     platform_.Interrupt();
     EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
+}
+
+TEST_F(SoftwarePlatformTest, SaysWhyItDoesNotStart) {
+    std::string error = "untouched";
+    Config config;
+    config.filters = 4097;
+    EXPECT_FALSE(platform_.Start(config, error));
+    EXPECT_EQ(error, "4097 filters: 1 to 4096 are possible, and no fewer than are in use");
+    config.filters = 4;
+    config.faults = {"drop=1/1000", "delay@1:by=0"};
+    EXPECT_FALSE(platform_.Start(config, error));
+    EXPECT_EQ(error, "fault \"delay@1:by=0\", offset 11: by is a number from 1 to 1000");
+    EXPECT_TRUE(platform_.FaultCounts().empty());
+    config.faults.clear();
+    EXPECT_TRUE(platform_.Start(config, error));
+    EXPECT_FALSE(platform_.Start(config, error));
+    EXPECT_EQ(error, "the receiver runs already");
+}
+
+TEST_F(SoftwarePlatformTest, GivesWhatItHasCachedAfterTheEndOfTheInput) {
+    ASSERT_TRUE(platform_.Start());
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Section(0x0011, section_).Take())),
+              InputEnd::kEndOfInput);
+    Subscribe(0x0011, 0x42, 1);
+    Subscribe(0x0011, 0x42, 2, true);
+    WaitForSections(1);
+    EXPECT_THAT(TakeIds(), ElementsAre(2));
+    platform_.Stop();
+    EXPECT_EQ(platform_.Counter("cached_sections"), 1u);
+}
+
+TEST_F(SoftwarePlatformTest, GivesWhatItHasCachedWhileTheInputIsSilent) {
+    const TempDir dir;
+    ASSERT_EQ(::mkfifo(dir.Path("fifo").c_str(), 0600), 0);
+    Subscribe(0x0011, 0x42, 1);
+    ASSERT_TRUE(platform_.Start());
+    std::string error;
+    ASSERT_TRUE(platform_.Play(OpenSource(dir.Path("fifo"), error)));
+    const int writer = ::open(dir.Path("fifo").c_str(), O_WRONLY | O_CLOEXEC);
+    for (int i = 0; i < 10; ++i) {
+        writer_.Section(0x0011, section_);
+    }
+    const Bytes bytes = writer_.Take();
+    ASSERT_EQ(::write(writer, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    WaitForSections(10);
+    TakeIds();
+    Subscribe(0x0011, 0x42, 2, true);
+    WaitForSections(1);
+    EXPECT_THAT(TakeIds(), ElementsAre(2));
+    ::close(writer);
+    EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kEndOfInput);
+}
+
+TEST_F(SoftwarePlatformTest, HasNoCacheWhenItIsGivenNoRoom) {
+    Config config;
+    config.cacheBytes = 0;
+    ASSERT_TRUE(platform_.Start(config));
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Section(0x0011, section_).Take())),
+              InputEnd::kEndOfInput);
+    EXPECT_EQ(platform_.Counter("sections"), 0u);
+    Subscribe(0x0011, 0x42, 1, true);
+    platform_.Stop();
+    EXPECT_THAT(TakeIds(), IsEmpty());
+}
+
+TEST_F(SoftwarePlatformTest, HoldsTheStreamForWhatTheCacheGaveWhileABarrierWasAwaited) {
+    SubscribeBarrier();
+    Subscribe(0x0100, 0x42, 1);
+    Inbox().onBarrier = [this](uint32_t sequence) {
+        if (Inbox().barriers.size() == 1) {
+            Subscribe(0x0011, 0x42, 2, true);
+        }
+        platform_.BarrierPassed(sequence);
+    };
+    Inbox().onSection = [](int id) {
+        if (id == 2) {
+            EXPECT_EQ(Inbox().barriers.size(), 1u);
+        }
+    };
+    ASSERT_TRUE(platform_.Start());
+    PlayOptions options;
+    options.reading = PlayOptions::kLockStep;
+    EXPECT_EQ(
+        PlayWhole(
+            MemorySource("m", writer_.Section(0x0011, section_).Section(0x0100, section_).Take()),
+            options),
+        InputEnd::kEndOfInput);
+    EXPECT_THAT(TakeIds(), ElementsAre(1, 2));
+    // Behind the section, behind what the cache gave, and at the end.
+    EXPECT_EQ(Inbox().barriers.size(), 3u);
+}
+
+TEST_F(SoftwarePlatformTest, LoopsASourceUntilItIsInterrupted) {
+    Subscribe(0x0100, 0x42, 7);
+    ASSERT_TRUE(platform_.Start());
+    std::string error;
+    SourceOptions loop;
+    loop.loop = true;
+    for (int i = 0; i < 20; ++i) {
+        writer_.Section(0x0100, section_);
+    }
+    const SourcePtr source = WithOptions(MemorySource("m", writer_.Take()), loop, error);
+    ASSERT_NE(source, nullptr) << error;
+    EXPECT_TRUE(Describe(*source).live);
+    ASSERT_TRUE(platform_.Play(source));
+    WaitForSections(100);
+    platform_.Interrupt();
+    EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
+    loop.follow = true;
+    EXPECT_EQ(WithOptions(MemorySource("m", {}), loop, error), nullptr);
+    EXPECT_EQ(error, "cannot open m: it is either looped or followed");
+}
+
+TEST_F(SoftwarePlatformTest, InjuresWhatIsPlayedAndAskedForAsTheFaultsSay) {
+    Config config;
+    config.faults = {"drop@1", "refuse-subscribe@0", "silent@1"};
+    ASSERT_TRUE(platform_.Start(config));
+    EXPECT_EQ(Subscribe(0x0100, 0x42, 6), -1);
+    EXPECT_NE(Subscribe(0x0100, 0x42, 7), -1);
+    for (int i = 0; i < 5; ++i) {
+        writer_.Section(0x0100,
+                        SectionBytes{.table_id_extension = static_cast<uint16_t>(i)}.Build());
+    }
+    const SourcePtr source = MemorySource("m", writer_.Take());
+    EXPECT_EQ(PlayWhole(source), InputEnd::kEndOfInput);
+    EXPECT_EQ(platform_.Counter("packets"), 4u);
+    EXPECT_EQ(Inbox().sections.size(), 3u);
+    EXPECT_EQ(Inbox().sections[0].second[4], 0);
+    EXPECT_EQ(Inbox().sections[1].second[4], 3);
+    std::vector<std::pair<std::string, uint64_t>> counts;
+    for (const CounterValue& count : platform_.FaultCounts()) {
+        counts.emplace_back(count.name, count.value);
+    }
+    EXPECT_THAT(counts, ElementsAre(testing::Pair("drop", 1), testing::Pair("silent", 1),
+                                    testing::Pair("refuse-subscribe", 1)));
+}
+
+TEST_F(SoftwarePlatformTest, HasNoFaultsLeftAfterAStartWithoutAny) {
+    Config config;
+    config.faults = {"silent=1/1"};
+    ASSERT_NE(Subscribe(0x0100, 0x42, 7), -1);
+    ASSERT_TRUE(platform_.Start(config));
+    const SourcePtr source = MemorySource("m", writer_.Section(0x0100, section_).Take());
+    EXPECT_EQ(PlayWhole(source), InputEnd::kEndOfInput);
+    EXPECT_THAT(TakeIds(), IsEmpty()) << "what was asked for before suffers too";
+    platform_.Stop();
+    ASSERT_TRUE(platform_.Start());
+    EXPECT_EQ(PlayWhole(source), InputEnd::kEndOfInput);
+    EXPECT_THAT(TakeIds(), ElementsAre(7));
+    EXPECT_TRUE(platform_.FaultCounts().empty());
+}
+
+TEST_F(SoftwarePlatformTest, DeliversWhatAFaultHoldsBackBeforeTheLastBarrier) {
+    Config config;
+    config.faults = {"delay@0:by=1000"};
+    ASSERT_TRUE(platform_.Start(config));
+    SubscribeBarrier();
+    Subscribe(0x0100, 0x42, 7);
+    Inbox().onBarrier = [this](uint32_t sequence) {
+        EXPECT_EQ(Inbox().sections.size(), 1u);
+        platform_.BarrierPassed(sequence);
+    };
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Section(0x0100, section_).Take())),
+              InputEnd::kEndOfInput);
+    EXPECT_EQ(Inbox().barriers.size(), 1u);
+}
+
+TEST_F(SoftwarePlatformTest, LeavesTheBarrierOutOfAllFaults) {
+    Config config;
+    config.faults = {"silent=1/1", "refuse-subscribe=1/1", "refuse-unsubscribe=1/1"};
+    ASSERT_TRUE(platform_.Start(config));
+    const int barrier = SubscribeBarrier();
+    EXPECT_NE(barrier, -1);
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Section(0x0100, section_).Take())),
+              InputEnd::kEndOfInput);
+    EXPECT_EQ(Inbox().barriers.size(), 1u);
+    EXPECT_TRUE(subscriber_->Unsubscribe(barrier));
+    handles_.clear();
+}
+
+TEST_F(SoftwarePlatformTest, ReleasesTogetherWhatOneOldHandleStandsFor) {
+    Config config;
+    config.faults = {"old-handle@1"};
+    ASSERT_TRUE(platform_.Start(config));
+    const int first = Subscribe(0x0100, 0x42, 1);
+    EXPECT_EQ(Subscribe(0x0101, 0x42, 2), first);
+    EXPECT_TRUE(subscriber_->Unsubscribe(first));
+    EXPECT_FALSE(subscriber_->Unsubscribe(first));
+    handles_.clear();
+    writer_.Section(0x0100, section_).Section(0x0101, section_);
+    EXPECT_EQ(PlayWhole(MemorySource("m", writer_.Take())), InputEnd::kEndOfInput);
+    EXPECT_THAT(TakeIds(), IsEmpty());
 }
 
 }  // namespace

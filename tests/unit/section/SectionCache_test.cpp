@@ -1,0 +1,163 @@
+#include "softplatform/section/SectionCache.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "tests/support/TsBytes.h"
+
+namespace tvservice {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testsupport::Bytes;
+using testsupport::Counting;
+using testsupport::PlainSection;
+using testsupport::SectionBytes;
+
+constexpr uint16_t kPid = 0x0011;
+
+class SectionCacheTest : public testing::Test {
+  protected:
+    void Put(const Bytes& section, uint16_t pid = kPid) {
+        cache_.Put(pid, *SectionView::From(section.data(), section.size()));
+    }
+
+    std::vector<Bytes> Table(uint8_t table_id, uint16_t pid = kPid) const {
+        std::vector<Bytes> sections;
+        cache_.VisitTable(pid, table_id, [&](SectionView section) {
+            sections.emplace_back(section.data(), section.data() + section.size());
+        });
+        return sections;
+    }
+
+    SectionCache cache_{64 * 1024};
+};
+
+TEST_F(SectionCacheTest, GivesTheSectionsOfATableInOrder) {
+    const Bytes second = SectionBytes{.section_number = 1, .last_section_number = 1}.Build();
+    const Bytes first = SectionBytes{.section_number = 0, .last_section_number = 1}.Build();
+    const Bytes before = SectionBytes{.table_id_extension = 0}.Build();
+    Put(second);
+    Put(first);
+    Put(before);
+    EXPECT_THAT(Table(0x42), ElementsAre(before, first, second));
+}
+
+TEST_F(SectionCacheTest, KeepsTablesAndPidsApart) {
+    const Bytes sdt = SectionBytes{.table_id = 0x42}.Build();
+    const Bytes bat = SectionBytes{.table_id = 0x4A}.Build();
+    Put(sdt);
+    Put(bat);
+    Put(bat, 0x0012);
+    EXPECT_THAT(Table(0x42), ElementsAre(sdt));
+    EXPECT_THAT(Table(0x4A), ElementsAre(bat));
+    EXPECT_THAT(Table(0x42, 0x0012), IsEmpty());
+    EXPECT_THAT(Table(0x4A, 0x0012), ElementsAre(bat));
+    EXPECT_THAT(Table(0x43), IsEmpty());
+    EXPECT_THAT(Table(0x41), IsEmpty());
+}
+
+TEST_F(SectionCacheTest, KeepsOnlyTheLastVersion) {
+    Put(SectionBytes{.version_number = 3, .section_number = 0, .last_section_number = 1}.Build());
+    Put(SectionBytes{.version_number = 3, .section_number = 1, .last_section_number = 1}.Build());
+    const Bytes next =
+        SectionBytes{.version_number = 4, .section_number = 1, .last_section_number = 1}.Build();
+    Put(next);
+    EXPECT_THAT(Table(0x42), ElementsAre(next));
+}
+
+TEST_F(SectionCacheTest, TakesAnotherLastSectionNumberForAnotherVersion) {
+    Put(SectionBytes{.section_number = 1, .last_section_number = 1}.Build());
+    const Bytes alone = SectionBytes{.section_number = 0, .last_section_number = 0}.Build();
+    Put(alone);
+    EXPECT_THAT(Table(0x42), ElementsAre(alone));
+}
+
+TEST_F(SectionCacheTest, TakesWhatChangedWithoutAnotherVersion) {
+    Put(SectionBytes{.body = {1, 2, 3}}.Build());
+    const Bytes changed = SectionBytes{.body = {1, 2}}.Build();
+    Put(changed);
+    EXPECT_THAT(Table(0x42), ElementsAre(changed));
+    EXPECT_EQ(cache_.bytes(),
+              changed.size() + SectionCache::kSectionCost + SectionCache::kSubTableCost);
+}
+
+TEST_F(SectionCacheTest, TellsServicesOfNetworksApartThatShareATransportStreamId) {
+    const Bytes own = SectionBytes{.table_id = 0x46, .body = {0x00, 0x01, 0xFF}}.Build();
+    const Bytes other = SectionBytes{.table_id = 0x46, .body = {0x00, 0x02, 0xFF}}.Build();
+    Put(own);
+    Put(other);
+    EXPECT_THAT(Table(0x46), ElementsAre(own, other));
+}
+
+TEST_F(SectionCacheTest, TellsEventsOfStreamsApartThatShareAServiceId) {
+    const Bytes own = SectionBytes{.table_id = 0x4F, .body = {0, 1, 0, 1, 0, 0x4F}}.Build();
+    const Bytes otherStream = SectionBytes{.table_id = 0x4F, .body = {0, 2, 0, 1, 0, 0x4F}}.Build();
+    const Bytes otherNetwork =
+        SectionBytes{.table_id = 0x4F, .body = {0, 1, 0, 2, 0, 0x4F}}.Build();
+    Put(own);
+    Put(otherStream);
+    Put(otherNetwork);
+    EXPECT_THAT(Table(0x4F), ElementsAre(own, otherNetwork, otherStream));
+}
+
+TEST_F(SectionCacheTest, KeepsNothingThatIsNotCurrentOrHasNoVersion) {
+    Put(SectionBytes{.current_next_indicator = false}.Build());
+    Put(PlainSection(0x70, {1, 2, 3, 4, 5}));
+    EXPECT_THAT(Table(0x42), IsEmpty());
+    EXPECT_THAT(Table(0x70), IsEmpty());
+    EXPECT_EQ(cache_.bytes(), 0u);
+}
+
+TEST_F(SectionCacheTest, GivesUpTheSubTableThatWasSilentForTheLongestTime) {
+    const auto section = [](uint16_t extension) {
+        return SectionBytes{.table_id_extension = extension, .body = Counting(1000)}.Build();
+    };
+    cache_.SetLimit(3 *
+                    (section(1).size() + SectionCache::kSectionCost + SectionCache::kSubTableCost));
+    Put(section(1));
+    Put(section(2));
+    Put(section(3));
+    Put(section(1));  // a repetition
+    Put(section(4));
+    EXPECT_THAT(Table(0x42), ElementsAre(section(1), section(3), section(4)));
+    EXPECT_LE(cache_.bytes(), cache_.limit());
+}
+
+TEST_F(SectionCacheTest, NeverExceedsItsLimit) {
+    cache_.SetLimit(10'000);
+    for (uint16_t extension = 0; extension < 2000; ++extension) {
+        for (uint8_t number = 0; number < 4; ++number) {
+            Put(SectionBytes{.table_id_extension = extension,
+                             .section_number = number,
+                             .last_section_number = 3,
+                             .body = Counting(extension % 300)}
+                    .Build());
+            ASSERT_LE(cache_.bytes(), 10'000u);
+        }
+    }
+    EXPECT_GT(cache_.bytes(), 5'000u);
+}
+
+TEST_F(SectionCacheTest, GivesUpASubTableThatIsTooLargeByItself) {
+    cache_.SetLimit(500);
+    Put(SectionBytes{.body = Counting(1000)}.Build());
+    EXPECT_THAT(Table(0x42), IsEmpty());
+    EXPECT_EQ(cache_.bytes(), 0u);
+}
+
+TEST_F(SectionCacheTest, ForgetsWhenItIsToldTo) {
+    Put(SectionBytes{}.Build());
+    cache_.Clear();
+    EXPECT_THAT(Table(0x42), IsEmpty());
+    EXPECT_EQ(cache_.bytes(), 0u);
+    Put(SectionBytes{}.Build());
+    cache_.SetLimit(0);
+    EXPECT_THAT(Table(0x42), IsEmpty());
+}
+
+}  // namespace
+}  // namespace tvservice

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <CLI/App.hpp>
+#include <memory>
+#include <string>
+
+#include "softplatform/service/SoftwarePlatform.h"
+
+namespace tool {
+
+/// What the commands that play an input have in common: the input, how it is read, and the receiver
+/// that it is played on.
+struct ReceiverOptions {
+    std::string input;
+    tvservice::SourceOptions reading;
+    tvservice::Config receiver;
+};
+
+/// Adds INPUT and the options to a command. The result is filled when the command line is parsed.
+std::shared_ptr<ReceiverOptions> AddReceiverOptions(CLI::App& command);
+
+/// Opens the input and starts the receiver.
+///
+/// @param source  receives the input
+/// @return an `ExitCode`; after anything but `kDone` the error has been printed
+int OpenAndStart(const ReceiverOptions& options, tvservice::SourcePtr& source);
+
+}  // namespace tool
