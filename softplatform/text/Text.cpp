@@ -2,7 +2,11 @@
 
 #include <iconv.h>
 
+#include <map>
+#include <string>
+
 #include "softplatform/base/ByteView.h"
+#include "softplatform/base/Mutex.h"
 #include "softplatform/text/Iso6937.h"
 
 namespace tvservice {
@@ -65,21 +69,44 @@ class Utf8Writer {
     std::string text_;
 };
 
-// A table that iconv knows, one code at a time.
+// The converters of iconv, each opened at its first use and never closed: to open one is to load a
+// module.
+class Converters {
+  public:
+    static Converters& Instance() {
+        static Converters& instance = *new Converters;
+        return instance;
+    }
+
+    Mutex& mutex() TV_RETURN_CAPABILITY(mutex_) { return mutex_; }
+
+    // Null when it cannot be opened now.
+    iconv_t Find(const std::string& name) TV_REQUIRES(mutex_) {
+        const auto known = byName_.find(name);
+        if (known != byName_.end()) {
+            return known->second;
+        }
+        const iconv_t opened = iconv_open("UTF-8", name.c_str());
+        if (opened == reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr)
+            return nullptr;
+        }
+        byName_.emplace(name, opened);
+        return opened;
+    }
+
+  private:
+    Mutex mutex_;
+    std::map<std::string, iconv_t> byName_ TV_GUARDED_BY(mutex_);
+};
+
+// A table that iconv knows, one code at a time. A null converter has no character.
 class Table {
   public:
-    explicit Table(const char* name) : converter_(iconv_open("UTF-8", name)) {}
-    Table(const Table&) = delete;
-    Table& operator=(const Table&) = delete;
-    ~Table() {
-        if (IsOpen()) {
-            iconv_close(converter_);
-        }
-    }
+    explicit Table(iconv_t converter) : converter_(converter) {}
 
     // Writes the character of `code`; false when the table has none.
     bool Write(ByteView code, Utf8Writer& out) {
-        if (!IsOpen()) {
+        if (converter_ == nullptr) {
             return false;
         }
         char utf8[8];
@@ -97,11 +124,7 @@ class Table {
     }
 
   private:
-    bool IsOpen() const {
-        return converter_ != reinterpret_cast<iconv_t>(-1);  // NOLINT(performance-no-int-to-ptr)
-    }
-
-    iconv_t converter_;
+    const iconv_t converter_;
 };
 
 void ReadIso6937(ByteView text, Utf8Writer& out) {
@@ -134,7 +157,9 @@ void ReadIso6937(ByteView text, Utf8Writer& out) {
 }
 
 void ReadIso8859(ByteView text, int part, Utf8Writer& out) {
-    Table table(("ISO-8859-" + std::to_string(part)).c_str());
+    Converters& converters = Converters::Instance();
+    MutexLock lock(converters.mutex());
+    Table table(converters.Find("ISO-8859-" + std::to_string(part)));
     for (size_t at = 0; at < text.size(); ++at) {
         const uint8_t code = text.U8(at);
         if (code < 0xA0) {
@@ -153,7 +178,9 @@ void ReadUtf16(ByteView text, Utf8Writer& out) {
 
 // Codes of two bytes with their high bits set, ASCII between them.
 void ReadTwoByte(ByteView text, const char* name, Utf8Writer& out) {
-    Table table(name);
+    Converters& converters = Converters::Instance();
+    MutexLock lock(converters.mutex());
+    Table table(converters.Find(name));
     size_t at = 0;
     while (at < text.size()) {
         const uint8_t first = text.U8(at);

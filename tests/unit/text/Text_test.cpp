@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tvservice {
@@ -198,6 +200,32 @@ TEST(Text, AnyBytesGiveValidUtf8) {
             bytes[0] = static_cast<uint8_t>(random() % 0x28);
         }
         ASSERT_TRUE(IsValidUtf8(Utf8(bytes))) << i;
+    }
+}
+
+TEST(Text, IsTheSameOnAllThreadsAtOnce) {
+    const auto everyTable = [] {
+        std::string all;
+        for (uint8_t selector = 0x01; selector <= 0x15; ++selector) {
+            Bytes text{selector};
+            for (int code = 0x20; code <= 0xFF; ++code) {
+                text.push_back(static_cast<uint8_t>(code));
+            }
+            all += Utf8(text);
+        }
+        return all;
+    };
+    std::array<std::string, 8> results;
+    std::vector<std::thread> threads;
+    for (std::string& result : results) {
+        threads.emplace_back([&] { result = everyTable(); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_FALSE(results[0].empty());
+    for (const std::string& result : results) {
+        EXPECT_EQ(result, results[0]);
     }
 }
 
