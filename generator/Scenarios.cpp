@@ -17,8 +17,12 @@ struct Scenario {
     Bytes (*make)(std::uint64_t seed);
 };
 
+Bytes MakeUsualDemo(std::uint64_t seed) {
+    return MakeDemoStream({}, seed);
+}
+
 constexpr Scenario kScenarios[] = {
-    {{"demo", "ten seconds of a plausible multiplex with every table"}, InPackets<MakeDemo>},
+    {{"demo", "ten seconds of a plausible multiplex with every table"}, MakeUsualDemo},
     {{"versions", "versions that change, wrap, jump back, leave and return"},
      InPackets<MakeVersions>},
     {{"oddities", "rarities: odd linkages, empty names, huge tables, cut descriptors"},
@@ -51,6 +55,10 @@ std::vector<std::uint8_t> MakeScenario(std::string_view name, std::uint64_t seed
         }
     }
     return {};
+}
+
+std::vector<std::uint8_t> MakeDemoStream(const DemoExtent& extent, std::uint64_t seed) {
+    return Serialise(MakeDemo(seed, extent));
 }
 
 }  // namespace generator

@@ -20,4 +20,13 @@ std::vector<ScenarioInfo> Scenarios();
 // tables of a scenario are the same for every seed. May be called on any thread.
 std::vector<std::uint8_t> MakeScenario(std::string_view name, std::uint64_t seed = 0);
 
+// How fast and how long the demo is sent. Below 800 packets a second it does not find room.
+struct DemoExtent {
+    std::uint32_t packetsPerSecond = 800;
+    std::uint32_t milliseconds = 10'000;
+};
+
+// The demo in another extent: the same tables at the same times, and null packets for the rest.
+std::vector<std::uint8_t> MakeDemoStream(const DemoExtent& extent, std::uint64_t seed = 0);
+
 }  // namespace generator

@@ -10,8 +10,6 @@
 namespace generator {
 namespace {
 
-constexpr std::uint32_t kDuration = 10'000;  // milliseconds
-constexpr std::uint32_t kPacketsPerSecond = 800;
 constexpr std::uint32_t kVideoPeriod = 40;  // also that of clock references, which may be 100 apart
 constexpr std::uint32_t kAudioPeriod = 60;
 constexpr std::uint32_t kMapPeriod = 250;
@@ -107,8 +105,8 @@ class DemoPlan {
 
 }  // namespace
 
-PacketList MakeDemo(std::uint64_t seed) {
-    Multiplexer multiplexer(kPacketsPerSecond);
+PacketList MakeDemo(std::uint64_t seed, const DemoExtent& extent) {
+    Multiplexer multiplexer(extent.packetsPerSecond);
     DemoPlan plan(multiplexer, seed);
     for (const DemoTable& table : MakeDemoTables()) {
         plan.AddSections(table.pid, table.period, table.sections);
@@ -117,7 +115,7 @@ PacketList MakeDemo(std::uint64_t seed) {
         plan.AddProgram(program);
     }
     plan.AddTimes(0x0014);
-    return multiplexer.Run(kDuration);
+    return multiplexer.Run(extent.milliseconds);
 }
 
 }  // namespace generator

@@ -5,11 +5,12 @@
 
 #include "generator/Bytes.h"
 #include "generator/Packet.h"
+#include "generator/Scenarios.h"
 
 namespace generator {
 
-// Ten seconds of a plausible multiplex, 800 packets a second, without any error.
-PacketList MakeDemo(std::uint64_t seed);
+// A plausible multiplex without any error.
+PacketList MakeDemo(std::uint64_t seed, const DemoExtent& extent = {});
 // Sub-tables that change their version in every way, announced and not.
 PacketList MakeVersions(std::uint64_t seed);
 // Legal and illegal rarities that are seen on air, in undamaged packets.

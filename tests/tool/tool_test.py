@@ -83,6 +83,15 @@ class Generate(unittest.TestCase):
                 self.assertEqual(scan_comparison.faults(document), [])
                 self.assertGreater(document["input"]["packets"], 0)
 
+    def test_the_demo_comes_at_any_rate_and_length(self):
+        with tempfile.NamedTemporaryFile(suffix=".ts") as out:
+            done = run("generate", out.name, "--rate", "40000000", "--duration", "3s")
+            self.assertEqual(done.returncode, 0, done.stderr)
+            self.assertEqual(len(out.read()), 40_000_000 // 1504 * 3 * 188)
+            scan = json.loads(run("scan", out.name, "--format", "json").stdout)
+        for part in ("pat", "cat", "programs", "services", "events", "networks", "bouquets"):
+            self.assertEqual(scan[part], scenario("demo")[part])
+
     def test_unknown_scenario_is_wrong_usage(self):
         done = run("generate", "/dev/null", "--scenario", "nonsense")
         self.assertEqual(done.returncode, 1)
@@ -628,6 +637,11 @@ class CommandLine(unittest.TestCase):
                 (["scan", "demo:", "--log-level", "loud"], "loud"),
                 (["generate"], "OUT"),
                 (["generate", "x", "--seed", "-1"], "-1"),
+                (["generate", "x", "--rate", "1000000"], "less than the demo needs"),
+                (["generate", "x", "--rate", "fast"], "fast"),
+                (["generate", "x", "--duration", "0"], "0 bytes"),
+                (["generate", "x", "--duration", "2000min"], "can be made"),
+                (["generate", "x", "--rate", "40000000", "--scenario", "broadcast"], "--rate"),
                 (["sections", "demo:"], "--pid"),
                 (["sections", "demo:", "--pid", "0"], "--table-id"),
                 (["sections", "demo:", "--pid", "0x2000", "--table-id", "0"], "0x2000"),

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -26,8 +28,10 @@ int List() {
     return kDone;
 }
 
-int Generate(const std::string& path, const std::string& scenario, std::uint64_t seed) {
-    const std::vector<std::uint8_t> stream = generator::MakeScenario(scenario, seed);
+int Generate(const std::string& path, const std::string& scenario,
+             const std::optional<generator::DemoExtent>& extent, std::uint64_t seed) {
+    const std::vector<std::uint8_t> stream =
+        extent ? generator::MakeDemoStream(*extent, seed) : generator::MakeScenario(scenario, seed);
     if (stream.empty()) {
         PrintError(fmt::format("there is no scenario '{}'; see 'torvelsi generate --list'",
                                Printable(scenario)));
@@ -45,19 +49,51 @@ int Generate(const std::string& path, const std::string& scenario, std::uint64_t
     return kDone;
 }
 
+/// None when neither is given.
+std::optional<generator::DemoExtent> Extent(const std::string& rate, const std::string& duration) {
+    constexpr std::uint64_t kBitsPerPacket = 188 * 8;
+    constexpr std::uint64_t kHighestRate = 1'000'000'000;
+    constexpr std::uint64_t kLargestStream = 4'000'000'000;  // bits; it is made in memory
+    generator::DemoExtent extent;
+    try {
+        if (!rate.empty()) {
+            const std::uint64_t packets = ParseNumber(rate, kHighestRate) / kBitsPerPacket;
+            if (packets < extent.packetsPerSecond) {
+                throw std::invalid_argument(rate + " is less than the demo needs, 1203200");
+            }
+            extent.packetsPerSecond = static_cast<std::uint32_t>(packets);
+        }
+        if (!duration.empty()) {
+            extent.milliseconds = ParseDuration(duration);
+        }
+        const std::uint64_t bits =
+            extent.packetsPerSecond * kBitsPerPacket * extent.milliseconds / 1000;
+        if (bits < kBitsPerPacket || bits > kLargestStream) {
+            throw std::invalid_argument(
+                fmt::format("{} bytes: 188 to {} can be made", bits / 8, kLargestStream / 8));
+        }
+    } catch (const std::invalid_argument& why) {
+        throw CLI::ValidationError("--rate and --duration", why.what());
+    }
+    return rate.empty() && duration.empty() ? std::nullopt : std::optional(extent);
+}
+
 }  // namespace
 
 void AddGenerateCommand(CLI::App& app, Run& run) {
     struct Options {
         std::string path;
         std::string scenario = "demo";
+        std::string rate;
+        std::string duration;
         std::string seed = "0";
         bool list = false;
     };
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("generate", "Write a transport stream made here");
     CLI::Option* path = command->add_option("OUT", options->path, "the file to write");
-    command->add_option("--scenario", options->scenario, "what to make")->capture_default_str();
+    CLI::Option* scenario =
+        command->add_option("--scenario", options->scenario, "what to make")->capture_default_str();
     command
         ->add_option("--seed", options->seed,
                      "chooses what is random; the same seed, the same bytes")
@@ -70,15 +106,22 @@ void AddGenerateCommand(CLI::App& app, Run& run) {
             }
         })
         ->capture_default_str();
+    CLI::Option* rate = command->add_option(
+        "--rate", options->rate, "of the demo: bits per second, 1203200 or more, e.g. 40000000");
+    CLI::Option* duration = command->add_option("--duration", options->duration,
+                                                "of the demo: how long it is, e.g. 10s, 1min");
+    scenario->excludes(rate)->excludes(duration);
     CLI::Option* list = command->add_flag("--list", options->list, "list the scenarios");
     path->excludes(list);
     command->callback([options, &run] {
         if (!options->list && options->path.empty()) {
             throw CLI::RequiredError("OUT");
         }
-        run = [options] {
+        const std::optional<generator::DemoExtent> extent =
+            Extent(options->rate, options->duration);
+        run = [options, extent] {
             return options->list ? List()
-                                 : Generate(options->path, options->scenario,
+                                 : Generate(options->path, options->scenario, extent,
                                             ParseNumber(options->seed, UINT64_MAX));
         };
     });
