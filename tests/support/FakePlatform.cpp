@@ -50,6 +50,7 @@ FakePlatform& FakePlatform::Get() {
 void FakePlatform::Reset() {
     ResetTables();
     ResetDescriptors();
+    duringCreation = nullptr;
     duringRequest = nullptr;
     duringRelease = nullptr;
     duringLog = nullptr;
@@ -177,11 +178,16 @@ bool FakePlatform::Unsubscribe(int handle) {
 
 ISectionSubscriber* FakePlatform::MakeSubscriber(TVServiceAPI::SectionCallback sectionCallback,
                                                  int theProfile, int theParameter) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
     ++subscribersMade_;
     callback = sectionCallback;
     profile = theProfile;
     parameter = theParameter;
+    lock.unlock();
+    if (const auto hook = duringCreation) {
+        hook();
+    }
+    lock.lock();
     return hasSubscriber_ ? this : nullptr;
 }
 

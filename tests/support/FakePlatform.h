@@ -70,6 +70,8 @@ class FakePlatform final : public ISectionSubscriber {
     void NextReply(Reply reply);
     void NextRelease(bool result);
     void HaveNoSubscriber();
+    /// Called inside CreateSectionSubscriber, before it gives the subscriber, with no lock held.
+    std::function<void()> duringCreation;
     /// Called inside each request, before it is answered, with no lock held.
     std::function<void(const Request&)> duringRequest;
     /// Called inside each release, with no lock held.

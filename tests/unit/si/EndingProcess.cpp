@@ -1,7 +1,6 @@
 // A process that used the section manager, ending in the way that its argument names. Run by
 // ProcessExit_test.cpp.
 
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,12 +10,12 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 
 #include "SI/Include/ISectionManager.h"
 #include "SI/SectionFilter/Korvo/Src/KorvoSectionManager.h"
+#include "tests/unit/si/Call.h"
 
 namespace {
 
@@ -37,17 +36,13 @@ void Push(int id) {
 // Returns when every other thread of the process sleeps, as the event thread does in front of an
 // empty queue.
 void WaitUntilTheOthersWait() {
-    const std::string self = std::to_string(syscall(SYS_gettid));
     bool areAllWaiting = false;
     while (!areAllWaiting) {
         std::this_thread::yield();
         areAllWaiting = true;
         for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-            std::string stat;
-            std::getline(std::ifstream(task.path() / "stat"), stat);
-            const std::size_t name = stat.rfind(')');
-            areAllWaiting &= task.path().filename() == self ||
-                             (name != std::string::npos && stat.compare(name + 2, 1, "S") == 0);
+            const int thread = std::stoi(task.path().filename());
+            areAllWaiting &= thread == ThreadNumber() || IsAsleep(thread);
         }
     }
 }

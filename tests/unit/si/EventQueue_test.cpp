@@ -1,10 +1,8 @@
-#include "SI/SectionFilter/Korvo/Src/EventQueue.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <numeric>
 #include <thread>
@@ -12,24 +10,12 @@
 #include <vector>
 
 #include "tests/support/Forever.h"
-
-namespace TORVEL_MW {
-
-struct EventQueuePeer {
-    template <class Item>
-    static std::vector<const void*> Members(const EventQueue<Item>& queue) {
-        return {&queue.m_queue, &queue.m_mutex, &queue.m_condition};
-    }
-    template <class Item>
-    static void NotifyAll(EventQueue<Item>& queue) {
-        queue.m_condition.NotifyAll();
-    }
-};
-
-}  // namespace TORVEL_MW
+#include "tests/unit/si/Call.h"
+#include "tests/unit/si/EventQueuePeer.h"
 
 namespace {
 
+using TORVEL_MW::EternalCondition;
 using TORVEL_MW::EventQueue;
 using TORVEL_MW::EventQueuePeer;
 
@@ -80,16 +66,12 @@ TEST_F(EventQueueTest, NullGoesThroughLikeAnyItem) {
 }
 
 TEST_F(EventQueueTest, PopWaitsUntilAnotherThreadPushes) {
-    EventQueue<Item> queue;
-    std::atomic<bool> popped{false};
-    std::unique_ptr<Item> item;
-    std::thread consumer([&] {
-        item = queue.Pop();
-        popped = true;
-    });
-    EXPECT_FALSE(popped);  // nothing is there that it could have got
+    auto& queue = Forever<EventQueue<Item>>();
+    auto& item = Forever<std::unique_ptr<Item>>();
+    auto& consumer = Forever<Call>([&] { item = queue.Pop(); });
+    ASSERT_TRUE(consumer.Blocks());
     Push(queue, 5);
-    consumer.join();
+    ASSERT_TRUE(consumer.Returns());
     EXPECT_EQ(item->number, 5);
 }
 
@@ -139,19 +121,13 @@ TEST_F(EventQueueTest, MembersStandInTheirOrder) {
 
 TEST_F(EventQueueTest, AWakeUpWithoutAnItemIsWaitedOver) {
     auto& queue = Forever<EventQueue<Item>>();
-    std::atomic<bool> isPopped{false};
-    std::thread consumer([&] {
-        queue.Pop();
-        isPopped = true;
-    });
-    for (int i = 0; i < 1000; ++i) {
+    auto& consumer = Forever<Call>([&queue] { queue.Pop(); });
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_TRUE(consumer.Blocks());
         EventQueuePeer::NotifyAll(queue);
-        std::this_thread::yield();
     }
-    EXPECT_FALSE(isPopped);
     Push(queue, 1);
-    consumer.join();
-    EXPECT_TRUE(isPopped);
+    EXPECT_TRUE(consumer.Returns());
 }
 
 /// A queue whose memory stays, as that of a static object does.
@@ -164,34 +140,34 @@ class InPlace {
     std::aligned_storage_t<sizeof(T), alignof(T)> memory_;
 };
 
+TEST_F(EventQueueTest, ConditionEndsWhileSomebodyStillWaitsOnIt) {
+    auto& memory = Forever<InPlace<EternalCondition>>();
+    EternalCondition& condition = *memory.Make();
+    auto& mutex = Forever<std::mutex>();
+    auto& waiter = Forever<Call>([&] {
+        std::unique_lock<std::mutex> lock(mutex);
+        for (;;) {
+            condition.Wait(lock);
+        }
+    });
+    ASSERT_TRUE(waiter.Blocks());
+    EXPECT_TRUE(ReturnsElsewhere([&condition] { condition.~EternalCondition(); }));
+}
+
 TEST_F(EventQueueTest, DestructionWaitsForNoConsumerAndLateComersBlockForEver) {
     auto& memory = Forever<InPlace<EventQueue<Item>>>();
     EventQueue<Item>& queue = *memory.Make();
-    static std::atomic<int> returned{0};
-    std::atomic<bool> entered{false};
-    std::thread([&queue, &entered] {
-        entered = true;
-        queue.Pop();
-        ++returned;
-    }).detach();
-    while (!entered) {
-        std::this_thread::yield();
-    }
-    queue.~EventQueue();  // with the consumer in Pop, or on its way into it
+    auto& consumer = Forever<Call>([&queue] { queue.Pop(); });
+    ASSERT_TRUE(consumer.Blocks());
+    ASSERT_TRUE(ReturnsElsewhere([&queue] { queue.~EventQueue(); }));
 
-    std::atomic<bool> pushing{false};
-    std::vector<int>& late = Forever<std::vector<int>>();
-    std::thread([&queue, &pushing, &late] {
-        auto item = std::make_unique<Item>(1, late);
-        pushing = true;
-        queue.Push(std::move(item));
-        ++returned;
-    }).detach();
-    while (!pushing) {
-        std::this_thread::yield();
-    }
-    EXPECT_EQ(returned, 0);
-    EXPECT_TRUE(late.empty());
+    auto& late = Forever<std::vector<int>>();
+    auto& producer =
+        Forever<Call>([&queue, &late] { queue.Push(std::make_unique<Item>(1, late)); });
+    auto& secondConsumer = Forever<Call>([&queue] { queue.Pop(); });
+    EXPECT_TRUE(producer.Blocks());
+    EXPECT_TRUE(secondConsumer.Blocks());
+    EXPECT_TRUE(consumer.Blocks());
 }
 
 TEST_F(EventQueueTest, SecondQueueAtTheSamePlaceWorks) {

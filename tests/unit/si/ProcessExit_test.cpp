@@ -1,5 +1,6 @@
 // How a process that used the section manager ends: through the termination handler, promptly,
-// never in a hang. Two run at a time, beside two threads that keep the processor busy.
+// never in a hang. Two run at a time, beside two threads that keep the processor busy. First over
+// the fake platform, then with the shared libraries while a stream plays.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -22,7 +23,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kProcessesPerWay = 34;  // 7 ways: more than 200
+constexpr std::size_t kProcessesPerWay = 34;  // 7 ways: more than 200
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
 constexpr int kPatienceFactor = 10;
 #elif defined(__has_feature)
@@ -41,14 +42,13 @@ struct Ending {
     std::string output;
 };
 
-Ending RunProcess(const std::string& way) {
+Ending RunProcess(std::string program, const std::string& way, int seconds = 1) {
     int output[2];
     EXPECT_EQ(pipe2(output, O_CLOEXEC), 0);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    std::string program = ENDING_PROCESS;
     std::string argument = way;
     char* const arguments[] = {program.data(), argument.data(), nullptr};
     pid_t child = 0;
@@ -61,7 +61,7 @@ Ending RunProcess(const std::string& way) {
     EXPECT_GE(process, 0);
     pollfd ended{process, POLLIN, 0};
     Ending ending;
-    ending.inTime = poll(&ended, 1, 1000 * kPatienceFactor) == 1;
+    ending.inTime = poll(&ended, 1, 1000 * seconds * kPatienceFactor) == 1;
     if (!ending.inTime) {
         kill(child, SIGKILL);
     }
@@ -74,9 +74,9 @@ Ending RunProcess(const std::string& way) {
     return ending;
 }
 
-class ProcessExit : public testing::TestWithParam<std::string> {};
-
-TEST_P(ProcessExit, EndsThroughTheTerminationHandlerWithinASecond) {
+/// Runs so many of them, two at a time, on a busy machine.
+std::vector<Ending> RunUnderLoad(std::size_t count, const std::string& program,
+                                 const std::string& way, int seconds = 1) {
     std::atomic<bool> stop{false};
     std::vector<std::thread> load;
     for (int i = 0; i < 2; ++i) {
@@ -85,15 +85,12 @@ TEST_P(ProcessExit, EndsThroughTheTerminationHandlerWithinASecond) {
             }
         });
     }
-    std::atomic<int> aborted{0};
-    std::atomic<int> late{0};
+    std::vector<Ending> endings(count);
     std::vector<std::thread> runners;
-    for (int i = 0; i < 2; ++i) {
-        runners.emplace_back([&] {
-            for (int n = 0; n < kProcessesPerWay / 2; ++n) {
-                const Ending ending = RunProcess(GetParam());
-                late += ending.inTime ? 0 : 1;
-                aborted += WIFSIGNALED(ending.status) && WTERMSIG(ending.status) == SIGABRT ? 1 : 0;
+    for (std::size_t first = 0; first < 2; ++first) {
+        runners.emplace_back([&, first] {
+            for (std::size_t n = first; n < endings.size(); n += 2) {
+                endings[n] = RunProcess(program, way, seconds);
             }
         });
     }
@@ -104,30 +101,80 @@ TEST_P(ProcessExit, EndsThroughTheTerminationHandlerWithinASecond) {
     for (std::thread& thread : load) {
         thread.join();
     }
-    EXPECT_EQ(late, 0);
-    EXPECT_EQ(aborted, kProcessesPerWay);
+    return endings;
+}
+
+std::string TestName(const testing::TestParamInfo<std::string>& way) {
+    std::string name = way.param;
+    for (char& c : name) {
+        c = c == '-' ? '_' : c;
+    }
+    return name;
+}
+
+class ProcessExit : public testing::TestWithParam<std::string> {};
+
+TEST_P(ProcessExit, EndsThroughTheTerminationHandlerWithinASecond) {
+    for (const Ending& ending : RunUnderLoad(kProcessesPerWay, ENDING_PROCESS, GetParam())) {
+        EXPECT_TRUE(ending.inTime);
+        EXPECT_TRUE(WIFSIGNALED(ending.status));
+        EXPECT_EQ(WTERMSIG(ending.status), SIGABRT);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways, ProcessExit,
                          testing::Values("immediately", "idle", "section-just-pushed",
                                          "producer-still-pushing", "slow-handler", "forked-child",
                                          "exit"),
-                         [](const auto& way) {
-                             std::string name = way.param;
-                             for (char& c : name) {
-                                 c = c == '-' ? '_' : c;
-                             }
-                             return name;
-                         });
+                         TestName);
 
 TEST(ProcessExitQuick, LeavesWithItsOwnStatusAfterFlushing) {
-    for (int n = 0; n < kProcessesPerWay; ++n) {
-        const Ending ending = RunProcess("quick-exit");
+    for (std::size_t n = 0; n < kProcessesPerWay; ++n) {
+        const Ending ending = RunProcess(ENDING_PROCESS, "quick-exit");
         ASSERT_TRUE(ending.inTime);
         ASSERT_TRUE(WIFEXITED(ending.status));
         ASSERT_EQ(WEXITSTATUS(ending.status), 0);
         ASSERT_EQ(ending.output, "flushed");
     }
+}
+
+std::vector<Ending> RunPlayers(const std::string& way) {
+    constexpr std::size_t kPlayers = 10;  // each makes and plays a stream first
+    constexpr int kSeconds = 20;
+    return RunUnderLoad(kPlayers, ENDING_PLAYER, way, kSeconds);
+}
+
+class PlayingProcessExit : public testing::TestWithParam<std::string> {};
+
+TEST_P(PlayingProcessExit, EndsThroughTheTerminationHandlerWhileSectionsArrive) {
+    for (const Ending& ending : RunPlayers(GetParam())) {
+        EXPECT_TRUE(ending.inTime);
+        EXPECT_EQ(ending.output, "sss");
+        EXPECT_TRUE(WIFSIGNALED(ending.status));
+        EXPECT_EQ(WTERMSIG(ending.status), SIGABRT);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, PlayingProcessExit,
+                         testing::Values("return", "exit", "exit-elsewhere",
+                                         "subscriptions-come-and-go", "stopped"),
+                         TestName);
+
+void ExpectStatus(const std::vector<Ending>& endings, int status) {
+    for (const Ending& ending : endings) {
+        EXPECT_TRUE(ending.inTime);
+        EXPECT_EQ(ending.output, "sss");
+        EXPECT_TRUE(WIFEXITED(ending.status));
+        EXPECT_EQ(WEXITSTATUS(ending.status), status);
+    }
+}
+
+TEST(PlayingProcessExitStatus, IsThatOfAQuickExit) {
+    ExpectStatus(RunPlayers("quick-exit"), 0);
+}
+
+TEST(PlayingProcessExitStatus, IsThatOfTheProgramsOwnTerminationHandler) {
+    ExpectStatus(RunPlayers("own-handler"), 7);
 }
 
 }  // namespace

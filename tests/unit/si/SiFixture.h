@@ -89,6 +89,7 @@ struct KorvoSectionManagerPeer {
         m.m_eventQueue.Push(std::move(record));
     }
     static std::recursive_mutex& Mutex(M& m) { return m.m_mutex; }
+    static EventQueue<SectionData>& Queue(M& m) { return m.m_eventQueue; }
 
     static std::vector<const void*> Members(const M& m) {
         return {&m.m_mutex,      &m.m_subscriptions, &m.m_nextId,
