@@ -34,6 +34,13 @@ function(torvelsi_room name)
     endif()
 endfunction()
 
+# The stacks that a program writes of itself shall have the names of its functions; those of the rooms
+# that it links stay offsets, which addr2line turns into names.
+function(torvelsi_named_stacks name)
+    set_target_properties(${name} PROPERTIES
+        ENABLE_EXPORTS ON CXX_VISIBILITY_PRESET default VISIBILITY_INLINES_HIDDEN OFF)
+endfunction()
+
 # torvelsi_test(NAME SOURCES file... LINK target... [LABELS label...])
 # One GoogleTest program; every TEST of it becomes a ctest of its own and runs in its own process.
 # The label "threads" has it run under ThreadSanitizer too.
@@ -45,8 +52,12 @@ function(torvelsi_test name)
     add_executable(${name} ${TEST_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${TEST_LINK} test_main house_options GTest::gmock)
+    # The test's own watchdog tells where it hangs before ctest ends it.
+    math(EXPR limit "${TEST_TIMEOUT} - 20")
+    torvelsi_named_stacks(${name})
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
+        PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}"
+                   ENVIRONMENT TORVELSI_TEST_LIMIT=${limit})
     if("threads" IN_LIST TEST_LABELS)
         add_dependencies(thread_tests ${name})
     endif()

@@ -107,7 +107,8 @@ FaultySections::Decision FaultySections::Decide(const uint8_t* section, size_t s
                 decision.unknownIds.push_back(amount);
                 break;
             case FaultKind::kCut: {
-                const size_t kept = amount ? *amount : 1 + trigger.random().Below(size - 1);
+                const auto kept =
+                    static_cast<size_t>(amount ? *amount : 1 + trigger.random().Below(size - 1));
                 if (kept < decision.size) {
                     decision.size = kept;
                     cuts = 1;

@@ -136,10 +136,10 @@ void FaultySource::OnPacket(Packet packet) {
                 break;
             case FaultKind::kCorrupt: {
                 // Behind the header, unless asked for: PID and continuity_counter stay right.
-                const size_t byte =
+                const auto byte = static_cast<size_t>(
                     trigger.spec().amount
                         ? *trigger.spec().amount
-                        : kHeaderSize + trigger.random().Below(kPacketSize - kHeaderSize);
+                        : kHeaderSize + trigger.random().Below(kPacketSize - kHeaderSize));
                 packet[byte] = static_cast<uint8_t>(packet[byte] ^ 1u << trigger.random().Below(8));
                 ++flips;
                 break;

@@ -25,8 +25,8 @@ void SystemTimer::WakeAt(std::chrono::nanoseconds time) {
     time = std::max(time, std::chrono::nanoseconds(1));  // 0 would disarm it
     const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
     itimerspec due{};
-    due.it_value.tv_sec = seconds.count();
-    due.it_value.tv_nsec = (time - seconds).count();
+    due.it_value.tv_sec = static_cast<time_t>(seconds.count());
+    due.it_value.tv_nsec = static_cast<decltype(due.it_value.tv_nsec)>((time - seconds).count());
     ::timerfd_settime(timer_.get(), TFD_TIMER_ABSTIME, &due, nullptr);
 }
 

@@ -66,7 +66,7 @@ bool Receiver::Play(SourcePtr source, const PlayOptions& options) {
         MutexLock lock(mutex_);
         return faults_;
     }();
-    if (source != nullptr && faults->Has(FaultEvent::kPacket)) {
+    if (source != nullptr && source->dvb() == nullptr && faults->Has(FaultEvent::kPacket)) {
         source = std::make_shared<FaultySource>(std::move(source), faults);
     }
     return pump_.Play(std::move(source), options);

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "tests/support/Watchdog.h"
+
 #if defined(__SANITIZE_ADDRESS__)
 #define TORVEL_LEAK_CHECK 1
 #elif defined(__has_feature)
@@ -27,6 +29,7 @@ extern "C" void __gcov_dump(void);
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    testsupport::WatchTests();
     const int result = RUN_ALL_TESTS();
     std::cout.flush();
     std::fflush(nullptr);
