@@ -14,6 +14,14 @@
 
 namespace client {
 
+/// Whether `data` holds what its section_length tells of (ISO/IEC 13818-1 2.4.4.11). A platform may
+/// deliver less; parsers, which are not told `length`, would read what lies behind.
+inline bool IsWhole(const unsigned char* data, unsigned short length) {
+    constexpr int kUpToSectionLength = 3;
+    return length >= kUpToSectionLength &&
+           length >= kUpToSectionLength + ((data[1] & 0x0F) << 8 | data[2]);
+}
+
 /// The header of a section with section_syntax_indicator (ISO/IEC 13818-1 2.4.4.11).
 struct SectionHeader {
     static constexpr int kSize = 8;
@@ -61,7 +69,7 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
 
     void OnSectionReceived(unsigned short, unsigned short pid, unsigned short length,
                            unsigned char* data) override {
-        if (length < SectionHeader::kSize) {
+        if (length < SectionHeader::kSize || !IsWhole(data, length)) {
             return;
         }
         const SectionHeader header(data);

@@ -1,0 +1,145 @@
+// A receiver with few section filters.
+
+#include <array>
+
+#include "tests/hostile/HostileTest.h"
+
+namespace testsupport {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// Twelve ask for one of four filters: six want the same, six a table each of their own.
+class ScarceFiltersTest : public HostileTest {
+  protected:
+    static constexpr unsigned kSlots = 4;
+    static constexpr size_t kAlike = 6, kSingle = 6;
+    static constexpr uint8_t kFirstSingleTable = 0x60;
+    // What single requests get: all slots but the one of those who want the same.
+    static constexpr size_t kServed = kSlots - 1;
+
+    static uint8_t TableOf(size_t single) {
+        return static_cast<uint8_t>(kFirstSingleTable + single);
+    }
+
+    // Those who want the same share only once there is no free slot: the first four requests take
+    // the slots, then sharing and refused ones come in turn.
+    void SubscribeAll() {
+        Ask(alike_[0], kPid, kTable);
+        for (size_t i = 0; i < kServed; ++i) {
+            Ask(single_[i], kOtherPid, TableOf(i));
+        }
+        for (size_t i = 1; i < kAlike; ++i) {
+            Ask(alike_[i], kPid, kTable);
+            if (kServed + i - 1 < kSingle) {
+                Ask(single_[kServed + i - 1], kOtherPid, TableOf(kServed + i - 1));
+            }
+        }
+    }
+
+    void WriteAll() {
+        Write(sections_);
+        for (size_t i = 0; i < kSingle; ++i) {
+            Write(Sections(3, TableOf(i)), kOtherPid);
+        }
+    }
+
+    struct Client {
+        Inbox* inbox = nullptr;
+        unsigned id = 0;
+    };
+
+    // A refused request leaves its id to the next one.
+    void Ask(Client& client, uint16_t pid, uint8_t table_id) {
+        client.inbox = &Forever<Inbox>();
+        client.id = Subscribe(*client.inbox, pid, table_id);
+        if (client.id != 0) {
+            EXPECT_EQ(client.id, nextId_);
+            ++nextId_;
+        } else {
+            refusals_.push_back(NoFilter(nextId_));
+            refusals_.push_back(SubscribeFailed(nextId_, 139));
+        }
+    }
+
+    unsigned nextId_ = 2;
+    std::vector<std::string> refusals_;
+    std::array<Client, kAlike> alike_;
+    std::array<Client, kSingle> single_;
+    const SectionList sections_ = Sections(5);
+};
+
+TEST_F(ScarceFiltersTest, ThoseThatShareGetEverySectionAndTheRestIsRefused) {
+    Suffer({}, kSlots);
+    SubscribeAll();
+    for (size_t i = 0; i < kAlike; ++i) {
+        EXPECT_NE(alike_[i].id, 0u) << i;
+    }
+    for (size_t i = 0; i < kSingle; ++i) {
+        EXPECT_EQ(single_[i].id == 0, i >= kServed) << i;
+    }
+    EXPECT_THAT(TakeTrouble(), ElementsAreArray(refusals_));
+    EXPECT_EQ(Count("refused_subscriptions"), kSingle - kServed);
+
+    WriteAll();
+    Play();
+    for (const Client& client : alike_) {
+        EXPECT_THAT(client.inbox->Take(), ElementsAreArray(sections_)) << client.id;
+    }
+    for (size_t i = 0; i < kSingle; ++i) {
+        const SectionList expected = i < kServed ? Sections(3, TableOf(i)) : SectionList();
+        EXPECT_EQ(single_[i].inbox->Take(), expected) << i;
+    }
+    EXPECT_THAT(TakeTrouble(), IsEmpty());
+}
+
+TEST_F(ScarceFiltersTest, TheLastSharerToGoMakesRoomAndUntilThenSectionsOfThoseGoneFindNobody) {
+    Suffer({}, kSlots);
+    SubscribeAll();
+    Inbox& late = Forever<Inbox>();
+    std::vector<std::string> orphans;
+    for (size_t gone = 1; gone < kAlike; ++gone) {
+        Manager().Unsubscribe(alike_[gone - 1].id);
+        orphans.push_back(NoSubscription(alike_[gone - 1].id));
+        EXPECT_EQ(Subscribe(late, kOtherPid, TableOf(kServed)), 0u) << "no room yet";
+        TakeLog();
+        Write(Sublist(sections_, 0, 1)).Play();
+        for (size_t i = 0; i < kAlike; ++i) {
+            EXPECT_THAT(alike_[i].inbox->Take(), SizeIs(i < gone ? 0u : 1u)) << i;
+        }
+        EXPECT_EQ(TakeTrouble(), orphans);
+    }
+
+    Manager().Unsubscribe(alike_[kAlike - 1].id);
+    EXPECT_NE(Subscribe(late, kOtherPid, TableOf(kServed)), 0u);
+    TakeLog();
+    WriteAll();
+    Play();
+    EXPECT_THAT(late.Take(), ElementsAreArray(Sections(3, TableOf(kServed))));
+    for (const Client& client : alike_) {
+        EXPECT_THAT(client.inbox->Take(), IsEmpty());
+    }
+    EXPECT_THAT(TakeTrouble(), IsEmpty()) << "nothing goes to released ids any more";
+}
+
+TEST_F(ScarceFiltersTest, ASharerThatComesLaterGetsEverySectionFromThenOn) {
+    Suffer({}, 1);
+    const unsigned first = Subscribe(inbox_);
+    Write(Sublist(sections_, 0, 2)).Play();
+    ASSERT_NE(Subscribe(other_), 0u);
+    Manager().Unsubscribe(first);
+    TakeLog();
+    Write(Sublist(sections_, 2, 3)).Play();
+    EXPECT_THAT(inbox_.Take(), ElementsAreArray(Sublist(sections_, 0, 2)));
+    EXPECT_THAT(other_.Take(), ElementsAreArray(Sublist(sections_, 2, 3)));
+    const std::vector<std::string> trouble = TakeTrouble();
+    EXPECT_THAT(trouble, SizeIs(3));
+    EXPECT_THAT(trouble, Each(NoSubscription(first)));
+}
+
+}  // namespace
+}  // namespace testsupport
