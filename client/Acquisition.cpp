@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "SI/Include/ISectionManager.h"
+#include "client/SubscriptionIds.h"
 
 namespace client {
 
@@ -163,12 +164,18 @@ void Acquisition::Filter(unsigned short pid, unsigned int tableId, ISectionObser
     }
     {
         std::lock_guard<std::mutex> lock(mutex_);
+        outOfIds_ = outOfIds_ || subscription > kLastServedId;
         if (!released_) {
             subscriptions_.push_back(subscription);
             return;
         }
     }
     ISectionManager::Instance()->Unsubscribe(subscription);
+}
+
+bool Acquisition::OutOfIds() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return outOfIds_;
 }
 
 void Acquisition::Fill(Multiplex& multiplex) const {

@@ -41,6 +41,9 @@ class Acquisition {
     /// live until a barrier has passed or nothing can be queued any more.
     void Unsubscribe();
 
+    /// Whether a filter was set to which no section finds its way any more (kLastServedId).
+    bool OutOfIds() const;
+
     /// Waits until nothing is missing or `timeout` has passed, and answers true; false as soon as
     /// Unsubscribe is called before.
     bool WaitUntilComplete(std::chrono::milliseconds timeout);
@@ -70,6 +73,7 @@ class Acquisition {
     std::set<int> nitPids_;                    // guarded by mutex_
     std::vector<unsigned int> subscriptions_;  // guarded by mutex_
     bool released_ = false;                    // guarded by mutex_
+    bool outOfIds_ = false;                    // guarded by mutex_
     unsigned long news_ = 0;                   // guarded by mutex_; complete tables so far
     std::condition_variable changed_;
 };

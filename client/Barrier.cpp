@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "SI/Include/ISectionManager.h"
+#include "client/SubscriptionIds.h"
 #include "softplatform/service/SoftwarePlatform.h"
 
 namespace client {
@@ -15,7 +16,12 @@ constexpr unsigned short kBarrierSize = 7;  // table_id, section_length, sequenc
 Barrier::Barrier()
     : subscription_(TORVEL_MW::ISectionManager::Instance()->Subscribe(
           tvservice::kBarrierPid, tvservice::kBarrierTableId, *this,
-          TORVEL_MW::ISectionManager::EContinuous, kNoTimeout, false)) {}
+          TORVEL_MW::ISectionManager::EContinuous, kNoTimeout, false)) {
+    if (subscription_ > kLastServedId) {
+        TORVEL_MW::ISectionManager::Instance()->Unsubscribe(subscription_);
+        subscription_ = 0;
+    }
+}
 
 Barrier::~Barrier() {
     if (subscription_ != 0) {

@@ -13,6 +13,9 @@ class Barrier : public TORVEL_MW::ISectionObserver {
   public:
     Barrier();
     ~Barrier() override;
+    /// Whether it answers; otherwise nothing asks it, and nothing is held.
+    bool Works() const { return subscription_ != 0; }
+
     Barrier(const Barrier&) = delete;
     Barrier& operator=(const Barrier&) = delete;
 

@@ -50,7 +50,9 @@ struct MultiplexScanner::Impl {
         tvservice::InputEnd end{tvservice::InputEnd::kFailed,
                                 tvservice::Describe(*source).name + ": cannot be played"};
         bool isOurs = false;
-        if (platform.Play(source, options)) {
+        if (!barrier->Works() || pass->OutOfIds()) {
+            pass->Unsubscribe();
+        } else if (platform.Play(source, options)) {
             std::thread watch;
             if (timeout) {
                 watch = std::thread([&] {
@@ -66,12 +68,18 @@ struct MultiplexScanner::Impl {
         } else {
             pass->Unsubscribe();
         }
+        const bool isServed = barrier->Works() && !pass->OutOfIds();
         if (end.reason == tvservice::InputEnd::kInterrupted) {
             KeepForever(std::move(pass));
             KeepForever(std::move(barrier));
             if (isOurs) {
                 end.reason = tvservice::InputEnd::kEndOfInput;
             }
+        }
+        if (!isServed) {
+            end = {tvservice::InputEnd::kFailed,
+                   tvservice::Describe(*source).name +
+                       ": cannot be scanned: this process has no filter left, or has set 65535"};
         }
         return end;
     }

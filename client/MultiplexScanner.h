@@ -28,6 +28,9 @@ class MultiplexScanner {
     /// the next packet on. Either way the result depends neither on read sizes nor on thread
     /// timing.
     ///
+    /// A process can make 65535 subscriptions (kLastServedId), and a scan makes a few for each
+    /// program: a scan that finds none left fails.
+    ///
     /// What is live is played until the multiplex is complete or `timeout` has passed, and then
     /// interrupted: the end is `kEndOfInput` in both cases.
     tvservice::InputEnd Scan(const tvservice::SourcePtr& source,

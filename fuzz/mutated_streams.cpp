@@ -6,9 +6,12 @@
 // Takes COUNT windows of at most 64 KiB of each .ts and .sec file of the folder. Stream, window and
 // injuries of one round follow from SEED, the name of the file and the number of the round alone.
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
-#include <chrono>
+#include <cinttypes>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -33,6 +36,9 @@ using Random = std::mt19937_64;
 
 constexpr std::size_t kWindow = 64 * 1024;
 constexpr std::size_t kPacket = 188;
+
+// A process can make 65535 subscriptions, and a scan makes up to 50.
+constexpr std::uint64_t kRoundsPerProcess = 1000;
 
 std::size_t Below(Random& random, std::size_t bound) {
     return static_cast<std::size_t>(random() % bound);
@@ -148,6 +154,56 @@ void MendCrcs(Bytes& bytes) {
     }
 }
 
+Bytes Read(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    const Bytes bytes{std::istreambuf_iterator<char>(file), {}};
+    return path.extension() == ".sec" ? Packets(bytes) : bytes;
+}
+
+Random RandomOf(const std::string& name, std::uint64_t seed, std::uint64_t round) {
+    std::seed_seq seeds(name.begin(), name.end());
+    std::uint32_t ofName = 0;
+    seeds.generate(&ofName, &ofName + 1);
+    return Random(seed << 40 ^ std::uint64_t{ofName} << 20 ^ round);
+}
+
+// The rounds from `first` up to `end`; ends the process.
+[[noreturn]] void Scan(const fs::path& path, std::uint64_t seed, std::uint64_t first,
+                       std::uint64_t end) {
+    tvservice::SetLogPriority(7);
+    tvservice::SoftwarePlatform::Instance().Start();
+    const Bytes stream = Read(path);
+    const std::string name = path.filename().string();
+    std::uint64_t sections = 0;
+    std::uint64_t programs = 0;
+    for (std::uint64_t round = first; round < end && !stream.empty(); ++round) {
+        Random random = RandomOf(name, seed, round);
+        Bytes bytes = Window(stream, random);
+        Injure(bytes, random);
+        if (round % 2 == 0) {
+            MendCrcs(bytes);
+        }
+        client::MultiplexScanner scanner;
+        const tvservice::InputEnd ended =
+            scanner.Scan(tvservice::MemorySource(name, std::move(bytes)));
+        if (ended.reason != tvservice::InputEnd::kEndOfInput) {
+            std::printf("%s, round %" PRIu64 ": %s\n", name.c_str(), round, ended.error.c_str());
+            std::fflush(stdout);
+            std::_Exit(EXIT_FAILURE);
+        }
+        const client::Multiplex multiplex = scanner.Result();
+        tool::ScanDocument(multiplex);
+        sections += tvservice::SoftwarePlatform::Instance().Counter("delivered_sections");
+        programs += multiplex.programs.size();
+    }
+    std::printf("%s: rounds %" PRIu64 " to %" PRIu64 ", %" PRIu64 " sections, %" PRIu64
+                " programs\n",
+                name.c_str(), first, end - 1, sections, programs);
+    std::fflush(stdout);
+    // The section manager lives as long as the process.
+    std::quick_exit(EXIT_SUCCESS);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -157,9 +213,6 @@ int main(int argc, char** argv) {
     }
     const std::uint64_t count = std::strtoull(argv[2], nullptr, 10);
     const std::uint64_t seed = argc > 3 ? std::strtoull(argv[3], nullptr, 10) : 1;
-    tvservice::SetLogPriority(7);
-    tvservice::SoftwarePlatform::Instance().Start();
-
     std::vector<fs::path> paths;
     for (const fs::directory_entry& entry : fs::directory_iterator(argv[1])) {
         const std::string extension = entry.path().extension().string();
@@ -168,41 +221,21 @@ int main(int argc, char** argv) {
         }
     }
     std::sort(paths.begin(), paths.end());
+    int failures = 0;
     for (const fs::path& path : paths) {
-        const auto begin = std::chrono::steady_clock::now();
-        std::ifstream file(path, std::ios::binary);
-        Bytes stream{std::istreambuf_iterator<char>(file), {}};
-        if (path.extension() == ".sec") {
-            stream = Packets(stream);
-        }
-        const std::string name = path.filename().string();
-        std::uint64_t sections = 0;
-        std::uint64_t programs = 0;
-        for (std::uint64_t round = 0; round < count && !stream.empty(); ++round) {
-            std::seed_seq seeds(name.begin(), name.end());
-            std::uint32_t ofName = 0;
-            seeds.generate(&ofName, &ofName + 1);
-            Random random(seed << 40 ^ std::uint64_t{ofName} << 20 ^ round);
-            Bytes bytes = Window(stream, random);
-            Injure(bytes, random);
-            if (round % 2 == 0) {
-                MendCrcs(bytes);
+        for (std::uint64_t first = 0; first < count; first += kRoundsPerProcess) {
+            const pid_t child = ::fork();
+            if (child == 0) {
+                Scan(path, seed, first, std::min(first + kRoundsPerProcess, count));
             }
-            client::MultiplexScanner scanner;
-            scanner.Scan(tvservice::MemorySource(name, std::move(bytes)));
-            const client::Multiplex multiplex = scanner.Result();
-            tool::ScanDocument(multiplex);
-            sections += tvservice::SoftwarePlatform::Instance().Counter("delivered_sections");
-            programs += multiplex.programs.size();
+            int status = 0;
+            if (child < 0 || ::waitpid(child, &status, 0) != child || status != 0) {
+                ++failures;
+                std::printf("%s: status %d in the rounds from %" PRIu64 "\n",
+                            path.filename().c_str(), status, first);
+                std::fflush(stdout);
+            }
         }
-        const double seconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-        std::printf("%s: %llu rounds, %llu sections, %llu programs, %.1f s\n", name.c_str(),
-                    static_cast<unsigned long long>(count),
-                    static_cast<unsigned long long>(sections),
-                    static_cast<unsigned long long>(programs), seconds);
-        std::fflush(stdout);
     }
-    // The section manager lives as long as the process.
-    std::quick_exit(EXIT_SUCCESS);
+    return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "softplatform/input/ErrorText.h"
+
 namespace tvservice {
 
 namespace {
@@ -193,7 +195,8 @@ class SpecReader {
     }
 
     bool Fail(size_t offset, const std::string& reason) {
-        error_ = "fault \"" + text_ + "\", offset " + std::to_string(offset) + ": " + reason;
+        error_ =
+            "fault \"" + Visible(text_) + "\", offset " + std::to_string(offset) + ": " + reason;
         return false;
     }
 

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "softplatform/input/ErrorText.h"
+
 namespace tvservice {
 
 namespace {
@@ -24,7 +26,7 @@ std::optional<unsigned> Number(std::string_view text) {
 
 std::optional<DvbPaths> ParseDvbAddress(const std::string& uri, std::string& error) {
     const auto refuse = [&](const std::string& reason) {
-        error = "\"" + uri + "\" is not dvb:ADAPTER[:DEMUX]: " + reason;
+        error = "\"" + Visible(uri) + "\" is not dvb:ADAPTER[:DEMUX]: " + reason;
         return std::nullopt;
     };
     std::string_view rest = uri;

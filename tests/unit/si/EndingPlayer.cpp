@@ -1,6 +1,6 @@
 // A process that plays a stream without end through the shared libraries and, once sections arrive,
 // ends in the way that its argument names. Run by ProcessExit_test.cpp. It prints "s" for the first
-// section of each of its subscriptions.
+// section of each of its first subscriptions.
 
 #include <unistd.h>
 
@@ -19,11 +19,12 @@ namespace {
 using TORVEL_MW::ISectionManager;
 
 std::atomic<int> s_begun{0};  // subscriptions that got a section
+std::atomic<bool> s_isEnding{false};
 
 class Observer : public TORVEL_MW::ISectionObserver {
     void OnSectionReceived(unsigned short, unsigned short, unsigned short,
                            unsigned char*) override {
-        if (++sections_ == 1) {
+        if (++sections_ == 1 && !s_isEnding) {
             static_cast<void>(!write(STDOUT_FILENO, "s", 1));
             ++s_begun;
         }
@@ -64,6 +65,7 @@ int main(int argc, char** argv) {
     while (s_begun < 3) {
         std::this_thread::yield();
     }
+    s_isEnding = true;
     if (way == "return") {
         return 0;
     }

@@ -1,0 +1,51 @@
+// A process that has made as many subscriptions as sections can find back to.
+
+#include <gtest/gtest.h>
+
+#include "SI/Include/ISectionManager.h"
+#include "client/MultiplexScanner.h"
+#include "client/SubscriptionIds.h"
+#include "generator/Scenarios.h"
+#include "softplatform/service/SoftwarePlatform.h"
+
+namespace {
+
+class Nobody : public TORVEL_MW::ISectionObserver {
+  public:
+    void OnSectionReceived(unsigned short, unsigned short, unsigned short,
+                           unsigned char*) override {}
+    void OnSectionTimeout(unsigned int) override {}
+};
+
+TEST(ScarceIds, AScanFailsRatherThanWaitForSectionsThatNeverCome) {
+    tvservice::SetLogPriority(7);
+    ASSERT_TRUE(tvservice::SoftwarePlatform::Instance().Start());
+    TORVEL_MW::ISectionManager& manager = *TORVEL_MW::ISectionManager::Instance();
+    Nobody& nobody = *new Nobody;
+    const auto source = tvservice::MemorySource("demo", generator::MakeScenario("demo"));
+    const auto use = [&](unsigned int id) {
+        unsigned int used = 0;
+        do {
+            used = manager.Subscribe(0x0100, 0x42, nobody, TORVEL_MW::ISectionManager::EContinuous,
+                                     0xFFFFFFFF, false);
+            manager.Unsubscribe(used);
+        } while (used < id);
+    };
+    const std::string error =
+        "demo: cannot be scanned: this process has no filter left, or has set 65535";
+
+    // The ids end within the scan.
+    use(client::kLastServedId - 5);
+    client::MultiplexScanner scanner;
+    tvservice::InputEnd end = scanner.Scan(source);
+    EXPECT_EQ(end.reason, tvservice::InputEnd::kFailed);
+    EXPECT_EQ(end.error, error);
+
+    // There are none before it.
+    use(client::kLastServedId + 1);
+    end = scanner.Scan(source);
+    EXPECT_EQ(end.reason, tvservice::InputEnd::kFailed);
+    EXPECT_EQ(end.error, error);
+}
+
+}  // namespace
