@@ -3,6 +3,7 @@
 // time if that is earlier) and at the end, and the counters. Exit status 1 when the accounts do not
 // balance, a thread was left behind, or memory grew by more than 2 MiB in between.
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -31,7 +32,10 @@ constexpr Minutes kEarly{5};
 constexpr std::size_t kMemoryBound = 2 * 1024 * 1024;
 constexpr std::uint64_t kReadSize = 256 * 1024;  // of the platform
 constexpr unsigned kVisitorThreads = 4;
-constexpr std::uint64_t kStay = 100;  // packets
+constexpr std::uint64_t kPacketsPerSecond = 800;  // of the demo
+// Sections find back to the first 65535 subscriptions of a process only.
+constexpr std::uint64_t kMostVisitors = 50'000;
+constexpr std::uint64_t kShortestStay = 100;  // packets
 
 std::atomic<std::uint64_t> g_orphans{0}, g_otherErrors{0};
 
@@ -71,13 +75,16 @@ bool Soak(Minutes minutes, double pace) {
     platform.Play(source, options);
     const Clock::time_point start = Clock::now();
 
+    const auto packets = static_cast<std::uint64_t>(minutes.count() * 60 * pace *
+                                                    static_cast<double>(kPacketsPerSecond));
+    const std::uint64_t stay = std::max(kShortestStay, packets * kVisitorThreads / kMostVisitors);
     testsupport::Visitors visitors({{0x0000, 0x00},
                                     {0x0001, 0x01},
                                     {0x0010, 0x40},
                                     {0x0011, 0x42},
                                     {0x0011, 0x4A},
                                     {0x0012, 0x4E}},
-                                   kStay, kVisitorThreads);
+                                   stay, kVisitorThreads);
     const Minutes early = std::min(kEarly, minutes / 10);
     std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(early));
     const std::size_t memoryEarly = ResidentBytesOfThisProcess();
@@ -94,7 +101,8 @@ bool Soak(Minutes minutes, double pace) {
             std::cout << "  " << row.name << ' ' << row.value << '\n';
         }
     }
-    const std::uint64_t bytes = platform.Counter("bytes"), packets = platform.Counter("packets");
+    const std::uint64_t bytes = platform.Counter("bytes");
+    const std::uint64_t played = platform.Counter("packets");
     const std::uint64_t delivered = platform.Counter("delivered_sections");
     platform.Play(tvservice::MemorySource("nothing", {}));  // until all was handled
     platform.WaitEnd();
@@ -107,7 +115,7 @@ bool Soak(Minutes minutes, double pace) {
     bool isGood = Check(visitors.sections() + g_orphans == delivered, "received = delivered");
     isGood &= Check(visitors.oneShotSections() == visitors.oneShots(), "one section a one-shot");
     isGood &= Check(visitors.refused() == 0 && g_otherErrors == 0, "nothing else went wrong");
-    isGood &= Check(packets <= bytes / 188 && bytes / 188 - packets < kReadSize / 188 + 2,
+    isGood &= Check(played <= bytes / 188 && bytes / 188 - played < kReadSize / 188 + 2,
                     "packets = bytes / 188, but for the last read");
     isGood &= Check(testsupport::ThreadsBecome(threadsBefore), "no thread left behind");
     isGood &= Check(memoryLate < memoryEarly + kMemoryBound, "memory flat");
