@@ -10,8 +10,8 @@
 
 namespace tvservice {
 
-StreamSource::StreamSource(std::string name, Descriptor stream, bool live)
-    : Source(std::move(name)), stream_(std::move(stream)), isLive_(live) {}
+StreamSource::StreamSource(std::string name, Descriptor stream, bool live, ReadCall read)
+    : Source(std::move(name)), stream_(std::move(stream)), isLive_(live), read_(read) {}
 
 ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
     wasRead_ = true;
@@ -24,7 +24,7 @@ ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
             return {ReadResult::kWouldBlock};
         }
         if (answers > 0) {
-            const ssize_t count = ::read(stream_.get(), buffer, size);
+            const ssize_t count = read_(stream_.get(), buffer, size);
             if (count > 0) {
                 offset_ += static_cast<uint64_t>(count);
                 return {ReadResult::kBytes, static_cast<size_t>(count)};

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -16,8 +19,10 @@ namespace tvservice {
 class StreamSource final : public Source {
   public:
     // `stream` is open for reading and becomes the source's. Whether it is in non-blocking mode
-    // makes no difference: it is asked before every read. `live`: it has no end of its own.
-    StreamSource(std::string name, Descriptor stream, bool live = false);
+    // makes no difference: it is asked before every read. `live`: it has no end of its own. `read`
+    // is read(2), or plays its part.
+    using ReadCall = ssize_t (*)(int descriptor, void* buffer, size_t size);
+    StreamSource(std::string name, Descriptor stream, bool live = false, ReadCall read = ::read);
 
     uint64_t size() const override { return 0; }
     bool rewindable() const override { return false; }
@@ -29,6 +34,7 @@ class StreamSource final : public Source {
   private:
     const Descriptor stream_;
     const bool isLive_;
+    const ReadCall read_;
     bool wasRead_ = false;
     uint64_t offset_ = 0;
 };

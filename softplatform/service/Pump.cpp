@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "platform/Log.h"
 #include "softplatform/input/dvb/DvbSource.h"
 #include "softplatform/section/SectionView.h"
 #include "softplatform/service/DvbFeed.h"
@@ -155,8 +156,15 @@ InputEnd Pump::PlayThrough(const Job& job) {
 InputEnd Pump::PlayPackets(Source& source, const PlayOptions& options) {
     InputEnd interrupted{InputEnd::kInterrupted, {}};
     PacketSync sync(counters_);
+    uint64_t losses = 0;
     while (!interrupt_.load(std::memory_order_relaxed)) {
         const ReadResult read = source.Read(buffer_.data(), buffer_.size());
+        const uint64_t lossesBefore =
+            std::exchange(losses, counters_.Get(Counter::kDeviceOverflows));
+        if (losses != lossesBefore) {
+            LOG(0, LOG_PRIORITY_WARNING, "TVSERVICE", "bytes lost of %s: the buffer ran over",
+                source.name().c_str());
+        }
         switch (read.status) {
             case ReadResult::kBytes: {
                 const auto onPacket = [&](const uint8_t* packet) {

@@ -7,10 +7,14 @@
 
 #include <algorithm>
 #include <deque>
+#include <functional>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "softplatform/base/Counters.h"
+#include "softplatform/log/PlatformLog.h"
 #include "softplatform/section/FilterEngine.h"
 #include "tests/unit/service/EngineFixture.h"
 #include "tests/unit/service/PacketWriter.h"
@@ -35,6 +39,11 @@ class ScriptedSource final : public Source {
         event_.Set();  // there is something to read as soon as one waits for it
         Add({ReadResult::kWouldBlock});
     }
+    // As a device that ran over does: the loss is counted, and reading goes on.
+    void Lose(Counters& counters) {
+        WouldBlock();
+        steps_.back().then = [&counters] { counters.Add(Counter::kDeviceOverflows); };
+    }
     void Fail(std::string error) { Add({ReadResult::kFailed, 0, std::move(error)}); }
 
     uint64_t size() const override { return 0; }
@@ -47,6 +56,9 @@ class ScriptedSource final : public Source {
         const Step step = std::move(steps_.front());
         steps_.pop_front();
         std::copy(step.bytes.begin(), step.bytes.end(), buffer);
+        if (step.then) {
+            step.then();
+        }
         return step.result;
     }
     int descriptor() const override { return event_.descriptor(); }
@@ -55,6 +67,7 @@ class ScriptedSource final : public Source {
     struct Step {
         ReadResult result{};
         testsupport::Bytes bytes{};
+        std::function<void()> then{};
     };
     void Add(ReadResult result, testsupport::Bytes bytes = {}) {
         Step& step = steps_.emplace_back();
@@ -125,6 +138,22 @@ TEST_F(PumpTest, WaitsForInputThatIsNotThereYet) {
     source->Bytes(Slice(bytes, 500));
     EXPECT_EQ(Play(source).reason, InputEnd::kEndOfInput);
     EXPECT_THAT(recorder_.TakeIds(), ElementsAre(1, 1, 1));
+}
+
+TEST_F(PumpTest, LogsWhatADeviceHasLost) {
+    std::vector<std::string> lines;
+    ReplaceLogReceiver([&](int, int priority, const char*, const char* line) {
+        lines.push_back(std::to_string(priority) + " " + line);
+    });
+    Subscribe(0x0100, 0x42, 1);
+    const auto source = std::make_shared<ScriptedSource>(true);
+    source->Bytes(writer_.Section(0x0100, SectionOfSize(50)).Take());
+    source->Lose(counters_);
+    source->Bytes(writer_.Section(0x0100, SectionOfSize(50)).Take());
+    EXPECT_EQ(Play(source).reason, InputEnd::kEndOfInput);
+    ReplaceLogReceiver({});
+    EXPECT_THAT(lines, ElementsAre("5 bytes lost of script: the buffer ran over"));
+    EXPECT_THAT(recorder_.TakeIds(), ElementsAre(1, 1));
 }
 
 TEST_F(PumpTest, DoesNotPlayWhatCannotBeRewound) {

@@ -6,10 +6,12 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include "softplatform/base/Counters.h"
 #include "softplatform/input/BufferSource.h"
 #include "softplatform/input/FileSource.h"
 #include "softplatform/input/OpenInput.h"
@@ -175,6 +177,23 @@ TEST(StreamSource, CannotBeRewoundOnceItWasRead) {
     pipe.Write(Counting(5));
     ReadBytes(source, 16);
     EXPECT_FALSE(source.Rewind());
+}
+
+TEST(StreamSource, GoesOnBehindWhatADeviceHasLostAndCountsIt) {
+    Pipe pipe;
+    StreamSource source("a device", std::move(pipe.out), true,
+                        [](int fd, void* buffer, size_t size) {
+                            static bool hasLost = false;
+                            if (!std::exchange(hasLost, true)) {
+                                errno = EOVERFLOW;
+                                return ssize_t{-1};
+                            }
+                            return ::read(fd, buffer, size);
+                        });
+    EXPECT_TRUE(source.live());
+    pipe.Write({1, 2, 3});
+    EXPECT_EQ(ReadBytes(source, 16), Bytes({1, 2, 3}));
+    EXPECT_EQ(ReceiverCounters().Get(Counter::kDeviceOverflows), 1u);
 }
 
 TEST(StreamSource, NamesTheInputTheOffsetAndTheReasonWhenReadingFails) {
