@@ -32,10 +32,10 @@ class DeliveryDescTest : public testing::Test {
 };
 
 TEST_F(DeliveryDescTest, KindsHaveTheirCodes) {
-    static_assert(IDeliveryDesc::DELIVERY_T2 == 0);
-    static_assert(IDeliveryDesc::DELIVERY_TERRESTRIAL == 1);
-    static_assert(IDeliveryDesc::DELIVERY_CABLE == 2);
-    static_assert(IDeliveryDesc::DELIVERY_SATELLITE == 3);
+    EXPECT_EQ(IDeliveryDesc::DELIVERY_T2, 0);
+    EXPECT_EQ(IDeliveryDesc::DELIVERY_TERRESTRIAL, 1);
+    EXPECT_EQ(IDeliveryDesc::DELIVERY_CABLE, 2);
+    EXPECT_EQ(IDeliveryDesc::DELIVERY_SATELLITE, 3);
     static_assert(
         std::is_same_v<std::underlying_type_t<IDeliveryDesc::EDeliverySystemType>, std::int32_t>);
     static_assert(std::has_virtual_destructor_v<IDeliveryDesc>);

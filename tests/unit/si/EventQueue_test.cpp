@@ -48,6 +48,17 @@ TEST_F(EventQueueTest, ItemsComeOutInTheOrderInWhichTheyWentIn) {
     }
 }
 
+TEST_F(EventQueueTest, ItemsWaitInAnyNumber) {
+    constexpr int kItems = 100000;
+    EventQueue<int> queue;
+    for (int i = 0; i < kItems; ++i) {
+        queue.Push(std::make_unique<int>(i));
+    }
+    for (int i = 0; i < kItems; ++i) {
+        ASSERT_EQ(*queue.Pop(), i);
+    }
+}
+
 TEST_F(EventQueueTest, ItemBelongsToWhoeverPoppedIt) {
     EventQueue<Item> queue;
     Push(queue, 1);

@@ -1,6 +1,8 @@
 // How the section manager comes into being. Each test needs a process in which it has not yet.
 
 #include <atomic>
+#include <csignal>
+#include <cstdlib>
 #include <memory>
 #include <new>
 #include <vector>
@@ -92,6 +94,16 @@ TEST_F(SectionManagerStartTest, ThreadsThatAskAtOnceGetOneManager) {
     EXPECT_EQ(platform.SubscribersMade(), 1);
     EXPECT_EQ(managers, std::vector<ISectionManager*>(kThreads, managers[0]));
     EXPECT_NE(managers[0], nullptr);
+}
+
+TEST_F(SectionManagerStartTest, ItsEndStopsNoThreadAndEndsTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            { CKorvoSectionManager manager; }
+            std::_Exit(0);
+        },
+        testing::KilledBySignal(SIGABRT), "");
 }
 
 }  // namespace

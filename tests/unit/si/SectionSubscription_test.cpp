@@ -149,6 +149,24 @@ TEST_F(SectionSubscriptionTest, TimeoutAboveIntIsPrintedNegative) {
               Line(5, "CSectionSubscription", Yellow("Set timer for -2147483648ms for id: 7")));
 }
 
+TEST_F(SectionSubscriptionTest, TimeoutAboveIntIsPrintedNegativeByTableFiltersToo) {
+    const std::string line =
+        Line(4, "CSectionSubscription", Green("Set timer for -2147483648ms for id: 7"));
+    const Subscription table = SubscribeTable(ISectionManager::EContinuous, 0x80000000u);
+    auto log = platform.TakeLog();
+    EXPECT_EQ(log.at(0), Line(3, "SubscribeSection",
+                              "pid: 17, tableId: 66, id: 7, mode: 1, timeout: -2147483648, "
+                              "fromCache: false"));
+    EXPECT_EQ(log.at(2), line);
+
+    const Subscription extension = SubscribeExtension(ISectionManager::EContinuous, 0x80000000u);
+    log = platform.TakeLog();
+    EXPECT_EQ(log.at(0), Line(3, "SubscribeSection",
+                              "pid: 17, tableId: 66, tableIdExt: 4660, id: 7, mode: 1, timeout: "
+                              "-2147483648"));
+    EXPECT_EQ(log.at(2), line);
+}
+
 TEST_F(SectionSubscriptionTest, OnlyResult1IsSuccess) {
     for (const int result : {0, 2, -1}) {
         platform.Reset();

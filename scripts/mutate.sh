@@ -1,0 +1,94 @@
+#!/usr/bin/env bash
+# Mutation check. Each patch under scripts/mutations turns one behaviour of SI/ that looks like an
+# oversight and is none into what would look sensible; a test has to notice. Called by ./run mutate
+# [NAME...], a NAME being the beginning of a patch's name. Exits 1 when a mutation went unnoticed,
+# does not apply or does not compile. Works on a copy: the checkout is never touched.
+set -euo pipefail
+shopt -s nullglob
+cd "$(dirname "$0")/.."
+
+work=$PWD/build/mutate
+tree=$work/src
+build=$work/build
+log=$work/log
+
+say() { printf '%s\n' "$*"; }
+
+patches=()
+if [ $# -eq 0 ]; then
+    patches=("$PWD"/scripts/mutations/*.patch)
+fi
+for name in "$@"; do
+    found=("$PWD/scripts/mutations/$name"*.patch)
+    [ ${#found[@]} -gt 0 ] || { say "mutate: no mutation begins with '$name'"; exit 1; }
+    patches+=("${found[@]}")
+done
+[ ${#patches[@]} -gt 0 ] || { say "mutate: there are no mutations"; exit 1; }
+
+# Only files that differ are copied, with the time of now: what a broken-off run left behind is
+# mended and compiled anew, the rest is not.
+copy_tree() {
+    mkdir -p "$tree" "$log"
+    find SI platform tests/support tests/unit/si -type f | sort >"$work/files"
+    (cd "$tree" && find . -type f -printf '%P\n' | sort) | comm -13 "$work/files" - |
+        while read -r gone; do rm "$tree/$gone"; done
+    while read -r file; do
+        cmp -s "$file" "$tree/$file" || install -D -m 644 "$file" "$tree/$file"
+    done <"$work/files"
+}
+
+# The tree lies inside a repository, which must not take the paths of a patch for its own.
+patch_tree() { (cd "$tree" && GIT_CEILING_DIRECTORIES=$work git apply "$@"); }
+
+compile() { cmake --build "$build" -j "$(nproc)" --target "$1"; }
+try() {
+    ctest --test-dir "$build" -j "$(nproc)" --stop-on-failure --output-on-failure \
+        --no-tests=error "$@"
+}
+
+# verdict PATCH: applies it and says what came of it. The program that its line "# First:" names is
+# tried before the others: it is nearest to what the patch changes.
+verdict() {
+    local first
+    first=$(sed -n 's/^# First: //p' "$1")
+    patch_tree "$1" || { echo "DOES NOT APPLY"; return; }
+    compile "$first" >&2 || { echo "DOES NOT COMPILE"; return; }
+    if try -L "^$first\$" >&2; then
+        compile all >&2 || { echo "DOES NOT COMPILE"; return; }
+        if try >&2; then
+            echo "NOT NOTICED"
+            return
+        fi
+    fi
+    # ctest's own list of what failed: "<number>:<name>".
+    local failed
+    failed=$(sed 's/^[0-9]*://' "$build/Testing/Temporary/LastTestsFailed.log" | head -n 1)
+    echo "noticed by ${failed:?no test failed}"
+}
+
+copy_tree
+{
+    cmake -S scripts/mutations -B "$build" -G Ninja -DSI_TREE="$tree" && compile all && try
+} >"$log/unchanged" 2>&1 || {
+    cat "$log/unchanged"
+    say "mutate: without any mutation the tests do not build or pass"
+    exit 1
+}
+
+bad=0
+for patch in "${patches[@]}"; do
+    name=$(basename "$patch" .patch)
+    result=$(verdict "$patch" 2>"$log/$name")
+    copy_tree
+    say "$name: $result"
+    case $result in
+        "noticed by "*) ;;
+        *)
+            bad=$((bad + 1))
+            say "  see ${log#"$PWD/"}/$name"
+            ;;
+    esac
+done
+
+say "mutate: ${#patches[@]} mutations, $((${#patches[@]} - bad)) noticed"
+[ "$bad" -eq 0 ]
