@@ -7,6 +7,7 @@
 #include "client/SubscriptionIds.h"
 #include "generator/Scenarios.h"
 #include "softplatform/service/SoftwarePlatform.h"
+#include "tests/support/Forever.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ TEST(ScarceIds, AScanFailsRatherThanWaitForSectionsThatNeverCome) {
     tvservice::SetLogPriority(7);
     ASSERT_TRUE(tvservice::SoftwarePlatform::Instance().Start());
     TORVEL_MW::ISectionManager& manager = *TORVEL_MW::ISectionManager::Instance();
-    Nobody& nobody = *new Nobody;
+    Nobody& nobody = Forever<Nobody>();
     const auto source = tvservice::MemorySource("demo", generator::MakeScenario("demo"));
     const auto use = [&](unsigned int id) {
         unsigned int used = 0;
