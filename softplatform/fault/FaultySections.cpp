@@ -17,9 +17,11 @@ FaultySections::FaultySections(std::shared_ptr<FaultPlan> plan, SectionSink& nex
 }
 
 void FaultySections::Use(std::shared_ptr<FaultPlan> plan) {
+    // The triggers borrow from the plan, and a release may ask them on any thread: both change
+    // under the lock.
+    MutexLock lock(mutex_);
     plan_ = std::move(plan);
     hasLate_ = plan_->Has(FaultEvent::kRelease);
-    MutexLock lock(mutex_);
     lateFaults_ = plan_->Triggers(FaultEvent::kRelease);
     faults_.clear();
     for (const FaultTrigger& trigger : plan_->Triggers(FaultEvent::kDelivery)) {

@@ -65,6 +65,19 @@ def send(path, host):
             sent += len(datagram)
 
 
+def wait_for_socket(is_as_wished):
+    """Until the bytes that wait in the receiver's socket (None: there is no socket) are so."""
+    for _ in range(1500):
+        with open("/proc/net/udp", encoding="ascii") as table:
+            rows = [row.split() for row in table.readlines()[1:]]
+        waiting = [int(row[4].split(":")[1], 16) for row in rows
+                   if row[1].endswith(f":{PORT:04X}")]
+        if is_as_wished(waiting[0] if waiting else None):
+            return
+        time.sleep(0.01)
+    raise TimeoutError("the receiver's socket")
+
+
 class Receiver:
     def __init__(self, *arguments):
         self.begin = time.monotonic()
@@ -102,7 +115,8 @@ def main():
             is_group = place == "a group"
             watch = ["sections", uri, "--pid", "0x12", "--table-id", "0x4E", "--format", "json"]
             watcher = Receiver(*watch) if is_group else None
-            time.sleep(0.5)
+            if watcher:
+                wait_for_socket(lambda waiting: waiting is not None)
             sender = subprocess.Popen(
                 ["tsplay", path, f"{host}:{PORT}", "-udp", "-i", "127.0.0.1", "-bitrate",
                  str(BIT_RATE), "-quiet"] if ARGUMENTS.sender == "tsplay" else
@@ -116,7 +130,7 @@ def main():
             check(f"in less than 20 MB ({scan.megabytes:.1f})", SANITIZED or scan.megabytes < 20)
             watcher = watcher or Receiver(*watch)
             sender.wait()
-            time.sleep(0.5)
+            wait_for_socket(lambda waiting: waiting == 0)
             document = watcher.end(ask=True)
             counters = document["counters"]
             got = counters["packets"]
