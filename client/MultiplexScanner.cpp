@@ -50,9 +50,7 @@ struct MultiplexScanner::Impl {
         tvservice::InputEnd end{tvservice::InputEnd::kFailed,
                                 tvservice::Describe(*source).name + ": cannot be played"};
         bool isOurs = false;
-        if (!barrier->Works() || pass->OutOfIds()) {
-            pass->Unsubscribe();
-        } else if (platform.Play(source, options)) {
+        if (barrier->Works() && !pass->OutOfIds() && platform.Play(source, options)) {
             std::thread watch;
             if (timeout) {
                 watch = std::thread([&] {

@@ -12,8 +12,6 @@
 
 using tvservice::ByteView;
 using tvservice::DescriptorLoop;
-using tvservice::SectionView;
-using tvservice::SubTable;
 
 namespace {
 constexpr uint8_t kPmtTableId = 0x02;

@@ -86,7 +86,7 @@ class Converters {
         if (known != byName_.end()) {
             return known->second;
         }
-        const iconv_t opened = iconv_open("UTF-8", name.c_str());
+        iconv_t opened = iconv_open("UTF-8", name.c_str());
         if (opened == reinterpret_cast<iconv_t>(-1)) {  // NOLINT(performance-no-int-to-ptr)
             return nullptr;
         }
@@ -124,7 +124,7 @@ class Table {
     }
 
   private:
-    const iconv_t converter_;
+    iconv_t converter_;
 };
 
 void ReadIso6937(ByteView text, Utf8Writer& out) {
