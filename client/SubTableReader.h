@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -57,11 +58,17 @@ struct SectionHeader {
 ///
 /// where `Take` parses a section and answers whether the table is complete now, and then what it
 /// holds. Fed on the event thread; what was found may be asked on any thread.
+///
+/// What a stream makes up is bounded: beyond kMaxBytes of sections and kMaxSubTables nothing more
+/// is taken, and the first sub-table that this befalls counts as begun and does not become whole.
 template <class Table>
 class SubTableReader : public TORVEL_MW::ISectionObserver {
   public:
     using Key = typename Table::Key;
     using Snapshot = typename Table::Snapshot;
+
+    static constexpr std::size_t kMaxBytes = std::size_t{16} << 20;
+    static constexpr std::size_t kMaxSubTables = 4096;
 
     /// @param onWhole  called on the event thread with each complete version; may be empty
     explicit SubTableReader(std::function<void(const Snapshot&)> onWhole = {})
@@ -77,14 +84,21 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
             return;
         }
         const Key key = Table::KeyOf(pid, data, length);
+        if (!HasRoomFor(key, length)) {
+            Refuse(key);
+            return;
+        }
         State& state = states_[key];
         if (!state.table || !header.IsOfStateOf(state.header)) {
-            state = State{header, std::make_unique<Table>(), {}};
+            bytes_ -= state.bytes;
+            state = State{header, std::make_unique<Table>(), {}, 0};
         }
         std::vector<unsigned char>& held = state.sections[header.sectionNumber];
         if (std::equal(held.begin(), held.end(), data, data + length)) {
             return;
         }
+        state.bytes += length - held.size();
+        bytes_ += length - held.size();
         held.assign(data, data + length);
         Snapshot snapshot{};
         const bool isWhole = state.table->Take(pid, data, snapshot);
@@ -116,19 +130,31 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
 
   private:
     struct State {
-        SectionHeader header;
+        SectionHeader header{kNoSection};
         std::unique_ptr<Table> table;
         std::map<unsigned char, std::vector<unsigned char>> sections;
-
-        State() : header(kNoSection) {}
-        State(const SectionHeader& of, std::unique_ptr<Table> fresh,
-              std::map<unsigned char, std::vector<unsigned char>> held)
-            : header(of), table(std::move(fresh)), sections(std::move(held)) {}
+        std::size_t bytes = 0;  // of the sections
     };
     static constexpr unsigned char kNoSection[SectionHeader::kSize] = {};
 
+    bool HasRoomFor(const Key& key, std::size_t length) const {
+        return bytes_ + length <= kMaxBytes &&
+               (states_.size() < kMaxSubTables || states_.count(key) != 0);
+    }
+
+    void Refuse(const Key& key) {
+        if (!refused_) {
+            refused_ = true;
+            std::lock_guard<std::mutex> lock(mutex_);
+            begun_.insert(key);
+            whole_.erase(key);
+        }
+    }
+
     const std::function<void(const Snapshot&)> onWhole_;
-    std::map<Key, State> states_;  // the event thread's
+    std::map<Key, State> states_;  // the event thread's, like the two below
+    std::size_t bytes_ = 0;        // of all states
+    bool refused_ = false;
 
     mutable std::mutex mutex_;
     std::map<Key, Snapshot> whole_;  // guarded by mutex_

@@ -1,14 +1,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <list>
-#include <map>
 #include <memory>
 
 #include "platform/TCDVBBATParser.h"
 #include "softplatform/descriptor/Internals.h"
-#include "softplatform/table/BaseSection.h"
 #include "softplatform/table/NetworkTable.h"
 #include "softplatform/table/SectionParser.h"
+#include "softplatform/table/SubTables.h"
 
 using tvservice::NetworkTable;
 
@@ -16,16 +15,14 @@ namespace {
 constexpr uint8_t kBatTableId = 0x4A;
 }
 
-struct TCDVBBATInstance::Impl {
-    NetworkTable table;
-};
+struct TCDVBBATInstance::Impl : NetworkTable {};
 
 TCDVBBATInstance::TCDVBBATInstance(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
 
 TCDVBBATInstance::~TCDVBBATInstance() = default;
 
 unsigned short TCDVBBATInstance::BouquetId() {
-    return m_impl->table.id;
+    return m_impl->id;
 }
 
 unsigned char TCDVBBATInstance::TableAttribute() const {
@@ -33,31 +30,31 @@ unsigned char TCDVBBATInstance::TableAttribute() const {
 }
 
 int TCDVBBATInstance::NumOfDescriptors(int tag) {
-    return m_impl->table.loop.Count(tag);
+    return m_impl->loop.Count(tag);
 }
 
 TCBaseDesc* TCDVBBATInstance::Descriptor(int tag, unsigned int index) {
-    return m_impl->table.loop.Find(tag, index);
+    return m_impl->loop.Find(tag, index);
 }
 
 int TCDVBBATInstance::NumOfDescriptors() {
-    return m_impl->table.loop.size();
+    return m_impl->loop.size();
 }
 
 TCBaseDesc* TCDVBBATInstance::DescriptorByIndex(unsigned int index) {
-    return m_impl->table.loop.At(index);
+    return m_impl->loop.At(index);
 }
 
 int TCDVBBATInstance::NumOfDVBItemMux() {
-    return m_impl->table.muxes.size();
+    return static_cast<int>(m_impl->muxes.size());
 }
 
 TCDVBItemMux* TCDVBBATInstance::DVBItemMuxOfIndex(unsigned int index) {
-    return m_impl->table.muxes.At(index);
+    return m_impl->muxes.At(index);
 }
 
 struct TCDVBBATParser::Impl {
-    std::map<uint16_t, std::unique_ptr<TCDVBBATInstance>> instances;  // by bouquet_id
+    tvservice::SubTables<uint16_t, TCDVBBATInstance> instances;  // by bouquet_id
 };
 
 TCDVBBATParser::TCDVBBATParser(const TVSHandle&) : m_impl(std::make_unique<Impl>()) {}
@@ -70,17 +67,11 @@ bool TCDVBBATParser::Parse(short, unsigned char* bytes) {
         return false;
     }
     const uint16_t id = section->table_id_extension();
-    std::unique_ptr<TCDVBBATInstance>& instance = m_impl->instances[id];
-    if (!instance) {
-        instance =
-            TVServiceInternals::Make<TCDVBBATInstance>(NetworkTable{id, kBatTableId, {}, {}});
-    }
-    NetworkTable& table = TVServiceInternals::Of(*instance).table;
-    const auto held =
-        tvservice::StoreIfNew(TVServiceInternals::Of<TCBaseSection>(*instance).sections, *section,
-                              [&table] { table.Clear(); });
-    if (held) {
-        table.Take(held->section_number(), held->body());
+    if (!m_impl->instances.Take(id, *section, [&] {
+            return TVServiceInternals::Make<TCDVBBATInstance>(
+                NetworkTable{id, kBatTableId, {}, {}});
+        })) {
+        return false;
     }
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = id;
     return true;
@@ -88,22 +79,22 @@ bool TCDVBBATParser::Parse(short, unsigned char* bytes) {
 
 void TCDVBBATParser::Reset() {
     TCSectionParser::Reset();
-    m_impl->instances.clear();
+    m_impl->instances.Clear();
 }
 
 void TCDVBBATParser::BouquetIds(std::list<unsigned short>& bouquetIds) {
-    for (const auto& instance : m_impl->instances) {
+    for (const auto& instance : m_impl->instances.all()) {
         bouquetIds.push_back(instance.first);
     }
 }
 
 TCDVBBATInstance* TCDVBBATParser::GetInstance(unsigned short bouquetId) {
-    const auto found = m_impl->instances.find(bouquetId);
-    return found == m_impl->instances.end() ? nullptr : found->second.get();
+    return m_impl->instances.Find(bouquetId);
 }
 
 bool TCDVBBATParser::AllSubtablesReceived() {
-    return !m_impl->instances.empty() &&
-           std::all_of(m_impl->instances.begin(), m_impl->instances.end(),
-                       [](const auto& instance) { return instance.second->IsValid(); });
+    const auto& all = m_impl->instances.all();
+    return !all.empty() && std::all_of(all.begin(), all.end(), [](const auto& instance) {
+        return instance.second->IsValid();
+    });
 }

@@ -7,6 +7,8 @@
 #include "softplatform/table/Loops.h"
 #include "softplatform/table/SectionParser.h"
 
+using tvservice::SubTable;
+
 namespace {
 constexpr uint8_t kCatTableId = 0x01;
 }
@@ -24,12 +26,16 @@ bool TCDVBCATParser::Parse(short, unsigned char* bytes) {
     if (!section) {
         return false;
     }
-    const auto held = tvservice::StoreIfNew(TVServiceInternals::Of<TCBaseSection>(*this).sections,
-                                            *section, [this] { m_impl->loop.Clear(); });
-    if (held) {
+    SubTable& table = TVServiceInternals::Of<TCBaseSection>(*this).sections;
+    const SubTable::Change change = table.Judge(*section);
+    if (change == SubTable::Change::kAfresh) {
+        m_impl->loop.Clear();
+    }
+    if (change != SubTable::Change::kRepeat) {
+        const tvservice::SectionView held = table.Store(*section);
         // ISO/IEC 13818-1 2.4.4.6: the loop is all that follows the section's header.
-        m_impl->loop.Put(held->section_number(),
-                         tvservice::DescriptorLoop(held->body(), kCatTableId));
+        m_impl->loop.Put(held.section_number(),
+                         tvservice::DescriptorLoop(held.body(), kCatTableId));
     }
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = section->table_id_extension();
     return true;

@@ -1,14 +1,13 @@
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <tuple>
 #include <vector>
 
 #include "platform/TCDVBEITParser.h"
 #include "softplatform/descriptor/Internals.h"
-#include "softplatform/table/BaseSection.h"
 #include "softplatform/table/Loops.h"
 #include "softplatform/table/SectionParser.h"
+#include "softplatform/table/SubTables.h"
 
 using tvservice::ByteView;
 
@@ -95,6 +94,10 @@ struct TCDVBEITInstance::Impl {
     uint16_t onid;
     uint16_t tsid;
     uint16_t sid;
+
+    // Events are TCDVBEITItem's to decode.
+    void Take(tvservice::SectionView) {}
+    void Clear() {}
 };
 
 TCDVBEITInstance::TCDVBEITInstance(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
@@ -117,7 +120,7 @@ struct TCDVBEITParser::Impl {
     using Key = std::tuple<uint16_t, uint16_t, uint16_t>;  // onid, tsid, sid
 
     uint8_t tableId;
-    std::map<Key, std::unique_ptr<TCDVBEITInstance>> instances;
+    tvservice::SubTables<Key, TCDVBEITInstance> instances;
     std::vector<uint8_t> lastSection;
 };
 
@@ -135,12 +138,11 @@ bool TCDVBEITParser::Parse(short, unsigned char* bytes) {
     const uint16_t sid = section->table_id_extension();
     const uint16_t tsid = section->body().U16(0);
     const uint16_t onid = section->body().U16(2);
-    std::unique_ptr<TCDVBEITInstance>& instance = m_impl->instances[{onid, tsid, sid}];
-    if (!instance) {
-        instance = TVServiceInternals::Make<TCDVBEITInstance>(onid, tsid, sid);
+    if (!m_impl->instances.Take({onid, tsid, sid}, *section, [&] {
+            return TVServiceInternals::Make<TCDVBEITInstance>(onid, tsid, sid);
+        })) {
+        return false;
     }
-    tvservice::StoreIfNew(TVServiceInternals::Of<TCBaseSection>(*instance).sections, *section,
-                          [] {});
     m_impl->lastSection.assign(section->bytes().begin(), section->bytes().end());
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = sid;
     return true;
@@ -148,14 +150,13 @@ bool TCDVBEITParser::Parse(short, unsigned char* bytes) {
 
 void TCDVBEITParser::Reset() {
     TCSectionParser::Reset();
-    m_impl->instances.clear();
+    m_impl->instances.Clear();
     m_impl->lastSection.clear();
 }
 
 TCDVBEITInstance* TCDVBEITParser::EITInstance(TCServiceKey key) {
-    const auto found =
-        m_impl->instances.find({key.m_originalNetworkId, key.m_transportStreamId, key.m_serviceId});
-    return found == m_impl->instances.end() ? nullptr : found->second.get();
+    return m_impl->instances.Find(
+        {key.m_originalNetworkId, key.m_transportStreamId, key.m_serviceId});
 }
 
 unsigned char* TCDVBEITParser::Section() const {

@@ -1,17 +1,16 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <utility>
 #include <vector>
 
 #include "platform/TCBaseDesc.h"
 #include "softplatform/base/ByteView.h"
 #include "softplatform/descriptor/DescriptorLoop.h"
-#include "softplatform/table/SubTable.h"
 
 namespace tvservice {
 
@@ -39,46 +38,56 @@ class EntryReader {
     ByteView descriptors_;
 };
 
-// Stores a section unless it is a repeat. When it starts the sub-table afresh, `clear` is called
-// first: what was decoded from the old sections borrows their bytes.
-template <class Clear>
-std::optional<SectionView> StoreIfNew(SubTable& table, SectionView section, Clear clear) {
-    const SubTable::Change change = table.Judge(section);
-    if (change == SubTable::Change::kRepeat) {
-        return std::nullopt;
-    }
-    if (change == SubTable::Change::kAfresh) {
-        clear();
-    }
-    return table.Store(section);
-}
-
 // The entries of a loop that spans the sections of a sub-table, in section_number order.
 template <class Item>
 class ItemLoop {
   public:
     // Replaces the entries of one section.
     void Put(uint8_t sectionNumber, std::vector<std::unique_ptr<Item>> items) {
-        all_.clear();
-        bySection_[sectionNumber] = std::move(items);
-        for (const auto& section : bySection_) {
-            for (const std::unique_ptr<Item>& item : section.second) {
-                all_.push_back(item.get());
-            }
+        if (sectionNumber >= sections_.size()) {
+            sections_.resize(size_t{sectionNumber} + 1);
+        }
+        sections_[sectionNumber].items = std::move(items);
+        size_t end = 0;
+        for (Section& section : sections_) {
+            end += section.items.size();
+            section.end = end;
         }
     }
 
-    void Clear() { *this = ItemLoop(); }
+    void Clear() { sections_.clear(); }
 
-    const std::vector<Item*>& all() const { return all_; }
-    int size() const { return static_cast<int>(all_.size()); }
+    size_t size() const { return sections_.empty() ? 0 : sections_.back().end; }
 
     // Null past the end.
-    Item* At(size_t index) const { return index < all_.size() ? all_[index] : nullptr; }
+    Item* At(size_t index) const {
+        const auto section =
+            std::upper_bound(sections_.begin(), sections_.end(), index,
+                             [](size_t at, const Section& of) { return at < of.end; });
+        return section == sections_.end()
+                   ? nullptr
+                   : section->items[index - (section->end - section->items.size())].get();
+    }
+
+    // The first for which `is` holds; null when there is none.
+    template <class Predicate>
+    Item* Find(Predicate is) const {
+        for (const Section& section : sections_) {
+            for (const std::unique_ptr<Item>& item : section.items) {
+                if (is(*item)) {
+                    return item.get();
+                }
+            }
+        }
+        return nullptr;
+    }
 
   private:
-    std::map<uint8_t, std::vector<std::unique_ptr<Item>>> bySection_;
-    std::vector<Item*> all_;
+    struct Section {
+        size_t end = 0;  // the index after its last entry's
+        std::vector<std::unique_ptr<Item>> items;
+    };
+    std::vector<Section> sections_;  // by section_number
 };
 
 // A descriptor loop that spans the sections of a sub-table: one after the other in section_number

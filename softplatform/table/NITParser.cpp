@@ -1,30 +1,27 @@
 #include <cstdint>
 #include <list>
-#include <map>
 #include <memory>
 
 #include "platform/TCDVBNITParser.h"
 #include "softplatform/descriptor/Internals.h"
-#include "softplatform/table/BaseSection.h"
 #include "softplatform/table/NetworkTable.h"
 #include "softplatform/table/SectionParser.h"
+#include "softplatform/table/SubTables.h"
 
 using tvservice::NetworkTable;
 
-struct TCDVBNITInstance::Impl {
-    NetworkTable table;
-};
+struct TCDVBNITInstance::Impl : NetworkTable {};
 
 TCDVBNITInstance::TCDVBNITInstance(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
 
 TCDVBNITInstance::~TCDVBNITInstance() = default;
 
 unsigned short TCDVBNITInstance::NetworkId() {
-    return m_impl->table.id;
+    return m_impl->id;
 }
 
 unsigned char TCDVBNITInstance::NitAttribute() const {
-    return m_impl->table.tableId;
+    return m_impl->tableId;
 }
 
 unsigned char TCDVBNITInstance::TableAttribute() const {
@@ -32,32 +29,32 @@ unsigned char TCDVBNITInstance::TableAttribute() const {
 }
 
 int TCDVBNITInstance::NumOfDescriptors(int tag) {
-    return m_impl->table.loop.Count(tag);
+    return m_impl->loop.Count(tag);
 }
 
 TCBaseDesc* TCDVBNITInstance::Descriptor(int tag, unsigned int index) {
-    return m_impl->table.loop.Find(tag, index);
+    return m_impl->loop.Find(tag, index);
 }
 
 int TCDVBNITInstance::NumOfDescriptors() {
-    return m_impl->table.loop.size();
+    return m_impl->loop.size();
 }
 
 TCBaseDesc* TCDVBNITInstance::DescriptorByIndex(unsigned int index) {
-    return m_impl->table.loop.At(index);
+    return m_impl->loop.At(index);
 }
 
 int TCDVBNITInstance::NumOfDVBItemMux() {
-    return m_impl->table.muxes.size();
+    return static_cast<int>(m_impl->muxes.size());
 }
 
 TCDVBItemMux* TCDVBNITInstance::DVBItemMuxOfIndex(unsigned int index) {
-    return m_impl->table.muxes.At(index);
+    return m_impl->muxes.At(index);
 }
 
 struct TCDVBNITParser::Impl {
     uint8_t tableId;
-    std::map<uint16_t, std::unique_ptr<TCDVBNITInstance>> instances;  // by network_id
+    tvservice::SubTables<uint16_t, TCDVBNITInstance> instances;  // by network_id
 };
 
 TCDVBNITParser::TCDVBNITParser(int tableId, const TVSHandle&)
@@ -71,17 +68,11 @@ bool TCDVBNITParser::Parse(short, unsigned char* bytes) {
         return false;
     }
     const uint16_t id = section->table_id_extension();
-    std::unique_ptr<TCDVBNITInstance>& instance = m_impl->instances[id];
-    if (!instance) {
-        instance =
-            TVServiceInternals::Make<TCDVBNITInstance>(NetworkTable{id, m_impl->tableId, {}, {}});
-    }
-    NetworkTable& table = TVServiceInternals::Of(*instance).table;
-    const auto held =
-        tvservice::StoreIfNew(TVServiceInternals::Of<TCBaseSection>(*instance).sections, *section,
-                              [&table] { table.Clear(); });
-    if (held) {
-        table.Take(held->section_number(), held->body());
+    if (!m_impl->instances.Take(id, *section, [&] {
+            return TVServiceInternals::Make<TCDVBNITInstance>(
+                NetworkTable{id, m_impl->tableId, {}, {}});
+        })) {
+        return false;
     }
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = id;
     return true;
@@ -89,16 +80,15 @@ bool TCDVBNITParser::Parse(short, unsigned char* bytes) {
 
 void TCDVBNITParser::Reset() {
     TCSectionParser::Reset();
-    m_impl->instances.clear();
+    m_impl->instances.Clear();
 }
 
 void TCDVBNITParser::NetworkIds(std::list<unsigned short>& networkIds) {
-    for (const auto& instance : m_impl->instances) {
+    for (const auto& instance : m_impl->instances.all()) {
         networkIds.push_back(instance.first);
     }
 }
 
 TCDVBNITInstance* TCDVBNITParser::GetInstance(unsigned short networkId) {
-    const auto found = m_impl->instances.find(networkId);
-    return found == m_impl->instances.end() ? nullptr : found->second.get();
+    return m_impl->instances.Find(networkId);
 }

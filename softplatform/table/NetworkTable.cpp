@@ -38,9 +38,10 @@ constexpr size_t kLengthSize = 2;
 constexpr size_t kMuxHeadSize = 6;  // transport_stream_id to transport_descriptors_length
 }  // namespace
 
-void NetworkTable::Take(uint8_t sectionNumber, ByteView body) {
+void NetworkTable::Take(SectionView section) {
+    const ByteView body = section.body();
     const ByteView own = Field(body, kLengthSize, body.U16(0) & 0x0FFF);
-    loop.Put(sectionNumber, DescriptorLoop(own, tableId));
+    loop.Put(section.section_number(), DescriptorLoop(own, tableId));
     const ByteView rest = body.Subview(kLengthSize + own.size());
     std::vector<std::unique_ptr<TCDVBItemMux>> items;
     EntryReader reader(Field(rest, kLengthSize, rest.U16(0) & 0x0FFF), kMuxHeadSize);
@@ -49,7 +50,7 @@ void NetworkTable::Take(uint8_t sectionNumber, ByteView body) {
             TVServiceInternals::Make<TCDVBItemMux>(reader.head().U16(2), reader.head().U16(0),
                                                    DescriptorLoop(reader.descriptors(), tableId)));
     }
-    muxes.Put(sectionNumber, std::move(items));
+    muxes.Put(section.section_number(), std::move(items));
 }
 
 void NetworkTable::Clear() {

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "platform/TCDVBItemMux.h"
-#include "softplatform/base/ByteView.h"
+#include "softplatform/section/SectionView.h"
 #include "softplatform/table/Loops.h"
 
 namespace tvservice {
@@ -18,8 +18,8 @@ struct NetworkTable {
 
     static constexpr size_t kFixedSize = 4;  // the two length fields
 
-    // What follows the section's header, which is at least kFixedSize long.
-    void Take(uint8_t sectionNumber, ByteView body);
+    // Of which at least kFixedSize bytes follow the header.
+    void Take(SectionView section);
 
     void Clear();
 };

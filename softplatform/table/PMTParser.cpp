@@ -1,17 +1,17 @@
 #include <cstdint>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <vector>
 
 #include "platform/TCPMTParser.h"
 #include "softplatform/descriptor/Internals.h"
-#include "softplatform/table/BaseSection.h"
 #include "softplatform/table/Loops.h"
 #include "softplatform/table/SectionParser.h"
+#include "softplatform/table/SubTables.h"
 
 using tvservice::ByteView;
 using tvservice::DescriptorLoop;
+using tvservice::SectionView;
 
 namespace {
 constexpr uint8_t kPmtTableId = 0x02;
@@ -60,10 +60,11 @@ struct TCPMTInstance::Impl {
     tvservice::ItemLoop<TCPMTElementary> streams = {};
 
     // ISO/IEC 13818-1 2.4.4.8: what follows the section's header.
-    void Take(uint8_t sectionNumber, ByteView body) {
+    void Take(SectionView section) {
+        const ByteView body = section.body();
         pcrPid = body.U16(0) & 0x1FFF;
         const ByteView programInfo = tvservice::Field(body, kFixedSize, body.U16(2) & 0x0FFF);
-        loop.Put(sectionNumber, DescriptorLoop(programInfo, kPmtTableId));
+        loop.Put(section.section_number(), DescriptorLoop(programInfo, kPmtTableId));
         std::vector<std::unique_ptr<TCPMTElementary>> items;
         tvservice::EntryReader reader(body.Subview(kFixedSize + programInfo.size()),
                                       kStreamHeadSize);
@@ -72,7 +73,12 @@ struct TCPMTInstance::Impl {
                 reader.head().U8(0), static_cast<uint16_t>(reader.head().U16(1) & 0x1FFF),
                 DescriptorLoop(reader.descriptors(), kPmtTableId)));
         }
-        streams.Put(sectionNumber, std::move(items));
+        streams.Put(section.section_number(), std::move(items));
+    }
+
+    void Clear() {
+        loop.Clear();
+        streams.Clear();
     }
 };
 
@@ -89,7 +95,7 @@ unsigned short TCPMTInstance::PCRPID() const {
 }
 
 int TCPMTInstance::NumOfElementary() {
-    return m_impl->streams.size();
+    return static_cast<int>(m_impl->streams.size());
 }
 
 TCPMTElementary* TCPMTInstance::PMTElementary(unsigned int index) {
@@ -113,7 +119,7 @@ TCBaseDesc* TCPMTInstance::DescriptorByIndex(unsigned int index) {
 }
 
 struct TCPMTParser::Impl {
-    std::map<uint16_t, std::unique_ptr<TCPMTInstance>> instances;  // by program_number
+    tvservice::SubTables<uint16_t, TCPMTInstance> instances;  // by program_number
 };
 
 TCPMTParser::TCPMTParser(TVSHandle const&) : m_impl(std::make_unique<Impl>()) {}
@@ -126,18 +132,10 @@ bool TCPMTParser::Parse(short, unsigned char* bytes) {
         return false;
     }
     const uint16_t programNumber = section->table_id_extension();
-    std::unique_ptr<TCPMTInstance>& instance = m_impl->instances[programNumber];
-    if (!instance) {
-        instance = TVServiceInternals::Make<TCPMTInstance>(programNumber);
-    }
-    auto& content = TVServiceInternals::Of(*instance);
-    const auto held = tvservice::StoreIfNew(
-        TVServiceInternals::Of<TCBaseSection>(*instance).sections, *section, [&content] {
-            content.loop.Clear();
-            content.streams.Clear();
-        });
-    if (held) {
-        content.Take(held->section_number(), held->body());
+    if (!m_impl->instances.Take(programNumber, *section, [programNumber] {
+            return TVServiceInternals::Make<TCPMTInstance>(programNumber);
+        })) {
+        return false;
     }
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = programNumber;
     return true;
@@ -145,7 +143,7 @@ bool TCPMTParser::Parse(short, unsigned char* bytes) {
 
 void TCPMTParser::Reset() {
     TCSectionParser::Reset();
-    m_impl->instances.clear();
+    m_impl->instances.Clear();
 }
 
 unsigned short TCPMTParser::ProgramNumber() const {
@@ -153,17 +151,14 @@ unsigned short TCPMTParser::ProgramNumber() const {
 }
 
 TCPMTInstance* TCPMTParser::PMTInstance(unsigned short programNumber) {
-    const auto found = m_impl->instances.find(programNumber);
-    return found == m_impl->instances.end() ? nullptr : found->second.get();
+    return m_impl->instances.Find(programNumber);
 }
 
 int TCPMTParser::NumOfPMTInstance() {
-    return static_cast<int>(m_impl->instances.size());
+    return static_cast<int>(m_impl->instances.all().size());
 }
 
 TCPMTInstance* TCPMTParser::PMTInstanceOfIndex(unsigned int index) {
-    if (index >= m_impl->instances.size()) {
-        return nullptr;
-    }
-    return std::next(m_impl->instances.begin(), index)->second.get();
+    const auto& all = m_impl->instances.all();
+    return index < all.size() ? std::next(all.begin(), index)->second.get() : nullptr;
 }

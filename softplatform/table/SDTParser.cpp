@@ -1,13 +1,13 @@
-#include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/TCDVBSDTParser.h"
 #include "softplatform/descriptor/Internals.h"
-#include "softplatform/table/BaseSection.h"
 #include "softplatform/table/Loops.h"
 #include "softplatform/table/SectionParser.h"
+#include "softplatform/table/SubTables.h"
 
 using tvservice::ByteView;
 using tvservice::DescriptorLoop;
@@ -60,15 +60,17 @@ struct TCDVBSDTInstance::Impl {
     tvservice::ItemLoop<TCDVBSDTItemService> services = {};
 
     // ETSI EN 300 468 5.2.3: what follows the section's header.
-    void Take(uint8_t sectionNumber, ByteView body, uint8_t tableId) {
+    void Take(tvservice::SectionView section) {
         std::vector<std::unique_ptr<TCDVBSDTItemService>> items;
-        tvservice::EntryReader reader(body.Subview(kFixedSize), kServiceHeadSize);
+        tvservice::EntryReader reader(section.body().Subview(kFixedSize), kServiceHeadSize);
         while (reader.Next()) {
             items.push_back(TVServiceInternals::Make<TCDVBSDTItemService>(
-                reader.head(), DescriptorLoop(reader.descriptors(), tableId)));
+                reader.head(), DescriptorLoop(reader.descriptors(), section.table_id())));
         }
-        services.Put(sectionNumber, std::move(items));
+        services.Put(section.section_number(), std::move(items));
     }
+
+    void Clear() { services.Clear(); }
 };
 
 TCDVBSDTInstance::TCDVBSDTInstance(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
@@ -84,7 +86,7 @@ unsigned short TCDVBSDTInstance::TransportStreamId() const {
 }
 
 int TCDVBSDTInstance::NumOfDVBSDTItemService() {
-    return m_impl->services.size();
+    return static_cast<int>(m_impl->services.size());
 }
 
 TCDVBSDTItemService* TCDVBSDTInstance::DVBSDTItemServiceOfIndex(unsigned int index) {
@@ -92,30 +94,21 @@ TCDVBSDTItemService* TCDVBSDTInstance::DVBSDTItemServiceOfIndex(unsigned int ind
 }
 
 TCDVBSDTItemService* TCDVBSDTInstance::DVBSDTItemServiceBySID(unsigned short serviceId) {
-    const auto& all = m_impl->services.all();
-    const auto found =
-        std::find_if(all.begin(), all.end(), [serviceId](const TCDVBSDTItemService* service) {
-            return service->ServiceId() == serviceId;
-        });
-    return found == all.end() ? nullptr : *found;
+    return m_impl->services.Find([serviceId](const TCDVBSDTItemService& service) {
+        return service.ServiceId() == serviceId;
+    });
 }
 
 struct TCDVBSDTParser::Impl {
-    uint8_t tableId;
-    std::vector<std::unique_ptr<TCDVBSDTInstance>> instances;  // in the order in which they began
+    using Key = std::pair<uint16_t, uint16_t>;  // onid, tsid
 
-    TCDVBSDTInstance* Find(uint16_t onid, uint16_t tsid) const {
-        const auto found =
-            std::find_if(instances.begin(), instances.end(), [onid, tsid](const auto& instance) {
-                return instance->OriginalNetworkId() == onid &&
-                       instance->TransportStreamId() == tsid;
-            });
-        return found == instances.end() ? nullptr : found->get();
-    }
+    uint8_t tableId;
+    tvservice::SubTables<Key, TCDVBSDTInstance> instances;
+    TCDVBSDTInstance* first = nullptr;  // the one that began first
 };
 
 TCDVBSDTParser::TCDVBSDTParser(int tableId, TVSHandle const&)
-    : m_impl(new Impl{static_cast<uint8_t>(tableId), {}}) {}
+    : m_impl(new Impl{static_cast<uint8_t>(tableId), {}, nullptr}) {}
 
 TCDVBSDTParser::~TCDVBSDTParser() = default;
 
@@ -126,17 +119,15 @@ bool TCDVBSDTParser::Parse(short, unsigned char* bytes) {
     }
     const uint16_t tsid = section->table_id_extension();
     const uint16_t onid = section->body().U16(0);
-    TCDVBSDTInstance* instance = m_impl->Find(onid, tsid);
-    if (instance == nullptr) {
-        m_impl->instances.push_back(TVServiceInternals::Make<TCDVBSDTInstance>(onid, tsid));
-        instance = m_impl->instances.back().get();
-    }
-    auto& content = TVServiceInternals::Of(*instance);
-    const auto held =
-        tvservice::StoreIfNew(TVServiceInternals::Of<TCBaseSection>(*instance).sections, *section,
-                              [&content] { content.services.Clear(); });
-    if (held) {
-        content.Take(held->section_number(), held->body(), m_impl->tableId);
+    const bool isTaken = m_impl->instances.Take({onid, tsid}, *section, [&] {
+        auto fresh = TVServiceInternals::Make<TCDVBSDTInstance>(onid, tsid);
+        if (m_impl->first == nullptr) {
+            m_impl->first = fresh.get();
+        }
+        return fresh;
+    });
+    if (!isTaken) {
+        return false;
     }
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = tsid;
     return true;
@@ -144,14 +135,15 @@ bool TCDVBSDTParser::Parse(short, unsigned char* bytes) {
 
 void TCDVBSDTParser::Reset() {
     TCSectionParser::Reset();
-    m_impl->instances.clear();
+    m_impl->instances.Clear();
+    m_impl->first = nullptr;
 }
 
 TCDVBSDTInstance* TCDVBSDTParser::DVBSDTInstance(unsigned short originalNetworkId,
                                                  unsigned short transportStreamId) {
-    return m_impl->Find(originalNetworkId, transportStreamId);
+    return m_impl->instances.Find({originalNetworkId, transportStreamId});
 }
 
 TCDVBSDTInstance* TCDVBSDTParser::DVBSDTFirstInstance() {
-    return m_impl->instances.empty() ? nullptr : m_impl->instances.front().get();
+    return m_impl->first;
 }

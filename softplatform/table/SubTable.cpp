@@ -46,8 +46,11 @@ SectionView SubTable::Store(SectionView section) {
         tableId_ = section.table_id();
         tableIdExtension_ = section.table_id_extension();
         version_ = section.version_number();
+        bytes_ = BytesOfSlots(section);
     }
     const uint8_t number = section.section_number();
+    bytes_ -= sections_[number].size();
+    bytes_ += copy.size();
     sections_[number] = std::move(copy);
     held_.set(number);
     return *SectionView::From(sections_[number].data(), sections_[number].size());

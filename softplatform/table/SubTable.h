@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bitset>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -42,6 +43,12 @@ class SubTable {
 
     void Clear();
 
+    // What is held, with its bookkeeping; and the most by which a section adds to it.
+    size_t bytes() const { return bytes_; }
+    static size_t BytesFor(SectionView section) {
+        return BytesOfSlots(section) + section.bytes().size();
+    }
+
     // Whether sections 0 to last_section_number are all held.
     bool complete() const { return !sections_.empty() && held_.count() == sections_.size(); }
 
@@ -57,9 +64,14 @@ class SubTable {
   private:
     bool IsOfThisState(SectionView section) const;
 
+    static size_t BytesOfSlots(SectionView section) {
+        return (size_t{section.last_section_number()} + 1) * sizeof(std::vector<uint8_t>);
+    }
+
     uint8_t tableId_ = 0;
     uint16_t tableIdExtension_ = 0;
     uint8_t version_ = 0;
+    size_t bytes_ = 0;
     std::bitset<256> held_;                       // by section_number
     std::vector<std::vector<uint8_t>> sections_;  // last_section_number + 1; empty ones not held
 };

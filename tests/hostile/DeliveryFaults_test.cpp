@@ -18,8 +18,6 @@ using testing::IsEmpty;
 using testing::Lt;
 using testing::Pair;
 
-constexpr auto kLockStep = tvservice::PlayOptions::kLockStep;
-
 class DeliveryFaultsTest : public HostileTest {
   protected:
     // Holds the event thread at the first section of `inbox` until the platform has made `count`

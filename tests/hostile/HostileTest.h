@@ -87,6 +87,7 @@ class HostileTest : public testing::Test {
     static constexpr uint16_t kOtherPid = 0x0200;
     static constexpr uint8_t kTable = 0x42;
     static constexpr uint8_t kOtherTable = 0x46;
+    static constexpr auto kLockStep = tvservice::PlayOptions::kLockStep;
     static constexpr size_t kColourEnd = 4;  // bytes of \033[0m
 
     HostileTest() {

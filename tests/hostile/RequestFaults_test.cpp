@@ -13,7 +13,6 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-constexpr auto kLockStep = tvservice::PlayOptions::kLockStep;
 constexpr auto kContinuous = ISectionManager::EContinuous;
 
 class RequestFaultsTest : public HostileTest {

@@ -53,10 +53,10 @@ void CatchInterrupts() {
         sigwait(&signals, &signal);
         s_interrupted = true;
         // Again and again: what plays may begin only after the signal.
-        constexpr timespec kInterval{0, 50'000'000};
+        constexpr timespec kRepeatInterval{0, 50'000'000};
         do {
             tvservice::SoftwarePlatform::Instance().Interrupt();
-            signal = sigtimedwait(&signals, nullptr, &kInterval);
+            signal = sigtimedwait(&signals, nullptr, &kRepeatInterval);
         } while (signal < 0);
         std::_Exit(128 + signal);
     }).detach();

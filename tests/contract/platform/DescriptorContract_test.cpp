@@ -213,41 +213,41 @@ TEST_P(MalformedDescriptor, ConsumesLessThanItsLength) {
 }
 
 template <class T>
-std::unique_ptr<TCBaseDesc> Make() {
+std::unique_ptr<TCBaseDesc> New() {
     return std::make_unique<T>();
 }
 
 INSTANTIATE_TEST_SUITE_P(
     All, MalformedDescriptor,
     testing::Values(MalformedCase{"ServiceWithALongName", Tagged(0x48, {1, 1, 'p', 9, 'a', 'b'}),
-                                  &Make<TCDescService>},
+                                  &New<TCDescService>},
                     MalformedCase{"ServiceWithALongProvider", Tagged(0x48, {1, 200, 'p', 0}),
-                                  &Make<TCDescService>},
+                                  &New<TCDescService>},
                     MalformedCase{"ShortEventWithALongText", Tagged(0x4D, {'e', 'n', 'g', 0, 1}),
-                                  &Make<TCDescShortEvent>},
+                                  &New<TCDescShortEvent>},
                     MalformedCase{"ExtendedEventWithLongItems",
                                   Tagged(0x4E, {0, 'e', 'n', 'g', 10, 1, 'a', 1, 'b', 0}),
-                                  &Make<TCDescExtendedEvent>},
+                                  &New<TCDescExtendedEvent>},
                     MalformedCase{"ExtendedEventWithAnItemThatOverrunsTheItems",
                                   Tagged(0x4E, {0, 'e', 'n', 'g', 4, 1, 'a', 9, 'b', 0}),
-                                  &Make<TCDescExtendedEvent>},
+                                  &New<TCDescExtendedEvent>},
                     MalformedCase{"LinkageWithALongLoop",
                                   Tagged(0x4A, {0, 1, 0, 2, 0, 3, 9, 5, 0, 0x15, 0x0A, 0}),
-                                  &Make<TCDescLinkage>},
+                                  &New<TCDescLinkage>},
                     MalformedCase{"LinkageWithASelectorThatOverrunsTheLoop",
                                   Tagged(0x4A, {0, 1, 0, 2, 0, 3, 9, 5, 0, 0x15, 0x0A, 2, 1, 2}),
-                                  &Make<TCDescLinkage>},
+                                  &New<TCDescLinkage>},
                     MalformedCase{"DataBroadcastIdWithALongLoop",
                                   Tagged(0x66, {0, 0x0A, 7, 0, 0x15, 0x0A, 0xF1, 0xC0, 0}),
-                                  &Make<TCDescDataBroadcastId>},
+                                  &New<TCDescDataBroadcastId>},
                     MalformedCase{"DataBroadcastIdWithASelectorThatOverrunsTheLoop",
                                   Tagged(0x66, {0, 0x0A, 7, 0, 0x15, 0x0A, 0xF1, 0xC0, 2, 1, 2}),
-                                  &Make<TCDescDataBroadcastId>},
+                                  &New<TCDescDataBroadcastId>},
                     MalformedCase{"T2WithACutCell",
                                   Tagged(0x7F, {4, 0, 0, 1, 0, 0, 0, 7, 2, 0xFA, 0xF0}),
-                                  &Make<TCDescT2SystemDelivery>},
+                                  &New<TCDescT2SystemDelivery>},
                     MalformedCase{"ServiceListWithACutEntry", Tagged(0x41, {0, 1, 2, 0, 1}),
-                                  &Make<TCDescServiceList>}),
+                                  &New<TCDescServiceList>}),
     [](const auto& tested) { return tested.param.name; });
 
 // --- Selector bytes

@@ -27,12 +27,8 @@ namespace {
 using testing::HasSubstr;
 using testsupport::Bytes;
 using testsupport::FakeKernel;
-
-constexpr uint16_t kPid = 0x0012;
-
-DvbFilter TableId(uint8_t table_id) {
-    return {{table_id}, {0xFF}, {}};
-}
+using testsupport::kPid;
+using testsupport::TableId;
 
 Bytes Numbered(uint8_t table_id, uint16_t number) {
     return {table_id, 0x30, 2, static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number)};

@@ -30,10 +30,11 @@ using testing::SizeIs;
 using testing::UnorderedElementsAre;
 using testsupport::Bytes;
 using testsupport::FakeKernel;
+using testsupport::kPid;
+using testsupport::TableId;
 using Call = FakeKernel::Call;
 using Arrival = std::pair<uint16_t, Bytes>;
 
-constexpr uint16_t kPid = 0x0012;
 constexpr uint16_t kOtherPid = 0x0011;
 
 // A section with `body` behind its section_length.
@@ -42,10 +43,6 @@ Bytes Section(uint8_t table_id, const Bytes& body = {0, 5, 0xC1, 0, 0}) {
     const Bytes header{table_id, static_cast<uint8_t>(0xB0 | length >> 8),
                        static_cast<uint8_t>(length)};
     return testsupport::Join({header, body});
-}
-
-DvbFilter TableId(uint8_t table_id) {
-    return {{table_id}, {0xFF}, {}};
 }
 
 DvbFilter Extension(uint8_t low) {

@@ -14,16 +14,12 @@ namespace {
 
 using testsupport::Bytes;
 using testsupport::KernelPasses;
-
-constexpr uint16_t kPid = 0x0012;
+using testsupport::kPid;
+using testsupport::TableId;
 
 // A filter of `size` bytes that asks nothing but what is put into it.
 DvbFilter Nothing(size_t size) {
     return {Bytes(size), Bytes(size), Bytes(size)};
-}
-
-DvbFilter TableId(uint8_t table_id, uint8_t mask = 0xFF) {
-    return {{table_id}, {mask}, {}};
 }
 
 DvbFilter TableAndExtension(uint8_t table_id, uint8_t low) {

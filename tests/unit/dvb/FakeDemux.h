@@ -10,9 +10,16 @@
 
 #include "softplatform/base/Mutex.h"
 #include "softplatform/input/dvb/DemuxDevice.h"
+#include "softplatform/input/dvb/DvbFilterPlan.h"
 #include "tests/support/TsBytes.h"
 
 namespace testsupport {
+
+constexpr uint16_t kPid = 0x0012;
+
+inline tvservice::DvbFilter TableId(uint8_t table_id, uint8_t mask = 0xFF) {
+    return {{table_id}, {mask}, {}};
+}
 
 // Whether a filter lets the 18 bytes of the kernel's window pass: the kernel's own way to see it,
 // in which it turns the mode bits over and spreads the 16 bytes of the filter over the window.

@@ -29,7 +29,7 @@ using testsupport::PlainPackets;
 using testsupport::ReadAll;
 using testsupport::Slice;
 
-constexpr uint64_t kMs = kPcrFrequency / 1000;
+using testsupport::kMs;
 
 // Five packets, then three blocks of a PCR and four packets, 40 ms from PCR to PCR.
 Bytes Stream(uint64_t first = 0) {

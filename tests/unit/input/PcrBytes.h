@@ -2,9 +2,12 @@
 
 #include <cstdint>
 
+#include "softplatform/input/PcrScanner.h"
 #include "tests/support/TsBytes.h"
 
 namespace testsupport {
+
+constexpr uint64_t kMs = tvservice::kPcrFrequency / 1000;
 
 // A transport packet with a PCR, ISO/IEC 13818-1 2.4.3.5; all else of it is stuffing.
 struct PcrBytes {

@@ -2,13 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/input/PcrBytes.h"
+
 namespace tvservice {
 namespace {
 
 using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
 
-constexpr uint64_t kMs = kPcrFrequency / 1000;
+using testsupport::kMs;
 
 // A stream whose PCRs are reached as soon as they are due, unless a test says otherwise.
 class PcrScheduleTest : public testing::Test {

@@ -1,7 +1,6 @@
 // Memory that runs out while a subscription or a record is made, and what making one takes. A
 // program of its own: it replaces operator new.
 
-#include <cstdlib>
 #include <list>
 #include <new>
 
@@ -9,37 +8,13 @@
 #include "SI/Include/IPATParser.h"
 #include "SI/Include/IPMTParser.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
+#include "tests/support/FailingNew.h"
 #include "tests/support/FakeTables.h"
 #include "tests/unit/si/SiFixture.h"
 
 namespace {
-thread_local int s_failAfter = -1;  // allocations until one fails; negative for none
-thread_local int s_allocations = 0;
-thread_local int s_blocks = 0;  // allocated and not yet freed
-}  // namespace
 
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (s_failAfter >= 0 && s_failAfter-- == 0) {
-        throw std::bad_alloc();
-    }
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        ++s_allocations;
-        ++s_blocks;
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    s_blocks -= memory == nullptr ? 0 : 1;
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    s_blocks -= memory == nullptr ? 0 : 1;
-    std::free(memory);
-}
-
-namespace {
-
+using testsupport::t_heap;
 using Subscribe = std::function<std::shared_ptr<CSectionSubscription>(Recorder&, unsigned int)>;
 
 /// One way to subscribe, and what its constructor writes.
@@ -84,7 +59,7 @@ class AllocationTest : public testing::TestWithParam<std::size_t> {
     /// The next allocation after that line fails.
     void FailAfter(const std::string& trigger) {
         platform.duringLog = [trigger](const std::string& line) {
-            s_failAfter = line == trigger ? 0 : -1;
+            t_heap.failAfter = line == trigger ? 0 : -1;
         };
     }
 
@@ -136,15 +111,15 @@ using TORVEL_MW::SIDescriptor;
 template <class Body, class Check>
 int FailEachAllocation(const Body& body, const Check& afterFailure) {
     for (int successes = 0;; ++successes) {
-        s_failAfter = successes;
+        t_heap.failAfter = successes;
         try {
             body();
         } catch (const std::bad_alloc&) {
-            s_failAfter = -1;
+            t_heap.failAfter = -1;
             afterFailure();
             continue;
         }
-        s_failAfter = -1;
+        t_heap.failAfter = -1;
         return successes;
     }
 }
@@ -166,11 +141,11 @@ class RecordAllocationTest : public testing::Test {
         prepare();
         body();  // allocates what the fakes keep for good
         StartAfresh();
-        const int blocks = s_blocks;
+        const int blocks = t_heap.blocks;
         const int descriptors = fake::LivingDescriptors();
         const auto expectNothingLeft = [&] {
             StartAfresh();
-            EXPECT_EQ(s_blocks, blocks);
+            EXPECT_EQ(t_heap.blocks, blocks);
             EXPECT_EQ(fake::LivingDescriptors(), descriptors);
         };
         prepare();
@@ -187,18 +162,18 @@ class RecordAllocationTest : public testing::Test {
 };
 
 TEST_F(RecordAllocationTest, SavedDescriptorWithoutPayloadAllocatesNothing) {
-    const int before = s_allocations;
+    const int before = t_heap.allocations;
     const SIDescriptor record(0x48, false, 0, false, 0, {});
-    EXPECT_EQ(s_allocations, before);
+    EXPECT_EQ(t_heap.allocations, before);
     const auto made = ISIDescriptor::CreateSIDescriptor(0x48, false, 0, false, 0, {});
-    EXPECT_EQ(s_allocations - before, 1) << "the record alone";
+    EXPECT_EQ(t_heap.allocations - before, 1) << "the record alone";
 }
 
 TEST_F(RecordAllocationTest, FactoryCopiesThePayloadAtTheCallAndOnceMore) {
     const Bytes payload{1, 2, 3};
-    const int before = s_allocations;
+    const int before = t_heap.allocations;
     const auto record = ISIDescriptor::CreateSIDescriptor(0x48, false, 0, false, 0, payload);
-    EXPECT_EQ(s_allocations - before, 3) << "two copies and the record";
+    EXPECT_EQ(t_heap.allocations - before, 3) << "two copies and the record";
     EXPECT_EQ(record->GetData(), payload);
 }
 

@@ -2,47 +2,20 @@
 // manager stores a subscription. A program of its own: it replaces operator new.
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <vector>
 
 #include "SI/SectionFilter/Korvo/Src/EventQueue.h"
 #include "SI/SectionFilter/Korvo/Src/SectionData.h"
+#include "tests/support/FailingNew.h"
 #include "tests/unit/si/Call.h"
 #include "tests/unit/si/EventQueuePeer.h"
 #include "tests/unit/si/SectionManagerFixture.h"
 
 namespace {
-thread_local int s_failAfter = -1;  // allocations of this thread until one fails; below 0 for none
-thread_local int s_allocations = 0;
-thread_local int s_blocks = 0;  // that this thread allocated, less those that it freed
-thread_local std::size_t s_lastSize = 0;
-}  // namespace
 
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (s_failAfter >= 0 && s_failAfter-- == 0) {
-        throw std::bad_alloc();
-    }
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        ++s_allocations;
-        ++s_blocks;
-        s_lastSize = size;
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    s_blocks -= memory == nullptr ? 0 : 1;
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    s_blocks -= memory == nullptr ? 0 : 1;
-    std::free(memory);
-}
-
-namespace {
-
+using testsupport::t_heap;
 using TORVEL_MW::EventQueue;
 using TORVEL_MW::EventQueuePeer;
 using TORVEL_MW::SectionData;
@@ -50,23 +23,23 @@ using TORVEL_MW::SectionData;
 /// Runs `body` with its allocation `successes` + 1 failing. Whether that ended it.
 template <class Body>
 bool RunsOutOfMemory(int successes, const Body& body) {
-    s_failAfter = successes;
+    t_heap.failAfter = successes;
     try {
         body();
     } catch (const std::bad_alloc&) {
-        s_failAfter = -1;
+        t_heap.failAfter = -1;
         return true;
     }
-    s_failAfter = -1;
+    t_heap.failAfter = -1;
     return false;
 }
 
 TEST(SectionDataMemoryTest, BytesAreOneAllocationOfExactlyTheirLength) {
     std::vector<unsigned char> bytes(4096, 0x42);
-    const int before = s_allocations;
+    const int before = t_heap.allocations;
     const SectionData record(1, bytes.data(), 4096);
-    EXPECT_EQ(s_allocations - before, 1);
-    EXPECT_EQ(s_lastSize, 4096u);
+    EXPECT_EQ(t_heap.allocations - before, 1);
+    EXPECT_EQ(t_heap.lastSize, 4096u);
 }
 
 TEST(SectionDataMemoryTest, RecordOfLength0AllocatesNothing) {
@@ -75,19 +48,19 @@ TEST(SectionDataMemoryTest, RecordOfLength0AllocatesNothing) {
 
 TEST(SectionDataMemoryTest, RecordThatFailsLeavesNothing) {
     std::vector<unsigned char> bytes(4096, 0x42);
-    const int blocks = s_blocks;
+    const int blocks = t_heap.blocks;
     const auto make = [&bytes] { std::make_unique<SectionData>(1, bytes.data(), 4096); };
     EXPECT_TRUE(RunsOutOfMemory(0, make)) << "the record";
-    EXPECT_EQ(s_blocks, blocks);
+    EXPECT_EQ(t_heap.blocks, blocks);
     EXPECT_TRUE(RunsOutOfMemory(1, make)) << "its bytes";
-    EXPECT_EQ(s_blocks, blocks);
+    EXPECT_EQ(t_heap.blocks, blocks);
     EXPECT_FALSE(RunsOutOfMemory(2, make));
-    EXPECT_EQ(s_blocks, blocks);
+    EXPECT_EQ(t_heap.blocks, blocks);
 }
 
 TEST(EventQueueMemoryTest, PushThatFailsDestroysItsItemReleasesTheLockAndLosesNoOther) {
     constexpr int kItems = 2000;  // the deque's blocks and the table of its blocks grow on the way
-    const int blocks = s_blocks;
+    const int blocks = t_heap.blocks;
     int failures = 0;
     int mostFailuresOfOne = 0;
     {
@@ -96,11 +69,12 @@ TEST(EventQueueMemoryTest, PushThatFailsDestroysItsItemReleasesTheLockAndLosesNo
             int failed = 0;
             for (;;) {
                 auto item = std::make_unique<int>(number);
-                const int before = s_blocks;
+                const int before = t_heap.blocks;
                 if (!RunsOutOfMemory(failed, [&] { queue.Push(std::move(item)); })) {
                     break;
                 }
-                ASSERT_EQ(s_blocks, before - 1) << "the item is gone, and nothing else has come";
+                ASSERT_EQ(t_heap.blocks, before - 1)
+                    << "the item is gone, and nothing else has come";
                 ASSERT_TRUE(EventQueuePeer::Mutex(queue).try_lock());
                 EventQueuePeer::Mutex(queue).unlock();
                 ++failed;
@@ -114,7 +88,7 @@ TEST(EventQueueMemoryTest, PushThatFailsDestroysItsItemReleasesTheLockAndLosesNo
     }
     EXPECT_GT(failures, 10);
     EXPECT_GE(mostFailuresOfOne, 2);
-    EXPECT_EQ(s_blocks, blocks);
+    EXPECT_EQ(t_heap.blocks, blocks);
 }
 
 TEST(EventQueueMemoryTest, PopAllocatesNothing) {
@@ -153,14 +127,14 @@ TEST_F(ManagerMemoryTest, SectionThatFindsNoMemoryFailsToItsSenderAndTheNextOneA
     for (int round = 0; round < 200; ++round) {
         for (int successes = 0;; ++successes) {
             unsigned char section[] = {0x42, 0xF0, static_cast<unsigned char>(round)};
-            const int blocks = s_blocks;
+            const int blocks = t_heap.blocks;
             if (!RunsOutOfMemory(successes, [&] {
                     CKorvoSectionManager::s_OnSectionData(false, sizeof(section), section, 1);
                 })) {
                 ASSERT_GE(successes, 2) << "the record and its bytes";
                 break;
             }
-            ASSERT_EQ(s_blocks, blocks);
+            ASSERT_EQ(t_heap.blocks, blocks);
             ++failures;
         }
         ++arrived;
@@ -179,7 +153,7 @@ TEST_F(ManagerMemoryTest, SubscriptionThatFindsNoPlaceInTheTableIsReleasedAndCon
     // Behind the subscription's last line: its control block, then its place in the table.
     platform.duringLog = [](const std::string& line) {
         if (line.find("Subscribed successfully") != std::string::npos) {
-            s_failAfter = 1;
+            t_heap.failAfter = 1;
         }
     };
     EXPECT_THROW(SubscribeTable(observer), std::bad_alloc);

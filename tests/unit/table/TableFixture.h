@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/TCBaseDesc.h"
 #include "platform/TVSHandle.h"
 #include "softplatform/base/Counters.h"
 #include "tests/support/TsBytes.h"

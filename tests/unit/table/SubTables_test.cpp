@@ -1,0 +1,150 @@
+#include "softplatform/table/SubTables.h"
+
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include "platform/TCDVBBATParser.h"
+#include "platform/TCDVBEITParser.h"
+#include "platform/TCDVBNITParser.h"
+#include "platform/TCDVBSDTParser.h"
+#include "platform/TCPMTParser.h"
+#include "tests/unit/table/TableFixture.h"
+
+namespace {
+
+constexpr size_t kMaxBytes = size_t{16} << 20;
+
+struct Kind {
+    std::string name;
+    uint8_t tableId;
+    std::function<std::unique_ptr<TCSectionParser>()> make;
+    std::function<bool(TCSectionParser&, unsigned)> isHeld;  // the sub-table with the extension
+};
+
+std::ostream& operator<<(std::ostream& out, const Kind& kind) {
+    return out << kind.name;
+}
+
+class FullParserTest : public testing::TestWithParam<Kind> {
+  protected:
+    // Ones are one entry that reaches past the section's end, in every table.
+    bool FeedOne(unsigned extension, uint8_t version = 0, size_t size = 4000, uint8_t number = 0,
+                 uint8_t last = 0) {
+        return Feed(*parser_, {.table_id = GetParam().tableId,
+                               .table_id_extension = static_cast<uint16_t>(extension),
+                               .version_number = version,
+                               .section_number = number,
+                               .last_section_number = last,
+                               .body = Bytes(size, 0xFF)});
+    }
+
+    // Answers how many were taken before one was refused.
+    unsigned Fill() {
+        unsigned taken = 0;
+        while (taken <= 0xFFFF && FeedOne(taken)) {
+            ++taken;
+        }
+        return taken;
+    }
+
+    static uint64_t Overflows() {
+        return tvservice::ReceiverCounters().Get(tvservice::Counter::kParserOverflows);
+    }
+
+    void SetUp() override { tvservice::ReceiverCounters().ResetStream(); }
+    void TearDown() override { tvservice::ReceiverCounters().ResetStream(); }
+
+    const std::unique_ptr<TCSectionParser> parser_ = GetParam().make();
+};
+
+TEST_P(FullParserTest, RefusesWhatItHasNoRoomFor) {
+    const unsigned taken = Fill();
+    EXPECT_LE(taken * 4012u, kMaxBytes);
+    EXPECT_GE(taken * 5000u, kMaxBytes);
+    EXPECT_EQ(Overflows(), 1u);
+    EXPECT_FALSE(GetParam().isHeld(*parser_, taken));
+    EXPECT_TRUE(GetParam().isHeld(*parser_, 0));
+    EXPECT_TRUE(GetParam().isHeld(*parser_, taken - 1));
+}
+
+TEST_P(FullParserTest, TakesRepeatsAndNewVersionsOfTheSameSize) {
+    const unsigned taken = Fill();
+    EXPECT_TRUE(FeedOne(3));
+    EXPECT_TRUE(FeedOne(3, 1));
+    EXPECT_TRUE(FeedOne(3, 2));
+    EXPECT_EQ(Overflows(), 1u);
+    EXPECT_FALSE(FeedOne(taken));
+}
+
+TEST_P(FullParserTest, KeepsTheOldVersionWhenTheNewOneIsTooLarge) {
+    ASSERT_TRUE(FeedOne(0xFFFF, 0, 300));
+    Fill();
+    EXPECT_FALSE(FeedOne(0xFFFF, 1));
+    EXPECT_TRUE(GetParam().isHeld(*parser_, 0xFFFF));
+    EXPECT_TRUE(FeedOne(0xFFFF, 0, 300));
+}
+
+TEST_P(FullParserTest, ASmallerVersionMakesRoom) {
+    const unsigned taken = Fill();
+    for (const unsigned extension : {1u, 2u}) {
+        ASSERT_TRUE(FeedOne(extension, 1, 300));
+    }
+    EXPECT_TRUE(FeedOne(taken));
+}
+
+TEST_P(FullParserTest, ResetMakesRoom) {
+    const unsigned taken = Fill();
+    parser_->Reset();
+    EXPECT_FALSE(GetParam().isHeld(*parser_, 0));
+    EXPECT_EQ(Fill(), taken);
+}
+
+// Sections that announce 255 more and never send them.
+TEST_P(FullParserTest, PlacesOfSectionsToComeTakeRoomToo) {
+    unsigned taken = 0;
+    while (taken <= 0xFFFF && FeedOne(taken, 0, 20, 0, 255)) {
+        ++taken;
+    }
+    EXPECT_LE(taken * 255 * sizeof(void*), kMaxBytes);
+    EXPECT_EQ(Overflows(), 1u);
+}
+
+template <class Parser>
+std::unique_ptr<TCSectionParser> Of(int tableId) {
+    return std::make_unique<Parser>(tableId, TVSHandle(1, 0));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllTables, FullParserTest,
+    testing::Values(Kind{"Pmt", 0x02, [] { return std::make_unique<TCPMTParser>(TVSHandle(1, 0)); },
+                         [](TCSectionParser& parser, unsigned extension) {
+                             return dynamic_cast<TCPMTParser&>(parser).PMTInstance(
+                                        static_cast<unsigned short>(extension)) != nullptr;
+                         }},
+                    Kind{"Sdt", 0x46, [] { return Of<TCDVBSDTParser>(0x46); },
+                         [](TCSectionParser& parser, unsigned extension) {
+                             return dynamic_cast<TCDVBSDTParser&>(parser).DVBSDTInstance(
+                                        0xFFFF, static_cast<unsigned short>(extension)) != nullptr;
+                         }},
+                    Kind{"Eit", 0x50, [] { return Of<TCDVBEITParser>(0x50); },
+                         [](TCSectionParser& parser, unsigned extension) {
+                             return dynamic_cast<TCDVBEITParser&>(parser).EITInstance(TCServiceKey(
+                                        0xFFFF, 0xFFFF, static_cast<unsigned short>(extension))) !=
+                                    nullptr;
+                         }},
+                    Kind{"Nit", 0x41, [] { return Of<TCDVBNITParser>(0x41); },
+                         [](TCSectionParser& parser, unsigned extension) {
+                             return dynamic_cast<TCDVBNITParser&>(parser).GetInstance(
+                                        static_cast<unsigned short>(extension)) != nullptr;
+                         }},
+                    Kind{"Bat", 0x4A,
+                         [] { return std::make_unique<TCDVBBATParser>(TVSHandle(1, 0)); },
+                         [](TCSectionParser& parser, unsigned extension) {
+                             return dynamic_cast<TCDVBBATParser&>(parser).GetInstance(
+                                        static_cast<unsigned short>(extension)) != nullptr;
+                         }}),
+    [](const auto& kind) { return kind.param.name; });
+
+}  // namespace
