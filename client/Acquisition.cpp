@@ -6,6 +6,7 @@
 
 #include "SI/Include/ISectionManager.h"
 #include "client/SubscriptionIds.h"
+#include "client/TableIds.h"
 
 namespace client {
 
@@ -13,24 +14,6 @@ using TORVEL_MW::ISectionManager;
 using TORVEL_MW::ISectionObserver;
 
 namespace {
-
-constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
-
-// ETSI EN 300 468 5.1.3: the PIDs of service information; ISO/IEC 13818-1 table 2-3.
-constexpr unsigned short kPatPid = 0x0000;
-constexpr unsigned short kCatPid = 0x0001;
-constexpr unsigned short kNitPid = 0x0010;
-constexpr unsigned short kSdtBatPid = 0x0011;
-constexpr unsigned short kEitPid = 0x0012;
-
-constexpr unsigned int kPatTableId = 0x00;
-constexpr unsigned int kCatTableId = 0x01;
-constexpr unsigned int kPmtTableId = 0x02;
-constexpr unsigned int kNitActualTableId = 0x40;
-constexpr unsigned int kNitOtherTableId = 0x41;
-constexpr unsigned int kSdtActualTableId = 0x42;
-constexpr unsigned int kBatTableId = 0x4A;
-constexpr unsigned int kEitPresentFollowingTableId = 0x4E;
 
 // Names each sub-table that was begun and never became whole.
 template <class Reader>

@@ -9,7 +9,6 @@
 namespace client {
 
 namespace {
-constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
 constexpr unsigned short kBarrierSize = 7;  // table_id, section_length, sequence number
 }  // namespace
 

@@ -2,6 +2,7 @@
 
 #include "client/Records.h"
 #include "client/SubTableReader.h"
+#include "client/TableIds.h"
 #include "platform/TCDescShortEvent.h"
 #include "platform/TVSHandle.h"
 #include "softplatform/text/Time.h"
@@ -9,14 +10,13 @@
 namespace client {
 
 namespace {
-constexpr int kEitTableId = 0x4E;
 constexpr int kHeaderSize = 3;  // what section_length does not count
 constexpr unsigned char kShortEventTag = 0x4D;
 }  // namespace
 
 EitTable::EitTable()
     : parser_(TORVEL_MW::IEITParser::CreateEITParser()),
-      platformParser_(kEitTableId, TVSHandle(1, 0)) {
+      platformParser_(kEitPresentFollowingTableId, TVSHandle(1, 0)) {
     parser_->Initialize();
 }
 
@@ -37,7 +37,7 @@ bool EitTable::Take(unsigned short pid, unsigned char* data, Snapshot& events) {
         pid, data, static_cast<unsigned short>(platformParser_.SectionLength() + kHeaderSize));
     const auto narrow = [](unsigned int id) { return static_cast<unsigned short>(id); };
     TCDVBEITItem item(static_cast<int>(sid), narrow(tsid), narrow(onid), TVSHandle(1, 0));
-    item.m_Parse(data, platformParser_.SectionLength() + kHeaderSize, kEitTableId);
+    item.m_Parse(data, platformParser_.SectionLength() + kHeaderSize, kEitPresentFollowingTableId);
     std::vector<Event>& inSection = events_[header.sectionNumber];
     inSection.clear();
     for (int index = 0; index < item.NumOfDVBEITItemEvent(); ++index) {
@@ -60,8 +60,8 @@ bool EitTable::Take(unsigned short pid, unsigned char* data, Snapshot& events) {
                 event.descriptors.push_back(ToDescriptor(descriptor));
             }
         } else {
-            event.descriptors =
-                SavedDescriptors(coded.DescriptorLoop(), coded.DescriptorLoopLength(), kEitTableId);
+            event.descriptors = SavedDescriptors(
+                coded.DescriptorLoop(), coded.DescriptorLoopLength(), kEitPresentFollowingTableId);
         }
         if (const auto desc = FirstOf<TCDescShortEvent>(event.descriptors, kShortEventTag)) {
             event.name = Utf8(desc->EventName());

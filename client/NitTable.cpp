@@ -5,14 +5,13 @@
 #include "client/Linkages.h"
 #include "client/Records.h"
 #include "client/SubTableReader.h"
+#include "client/TableIds.h"
 #include "platform/TCDescNetworkName.h"
 #include "platform/TVSHandle.h"
 
 namespace client {
 
 namespace {
-constexpr int kNitActualTableId = 0x40;
-constexpr int kNitOtherTableId = 0x41;
 constexpr int kNetworkNameTag = 0x40;
 }  // namespace
 

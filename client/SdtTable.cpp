@@ -2,13 +2,13 @@
 
 #include "client/Records.h"
 #include "client/SubTableReader.h"
+#include "client/TableIds.h"
 #include "platform/TCDescService.h"
 #include "platform/TVSHandle.h"
 
 namespace client {
 
 namespace {
-constexpr int kSdtActualTableId = 0x42;
 constexpr unsigned char kServiceTag = 0x48;
 }  // namespace
 

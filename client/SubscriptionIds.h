@@ -7,4 +7,7 @@ namespace client {
 /// subscriptions gets no section for those that follow.
 constexpr unsigned int kLastServedId = 0xFFFF;
 
+/// The time-out of a subscription that has none.
+constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
+
 }  // namespace client

@@ -8,8 +8,6 @@
 namespace generator {
 namespace {
 
-constexpr std::uint64_t kClockRate = 27'000'000;
-
 // Writes the time into a packet that has room for it (ISO/IEC 13818-1 2.4.3.4 and 2.4.3.5).
 void StampClock(Packet& packet, std::uint64_t clock) {
     const bool hasClock = (packet[3] & 0x20) != 0 && packet[4] > 0 && (packet[5] & 0x10) != 0;

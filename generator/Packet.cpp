@@ -8,8 +8,6 @@
 namespace generator {
 namespace {
 
-constexpr std::uint64_t kClockRate = 27'000'000;
-
 // The bytes between header and payload, exactly `size` of them.
 Bytes CodeAdaptationField(const AdaptationField& field, std::size_t size) {
     if (size == 1) {

@@ -14,6 +14,7 @@ namespace generator {
 constexpr std::size_t kPacketSize = 188;
 constexpr std::size_t kPayloadSize = 184;  // of a packet without adaptation field
 constexpr std::uint16_t kNullPid = 0x1FFF;
+constexpr std::uint64_t kClockRate = 27'000'000;  // of the system clock, in Hz
 
 using Packet = std::array<std::uint8_t, kPacketSize>;
 using PacketList = std::vector<Packet>;

@@ -12,6 +12,18 @@ echo "check: room arrows"
 python3 scripts/check_rooms.py --self-test
 python3 scripts/check_rooms.py
 
+echo "check: log lines name their file, function and line"
+for file in SI/PARSER/Korvo/{PAT,PMT,CAT,SDT,EIT}ParserKorvo.cpp; do
+    lines=$(grep -c 'LOG(0,' "$file")
+    right=$(sed -z 's/\n */ /g' "$file" | grep -oE \
+        'LOG\(0, LOG_PRIORITY_[A-Z]+, "TORVEL", ("[^"]*" ?)+, __FILE_NAME__, __func__, __LINE__\b' |
+        wc -l)
+    if [ "$lines" -ne "$right" ]; then
+        echo "$file: $lines log lines, $right with __FILE_NAME__, __func__, __LINE__" >&2
+        exit 1
+    fi
+done
+
 echo "check: each public header alone, from C++14 on"
 public=(SI/Include/*.h platform/*.h softplatform/service/SoftwarePlatform.h)
 printf '%s\0' "${public[@]}" | xargs -0 -P "$(nproc)" -I{} bash -euc '

@@ -9,6 +9,12 @@
 
 namespace TORVEL_MW {
 
+/// What the PMT tells of one DSM-CC stream; kept by component_tag.
+struct DataStreamAttributes {
+    unsigned int m_carouselId;  ///< carousel_id; 0xFFFFFFFF without a carousel identifier
+    unsigned short m_pid;       ///< elementary_PID
+};
+
 /// Program map tables (ISO/IEC 13818-1 2.4.4.8). `sid` is a program_number throughout.
 ///
 /// A parser that is fed one PMT repeatedly keeps its SSU offers as often: feed each distinct

@@ -19,8 +19,7 @@ class TORVELSI_API ISectionParser {
     /// Takes one section.
     ///
     /// @param pid   the PID that it came from
-    /// @param data  the whole section, table_id first: 3 + section_length bytes are read, so that
-    /// an
+    /// @param data  the whole section, table_id first: 3 + section_length bytes are read. An
     ///              observer, who is told the length, compares the two before
     /// @return true when the platform's parser accepted it
     virtual bool Parse(unsigned short pid, unsigned char* data) = 0;

@@ -11,7 +11,7 @@
 using tvservice::ByteView;
 
 namespace {
-constexpr size_t kFixedSize = 2;
+constexpr size_t kIdSize = 2;
 constexpr uint16_t kSystemSoftwareUpdate = 0x000A;
 }  // namespace
 
@@ -76,16 +76,16 @@ TCBaseDesc* TCDescDataBroadcastId::Fork() const {
 int TCDescDataBroadcastId::Decode(const unsigned char* payload, int length) {
     const ByteView bytes(payload, static_cast<size_t>(length));
     *m_impl = Impl();
-    if (!bytes.Has(0, kFixedSize)) {
+    if (!bytes.Has(0, kIdSize)) {
         return -1;
     }
     m_impl->id = bytes.U16(0);
-    if (m_impl->id != kSystemSoftwareUpdate || !bytes.Has(kFixedSize, 1)) {
+    if (m_impl->id != kSystemSoftwareUpdate || !bytes.Has(kIdSize, 1)) {
         return length;  // id_selector bytes follow
     }
     // ETSI TS 102 006 7.1: OUI_data_length, then the entries, then private data
-    const size_t loopSize = bytes.U8(kFixedSize);
-    const ByteView loop = bytes.Subview(kFixedSize + 1, loopSize);
+    const size_t loopSize = bytes.U8(kIdSize);
+    const ByteView loop = bytes.Subview(kIdSize + 1, loopSize);
     size_t at = 0;
     while (loop.Has(at, 6) && loop.Has(at + 6, loop.U8(at + 5))) {
         const ByteView selector = loop.Subview(at + 6, loop.U8(at + 5));
@@ -95,9 +95,9 @@ int TCDescDataBroadcastId::Decode(const unsigned char* payload, int length) {
         at += 6 + selector.size();
     }
     if (loop.size() < loopSize) {
-        return kFixedSize;  // OUI_data_length reaches past the descriptor
+        return kIdSize;  // OUI_data_length reaches past the descriptor
     }
-    return at == loopSize ? length : static_cast<int>(kFixedSize + 1 + at);
+    return at == loopSize ? length : static_cast<int>(kIdSize + 1 + at);
 }
 
 unsigned short TCDescDataBroadcastId::DataBroadcastId() const {

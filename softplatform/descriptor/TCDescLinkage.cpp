@@ -11,7 +11,7 @@
 using tvservice::ByteView;
 
 namespace {
-constexpr size_t kFixedSize = 7;
+constexpr size_t kLinkageHeadSize = 7;
 }
 
 struct CSSULinkLoop::Impl {
@@ -65,7 +65,7 @@ TCBaseDesc* TCDescLinkage::Fork() const {
 int TCDescLinkage::Decode(const unsigned char* payload, int length) {
     const ByteView bytes(payload, static_cast<size_t>(length));
     *m_impl = Impl();
-    if (!bytes.Has(0, kFixedSize)) {
+    if (!bytes.Has(0, kLinkageHeadSize)) {
         return -1;
     }
     m_impl->tsid = bytes.U16(0);
@@ -73,14 +73,14 @@ int TCDescLinkage::Decode(const unsigned char* payload, int length) {
     m_impl->sid = bytes.U16(4);
     m_impl->linkageType = bytes.U8(6);
     if (m_impl->linkageType == LINKAGE_TYPE_TS_CONTAINING_SSU) {
-        m_impl->tableType = bytes.U8(kFixedSize);  // ETSI TS 102 006 6.3
+        m_impl->tableType = bytes.U8(kLinkageHeadSize);  // ETSI TS 102 006 6.3
     }
-    if (m_impl->linkageType != LINKAGE_TYPE_SOFTWARE_UPDATE || !bytes.Has(kFixedSize, 1)) {
+    if (m_impl->linkageType != LINKAGE_TYPE_SOFTWARE_UPDATE || !bytes.Has(kLinkageHeadSize, 1)) {
         return length;  // private data follows
     }
     // ETSI TS 102 006 6.2: OUI_data_length, then OUI, selector_length and selector bytes of each
-    const size_t loopSize = bytes.U8(kFixedSize);
-    const ByteView loop = bytes.Subview(kFixedSize + 1, loopSize);
+    const size_t loopSize = bytes.U8(kLinkageHeadSize);
+    const ByteView loop = bytes.Subview(kLinkageHeadSize + 1, loopSize);
     size_t at = 0;
     while (loop.Has(at, 4) && loop.Has(at + 4, loop.U8(at + 3))) {
         const ByteView selector = loop.Subview(at + 4, loop.U8(at + 3));
@@ -89,9 +89,9 @@ int TCDescLinkage::Decode(const unsigned char* payload, int length) {
         at += 4 + selector.size();
     }
     if (loop.size() < loopSize) {
-        return kFixedSize;  // OUI_data_length reaches past the descriptor
+        return kLinkageHeadSize;  // OUI_data_length reaches past the descriptor
     }
-    return at == loopSize ? length : static_cast<int>(kFixedSize + 1 + at);
+    return at == loopSize ? length : static_cast<int>(kLinkageHeadSize + 1 + at);
 }
 
 unsigned short TCDescLinkage::TransportStreamId() const {

@@ -7,12 +7,13 @@
 #include <system_error>
 #include <utility>
 
+#include "softplatform/base/SyncByte.h"
+
 namespace tvservice {
 
 namespace {
 
 constexpr size_t kChunkSize = 256 * 1024;
-constexpr uint8_t kSyncByte = 0x47;
 constexpr uint64_t kHeaderSize = 4;
 
 int AlwaysReady() {

@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/base/SyncByte.h"
 
 namespace tvservice {
 
 namespace {
-constexpr uint8_t kSyncByte = 0x47;
 constexpr std::array<size_t, 3> kPacketSizes{188, 192, 204};
 }  // namespace
 

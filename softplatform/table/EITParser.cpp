@@ -12,7 +12,7 @@
 using tvservice::ByteView;
 
 namespace {
-constexpr size_t kFixedSize = 6;       // transport_stream_id to last_table_id
+constexpr size_t kEitFixedSize = 6;    // transport_stream_id to last_table_id
 constexpr size_t kEventHeadSize = 12;  // event_id to descriptors_loop_length
 }  // namespace
 
@@ -71,10 +71,10 @@ bool TCDVBEITItem::m_Parse(unsigned char* bytes, int length, int tableId) {
     }
     const auto section = tvservice::SectionView::From(bytes, static_cast<size_t>(length));
     if (!section || section->table_id() != tableId || !section->section_syntax_indicator() ||
-        section->body().size() < kFixedSize) {
+        section->body().size() < kEitFixedSize) {
         return false;
     }
-    tvservice::EntryReader reader(section->body().Subview(kFixedSize), kEventHeadSize);
+    tvservice::EntryReader reader(section->body().Subview(kEitFixedSize), kEventHeadSize);
     while (reader.Next()) {
         m_impl->events.push_back(
             TVServiceInternals::Make<TCDVBEITItemEvent>(reader.head(), reader.descriptors()));
@@ -131,7 +131,7 @@ TCDVBEITParser::~TCDVBEITParser() = default;
 
 bool TCDVBEITParser::Parse(short, unsigned char* bytes) {
     const auto section = tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId);
-    if (!section || section->body().size() < kFixedSize) {
+    if (!section || section->body().size() < kEitFixedSize) {
         return false;
     }
     // ETSI EN 300 468 5.2.4

@@ -15,7 +15,7 @@ using tvservice::SectionView;
 
 namespace {
 constexpr uint8_t kPmtTableId = 0x02;
-constexpr size_t kFixedSize = 4;       // PCR_PID, program_info_length
+constexpr size_t kPmtFixedSize = 4;    // PCR_PID, program_info_length
 constexpr size_t kStreamHeadSize = 5;  // stream_type, elementary_PID, ES_info_length
 }  // namespace
 
@@ -63,10 +63,10 @@ struct TCPMTInstance::Impl {
     void Take(SectionView section) {
         const ByteView body = section.body();
         pcrPid = body.U16(0) & 0x1FFF;
-        const ByteView programInfo = tvservice::Field(body, kFixedSize, body.U16(2) & 0x0FFF);
+        const ByteView programInfo = tvservice::Field(body, kPmtFixedSize, body.U16(2) & 0x0FFF);
         loop.Put(section.section_number(), DescriptorLoop(programInfo, kPmtTableId));
         std::vector<std::unique_ptr<TCPMTElementary>> items;
-        tvservice::EntryReader reader(body.Subview(kFixedSize + programInfo.size()),
+        tvservice::EntryReader reader(body.Subview(kPmtFixedSize + programInfo.size()),
                                       kStreamHeadSize);
         while (reader.Next()) {
             items.push_back(TVServiceInternals::Make<TCPMTElementary>(
@@ -128,7 +128,7 @@ TCPMTParser::~TCPMTParser() = default;
 
 bool TCPMTParser::Parse(short, unsigned char* bytes) {
     const auto section = tvservice::ApplicableSection(bytes, kPmtTableId, kPmtTableId);
-    if (!section || section->body().size() < kFixedSize) {
+    if (!section || section->body().size() < kPmtFixedSize) {
         return false;
     }
     const uint16_t programNumber = section->table_id_extension();

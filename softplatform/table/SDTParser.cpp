@@ -13,7 +13,7 @@ using tvservice::ByteView;
 using tvservice::DescriptorLoop;
 
 namespace {
-constexpr size_t kFixedSize = 3;        // original_network_id, reserved
+constexpr size_t kSdtFixedSize = 3;     // original_network_id, reserved
 constexpr size_t kServiceHeadSize = 5;  // service_id to descriptors_loop_length
 }  // namespace
 
@@ -62,7 +62,7 @@ struct TCDVBSDTInstance::Impl {
     // ETSI EN 300 468 5.2.3: what follows the section's header.
     void Take(tvservice::SectionView section) {
         std::vector<std::unique_ptr<TCDVBSDTItemService>> items;
-        tvservice::EntryReader reader(section.body().Subview(kFixedSize), kServiceHeadSize);
+        tvservice::EntryReader reader(section.body().Subview(kSdtFixedSize), kServiceHeadSize);
         while (reader.Next()) {
             items.push_back(TVServiceInternals::Make<TCDVBSDTItemService>(
                 reader.head(), DescriptorLoop(reader.descriptors(), section.table_id())));
@@ -114,7 +114,7 @@ TCDVBSDTParser::~TCDVBSDTParser() = default;
 
 bool TCDVBSDTParser::Parse(short, unsigned char* bytes) {
     const auto section = tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId);
-    if (!section || section->body().size() < kFixedSize) {
+    if (!section || section->body().size() < kSdtFixedSize) {
         return false;
     }
     const uint16_t tsid = section->table_id_extension();

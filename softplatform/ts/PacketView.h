@@ -4,11 +4,11 @@
 #include <cstdint>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/base/SyncByte.h"
 
 namespace tvservice {
 
 constexpr size_t kPacketSize = 188;
-constexpr uint8_t kSyncByte = 0x47;
 constexpr uint16_t kNullPid = 0x1FFF;
 constexpr size_t kPidCount = 0x2000;
 

@@ -91,7 +91,7 @@ int CopySelector(const OuiEntry& entry, OuiLoop& loop, char* buffer, int* length
     }
     *length = entry.copied ? *entry.copied : static_cast<int>(entry.selector.size());
     std::copy_n(entry.selector.begin(), *length, buffer);
-    return 1;
+    return entry.answer;
 }
 
 // The first field of the three older delivery systems (ETSI EN 300 468 6.2.13), or as much of it as

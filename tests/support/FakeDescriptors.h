@@ -24,6 +24,7 @@ struct OuiEntry {
     bool isRefused = false;          ///< its selector bytes cannot be copied
     bool isMissing = false;          ///< the loop answers null for it
     std::optional<int> copied = {};  ///< bytes that SelectorByte writes and reports, when not all
+    int answer = 1;                  ///< of SelectorByte, when it is not refused
 };
 
 /// An OUI loop. `duringCount` runs each time it is counted, before the answer, and may change it.

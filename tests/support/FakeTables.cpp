@@ -543,7 +543,7 @@ TCBaseDesc* TCDVBNITInstance::Descriptor(int tag, unsigned int index) {
     return fake::Get(m_impl->script->loop, tag, index);
 }
 int TCDVBNITInstance::NumOfDVBItemMux() {
-    return static_cast<int>(m_impl->script->muxes.size());
+    return m_impl->script->muxCount.value_or(static_cast<int>(m_impl->script->muxes.size()));
 }
 TCDVBItemMux* TCDVBNITInstance::DVBItemMuxOfIndex(unsigned int index) {
     return fake::Over<TCDVBItemMux>(fake::At(m_impl->script->muxes, index));

@@ -6,6 +6,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -68,6 +69,7 @@ struct NetworkScript {
     unsigned char nitAttribute = 0, tableAttribute = 0;
     Loop loop;
     std::vector<std::shared_ptr<MuxScript>> muxes;
+    std::optional<int> muxCount;  ///< what they are counted as, when not as they are
     MuxScript& AddMux(unsigned short onid, unsigned short tsid);
     void AddMissingMux() { muxes.push_back(nullptr); }
 };

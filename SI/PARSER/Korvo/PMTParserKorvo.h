@@ -12,12 +12,6 @@
 
 namespace TORVEL_MW {
 
-/// One DSM-CC stream.
-struct DataStreamAttributes {
-    std::uint32_t m_carouselId;  // 0xFFFFFFFF without a carousel identifier
-    std::uint16_t m_pid;
-};
-
 /// Adapter over the platform's PMT parser. Without one (before `Create`) every query answers as if
 /// no PMT had been parsed.
 class CPMTParserKorvo : public IPMTParser {

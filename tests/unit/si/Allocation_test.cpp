@@ -4,9 +4,14 @@
 #include <list>
 #include <new>
 
+#include "SI/Include/IBATParser.h"
+#include "SI/Include/ICATParser.h"
 #include "SI/Include/IDeliveryDesc.h"
+#include "SI/Include/IEITParser.h"
+#include "SI/Include/INITParser.h"
 #include "SI/Include/IPATParser.h"
 #include "SI/Include/IPMTParser.h"
+#include "SI/Include/ISDTParser.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
 #include "tests/support/FailingNew.h"
 #include "tests/support/FakeTables.h"
@@ -96,12 +101,18 @@ INSTANTIATE_TEST_SUITE_P(Ways, AllocationTest, testing::Values(0u, 1u, 2u),
 
 // --- Records
 
+using TORVEL_MW::IBATParser;
+using TORVEL_MW::ICATParser;
 using TORVEL_MW::IDeliveryDesc;
+using TORVEL_MW::IEITParser;
+using TORVEL_MW::INITParser;
 using TORVEL_MW::IPATParser;
 using TORVEL_MW::IPMTParser;
+using TORVEL_MW::ISDTParser;
 using TORVEL_MW::ISIDescriptor;
 using TORVEL_MW::ISSUInfo;
 using TORVEL_MW::ISSULinkageDesc;
+using TORVEL_MW::ISSUScanLinkageDesc;
 using TORVEL_MW::SIDescriptor;
 
 /// Runs `body` with its first allocation failing, then with its second, and so on until a run gets
@@ -124,12 +135,28 @@ int FailEachAllocation(const Body& body, const Check& afterFailure) {
     }
 }
 
+TEST_P(AllocationTest, FailureWhileTheTimerIsArmedLeavesTheCountOfAKnownHandle) {
+    SectionSubscriptionPeer::SetHandleCount(100, 5);
+    for (const int successes : {0, 1}) {  // the callback, then the timer's copy of it
+        platform.Reset();                 // handle 100 comes next again
+        platform.duringLog = [this, successes](const std::string& line) {
+            t_heap.failAfter = line == way.timerLine ? successes : -1;
+        };
+        EXPECT_THROW(way.subscribe(observer, 60000), std::bad_alloc);
+        platform.duringLog = nullptr;
+        EXPECT_EQ(SectionSubscriptionPeer::HandleCount(100), 5);
+        EXPECT_THAT(platform.Released(), IsEmpty());
+        EXPECT_EQ(platform.TakeLog().back(), way.timerLine);
+    }
+}
+
 class RecordAllocationTest : public testing::Test {
   protected:
     void SetUp() override { platform.Reset(); }
 
     void StartAfresh() {
         pmtParser.reset();
+        catParser.reset();
         platform.TakeLog();
         platform.Reset();
     }
@@ -159,6 +186,7 @@ class RecordAllocationTest : public testing::Test {
 
     FakePlatform& platform = FakePlatform::Get();
     std::unique_ptr<IPMTParser> pmtParser;
+    std::unique_ptr<ICATParser> catParser;
 };
 
 TEST_F(RecordAllocationTest, SavedDescriptorWithoutPayloadAllocatesNothing) {
@@ -246,6 +274,72 @@ TEST_F(RecordAllocationTest, PATFactoryThatFailsLeavesNothing) {
     EXPECT_GE(
         FailEachAllocationTracelessly([] {}, [] { EXPECT_TRUE(IPATParser::CreatePATParser()); }), 2)
         << "adapter and platform's parser at least";
+}
+
+TEST_F(RecordAllocationTest, OtherFactoriesThatFailLeaveNothing) {
+    const auto expectAdapterAndPlatformsParser = [this](const auto& make) {
+        EXPECT_GE(FailEachAllocationTracelessly([] {}, make), 2);
+    };
+    // Two of them write a line when they are destroyed, so that must wait.
+    expectAdapterAndPlatformsParser([&] { pmtParser = IPMTParser::CreatePMTParser(); });
+    expectAdapterAndPlatformsParser([&] { catParser = ICATParser::CreateCATParser(); });
+    expectAdapterAndPlatformsParser([] { EXPECT_TRUE(ISDTParser::CreateSDTParser()); });
+    expectAdapterAndPlatformsParser([] { EXPECT_TRUE(IEITParser::CreateEITParser()); });
+    expectAdapterAndPlatformsParser([] { EXPECT_TRUE(INITParser::CreateNITParser(true)); });
+    expectAdapterAndPlatformsParser([] { EXPECT_TRUE(IBATParser::CreateBATParser()); });
+}
+
+void AddLinkages(fake::Loop& loop) {
+    fake::LinkageScript update;
+    update.linkageType = 9;
+    update.loop->entries = {{0x10, {1, 2}}};
+    fake::LinkageScript scan;
+    scan.linkageType = 10;
+    scan.tableType = 1;
+    loop.Add(fake::LinkageDesc(update)).Add(fake::LinkageDesc(scan));
+}
+
+template <class Instance>
+void ExpectBothLinkages(Instance& snapshot) {
+    std::vector<std::unique_ptr<ISSULinkageDesc>> linkages;
+    snapshot.GetSSULinkageDesc(0xFFFFFFFF, linkages);
+    EXPECT_EQ(linkages.size(), 1u);
+    std::vector<std::unique_ptr<ISSUScanLinkageDesc>> scanLinkages;
+    snapshot.GetSSUScanLinkageDesc(scanLinkages);
+    EXPECT_EQ(scanLinkages.size(), 1u);
+}
+
+TEST_F(RecordAllocationTest, NetworkSnapshotThatFailsLeavesNothing) {
+    const auto prepare = [] {
+        fake::NetworkScript& network = fake::TheTables().nit.AddNetwork(1);
+        AddLinkages(network.loop);
+        network.AddMux(1, 2).loop.Add(fake::PlainDesc(0x44, {0x44, 0}));
+    };
+    const auto takeAll = [] {
+        const auto parser = INITParser::CreateNITParser(true);
+        const auto snapshot = parser->GetInstance(1);
+        ASSERT_TRUE(snapshot);
+        ExpectBothLinkages(*snapshot);
+        std::vector<std::shared_ptr<IDeliveryDesc>> deliveries;
+        snapshot->GetDeliveryDescs(1, 2, deliveries);
+        EXPECT_EQ(deliveries.size(), 1u);
+    };
+    EXPECT_GE(FailEachAllocationTracelessly(prepare, takeAll), 20)
+        << "adapter, platform's parser, snapshot; linkages in their vectors, an entry, its "
+           "selector "
+           "of two blocks; a delivery's copy, control block, record, place in the map, vector; the "
+           "copies given out";
+}
+
+TEST_F(RecordAllocationTest, BouquetSnapshotThatFailsLeavesNothing) {
+    const auto prepare = [] { AddLinkages(fake::TheTables().bat.AddBouquet(1).loop); };
+    const auto takeAll = [] {
+        const auto parser = IBATParser::CreateBATParser();
+        const auto snapshot = parser->GetInstance(1);
+        ASSERT_TRUE(snapshot);
+        ExpectBothLinkages(*snapshot);
+    };
+    EXPECT_GE(FailEachAllocationTracelessly(prepare, takeAll), 15);
 }
 
 TEST_F(RecordAllocationTest, OfferThatFailsIsKeptWholeOrNotAtAll) {

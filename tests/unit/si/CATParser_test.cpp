@@ -187,10 +187,19 @@ TEST_F(CATParserTest, IsCompleteAsksThePlatform) {
                                            "CCATParserKorvo::IsComplete parser error (null)")));
 }
 
+TEST_F(CATParserTest, DestructionWithoutPlatformParserIsToldToo) {
+    { const CCATParserKorvo bare; }
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(CatLine(3, "~CCATParserKorvo", "CCATParserKorvo::~CCATParserKorvo")));
+    EXPECT_EQ(cat.destroyed, 0);
+}
+
 TEST_F(CATParserTest, MembersAndSlotsStandInTheirOrder) {
     const CCATParserKorvo bare;
     const auto members = CATParserKorvoPeer::Members(bare);
     EXPECT_TRUE(std::is_sorted(members.begin(), members.end()));
+    EXPECT_EQ(members.front(), reinterpret_cast<const char*>(&bare) + sizeof(void*));
+    EXPECT_EQ(sizeof(CCATParserKorvo), 2 * sizeof(void*) + sizeof(std::set<unsigned short>));
     EXPECT_EQ(Slot(&ICATParser::Create), kDestructorSlots);
     EXPECT_EQ(Slot(&ICATParser::Parse), kDestructorSlots + 1);
     EXPECT_EQ(Slot(&ICATParser::Initialize), kDestructorSlots + 2);

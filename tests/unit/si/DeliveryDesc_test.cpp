@@ -8,6 +8,7 @@
 #include "platform/TCDescTerrestrialDeliverySystem.h"
 #include "tests/support/FakeDescriptors.h"
 #include "tests/unit/si/SiFixture.h"
+#include "tests/unit/si/Slot.h"
 
 namespace {
 
@@ -195,14 +196,15 @@ TEST_F(DeliveryDescTest, OfT2BothBytesOfTheTagCount) {
 
 TEST_F(DeliveryDescTest, WhatThePlatformTakesForAnotherTagIsRefused) {
     for (const Kind& kind : Kinds()) {
-        fake::Parsing().tag = 0x0143;
+        const auto tag = static_cast<unsigned short>(0x8000 | kind.tag);
+        fake::Parsing().tag = tag;
         EXPECT_FALSE(Parse(kind.bytes));
         EXPECT_THAT(
             platform.TakeLog(),
             ElementsAre(ParseLine(3, kind.line, kind.text),
                         ParseLine(6, kind.failureLine,
                                   Red("Failed to parse DSD " + std::to_string(kind.bytes.size()) +
-                                      " bytes parsed, tag 323"))));
+                                      " bytes parsed, tag " + std::to_string(tag)))));
     }
 }
 
@@ -257,6 +259,58 @@ TEST_F(DeliveryDescTest, ClassesTakeAShareOfTheCopy) {
         EXPECT_EQ(delivery->PlatformDesc(), copy);
     }
     EXPECT_EQ(copy.use_count(), 5);
+}
+
+TEST_F(DeliveryDescTest, TheDestructorIsTheOnlyVirtualOperation) {
+    EXPECT_EQ(Slot(&WithOneMore<IDeliveryDesc>::Last), kDestructorSlots);
+    EXPECT_EQ(Slot(&WithOneMore<CT2DeliverySystemDesc>::Last), kDestructorSlots);
+    EXPECT_EQ(Slot(&WithOneMore<CTerrestrialDeliverySystemDesc>::Last), kDestructorSlots);
+    EXPECT_EQ(Slot(&WithOneMore<CCableDeliverySystemDesc>::Last), kDestructorSlots);
+    EXPECT_EQ(Slot(&WithOneMore<CSatelliteDeliverySystemDesc>::Last), kDestructorSlots);
+}
+
+TEST_F(DeliveryDescTest, TellsTheKindBeforeItMakesAPlatformDescriptor) {
+    for (const Kind& kind : Kinds()) {
+        const int before = fake::LivingDescriptors();
+        int made = -1;
+        platform.duringLog = [&](const std::string& line) {
+            if (line == ParseLine(3, kind.line, kind.text)) {
+                made = fake::LivingDescriptors() - before;
+            }
+        };
+        EXPECT_TRUE(Parse(kind.bytes));
+        platform.duringLog = nullptr;
+        EXPECT_EQ(made, 0) << kind.text;
+    }
+}
+
+TEST_F(DeliveryDescTest, TellsTheFrequencyBeforeItCopies) {
+    int forks = -1;
+    platform.duringLog = [&](const std::string& line) {
+        if (line == ParseLine(3, 308, "Freq 1")) {
+            forks = fake::Forks();
+        }
+    };
+    EXPECT_TRUE(Parse({0x5A, 4, 0, 0, 0, 1}));
+    platform.duringLog = nullptr;
+    EXPECT_EQ(forks, 0);
+}
+
+TEST_F(DeliveryDescTest, UnknownDescriptorsAreToldByTheWholeLengthByte) {
+    for (const unsigned char length : Bytes{0, 1, 5, 0x84, 0xFF}) {
+        Bytes bytes(2u + length);
+        bytes[0] = 0x41;
+        bytes[1] = length;
+        EXPECT_FALSE(Parse(bytes));
+        EXPECT_THAT(platform.TakeLog(),
+                    ElementsAre(ParseLine(6, 344, Red("Unknown tag " + std::to_string(length)))));
+        bytes[0] = 0x7F;
+        EXPECT_FALSE(Parse(bytes));
+        EXPECT_THAT(
+            platform.TakeLog(),
+            ElementsAre(ParseLine(6, 339, Red("Unknown extension tag " + std::to_string(length)))));
+    }
+    EXPECT_THAT(fake::Parsing().parsed, IsEmpty());
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/TCDescPrivateDataSpecifier.h"
 #include "platform/TVSHandle.h"
 #include "tests/support/FakeTables.h"
 #include "tests/unit/si/SavedRecord.h"
@@ -357,6 +358,32 @@ TEST_F(EITParserTest, RecordsOutliveTheParser) {
     parser.reset();
     platform.Reset();
     EXPECT_THAT(out.at(0).m_data, ElementsAre(0x4D, 1, 5));
+}
+
+TEST_F(EITParserTest, PrivateDataSpecifierUnderAnotherTagIsReturnedLikeAnyOther) {
+    auto desc = std::make_shared<TCDescPrivateDataSpecifier>();
+    fake::Bytes bytes{0x83, 4, 0, 0, 0, 0x28};
+    desc->Parse(bytes.data());
+    HoldEvent({desc, PlainDesc(0x84, {0x84, 0})});
+    EXPECT_THAT(Descriptors(), ElementsAre(Public(0x83, bytes), Public(0x84, {0x84, 0})));
+}
+
+TEST_F(EITParserTest, UndecodedSpecifiersAndUncopiedDescriptorsKeepThePrivateState) {
+    const bool isRefused = true;
+    HoldEvent({PrivateDataSpecifierDesc(0x28), PlainDesc(0x5F, {0x5F, 0}),
+               PlainDesc(0x4D, {0x4D, 1, 5}, isRefused), PlainDesc(0x83, {0x83, 0})});
+    EXPECT_THAT(Descriptors(), ElementsAre(Private(0x5F, 0x28, {0x5F, 0}), Private(0x4D, 0x28, {}),
+                                           Private(0x83, 0x28, {0x83, 0})));
+}
+
+TEST_F(EITParserTest, LinesComeBeforeWhatTheyTell) {
+    HoldEvent({PlainDesc(0x4D, {0x4D, 0}), PlainDesc(0x54, {0x54, 0})});
+    std::vector<IEITParser::EITDescriptor> out(3);
+    std::vector<std::size_t> sizes;
+    platform.duringLog = [&](const std::string&) { sizes.push_back(out.size()); };
+    EXPECT_TRUE(parser->GetDescriptors(1, 2, 3, out));
+    platform.duringLog = nullptr;
+    EXPECT_THAT(sizes, ElementsAre(3u, 0u, 1u));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -189,6 +190,15 @@ TEST_F(EventQueueTest, SecondQueueAtTheSamePlaceWorks) {
         EXPECT_EQ(queue.Pop()->number, round);
         queue.~EventQueue();
     }
+}
+
+TEST_F(EventQueueTest, HasNoMemberMore) {
+    struct Mirror {
+        std::deque<std::unique_ptr<Item>> queue;
+        std::mutex mutex;
+        EternalCondition condition;
+    };
+    EXPECT_EQ(sizeof(EventQueue<Item>), sizeof(Mirror));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <type_traits>
 
 #include "SI/Include/IPATParser.h"
@@ -83,6 +84,31 @@ TEST(Layout, FilterModesHaveTheirValues) {
     EXPECT_EQ(ISectionManager::EContinuous, 1);
     EXPECT_EQ(ISectionManager::EOneShot, 2);
     EXPECT_EQ(sizeof(ISectionManager::EFilterMode), 4u);
+}
+
+TEST(Layout, SectionManagersDestructorFollowsUnsubscribe) {
+    static int ends = 0;
+    struct Manager : ISectionManager {
+        unsigned int Subscribe(unsigned short, unsigned int, ISectionObserver&, EFilterMode,
+                               unsigned int, bool) override {
+            return 0;
+        }
+        unsigned int Subscribe(unsigned short, unsigned int, unsigned int, ISectionObserver&,
+                               EFilterMode, unsigned int) override {
+            return 0;
+        }
+        unsigned int Subscribe(unsigned short, const Bytes&, const Bytes&, const Bytes&,
+                               ISectionObserver&, EFilterMode, unsigned int) override {
+            return 0;
+        }
+        void Unsubscribe(unsigned int) override {}
+        ~Manager() override { ++ends; }
+    };
+    alignas(Manager) unsigned char memory[sizeof(Manager)];
+    auto* const manager = new (memory) Manager;
+    void** const table = *reinterpret_cast<void***>(manager);
+    reinterpret_cast<void (*)(void*)>(table[4])(manager);  // the complete destructor
+    EXPECT_EQ(ends, 1);
 }
 
 }  // namespace

@@ -166,6 +166,14 @@ TYPED_TEST_P(LinkageContract, MissingLinkageIsSkippedSilentlyAndOtherDescriptors
     EXPECT_THAT(this->platform.TakeLog(), IsEmpty());
 }
 
+TYPED_TEST_P(LinkageContract, LinkageThatThePlatformCouldNotDecodeIsSkippedSilently) {
+    this->table->loop.Add(fake::PlainDesc(0x4A, {0x4A, 2, 0, 0})).Add(Linkage(0x09, 1));
+    const auto snapshot = this->Snapshot();
+    EXPECT_THAT(ServicesOf(TypeParam::SSULinkages(*snapshot)), ElementsAre(1));
+    EXPECT_THAT(TypeParam::SSUScanLinkages(*snapshot), IsEmpty());
+    EXPECT_THAT(this->platform.TakeLog(), IsEmpty());
+}
+
 TYPED_TEST_P(LinkageContract, OuiTakesOnlyLinkagesThatListIt) {
     this->table->loop.Add(Linkage(0x09, 1, 0, {{0x00015A, {}}, {0x000002, {}}}))
         .Add(Linkage(0x09, 2, 0, {{0x000003, {}}}))
@@ -184,6 +192,7 @@ TYPED_TEST_P(LinkageContract, OuiAllOnesTakesEveryLinkageAlsoThoseWithoutAny) {
     Linkages linkages;
     snapshot->GetSSULinkageDesc(kEveryOui, linkages);
     EXPECT_THAT(ServicesOf(linkages), ElementsAre(1, 2, 3));
+    EXPECT_EQ(linkages.capacity(), 3u);  // growing one by one would end at 4
 }
 
 TYPED_TEST_P(LinkageContract, NoOtherOuiIsAWildcard) {
@@ -299,17 +308,15 @@ TYPED_TEST_P(LinkageContract, TableWithoutLinkageGivesNothing) {
     EXPECT_THAT(this->platform.TakeLog(), IsEmpty());
 }
 
-REGISTER_TYPED_TEST_SUITE_P(LinkageContract, LinkagesAreSortedByTypeAndKeepTheOrderOfTheLoop,
-                            ScanLinkageOfAnotherTableTypeIsNotKept,
-                            LinkageOfAnotherTypeIsSkippedSilently,
-                            MissingLinkageIsSkippedSilentlyAndOtherDescriptorsAreNotLinkages,
-                            OuiTakesOnlyLinkagesThatListIt,
-                            OuiAllOnesTakesEveryLinkageAlsoThoseWithoutAny, NoOtherOuiIsAWildcard,
-                            OuiThatNoLinkageListsGivesNothingButRoomForAll,
-                            RoomIsForTheLinkagesStoredWhateverTheVectorHeld,
-                            ScanLinkagesAreGivenWithRoomForThemWhateverTheVectorHeld,
-                            LinkagesAreAppended, LinkagesGivenAreCopiesThatShareTheirSelectorBytes,
-                            LinkagesOfAnotherImplementationAreNotGiven,
-                            TableWithoutLinkageGivesNothing);
+REGISTER_TYPED_TEST_SUITE_P(
+    LinkageContract, LinkagesAreSortedByTypeAndKeepTheOrderOfTheLoop,
+    ScanLinkageOfAnotherTableTypeIsNotKept, LinkageOfAnotherTypeIsSkippedSilently,
+    MissingLinkageIsSkippedSilentlyAndOtherDescriptorsAreNotLinkages,
+    LinkageThatThePlatformCouldNotDecodeIsSkippedSilently, OuiTakesOnlyLinkagesThatListIt,
+    OuiAllOnesTakesEveryLinkageAlsoThoseWithoutAny, NoOtherOuiIsAWildcard,
+    OuiThatNoLinkageListsGivesNothingButRoomForAll, RoomIsForTheLinkagesStoredWhateverTheVectorHeld,
+    ScanLinkagesAreGivenWithRoomForThemWhateverTheVectorHeld, LinkagesAreAppended,
+    LinkagesGivenAreCopiesThatShareTheirSelectorBytes, LinkagesOfAnotherImplementationAreNotGiven,
+    TableWithoutLinkageGivesNothing);
 
 }  // namespace

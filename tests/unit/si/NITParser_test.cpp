@@ -515,4 +515,15 @@ TEST_F(NITParserTest, GetDeliveryDescsSharesTheObjectsButNotTheVector) {
     EXPECT_EQ(second.size(), 1u);
 }
 
+TEST_F(NITParserTest, CountOfTransportStreamsBelow1IsNone) {
+    NetworkScript& network = AddNetwork();
+    network.AddMux(1, 2).loop.Add(PlainDesc(0x44, {0x44, 0}));
+    for (const int count : {0, -1}) {
+        network.muxCount = count;
+        const auto snapshot = Snapshot();
+        EXPECT_THAT(NITParserKorvoPeer::Deliveries(Inside(*snapshot)), IsEmpty()) << count;
+    }
+    EXPECT_THAT(platform.TakeLog(), IsEmpty());
+}
+
 }  // namespace

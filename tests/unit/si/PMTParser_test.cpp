@@ -537,11 +537,49 @@ TEST_F(PMTParserTest, GetSSUInfoSkipsNullsAndOtherImplementations) {
     EXPECT_THAT(SsuPids(5, 0x10), IsEmpty()) << "null is tested before its OUIs";
 }
 
+TEST_F(PMTParserTest, QueriesOnAProgramThatThePlatformDoesNotHoldTellSo) {
+    Program(5).AddStream(0x05, 0x200).loop.Add(fake::PlainDesc(0x6F, {0x6F, 0}));
+    EXPECT_FALSE(parser->ProgramFound(6));
+    EXPECT_EQ(parser->NumOfElementary(6), 0);
+    EXPECT_EQ(parser->ElementaryPID(6, 0), 0);
+    EXPECT_TRUE(parser->IsElementaryNotApplication(6, 0));
+    const std::string missing = " PMT instance not available";
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(PmtLine(3, "ProgramFound", "ProgramFound sid=6"),
+                            PmtLine(6, "ProgramFound", Red("ProgramFound" + missing)),
+                            PmtLine(3, "NumOfElementary", "NumOfElementary sid=6"),
+                            PmtLine(6, "NumOfElementary", Red("NumOfElementary" + missing)),
+                            PmtLine(3, "ElementaryPID", "ElementaryPID sid=6 index=0"),
+                            PmtLine(6, "ElementaryPID", Red("ElementaryPID" + missing)),
+                            PmtLine(6, "IsElementaryNotApplication",
+                                    Red("IsElementaryNotApplication" + missing))));
+}
+
+TEST_F(PMTParserTest, SSUInfosOfAProgramComeFromItsStreamsInTheirOrder) {
+    PmtScript& program = Program(5);
+    program.loop.Add(fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}}));
+    program.AddStream(1, 0x501).loop.Add(fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}}));
+    program.AddStream(1, 0x500).loop.Add(fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}}));
+    ParseSilently();
+    EXPECT_THAT(SsuPids(5), ElementsAre(0x501, 0x500));
+    EXPECT_THAT(SsuPids(kAny, 0x10), ElementsAre(0x501, 0x500));
+}
+
+TEST_F(PMTParserTest, DestructionWithoutPlatformParserIsToldToo) {
+    { const CPMTParserKorvo bare; }
+    EXPECT_THAT(platform.TakeLog(),
+                ElementsAre(PmtLine(3, "~CPMTParserKorvo", "~CPMTParserKorvo")));
+    EXPECT_EQ(pmt.destroyed, 0);
+}
+
 TEST_F(PMTParserTest, MembersStandInTheirOrder) {
     const CPMTParserKorvo bare;
     const auto members = PMTParserKorvoPeer::Members(bare);
     EXPECT_TRUE(std::is_sorted(members.begin(), members.end()));
     EXPECT_EQ(members.front(), reinterpret_cast<const char*>(&bare) + sizeof(void*));
+    EXPECT_EQ(sizeof(CPMTParserKorvo),
+              2 * sizeof(void*) + sizeof(PMTParserKorvoPeer::Carousels(Ours())) +
+                  sizeof(PMTParserKorvoPeer::SSUInfos(Ours())) + sizeof(std::set<unsigned short>));
     const DataStreamAttributes attributes{1, 2};
     EXPECT_LT(static_cast<const void*>(&attributes.m_carouselId),
               static_cast<const void*>(&attributes.m_pid));

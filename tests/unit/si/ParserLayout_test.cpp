@@ -3,12 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <type_traits>
 #include <vector>
 
 #include "SI/Include/IBATParser.h"
+#include "SI/Include/ICATParser.h"
 #include "SI/Include/IEITParser.h"
 #include "SI/Include/INITParser.h"
+#include "SI/Include/IPATParser.h"
+#include "SI/Include/IPMTParser.h"
 #include "SI/Include/ISDTParser.h"
 #include "tests/unit/si/Slot.h"
 
@@ -96,6 +100,59 @@ TEST(ParserLayout, RecordsOfSdtAndEitHaveTheSameFieldsInTheSameOrder) {
     ExpectRecordLayout<ISDTParser::SDTDescriptor>();
     ExpectRecordLayout<IEITParser::EITDescriptor>();
     EXPECT_EQ(sizeof(ISDTParser::SDTDescriptor), sizeof(IEITParser::EITDescriptor));
+}
+
+TEST(ParserLayout, PatPmtAndCatParsersContinueTheCommonSlots) {
+    ExpectCommonSlots<IPATParser>();
+    ExpectCommonSlots<IPMTParser>();
+    ExpectCommonSlots<ICATParser>();
+}
+
+TEST(ParserLayout, TheCommonOperationsArePure) {
+    struct WithoutCreate : ISectionParser {
+        bool Parse(unsigned short, unsigned char*) override { return true; }
+        void Initialize() override {}
+    };
+    struct WithoutParse : ISectionParser {
+        bool Create() override { return true; }
+        void Initialize() override {}
+    };
+    struct WithoutInitialize : ISectionParser {
+        bool Create() override { return true; }
+        bool Parse(unsigned short, unsigned char*) override { return true; }
+    };
+    EXPECT_TRUE(std::is_abstract_v<WithoutCreate>);
+    EXPECT_TRUE(std::is_abstract_v<WithoutParse>);
+    EXPECT_TRUE(std::is_abstract_v<WithoutInitialize>);
+}
+
+TEST(ParserLayout, DataStreamAttributesAreARecord) {
+    static_assert(std::is_standard_layout_v<DataStreamAttributes> &&
+                  std::is_aggregate_v<DataStreamAttributes>);
+    static_assert(std::is_same_v<decltype(DataStreamAttributes::m_carouselId), unsigned int>);
+    static_assert(std::is_same_v<decltype(DataStreamAttributes::m_pid), unsigned short>);
+    EXPECT_EQ(offsetof(DataStreamAttributes, m_carouselId), 0u);
+    EXPECT_EQ(offsetof(DataStreamAttributes, m_pid), 4u);
+}
+
+TEST(ParserLayout, OperationsHaveTheirSignatures) {
+    using U16 = unsigned short;
+    using S = ISDTParser;
+    using E = IEITParser;
+    static_assert(std::is_same_v<decltype(&ISectionParser::Create), bool (ISectionParser::*)()>);
+    static_assert(std::is_same_v<decltype(&ISectionParser::Parse),
+                                 bool (ISectionParser::*)(U16, unsigned char*)>);
+    static_assert(
+        std::is_same_v<decltype(&ISectionParser::Initialize), void (ISectionParser::*)()>);
+    static_assert(std::is_same_v<decltype(&S::IsComplete), bool (S::*)(U16, U16)>);
+    static_assert(std::is_same_v<decltype(&S::IsServiceListed), bool (S::*)(U16, U16, int)>);
+    static_assert(std::is_same_v<decltype(&S::GetDescriptors),
+                                 bool (S::*)(U16, U16, U16, std::vector<S::SDTDescriptor>&)>);
+    static_assert(std::is_same_v<decltype(&S::CreateSDTParser), std::unique_ptr<S> (*)()>);
+    static_assert(std::is_same_v<decltype(&E::IsComplete), bool (E::*)(U16, U16, U16)>);
+    static_assert(std::is_same_v<decltype(&E::GetDescriptors),
+                                 bool (E::*)(U16, U16, U16, std::vector<E::EITDescriptor>&)>);
+    static_assert(std::is_same_v<decltype(&E::CreateEITParser), std::unique_ptr<E> (*)()>);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/TCDescPrivateDataSpecifier.h"
 #include "tests/support/FakeTables.h"
 #include "tests/unit/si/SavedRecord.h"
 #include "tests/unit/si/SiFixture.h"
@@ -490,6 +491,8 @@ TEST_F(SDTParserTest, ServiceMissingFromItsSubTableIsToldInTwoLines) {
             SdtLine(6, "IsServiceListed",
                     Red("SDT does not contain a reference to the currently tuned service")),
             SdtLine(6, "IsServiceListed", Red("This must be a non MPEG broadcast service"))));
+    EXPECT_TRUE(parser->IsServiceListed(kOnid, kTsid + 1, kSid + 1));
+    EXPECT_FALSE(parser->IsServiceListed(kOnid, kTsid + 1, kSid));
 }
 
 TEST_F(SDTParserTest, ServiceOfAMissingSubTableIsNotListed) {
@@ -504,6 +507,33 @@ TEST_F(SDTParserTest, WithoutPlatformParserIsServiceListedSaysThatTheInstanceIsN
     CSDTParserKorvo bare;
     EXPECT_FALSE(bare.IsServiceListed(kOnid, kTsid, kSid));
     EXPECT_THAT(platform.TakeLog(), ElementsAre(NotAvailable("IsServiceListed")));
+}
+
+TEST_F(SDTParserTest, PrivateDataSpecifierUnderAnotherTagIsSavedLikeAnyOther) {
+    auto desc = std::make_shared<TCDescPrivateDataSpecifier>();
+    fake::Bytes bytes{0x83, 4, 0, 0, 0, 0x28};
+    desc->Parse(bytes.data());
+    FeedService({desc, PlainDesc(0x84, {0x84, 0})});
+    EXPECT_THAT(Saved(), ElementsAre(Public(0x83, bytes), Public(0x84, {0x84, 0})));
+}
+
+TEST_F(SDTParserTest, UndecodedSpecifiersAndUncopiedDescriptorsKeepThePrivateState) {
+    const bool isRefused = true;
+    FeedService({PrivateDataSpecifierDesc(0x28), PlainDesc(0x5F, {0x5F, 0}),
+                 PlainDesc(0x48, {0x48, 1, 5}, isRefused), PlainDesc(0x83, {0x83, 0})});
+    EXPECT_THAT(Saved(), ElementsAre(Private(0x5F, 0x28, {0x5F, 0}), Private(0x48, 0x28, {}),
+                                     Private(0x83, 0x28, {0x83, 0})));
+}
+
+TEST_F(SDTParserTest, LinesComeBeforeWhatTheyTell) {
+    FeedService({PlainDesc(0x48, {0x48, 0}), PlainDesc(0x83, {0x83, 0})});
+    const auto& map = SDTParserKorvoPeer::Map(dynamic_cast<CSDTParserKorvo&>(*parser));
+    std::vector<std::size_t> sizes;
+    platform.duringLog = [&](const std::string&) { sizes.push_back(map.size()); };
+    Feed();
+    platform.duringLog = nullptr;
+    // Begins, the service, its first descriptor, its second one.
+    EXPECT_THAT(sizes, ElementsAre(2u, 0u, 0u, 1u));
 }
 
 }  // namespace

@@ -1,4 +1,8 @@
+#include <cstring>
+#include <memory>
+#include <type_traits>
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
+
 #include "tests/unit/si/SiFixture.h"
 #include "tests/unit/si/Slot.h"
 
@@ -78,6 +82,41 @@ TEST(SIDescriptorTest, OnlyGetDataIsConst) {
     EXPECT_EQ(Slot(&I::GetExtendedDescriptorTag), kDestructorSlots + 2);
     EXPECT_EQ(Slot(&I::GetData), kDestructorSlots + 3);
     EXPECT_TRUE(std::has_virtual_destructor_v<I>);
+}
+
+TEST(SIDescriptorTest, SpecifierAndExtensionOfZeroAreThereToo) {
+    SIDescriptor record(0x7F, true, 0, true, 0, {});
+    unsigned int specifier = 77;
+    unsigned int extension = 77;
+    EXPECT_TRUE(record.GetPrivateDataSpecifierDescriptor(specifier));
+    EXPECT_EQ(specifier, 0u);
+    EXPECT_TRUE(record.GetExtendedDescriptorTag(extension));
+    EXPECT_EQ(extension, 0u);
+}
+
+TEST(SIDescriptorTest, FieldsStandInOrderBehindTheVirtualTable) {
+    static_assert(std::is_abstract_v<ISIDescriptor>);
+    static_assert(std::is_base_of_v<ISIDescriptor, SIDescriptor>);
+    static_assert(
+        std::is_same_v<decltype(&ISIDescriptor::CreateSIDescriptor),
+                       std::unique_ptr<ISIDescriptor> (*)(unsigned char, bool, unsigned int, bool,
+                                                          unsigned char, Bytes)>);
+    static_assert(std::is_constructible_v<SIDescriptor, unsigned char, bool, unsigned int, bool,
+                                          unsigned char, Bytes>);
+    EXPECT_EQ(sizeof(ISIDescriptor), sizeof(void*));
+    const SIDescriptor record(0xA1, true, 0xB2B3B4B5, false, 0xC6, {1});
+    const auto* const start = reinterpret_cast<const unsigned char*>(&record);
+    const unsigned char* const fields = start + sizeof(void*);
+    EXPECT_EQ(fields[0], 0xA1);
+    EXPECT_EQ(fields[1], 1);
+    unsigned int specifier = 0;
+    std::memcpy(&specifier, fields + 4, sizeof(specifier));
+    EXPECT_EQ(specifier, 0xB2B3B4B5u);
+    EXPECT_EQ(fields[8], 0);
+    EXPECT_EQ(fields[9], 0xC6);
+    const auto* const data = reinterpret_cast<const unsigned char*>(&record.GetData());
+    EXPECT_GT(data, fields + 9);
+    EXPECT_EQ(data + sizeof(Bytes), start + sizeof(record));
 }
 
 }  // namespace

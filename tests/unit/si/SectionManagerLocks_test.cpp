@@ -341,4 +341,73 @@ TEST_P(InnerLock, IsFree) {
 INSTANTIATE_TEST_SUITE_P(Moments, InnerLock, testing::ValuesIn(Moments()),
                          [](const auto& moment) { return moment.param.name; });
 
+TEST_P(EachOverload, WritesItsTraceBeforeTheLockExceptTheThird) {
+    constexpr int kLines[] = {121, 148, 186};
+    int lines = 0;
+    During("Subscribe(" + std::to_string(kLines[GetParam() - 1]) + ")", [&lines] {
+        ++lines;
+        EXPECT_EQ(IsLocked(), GetParam() == 3);
+    });
+    EXPECT_EQ(Subscribe(), 1u);
+    EXPECT_EQ(lines, 1);
+}
+
+TEST_P(EachOverload, TellsThePlatformTheLow16BitsOfItsId) {
+    KorvoSectionManagerPeer::SetNextId(manager(), 65536 + 9);
+    EXPECT_EQ(Subscribe(), 65545u);
+    EXPECT_EQ(platform.Requests().at(0).id, 9);
+}
+
+TEST_F(SectionManagerLocksTest, UnsubscribeWaitsForNoDeliveryAndTheEventThreadDestroys) {
+    std::thread::id destroyedOn;
+    std::thread::id eventThread;
+    platform.duringRelease = [&](int) { destroyedOn = std::this_thread::get_id(); };
+    bool isBack = false;
+    bool isReleased = true;
+    observer.duringSection = [&](unsigned short) {
+        eventThread = std::this_thread::get_id();
+        isBack = ReturnsElsewhere([] { ISectionManager::Instance()->Unsubscribe(1); });
+        isReleased = !platform.Released().empty();
+    };
+    SubscribeTable(observer);
+    platform.Deliver(1, {0x42});
+    Settle();
+    EXPECT_TRUE(isBack);
+    EXPECT_FALSE(isReleased);
+    EXPECT_EQ(destroyedOn, eventThread);
+    EXPECT_THAT(platform.TakeLog(), testing::Contains(Removing(1, 2)));
+}
+
+TEST_F(SectionManagerLocksTest, OneThreadServesAllSubscriptionsInTheOrderOfArrival) {
+    Recorder& other = Forever<Recorder>();
+    std::vector<int> ids;
+    std::vector<std::thread::id> threads;
+    observer.duringSection = other.duringSection = [&](unsigned short id) {
+        ids.push_back(id);
+        threads.push_back(std::this_thread::get_id());
+    };
+    SubscribeTable(observer);
+    SubscribeTable(other);
+    for (const int id : {1, 2, 2, 1, 2}) {
+        platform.Deliver(id, {0x42});
+    }
+    Settle();
+    EXPECT_THAT(ids, ElementsAre(1, 2, 2, 1, 2));
+    EXPECT_THAT(threads, testing::Each(threads.at(0)));
+}
+
+TEST_F(SectionManagerLocksTest, ThePlatformWaitsForNoObserver) {
+    observer.duringSection = [&](unsigned short) {
+        observer.duringSection = nullptr;
+        EXPECT_TRUE(ReturnsElsewhere([this] {
+            for (int i = 0; i < 100; ++i) {
+                platform.Deliver(1, {0x42});
+            }
+        }));
+    };
+    SubscribeTable(observer);
+    platform.Deliver(1, {0x42});
+    EXPECT_TRUE(observer.WaitForSections(101));
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
@@ -36,10 +37,14 @@ TEST_F(SectionManagerStartTest, EventThreadRunsBeforeThePlatformIsAskedForItsSub
     struct Place {
         alignas(CKorvoSectionManager) unsigned char memory[sizeof(CKorvoSectionManager)];
     };
-    auto* const manager = reinterpret_cast<CKorvoSectionManager*>(Forever<Place>().memory);
+    unsigned char* const memory = Forever<Place>().memory;
+    std::memset(memory, 0xFF, sizeof(CKorvoSectionManager));
+    auto* const manager = reinterpret_cast<CKorvoSectionManager*>(memory);
     bool isAsked = false;
     platform.duringCreation = [&] {
         isAsked = true;
+        EXPECT_EQ(KorvoSectionManagerPeer::Subscriber(*manager), nullptr);
+        EXPECT_EQ(KorvoSectionManagerPeer::NextId(*manager), 1u);
         unsigned char section = 0x42;
         KorvoSectionManagerPeer::Push(*manager, std::make_unique<SectionData>(5, &section, 1));
         EXPECT_TRUE(platform.WaitForLog(NotFound(5)));

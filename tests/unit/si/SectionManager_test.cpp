@@ -1,5 +1,8 @@
 #include "tests/unit/si/SectionManagerFixture.h"
 
+#include <map>
+#include <memory>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -469,6 +472,82 @@ TEST_F(SectionManagerTest, WithoutASubscriberEverySubscribeIsRefused) {
                             Line(5, "SubscribeSection",
                                  Yellow("Subscribe section failed. id: 1, TVS handle: -1")),
                             Line(6, "Subscribe", 139, Red("Failed with id: 1"))));
+}
+
+TEST_F(SectionManagerTest, NumbersAboveIntArePrintedNegativeExceptTheIdThatIsRemoved) {
+    ISectionManager& m = *ISectionManager::Instance();
+    constexpr auto kMode = ISectionManager::EContinuous;
+    KorvoSectionManagerPeer::SetNextId(manager(), 4294967291u);  // -5
+    m.Subscribe(0x11, 0x80000042u, observer, kMode, kNoTimeout, false);
+    m.Subscribe(0x11, 0x80000042u, 0xFFFFFFFFu, observer, kMode, kNoTimeout);
+    SubscribePattern(observer, kMode);
+    for (int i = 0; i < 3; ++i) {
+        platform.NextReply({0, std::nullopt});
+    }
+    EXPECT_EQ(SubscribeTable(observer), 0u);
+    EXPECT_EQ(m.Subscribe(0x11, 0x42, 5, observer, kMode, kNoTimeout), 0u);
+    EXPECT_EQ(SubscribePattern(observer, kMode), 0u);
+    m.Unsubscribe(4294967291u);
+    EXPECT_THAT(
+        TakeManagerLog(),
+        ElementsAre(
+            Line(3, "Subscribe", 121, "id: -5, pid: 17, tableId: -2147483582, mode: 1"),
+            Line(3, "Subscribe", 148,
+                 "id: -4, pid: 17, tableId: -2147483582, tableIdExt: -1, mode: 1"),
+            Line(3, "Subscribe", 186, "id: -3, pid: 18, mode: 1, pattern/mask:\n4e \nfe "),
+            Line(3, "Subscribe", 121, "id: -2, pid: 17, tableId: 66, mode: 1"),
+            Line(6, "Subscribe", 139, Red("Failed with id: -2")),
+            Line(3, "Subscribe", 148, "id: -2, pid: 17, tableId: 66, tableIdExt: 5, mode: 1"),
+            Line(6, "Subscribe", 167, Red("Failed with id: -2")),
+            Line(3, "Subscribe", 186, "id: -2, pid: 18, mode: 1, pattern/mask:\n4e \nfe "),
+            Line(6, "Subscribe", 204, Red("Failed with id: -2")), Removing(4294967291u, 1)));
+}
+
+TEST_F(SectionManagerTest, WithoutASubscriberTheOtherOverloadsAreTriedAndRefusedToo) {
+    platform.HaveNoSubscriber();
+    auto& lonely = Forever<CKorvoSectionManager>();
+    constexpr auto kMode = ISectionManager::EContinuous;
+    EXPECT_EQ(lonely.Subscribe(0x11, 0x42, 5, observer, kMode, kNoTimeout), 0u);
+    EXPECT_EQ(lonely.Subscribe(0x12, {0x4E}, {0xFE}, {}, observer, kMode, kNoTimeout), 0u);
+    const std::string refused =
+        Line(5, "SubscribeSection", Yellow("Subscribe section failed. id: 1, TVS handle: -1"));
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(
+            Line(3, "Subscribe", 148, "id: 1, pid: 17, tableId: 66, tableIdExt: 5, mode: 1"),
+            Line(3, "SubscribeSection",
+                 "pid: 17, tableId: 66, tableIdExt: 5, id: 1, mode: 1, timeout: -1"),
+            refused, Line(6, "Subscribe", 167, Red("Failed with id: 1")),
+            Line(3, "Subscribe", 186, "id: 1, pid: 18, mode: 1, pattern/mask:\n4e \nfe "),
+            Line(3, "SubscribeSection", "pid: 18, id: 1, mode: 1, timeout: -1"), refused,
+            Line(6, "Subscribe", 204, Red("Failed with id: 1"))));
+}
+
+TEST_F(SectionManagerTest, SubscriptionsShowTheBitsThatTheyGet) {
+    ISectionManager& m = *ISectionManager::Instance();
+    m.Subscribe(0x11, 0x10142, observer, ISectionManager::EContinuous, kNoTimeout, true);
+    m.Subscribe(0x11, 0x10142, 0x51234, observer, ISectionManager::EContinuous, kNoTimeout);
+    EXPECT_EQ(platform.Requests().at(0).tableId, 0x42);
+    const auto log = platform.TakeLog();
+    EXPECT_THAT(log, testing::Contains(Line(
+                         3, "SubscribeSection",
+                         "pid: 17, tableId: 66, id: 1, mode: 1, timeout: -1, fromCache: true")));
+    EXPECT_THAT(log, testing::Contains(Line(
+                         3, "SubscribeSection",
+                         "pid: 17, tableId: 66, tableIdExt: 4660, id: 2, mode: 1, timeout: -1")));
+}
+
+TEST_F(SectionManagerTest, HasNoMemberMore) {
+    struct Mirror {
+        virtual ~Mirror() = default;
+        std::recursive_mutex mutex;
+        std::map<unsigned int, std::shared_ptr<CSectionSubscription>> subscriptions;
+        unsigned int nextId;
+        ISectionSubscriber* subscriber;
+        std::thread eventThread;
+        TORVEL_MW::EventQueue<TORVEL_MW::SectionData> eventQueue;
+    };
+    EXPECT_EQ(sizeof(CKorvoSectionManager), sizeof(Mirror));
 }
 
 }  // namespace

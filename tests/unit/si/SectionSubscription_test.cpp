@@ -500,7 +500,89 @@ TEST_F(SectionSubscriptionTest, MembersStandInOrder) {
     const Subscription subscription = SubscribeTable();
     const auto members = SectionSubscriptionPeer::Members(*subscription);
     EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<const void*>()));
+    EXPECT_EQ(members.front(), subscription.get()) << "no base, nothing before";
     EXPECT_FALSE(std::is_polymorphic_v<CSectionSubscription>);
+}
+
+TEST_F(SectionSubscriptionTest, BitsOfThePatternOutsideTheMaskMakeNoSectionStale) {
+    const Subscription toggle = CSectionSubscription::SubscribeSection(
+        &platform, observer, 0x12, {0x4F}, {0xFE}, {0x00}, 7, ISectionManager::EToggle, kNoTimeout);
+    for (unsigned char tableId : Bytes({0x4E, 0x4F})) {
+        toggle->OnCallback(1, &tableId);
+    }
+    EXPECT_EQ(observer.Sections().size(), 2u);
+}
+
+TEST_F(SectionSubscriptionTest, TableFilterHasNoExtensionAndNoPattern) {
+    const Subscription subscription = SubscribeTable();
+    EXPECT_EQ(SectionSubscriptionPeer::TableId(*subscription), 0x42);
+    EXPECT_EQ(SectionSubscriptionPeer::TableIdExt(*subscription), 0);
+    EXPECT_THAT(SectionSubscriptionPeer::Pattern(*subscription), IsEmpty());
+    EXPECT_THAT(SectionSubscriptionPeer::Mask(*subscription), IsEmpty());
+    EXPECT_THAT(SectionSubscriptionPeer::Mode(*subscription), IsEmpty());
+}
+
+TEST_F(SectionSubscriptionTest, LinesAndPlatformCallsComeInTheirOrder) {
+    std::vector<std::string> order;  // priorities of lines, and calls
+    platform.duringLog = [&](const std::string& line) { order.push_back(line.substr(0, 1)); };
+    platform.duringRequest = [&](const fake::Request&) { order.emplace_back("request"); };
+    platform.duringRelease = [&](int) { order.emplace_back("release"); };
+    Subscription subscription = SubscribeTable();
+    EXPECT_THAT(order, ElementsAre("3", "request", "4", "4", "3"));
+    order.clear();
+    subscription.reset();
+    EXPECT_THAT(order, ElementsAre("4", "4", "release"));
+    order.clear();
+    subscription = SubscribeExtension();
+    EXPECT_THAT(order, ElementsAre("3", "request", "4", "4"));
+    subscription.reset();
+    order.clear();
+    subscription = SubscribePattern(ISectionManager::EToggle);
+    EXPECT_THAT(order, ElementsAre("3", "request", "4", "3"));
+    order.clear();
+    EXPECT_TRUE(subscription->Toggle(0x4E));
+    EXPECT_THAT(order, ElementsAre("4", "release", "4", "request", "5"));
+    order.clear();
+    platform.NextRelease(false);
+    subscription.reset();
+    EXPECT_THAT(order, ElementsAre("4", "4", "release", "5"));
+    platform.Reset();
+}
+
+TEST_F(SectionSubscriptionTest, AcceptedSectionCancelsATimerThatWasNeverArmed) {
+    const Subscription subscription = SubscribeTable();
+    unsigned char byte = 0x42;
+    subscription->OnCallback(1, &byte);
+    EXPECT_TRUE(
+        TORVEL_MW::TimerCallbackPeer::Of(SectionSubscriptionPeer::Timer(*subscription)).cancelled);
+}
+
+TEST_F(SectionSubscriptionTest, ObserverGetsTheCallersBytesOnTheCallersThread) {
+    struct Witness : TORVEL_MW::ISectionObserver {
+        void OnSectionReceived(unsigned short, unsigned short, unsigned short,
+                               unsigned char* data) override {
+            bytes = data;
+            thread = std::this_thread::get_id();
+        }
+        void OnSectionTimeout(unsigned int) override {}
+        unsigned char* bytes = nullptr;
+        std::thread::id thread;
+    } witness;
+    const Subscription subscription = CSectionSubscription::SubscribeSection(
+        &platform, witness, 0x11, 0x42, 7, ISectionManager::EContinuous, kNoTimeout, false);
+    unsigned char byte = 0x42;
+    subscription->OnCallback(1, &byte);
+    EXPECT_EQ(witness.bytes, &byte);
+    EXPECT_EQ(witness.thread, std::this_thread::get_id());
+}
+
+TEST_F(SectionSubscriptionTest, MissingCountIsMadeBeforeItIsLowered) {
+    platform.NextReply({1, 304});
+    Subscription subscription = SubscribeTable();
+    SectionSubscriptionPeer::ForgetHandleCount(304);
+    subscription.reset();
+    EXPECT_EQ(SectionSubscriptionPeer::HandleCount(304), -1);
+    EXPECT_THAT(platform.Released(), ElementsAre(304));
 }
 
 }  // namespace

@@ -42,10 +42,15 @@ struct TimerCallbackPeer {
         return timer.m_deadline;
     }
     static std::recursive_mutex& Mutex(T& timer) { return timer.m_mutex; }
+    static std::thread::id ThreadId(T& timer) { return timer.m_thread.get_id(); }
     static std::vector<const void*> Members(const T& t) {
         return {&t.m_thread, &t.m_mutex, &t.m_condition, &t.m_cancelled, &t.m_expired,
                 &t.m_armed,  &t.m_quit,  &t.m_deadline,  &t.m_callback};
     }
+    static_assert(std::is_same_v<decltype(T::m_mutex), std::recursive_mutex> &&
+                  std::is_same_v<decltype(T::m_condition), std::condition_variable_any> &&
+                  std::is_same_v<decltype(T::m_deadline), std::chrono::steady_clock::time_point> &&
+                  std::is_same_v<decltype(T::m_callback), std::function<void()>>);
 };
 
 struct SectionSubscriptionPeer {
@@ -53,6 +58,7 @@ struct SectionSubscriptionPeer {
     static int HandleCount(int handle) { return S::s_handleRefCount[handle]; }
     static bool HasHandleCount(int handle) { return S::s_handleRefCount.count(handle) != 0; }
     static void SetHandleCount(int handle, int count) { S::s_handleRefCount[handle] = count; }
+    static void ForgetHandleCount(int handle) { S::s_handleRefCount.erase(handle); }
     static std::string Info(const S& s) { return s.m_Info(); }
     static int Handle(const S& s) { return s.m_tvsHandle; }
     static int TableId(const S& s) { return s.m_tableId; }
@@ -61,6 +67,7 @@ struct SectionSubscriptionPeer {
     static const std::vector<unsigned char>& Mask(const S& s) { return s.m_mask; }
     static const std::vector<unsigned char>& Mode(const S& s) { return s.m_mode; }
 
+    static TimerCallback& Timer(S& s) { return s.m_timer; }
     static bool IsArmed(S& s) { return TimerCallbackPeer::IsArmed(s.m_timer); }
 
     /// The members' addresses, in the order in which they should be declared.
@@ -69,6 +76,22 @@ struct SectionSubscriptionPeer {
                 &s.m_tableIdExt, &s.m_pattern,    &s.m_mask, &s.m_mode, &s.m_tvsHandle,
                 &s.m_filterMode, &s.m_timeout,    &s.m_timer};
     }
+
+    template <class A, class B>
+    static constexpr bool kSame = std::is_same_v<A, B>;
+    using Octets = std::vector<unsigned char>;
+    static_assert(kSame<decltype(S::s_handleRefCount), std::map<int, int>> &&
+                  kSame<decltype(S::m_observer), ISectionObserver*> &&
+                  kSame<decltype(S::m_subscriber), ISectionSubscriber*> &&
+                  kSame<decltype(S::m_id), unsigned short> &&
+                  kSame<decltype(S::m_pid), unsigned short> &&
+                  kSame<decltype(S::m_tableId), unsigned char> &&
+                  kSame<decltype(S::m_tableIdExt), unsigned short> &&
+                  kSame<decltype(S::m_pattern), Octets> && kSame<decltype(S::m_mask), Octets> &&
+                  kSame<decltype(S::m_mode), Octets> && kSame<decltype(S::m_tvsHandle), int> &&
+                  kSame<decltype(S::m_filterMode), ISectionManager::EFilterMode> &&
+                  kSame<decltype(S::m_timeout), unsigned int> &&
+                  kSame<decltype(S::m_timer), TimerCallback>);
 };
 
 struct KorvoSectionManagerPeer {
@@ -89,6 +112,7 @@ struct KorvoSectionManagerPeer {
         m.m_eventQueue.Push(std::move(record));
     }
     static std::recursive_mutex& Mutex(M& m) { return m.m_mutex; }
+    static ISectionSubscriber* Subscriber(M& m) { return m.m_subscriber; }
     static EventQueue<SectionData>& Queue(M& m) { return m.m_eventQueue; }
 
     static std::vector<const void*> Members(const M& m) {

@@ -29,4 +29,10 @@ inline std::ptrdiff_t Slot(Member member) {
 #endif
 }
 
+/// An interface with one operation more, whose slot tells how many there were before.
+template <class Interface>
+struct WithOneMore : Interface {
+    virtual void Last() = 0;
+};
+
 }  // namespace

@@ -1,7 +1,9 @@
 // The records of system software updates: linkages to services with updates, linkages to tables
 // that list such, and the offers of an elementary stream.
 
+#include <cstring>
 #include <list>
+#include <map>
 #include <type_traits>
 
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
@@ -317,19 +319,23 @@ TEST_F(SSULinkageTest, SlotOrder) {
 }
 
 TEST_F(SSULinkageTest, AnotherLinkageTypeStopsTheProgram) {
-    fake::LinkageScript script;
-    script.linkageType = kTableWithUpdates;
-    const auto desc = fake::LinkageDesc(script);
-    EXPECT_DEATH(
-        CSSULinkageDesc{dynamic_cast<TCDescLinkage&>(*desc)},
-        "SI/PARSER/Korvo/DescriptorsKorvo\\.cpp:50: "
-        "TORVEL_MW::CSSULinkageDesc::CSSULinkageDesc\\(TCDescLinkage&\\): Assertion "
-        "`desc\\.LinkageType\\(\\) == TCDescLinkage::LINKAGE_TYPE_SOFTWARE_UPDATE' failed");
+    for (const int linkageType : {0, 8, kTableWithUpdates, 0x81}) {
+        fake::LinkageScript script;
+        script.linkageType = linkageType;
+        const auto desc = fake::LinkageDesc(script);
+        EXPECT_DEATH(
+            CSSULinkageDesc{dynamic_cast<TCDescLinkage&>(*desc)},
+            "SI/PARSER/Korvo/DescriptorsKorvo\\.cpp:50: "
+            "TORVEL_MW::CSSULinkageDesc::CSSULinkageDesc\\(TCDescLinkage&\\): Assertion "
+            "`desc\\.LinkageType\\(\\) == TCDescLinkage::LINKAGE_TYPE_SOFTWARE_UPDATE' failed");
+    }
 }
 
 TEST_F(SSULinkageTest, ParseMakesALinkageOfTheBytes) {
     const int before = fake::LivingDescriptors();
     fake::Parsing().linkage.linkageType = kUpdateService;
+    fake::Parsing().linkage.onid = 0xFF10;
+    fake::Parsing().linkage.tsid = 0x0421;
     fake::Parsing().linkage.sid = 0x0454;
     fake::Parsing().linkage.loop = LoopOf({{0x15A, {7}}});
     const unsigned char bytes[] = {0x4A, 2, 0, 0};
@@ -337,6 +343,9 @@ TEST_F(SSULinkageTest, ParseMakesALinkageOfTheBytes) {
     ASSERT_TRUE(linkage);
     EXPECT_THAT(fake::Parsing().parsed, ElementsAre(bytes));
     EXPECT_TRUE(linkage->ContainsOUI(0x15A));
+    unsigned short onid = 0, tsid = 0, sid = 0;
+    linkage->GetLocation(onid, tsid, sid);
+    EXPECT_THAT(std::vector<int>({onid, tsid, sid}), ElementsAre(0xFF10, 0x0421, 0x0454));
     EXPECT_EQ(fake::LivingDescriptors(), before);
     EXPECT_THAT(platform.TakeLog(), IsEmpty());
 }
@@ -348,6 +357,7 @@ TEST_F(SSULinkageTest, ParseDoesNotLookAtTheTag) {
 }
 
 TEST_F(SSULinkageTest, ParseRefusesBytesThatAreNotAllConsumed) {
+    const int before = fake::LivingDescriptors();
     fake::Parsing().linkage.linkageType = kUpdateService;
     const unsigned char bytes[] = {0x4A, 3, 0, 0, 0};
     for (const int consumed : {0, 4, 6}) {
@@ -358,6 +368,7 @@ TEST_F(SSULinkageTest, ParseRefusesBytesThatAreNotAllConsumed) {
                         6, "Parse", 41,
                         Red("Not an SSU linkage descriptor " + std::to_string(consumed) +
                             " bytes parsed, linkage type 9"))));
+        EXPECT_EQ(fake::LivingDescriptors(), before);
     }
 }
 
@@ -463,6 +474,91 @@ TEST_F(SSUScanLinkageTest, AnotherLinkageTypeStopsTheProgram) {
         "SI/PARSER/Korvo/DescriptorsKorvo\\.cpp:132: "
         "TORVEL_MW::CSSUScanLinkageDesc::CSSUScanLinkageDesc\\(TCDescLinkage&\\): Assertion "
         "`desc\\.LinkageType\\(\\) == TCDescLinkage::LINKAGE_TYPE_TS_CONTAINING_SSU' failed");
+}
+
+TEST(SSURecords, HaveNoFurtherOperations) {
+    EXPECT_EQ(Slot(&WithOneMore<ISSUInfo>::Last), kDestructorSlots + 4);
+    EXPECT_EQ(Slot(&WithOneMore<CSSUInfo>::Last), kDestructorSlots + 4);
+    EXPECT_EQ(Slot(&WithOneMore<ISSULinkageDesc>::Last), kDestructorSlots + 4);
+    EXPECT_EQ(Slot(&WithOneMore<CSSULinkageDesc>::Last), kDestructorSlots + 4);
+    EXPECT_EQ(Slot(&WithOneMore<ISSUScanLinkageDesc>::Last), kDestructorSlots + 2);
+    EXPECT_EQ(Slot(&WithOneMore<CSSUScanLinkageDesc>::Last), kDestructorSlots + 2);
+    EXPECT_EQ(sizeof(ISSUInfo), sizeof(void*));
+    EXPECT_EQ(sizeof(ISSULinkageDesc), sizeof(void*));
+    EXPECT_EQ(sizeof(ISSUScanLinkageDesc), sizeof(void*));
+    static_assert(std::is_abstract_v<ISSUInfo> && std::is_abstract_v<ISSULinkageDesc> &&
+                  std::is_abstract_v<ISSUScanLinkageDesc>);
+}
+
+constexpr std::size_t kBehindTheMap =
+    sizeof(void*) + sizeof(std::multimap<std::uint32_t, SelectorBytes>);
+
+template <class Record>
+unsigned int U16At(const Record& record, std::size_t offset) {
+    std::uint16_t value = 0;
+    std::memcpy(&value, reinterpret_cast<const char*>(&record) + offset, sizeof(value));
+    return value;
+}
+
+TEST_F(SSUInfoTest, MembersStandInTheirOrder) {
+    const auto info = RecordOf<CSSUInfo>(LoopOf({}));
+    EXPECT_EQ(U16At(*info, kBehindTheMap), 0x1FFEu);
+    EXPECT_EQ(sizeof(*info), kBehindTheMap + sizeof(void*));
+}
+
+TEST_F(SSULinkageTest, MembersStandInTheirOrder) {
+    const auto linkage = RecordOf<CSSULinkageDesc>(LoopOf({}));
+    EXPECT_EQ(U16At(*linkage, kBehindTheMap), 0xFF10u);
+    EXPECT_EQ(U16At(*linkage, kBehindTheMap + 2), 0x0421u);
+    EXPECT_EQ(U16At(*linkage, kBehindTheMap + 4), 0x0454u);
+    EXPECT_EQ(sizeof(*linkage), kBehindTheMap + 8);
+}
+
+TEST_F(SSUScanLinkageTest, MembersStandInTheirOrder) {
+    const CSSUScanLinkageDesc linkage = Make(1, 0xFF10, 0x0421, 0x0454);
+    EXPECT_EQ(reinterpret_cast<const unsigned char*>(&linkage)[sizeof(void*)], 1);
+    EXPECT_EQ(U16At(linkage, sizeof(void*) + 2), 0xFF10u);
+    EXPECT_EQ(U16At(linkage, sizeof(void*) + 4), 0x0421u);
+    EXPECT_EQ(U16At(linkage, sizeof(void*) + 6), 0x0454u);
+    EXPECT_EQ(sizeof(linkage), sizeof(void*) + 8);
+}
+
+TEST_F(SSUScanLinkageTest, OneOfADerivedClassIsComparedByItsFields) {
+    struct Derived : CSSUScanLinkageDesc {
+        explicit Derived(const CSSUScanLinkageDesc& other) : CSSUScanLinkageDesc(other) {}
+    };
+    EXPECT_TRUE(Equal(Make(1), Derived(Make(1))));
+    EXPECT_FALSE(Equal(Make(1), Derived(Make(2))));
+}
+
+TYPED_TEST(OuiRecordTest, ASelectorMayHave255Bytes) {
+    const Bytes longest(255, 0xA5);
+    const auto loop = LoopOf({{0xFFFFFF, longest}});
+    const auto record = RecordOf<TypeParam>(loop);
+    EXPECT_THAT(loop->capacities, ElementsAre(255));
+    EXPECT_EQ(*this->Selectors(*record, 0xFFFFFF).at(0), longest);
+}
+
+TYPED_TEST(OuiRecordTest, EveryAnswerButZeroIsASuccess) {
+    const auto record = RecordOf<TypeParam>(
+        LoopOf({{0x10, {1}, false, false, {}, 255}, {0x20, {2}, false, false, {}, -1}}));
+    EXPECT_THAT(this->Ouis(*record), ElementsAre(0x10u, 0x20u));
+}
+
+TEST_F(SSULinkageTest, ParseRefusesEveryOtherLinkageType) {
+    const unsigned char bytes[] = {0x4A, 1, 0};
+    for (int linkageType = 0; linkageType <= 0xFF; ++linkageType) {
+        if (linkageType == kUpdateService) {
+            continue;
+        }
+        fake::Parsing().linkage.linkageType = static_cast<unsigned char>(linkageType);
+        EXPECT_FALSE(ISSULinkageDesc::Parse(bytes));
+        EXPECT_THAT(platform.TakeLog(),
+                    ElementsAre(DescriptorLine(
+                        6, "Parse", 41,
+                        Red("Not an SSU linkage descriptor 3 bytes parsed, linkage type " +
+                            std::to_string(linkageType)))));
+    }
 }
 
 }  // namespace

@@ -237,4 +237,115 @@ TEST(TimerCallbackTest, MembersStandInOrder) {
     EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<const void*>()));
 }
 
+/// Arms the timer on its own thread, which keeps the lock until it waits for that deadline: whoever
+/// has the lock then knows that it does.
+std::unique_lock<std::recursive_mutex> WhileItWaits(TimerCallback& timer,
+                                                    std::uint32_t milliseconds,
+                                                    const std::function<void()>& callback) {
+    Signal armed;
+    timer.SetTimer(0, [&] {
+        timer.SetTimer(milliseconds, callback);
+        armed.Set();
+    });
+    EXPECT_TRUE(armed.Wait());
+    return std::unique_lock<std::recursive_mutex>(Peer::Mutex(timer));
+}
+
+void Pass(std::uint32_t milliseconds) {
+    Signal passed;
+    TimerCallback clock;
+    clock.SetTimer(milliseconds, [&] { passed.Set(); });
+    EXPECT_TRUE(passed.Wait());
+}
+
+TEST(TimerCallbackTest, WakeUpBeforeTheDeadlineIsNoExpiry) {
+    Signal fired;
+    Clock::time_point begin;
+    Clock::time_point at;
+    TimerCallback timer;
+    {
+        const auto lock = WhileItWaits(timer, kAnHour, Unexpected);
+        begin = Clock::now();
+        timer.SetTimer(100, [&] {  // wakes the thread
+            at = Clock::now();
+            fired.Set();
+        });
+    }
+    ASSERT_TRUE(fired.Wait());
+    EXPECT_GE(at - begin, std::chrono::milliseconds(100));
+}
+
+TEST(TimerCallbackTest, EarlierDeadlineEndsALongWait) {
+    Signal fired;
+    TimerCallback timer;
+    {
+        const auto lock = WhileItWaits(timer, kAnHour, Unexpected);
+        timer.SetTimer(0, [&] { fired.Set(); });
+    }
+    EXPECT_TRUE(fired.Wait());
+}
+
+TEST(TimerCallbackTest, CancelThatTakesTheLockFirstAfterTheDeadlineWins) {
+    TimerCallback timer;  // its end joins the thread: what it would do, it has done
+    const auto lock = WhileItWaits(timer, 500, Unexpected);
+    Pass(600);  // the time is over, the thread wants the lock
+    timer.CancelTimer();
+    EXPECT_EQ(Peer::Of(timer), (Peer::Flags{true, false, false, false}));
+}
+
+TEST(TimerCallbackTest, RearmingAfterTheDeadlineFiresTheNewCallbackAtOnce) {
+    Signal fired;
+    TimerCallback timer;
+    {
+        const auto lock = WhileItWaits(timer, 500, Unexpected);
+        Pass(600);
+        timer.SetTimer(kAnHour, [&] { fired.Set(); });
+    }
+    EXPECT_TRUE(fired.Wait());
+}
+
+TEST(TimerCallbackTest, OneThreadRunsFromConstructionOnAndCalls) {
+    Signal fired;
+    std::thread::id caller;
+    TimerCallback timer;
+    const std::thread::id worker = Peer::ThreadId(timer);
+    EXPECT_NE(worker, std::thread::id());
+    timer.SetTimer(0, [&] {
+        caller = std::this_thread::get_id();
+        fired.Set();
+    });
+    ASSERT_TRUE(fired.Wait());
+    EXPECT_EQ(caller, worker);
+    EXPECT_EQ(Peer::ThreadId(timer), worker);
+}
+
+TEST(TimerCallbackTest, CallbackThatIsReplacedCancelledOrLeftIsDestroyedUnderTheLock) {
+    struct Token {
+        std::recursive_mutex& mutex;
+        bool& isLocked;
+
+        Token(std::recursive_mutex& of, bool& result) : mutex(of), isLocked(result) {}
+        ~Token() {
+            std::thread([this] {
+                isLocked = !mutex.try_lock();
+                if (!isLocked) {
+                    mutex.unlock();
+                }
+            }).join();
+        }
+    };
+    const std::function<void(std::unique_ptr<TimerCallback>&)> ways[] = {
+        [](std::unique_ptr<TimerCallback>& timer) { timer->SetTimer(kAnHour, Unexpected); },
+        [](std::unique_ptr<TimerCallback>& timer) { timer->CancelTimer(); },
+        [](std::unique_ptr<TimerCallback>& timer) { timer.reset(); }};
+    for (const auto& end : ways) {
+        bool isLocked = false;
+        auto timer = std::make_unique<TimerCallback>();
+        timer->SetTimer(kAnHour,
+                        [token = std::make_shared<Token>(Peer::Mutex(*timer), isLocked)] {});
+        end(timer);
+        EXPECT_TRUE(isLocked);
+    }
+}
+
 }  // namespace

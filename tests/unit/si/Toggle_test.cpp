@@ -10,7 +10,7 @@ class ToggleTest : public testing::Test {
         int handle, ISectionManager::EFilterMode mode = ISectionManager::EToggle) {
         platform.NextReply({1, handle});
         auto subscription = CSectionSubscription::SubscribeSection(
-            &platform, observer, 0x12, {0x4E, 0x12, 0x34}, {0xFE, 0x00, 0x0F}, {0x00, 0x01, 0x02},
+            &platform, observer, 0x12, {0x4E, 0x12, 0x34}, {0xFE, 0x00, 0x0F}, {0x80, 0x01, 0x02},
             7, mode, kNoTimeout);
         platform.TakeLog();
         return subscription;
@@ -39,7 +39,7 @@ TEST_F(ToggleTest, AlternatesBetweenThePair) {
     EXPECT_EQ(request.pid, 0x12);
     EXPECT_EQ(request.filter, Bytes({0x4F, 0x12, 0x34}));
     EXPECT_EQ(request.mask, Bytes({0xFF, 0x00, 0x0F}));
-    EXPECT_EQ(request.mode, Bytes({0x00, 0x01, 0x02}));
+    EXPECT_EQ(request.mode, Bytes({0x80, 0x01, 0x02}));
     EXPECT_EQ(request.flag, 1);
     EXPECT_EQ(request.handleOnEntry, -1);
     EXPECT_EQ(SectionSubscriptionPeer::TableId(*subscription), 0x4F);
@@ -135,6 +135,7 @@ TEST_F(ToggleTest, RefusedRequestRollsNothingBackAndTheHandleIsGivenUpTwice) {
     EXPECT_EQ(SectionSubscriptionPeer::TableId(*subscription), 0x4F);
     EXPECT_EQ(SectionSubscriptionPeer::Handle(*subscription), 411);
     EXPECT_EQ(SectionSubscriptionPeer::HandleCount(411), 0);
+    EXPECT_FALSE(SectionSubscriptionPeer::HasHandleCount(-1));
 
     subscription.reset();
     EXPECT_EQ(SectionSubscriptionPeer::HandleCount(411), -1);
@@ -150,6 +151,7 @@ TEST_F(ToggleTest, RefusedRequestShowsTheHandleThatThePlatformLeft) {
     EXPECT_FALSE(subscription->Toggle(0x4E));
     EXPECT_EQ(platform.TakeLog().back(),
               Line(5, "Toggle", Yellow("Re-subscribe section failed id: 7, TVS handle: 99")));
+    EXPECT_FALSE(SectionSubscriptionPeer::HasHandleCount(99));
     EXPECT_EQ(SectionSubscriptionPeer::Handle(*subscription), 412);
 }
 
@@ -168,6 +170,32 @@ TEST_F(ToggleTest, CountBelow0IsNotReleasedAgain) {
     const auto subscription = Subscribe(413);  // 0 now
     EXPECT_TRUE(subscription->Toggle(0x4E));   // -1: not exactly 0
     EXPECT_THAT(platform.Released(), IsEmpty());
+}
+
+TEST_F(ToggleTest, BitsOfThePatternOutsideTheMaskDoNotCount) {
+    const auto subscription = CSectionSubscription::SubscribeSection(
+        &platform, observer, 0x12, {0x4F}, {0xFE}, {0x00}, 7, ISectionManager::EToggle, kNoTimeout);
+    EXPECT_TRUE(subscription->Toggle(0x4E));
+    EXPECT_EQ(SectionSubscriptionPeer::Pattern(*subscription)[0], 0x4F);
+    EXPECT_EQ(platform.Requests().size(), 2u);
+}
+
+TEST_F(ToggleTest, LinesShowHexWithoutLeadingZeros) {
+    platform.NextReply({1, 415});
+    platform.NextReply({1, 416});
+    const auto subscription = CSectionSubscription::SubscribeSection(
+        &platform, observer, 0x12, {0x02}, {0x0E}, {}, 7, ISectionManager::EToggle, kNoTimeout);
+    platform.TakeLog();
+    EXPECT_TRUE(subscription->Toggle(0x02));
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(Line(4, "Toggle",
+                         Green("Toggle mode filter. current tableId: 2, current pattern: 2, "
+                               "current mask: E")),
+                    Line(4, "Toggle", Green("Unsubscribe previous section filter")),
+                    Line(5, "Toggle",
+                         Yellow("Toggle mode filter. Resubscribed, just received tableId: 2, new "
+                                "pattern: 3, new mask: FF, TVS handle: 416"))));
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ constexpr int kNoHandle = -1;
 
 // The event thread counts handles (Toggle, the last reference to a subscription) without the
 // manager's lock, which client threads hold when they do.
-std::mutex s_handleRefCountMutex;
+constinit std::mutex s_handleRefCountMutex;
 
 // Sets a byte filter. True when the platform accepted it and wrote its handle.
 bool SubscribeFilter(ISectionSubscriber* subscriber, unsigned short id, unsigned short pid,
