@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "SI/Include/ISectionManager.h"
@@ -94,9 +95,12 @@ void Acquisition::OnNews() {
 }
 
 bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
+    // A look takes as long as what was found is large; news can come with every section.
+    constexpr std::chrono::milliseconds kBetweenLooks{50};
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     unsigned long seen = 0;
     for (;;) {
+        const auto nextLook = std::chrono::steady_clock::now() + kBetweenLooks;
         Multiplex found;
         Fill(found);
         if (found.missing.empty()) {
@@ -106,6 +110,7 @@ bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
         if (!changed_.wait_until(lock, deadline, [&] { return released_ || news_ != seen; })) {
             return true;
         }
+        changed_.wait_until(lock, std::min(nextLook, deadline), [&] { return released_; });
         if (released_) {
             return false;
         }
@@ -138,15 +143,15 @@ void Acquisition::FilterNit(int pid) {
     }
 }
 
-// A filter that is refused leaves its table missing; the counter tells.
 void Acquisition::Filter(unsigned short pid, unsigned int tableId, ISectionObserver& observer) {
     const unsigned int subscription = ISectionManager::Instance()->Subscribe(
         pid, tableId, observer, ISectionManager::EContinuous, kNoTimeout, false);
-    if (subscription == 0) {
-        return;
-    }
     {
         std::lock_guard<std::mutex> lock(mutex_);
+        if (subscription == 0) {
+            refused_.insert(tableId);
+            return;
+        }
         outOfIds_ = outOfIds_ || subscription > kLastServedId;
         if (!released_) {
             subscriptions_.push_back(subscription);
@@ -154,6 +159,11 @@ void Acquisition::Filter(unsigned short pid, unsigned int tableId, ISectionObser
         }
     }
     ISectionManager::Instance()->Unsubscribe(subscription);
+}
+
+bool Acquisition::WasRefused(unsigned int tableId) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return refused_.count(tableId) != 0;
 }
 
 bool Acquisition::OutOfIds() const {
@@ -212,6 +222,9 @@ void Acquisition::Fill(Multiplex& multiplex) const {
     }
     NameUnfinished(actualNits_, "nit ", missing);
     NameUnfinished(otherNits_, "nit other ", missing);
+    if (WasRefused(kNitOtherTableId) && otherNits_.Begun().empty()) {
+        missing.emplace_back("nit other");
+    }
     for (const auto& network : actualNits) {
         multiplex.networks.push_back(network.second);
     }
@@ -222,6 +235,9 @@ void Acquisition::Fill(Multiplex& multiplex) const {
                      [](const Network& a, const Network& b) { return a.networkId < b.networkId; });
 
     NameUnfinished(bats_, "bat ", missing);
+    if (WasRefused(kBatTableId) && bats_.Begun().empty()) {
+        missing.emplace_back("bat");
+    }
     for (const auto& bouquet : bats_.Whole()) {
         multiplex.bouquets.push_back(bouquet.second);
     }
@@ -238,7 +254,9 @@ void Acquisition::Fill(Multiplex& multiplex) const {
         multiplex.events.insert(multiplex.events.end(), eit.second.begin(), eit.second.end());
     }
     std::stable_sort(multiplex.events.begin(), multiplex.events.end(),
-                     [](const Event& a, const Event& b) { return a.serviceId < b.serviceId; });
+                     [](const Event& a, const Event& b) {
+                         return std::tie(a.serviceId, a.section) < std::tie(b.serviceId, b.section);
+                     });
 }
 
 }  // namespace client

@@ -57,6 +57,7 @@ class Acquisition {
     void Filter(unsigned short pid, unsigned int tableId, TORVEL_MW::ISectionObserver& observer);
     void FilterPmt(int pid);
     void FilterNit(int pid);
+    bool WasRefused(unsigned int tableId) const;
 
     const Extent extent_;
     SubTableReader<PatTable> pats_;
@@ -72,6 +73,7 @@ class Acquisition {
     std::set<int> pmtPids_;                    // guarded by mutex_; every PMT PID that a PAT named
     std::set<int> nitPids_;                    // guarded by mutex_
     std::vector<unsigned int> subscriptions_;  // guarded by mutex_
+    std::set<unsigned int> refused_;           // guarded by mutex_; table ids without a filter
     bool released_ = false;                    // guarded by mutex_
     bool outOfIds_ = false;                    // guarded by mutex_
     unsigned long news_ = 0;                   // guarded by mutex_; complete tables so far

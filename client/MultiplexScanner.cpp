@@ -96,8 +96,11 @@ tvservice::InputEnd MultiplexScanner::Scan(const tvservice::SourcePtr& source,
         impl_->passes = 0;
     }
     if (info.live) {
-        return impl_->Pass(source, tvservice::PlayOptions::kFreeRunning, Acquisition::kAll, nullptr,
-                           timeout);
+        // What can be rewound waits for its reader, and may hold a PMT but once: there, as in a
+        // pipe, the filters that a PAT asks for must be in force from the next packet on.
+        const auto reading = info.rewindable ? tvservice::PlayOptions::kLockStep
+                                             : tvservice::PlayOptions::kFreeRunning;
+        return impl_->Pass(source, reading, Acquisition::kAll, nullptr, timeout);
     }
     if (!info.rewindable) {
         return impl_->Pass(source, tvservice::PlayOptions::kLockStep, Acquisition::kAll, nullptr);

@@ -1,6 +1,6 @@
 #include "client/NitTable.h"
 
-#include <algorithm>
+#include <set>
 
 #include "client/Linkages.h"
 #include "client/Records.h"
@@ -45,18 +45,13 @@ bool NitTable::Take(unsigned short pid, unsigned char* data, Snapshot& network) 
     }
     network.ssuLinkages = SsuLinkagesOf(*instance);
     network.ssuScanLinkages = SsuScanLinkagesOf(*instance);
+    std::set<std::pair<int, int>> seen;
     for (int index = 0; index < platformInstance.NumOfDVBItemMux(); ++index) {
         const TCDVBItemMux& mux =
             *platformInstance.DVBItemMuxOfIndex(static_cast<unsigned int>(index));
         TransportStream stream{mux.OriginalNetworkId(), mux.TransportStreamId(), {}};
         // Entries of the same transport stream share their delivery descriptors in the SI layer.
-        const bool isNew =
-            std::none_of(network.transportStreams.begin(), network.transportStreams.end(),
-                         [&stream](const TransportStream& known) {
-                             return known.originalNetworkId == stream.originalNetworkId &&
-                                    known.transportStreamId == stream.transportStreamId;
-                         });
-        if (isNew) {
+        if (seen.emplace(stream.originalNetworkId, stream.transportStreamId).second) {
             instance->GetDeliveryDescs(mux.OriginalNetworkId(), mux.TransportStreamId(),
                                        stream.delivery);
             network.transportStreams.push_back(std::move(stream));

@@ -48,8 +48,9 @@ struct SectionHeader {
 
 /// Keeps the last complete current version of every sub-table of one kind that an observer is fed.
 ///
-/// Each version of a sub-table gets a fresh `Table`, which is fed each distinct section of it once.
-/// `Table` is one file pair a table; it has
+/// Each version of a sub-table gets a fresh `Table`, which is fed each section of it once. A
+/// section that differs from the one held under its number, version or not, begins the sub-table
+/// anew. `Table` is one file pair a table; it has
 ///
 ///     using Key = ...;       // what tells sub-tables apart
 ///     using Snapshot = ...;  // what is kept of a complete one
@@ -67,7 +68,7 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
     using Key = typename Table::Key;
     using Snapshot = typename Table::Snapshot;
 
-    static constexpr std::size_t kMaxBytes = std::size_t{16} << 20;
+    static constexpr std::size_t kMaxBytes = std::size_t{4} << 20;
     static constexpr std::size_t kMaxSubTables = 4096;
 
     /// @param onWhole  called on the event thread with each complete version; may be empty
@@ -89,17 +90,19 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
             return;
         }
         State& state = states_[key];
-        if (!state.table || !header.IsOfStateOf(state.header)) {
+        const auto known = state.sections.find(header.sectionNumber);
+        const bool isOfState = state.table && header.IsOfStateOf(state.header);
+        if (isOfState && known != state.sections.end() &&
+            std::equal(known->second.begin(), known->second.end(), data, data + length)) {
+            return;
+        }
+        if (!isOfState || known != state.sections.end()) {
             bytes_ -= state.bytes;
             state = State{header, std::make_unique<Table>(), {}, 0};
         }
-        std::vector<unsigned char>& held = state.sections[header.sectionNumber];
-        if (std::equal(held.begin(), held.end(), data, data + length)) {
-            return;
-        }
-        state.bytes += length - held.size();
-        bytes_ += length - held.size();
-        held.assign(data, data + length);
+        state.sections[header.sectionNumber].assign(data, data + length);
+        state.bytes += length;
+        bytes_ += length;
         Snapshot snapshot{};
         const bool isWhole = state.table->Take(pid, data, snapshot);
         {

@@ -12,8 +12,8 @@
 struct TVSHandle;
 
 /// The bouquet association sub-table of one bouquet. Its own descriptor loop is the bouquet
-/// descriptors of all its sections, one section after the other as received; a broadcaster that
-/// repeats them in every section makes them appear as often.
+/// descriptors of all its sections, one section after the other in section_number order; a
+/// broadcaster that repeats them in every section makes them appear as often.
 class TVSERVICE_API TCDVBBATInstance : public TCBaseSection, public IDescriptorContainer {
   public:
     ~TCDVBBATInstance() override;

@@ -12,7 +12,7 @@
 struct TVSHandle;
 
 /// The network information sub-table of one network. Its own descriptor loop is the network
-/// descriptors of all its sections, one section after the other as received.
+/// descriptors of all its sections, one section after the other in section_number order.
 class TVSERVICE_API TCDVBNITInstance : public TCBaseSection, public IDescriptorContainer {
   public:
     ~TCDVBNITInstance() override;

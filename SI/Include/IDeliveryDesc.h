@@ -31,7 +31,8 @@ class TORVELSI_API IDeliveryDesc {
     /// Decodes one delivery system descriptor. Of T2 descriptors only those of descriptor_length 4
     /// are taken.
     ///
-    /// @param data  its descriptor_tag byte; 2 + descriptor_length bytes are read
+    /// @param data  its descriptor_tag byte; 2 + descriptor_length bytes are read. Not null, and
+    ///              at least 2 bytes: fewer are outside the precondition, nothing checks
     /// @return empty when it is malformed or another descriptor
     static std::shared_ptr<IDeliveryDesc> Parse(unsigned char* data);
 

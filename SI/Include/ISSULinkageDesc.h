@@ -31,7 +31,8 @@ class TORVELSI_API ISSULinkageDesc {
 
     /// Decodes one linkage descriptor.
     ///
-    /// @param data  its descriptor_tag byte; 2 + descriptor_length bytes are read
+    /// @param data  its descriptor_tag byte; 2 + descriptor_length bytes are read. Not null, and
+    ///              at least 2 bytes: fewer are outside the precondition, nothing checks
     /// @return empty when it is malformed or of another linkage_type
     static std::shared_ptr<ISSULinkageDesc> Parse(unsigned char const* data);
 };

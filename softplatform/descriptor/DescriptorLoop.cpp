@@ -19,8 +19,12 @@ DescriptorLoop::DescriptorLoop(ByteView loop, uint8_t tableId) : tableId_(tableI
 }
 
 size_t DescriptorLoop::Count(int tag) const {
-    return static_cast<size_t>(std::count_if(
-        entries_.begin(), entries_.end(), [tag](const Entry& entry) { return entry.tag == tag; }));
+    if (cursor_.tag != tag) {
+        const auto count = std::count_if(entries_.begin(), entries_.end(),
+                                         [tag](const Entry& entry) { return entry.tag == tag; });
+        cursor_ = {tag, static_cast<size_t>(count)};
+    }
+    return cursor_.count;
 }
 
 TCBaseDesc* DescriptorLoop::At(size_t index) {
@@ -28,12 +32,21 @@ TCBaseDesc* DescriptorLoop::At(size_t index) {
 }
 
 TCBaseDesc* DescriptorLoop::Find(int tag, size_t index) {
-    for (Entry& entry : entries_) {
-        if (entry.tag == tag && index-- == 0) {
-            return Decoded(entry);
+    if (index >= Count(tag)) {
+        return nullptr;
+    }
+    if (index < cursor_.before) {
+        cursor_.at = cursor_.before = 0;
+    }
+    for (;; ++cursor_.at) {
+        Entry& entry = entries_[cursor_.at];
+        if (entry.tag == tag) {
+            if (cursor_.before == index) {
+                return Decoded(entry);
+            }
+            ++cursor_.before;
         }
     }
-    return nullptr;
 }
 
 TCBaseDesc* DescriptorLoop::Decoded(Entry& entry) {

@@ -12,6 +12,7 @@ namespace tvservice {
 
 // One descriptor loop, indexed once and decoded descriptor by descriptor when asked.
 //
+// Asked for the descriptors of one tag one after the other, as clients do, it walks the loop once.
 // The bytes are borrowed and must outlive it. A descriptor that reaches past the end of the loop
 // ends it and is counted (Counter::kDescriptorOverruns). Used by one thread at a time; the objects
 // handed out belong to the loop.
@@ -40,10 +41,19 @@ class DescriptorLoop {
         std::unique_ptr<TCBaseDesc> object;  // null until asked for
     };
 
+    // Where the search for the tag that was asked for last stands.
+    struct Cursor {
+        int tag = -1;  // of no descriptor
+        size_t count = 0;
+        size_t at = 0;      // of the entries
+        size_t before = 0;  // entries of that tag before `at`
+    };
+
     TCBaseDesc* Decoded(Entry& entry);
 
     uint8_t tableId_ = 0;
     std::vector<Entry> entries_;
+    mutable Cursor cursor_;
 };
 
 }  // namespace tvservice

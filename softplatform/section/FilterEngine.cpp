@@ -6,6 +6,19 @@
 
 namespace tvservice {
 
+namespace {
+
+// A fuzzer does not find the CRC_32 that what it made up would need.
+bool IsIntact([[maybe_unused]] SectionView section) {
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+    return true;
+#else
+    return CrcIsGood(section);
+#endif
+}
+
+}  // namespace
+
 FilterEngine::FilterEngine(Counters& counters, std::function<void()> onChange, unsigned slots)
     : counters_(counters), onChange_(std::move(onChange)), handles_(slots) {}
 
@@ -160,7 +173,7 @@ size_t FilterEngine::OnSection(Stream& stream, uint16_t pid, const uint8_t* byte
     if (!section) {
         return 0;  // the assembler hands on none such
     }
-    if (!CrcIsGood(*section)) {
+    if (!IsIntact(*section)) {
         counters_.Add(Counter::kCrcErrors);
         return 0;
     }
@@ -335,6 +348,7 @@ void FilterEngine::DropStream(uint16_t pid) {
         byPid_.Set(pid, nullptr);
     }
     streams_.erase(pid);
+    cache_.Forget(pid);  // nobody would see that it changes
 }
 
 void FilterEngine::Reset() {

@@ -41,6 +41,16 @@ void SectionCache::Put(uint16_t pid, SectionView section) {
     MakeRoom();
 }
 
+void SectionCache::Forget(uint16_t pid) {
+    auto entry = byKey_.lower_bound(Key(pid, 0, 0, 0));
+    while (entry != byKey_.end() && std::get<0>(entry->first) == pid) {
+        DropSections(*entry->second);
+        bytes_ -= kSubTableCost;
+        subTables_.erase(entry->second);
+        entry = byKey_.erase(entry);
+    }
+}
+
 void SectionCache::Clear() {
     byKey_.clear();
     subTables_.clear();

@@ -31,6 +31,7 @@ class SectionCache {
     SectionCache& operator=(const SectionCache&) = delete;
 
     size_t limit() const { return limit_; }
+    // What is kept beyond the new limit goes at once, the oldest first.
     void SetLimit(size_t limit);
 
     // A section that came on `pid`, its CRC good. Its bytes are copied unless it is there already.
@@ -49,6 +50,9 @@ class SectionCache {
             }
         }
     }
+
+    // Forgets what came on that PID.
+    void Forget(uint16_t pid);
 
     // Forgets everything.
     void Clear();

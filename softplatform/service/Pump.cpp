@@ -175,10 +175,11 @@ InputEnd Pump::PlayPackets(Source& source, const PlayOptions& options) {
                 }
                 packetSize_.store(static_cast<unsigned>(sync.packet_size()),
                                   std::memory_order_relaxed);
+                ApplyChanges(options);  // there may have been no packet in all that
                 break;
             }
             case ReadResult::kWouldBlock:
-                WaitForInput(source.descriptor());
+                WaitForInput(source.descriptor(), options);
                 break;
             case ReadResult::kEnd:
                 return End(sync, options, {InputEnd::kEndOfInput, {}});
@@ -205,7 +206,7 @@ InputEnd Pump::PlayDvb(const DvbSource& source, const PlayOptions& options) {
             return End({InputEnd::kFailed, error});
         }
         event_.Clear();
-        engine_.ApplyChanges();
+        ApplyChanges(options);
     }
     return {InputEnd::kInterrupted, {}};
 }
@@ -240,11 +241,15 @@ void Pump::PassBarrierWhenDue(const PlayOptions& options, size_t bytes, size_t c
     }
 }
 
-void Pump::WaitForInput(int descriptor) {
+void Pump::ApplyChanges(const PlayOptions& options) {
+    PassBarrierWhenDue(options, 0, engine_.ApplyChanges());
+}
+
+void Pump::WaitForInput(int descriptor, const PlayOptions& options) {
     std::array<pollfd, 2> ready{{{descriptor, POLLIN, 0}, {event_.descriptor(), POLLIN, 0}}};
     ::poll(ready.data(), ready.size(), -1);
     event_.Clear();
-    engine_.ApplyChanges();
+    ApplyChanges(options);
 }
 
 void Pump::PassBarrier() {

@@ -68,7 +68,10 @@ class Pump {
     bool OnPacket(const uint8_t* packet, const PlayOptions& options) TV_EXCLUDES(mutex_);
     void PassBarrierWhenDue(const PlayOptions& options, size_t bytes, size_t calls)
         TV_EXCLUDES(mutex_);
-    void WaitForInput(int descriptor);
+    void WaitForInput(int descriptor, const PlayOptions& options) TV_EXCLUDES(mutex_);
+    // Applies the changes that clients asked for, and passes a barrier behind what the cache
+    // delivered.
+    void ApplyChanges(const PlayOptions& options) TV_EXCLUDES(mutex_);
     void PassBarrier() TV_EXCLUDES(mutex_);
     size_t PassOneBarrier() TV_EXCLUDES(mutex_);
 

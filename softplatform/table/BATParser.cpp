@@ -62,8 +62,9 @@ TCDVBBATParser::TCDVBBATParser(const TVSHandle&) : m_impl(std::make_unique<Impl>
 TCDVBBATParser::~TCDVBBATParser() = default;
 
 bool TCDVBBATParser::Parse(short, unsigned char* bytes) {
-    const auto section = tvservice::ApplicableSection(bytes, kBatTableId, kBatTableId);
-    if (!section || section->body().size() < NetworkTable::kFixedSize) {
+    const auto section =
+        tvservice::ApplicableSection(bytes, kBatTableId, kBatTableId, NetworkTable::kFixedSize);
+    if (!section) {
         return false;
     }
     const uint16_t id = section->table_id_extension();

@@ -130,8 +130,9 @@ TCDVBEITParser::TCDVBEITParser(int tableId, TVSHandle const&)
 TCDVBEITParser::~TCDVBEITParser() = default;
 
 bool TCDVBEITParser::Parse(short, unsigned char* bytes) {
-    const auto section = tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId);
-    if (!section || section->body().size() < kEitFixedSize) {
+    const auto section =
+        tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId, kEitFixedSize);
+    if (!section) {
         return false;
     }
     // ETSI EN 300 468 5.2.4

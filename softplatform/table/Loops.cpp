@@ -1,5 +1,8 @@
 #include "softplatform/table/Loops.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "softplatform/base/Counters.h"
 
 namespace tvservice {
@@ -25,41 +28,51 @@ bool EntryReader::Next() {
     return true;
 }
 
-int SpanningLoop::size() const {
-    size_t size = 0;
-    for (const auto& section : bySection_) {
-        size += section.second.size();
+void SpanningLoop::Put(uint8_t sectionNumber, DescriptorLoop loop) {
+    if (sectionNumber >= sections_.size()) {
+        sections_.resize(size_t{sectionNumber} + 1);
     }
-    return static_cast<int>(size);
+    sections_[sectionNumber].loop = std::move(loop);
+    size_t end = 0;
+    for (Section& section : sections_) {
+        end += section.loop.size();
+        section.end = end;
+    }
+    cursor_ = {};
 }
 
 int SpanningLoop::Count(int tag) const {
-    size_t count = 0;
-    for (const auto& section : bySection_) {
-        count += section.second.Count(tag);
+    if (cursor_.tag != tag) {
+        cursor_ = {tag};
+        for (const Section& section : sections_) {
+            cursor_.count += section.loop.Count(tag);
+        }
     }
-    return static_cast<int>(count);
+    return static_cast<int>(cursor_.count);
 }
 
 TCBaseDesc* SpanningLoop::At(size_t index) {
-    for (auto& section : bySection_) {
-        if (index < section.second.size()) {
-            return section.second.At(index);
-        }
-        index -= section.second.size();
-    }
-    return nullptr;
+    const auto section = std::upper_bound(sections_.begin(), sections_.end(), index,
+                                          [](size_t at, const Section& of) { return at < of.end; });
+    return section == sections_.end()
+               ? nullptr
+               : section->loop.At(index - (section->end - section->loop.size()));
 }
 
 TCBaseDesc* SpanningLoop::Find(int tag, size_t index) {
-    for (auto& section : bySection_) {
-        const size_t count = section.second.Count(tag);
-        if (index < count) {
-            return section.second.Find(tag, index);
-        }
-        index -= count;
+    if (index >= static_cast<size_t>(Count(tag))) {
+        return nullptr;
     }
-    return nullptr;
+    if (index < cursor_.before) {
+        cursor_.section = cursor_.before = 0;
+    }
+    for (;; ++cursor_.section) {
+        DescriptorLoop& loop = sections_[cursor_.section].loop;
+        if (index - cursor_.before < loop.Count(tag)) {
+            return loop.Find(tag, index - cursor_.before);
+        }
+        cursor_.before += loop.Count(tag);
+    }
 }
 
 }  // namespace tvservice

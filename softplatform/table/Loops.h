@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -91,24 +90,36 @@ class ItemLoop {
 };
 
 // A descriptor loop that spans the sections of a sub-table: one after the other in section_number
-// order, repetitions included.
+// order, repetitions included. Asked for the descriptors of one tag one after the other, as clients
+// do, it walks the sections once.
 class SpanningLoop {
   public:
     // Replaces the loop of one section.
-    void Put(uint8_t sectionNumber, DescriptorLoop loop) {
-        bySection_[sectionNumber] = std::move(loop);
-    }
+    void Put(uint8_t sectionNumber, DescriptorLoop loop);
 
-    void Clear() { bySection_.clear(); }
+    void Clear() { *this = SpanningLoop(); }
 
-    int size() const;
+    int size() const { return sections_.empty() ? 0 : static_cast<int>(sections_.back().end); }
     int Count(int tag) const;
     // Null past the end.
     TCBaseDesc* At(size_t index);
     TCBaseDesc* Find(int tag, size_t index);
 
   private:
-    std::map<uint8_t, DescriptorLoop> bySection_;
+    struct Section {
+        size_t end = 0;  // the index after its last descriptor's
+        DescriptorLoop loop;
+    };
+    // Where the search for the tag that was asked for last stands.
+    struct Cursor {
+        int tag = -1;  // of no descriptor
+        size_t count = 0;
+        size_t section = 0;
+        size_t before = 0;  // descriptors of that tag in the sections before
+    };
+
+    std::vector<Section> sections_;  // by section_number
+    mutable Cursor cursor_;
 };
 
 }  // namespace tvservice

@@ -63,8 +63,9 @@ TCDVBNITParser::TCDVBNITParser(int tableId, const TVSHandle&)
 TCDVBNITParser::~TCDVBNITParser() = default;
 
 bool TCDVBNITParser::Parse(short, unsigned char* bytes) {
-    const auto section = tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId);
-    if (!section || section->body().size() < NetworkTable::kFixedSize) {
+    const auto section = tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId,
+                                                      NetworkTable::kFixedSize);
+    if (!section) {
         return false;
     }
     const uint16_t id = section->table_id_extension();

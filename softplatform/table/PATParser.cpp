@@ -1,9 +1,10 @@
-#include <algorithm>
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/TCPATParser.h"
 #include "softplatform/base/ByteView.h"
+#include "softplatform/base/Counters.h"
 #include "softplatform/descriptor/Internals.h"
 #include "softplatform/table/BaseSection.h"
 #include "softplatform/table/SectionParser.h"
@@ -39,6 +40,8 @@ std::vector<Program> ProgramsOf(const SubTable& table) {
 
 struct TCPATParser::Impl {
     std::vector<Program> programs;
+    std::unordered_map<uint16_t, uint16_t> pids;  // by program_number, of its first entry; made
+                                                  // when asked for
 };
 
 TCPATParser::TCPATParser(TVSHandle const&) : m_impl(std::make_unique<Impl>()) {}
@@ -47,13 +50,18 @@ TCPATParser::~TCPATParser() = default;
 
 bool TCPATParser::Parse(short, unsigned char* bytes) {
     const auto section = tvservice::ApplicableSection(bytes, kPatTableId, kPatTableId);
-    if (!section || section->body().size() % kProgramSize != 0) {
+    if (!section) {
+        return false;
+    }
+    if (section->body().size() % kProgramSize != 0) {
+        tvservice::ReceiverCounters().AddShared(tvservice::Counter::kMalformedTables);
         return false;
     }
     SubTable& table = TVServiceInternals::Of<TCBaseSection>(*this).sections;
     if (table.Judge(*section) != SubTable::Change::kRepeat) {
         table.Store(*section);
         m_impl->programs = ProgramsOf(table);
+        m_impl->pids.clear();
     }
     // ISO/IEC 13818-1 2.4.4.5: table_id_extension is the transport_stream_id.
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = section->table_id_extension();
@@ -64,6 +72,7 @@ void TCPATParser::Reset() {
     TCSectionParser::Reset();
     TVServiceInternals::Of<TCBaseSection>(*this).sections.Clear();
     m_impl->programs.clear();
+    m_impl->pids.clear();
 }
 
 int TCPATParser::NumOfProgramList() {
@@ -75,10 +84,13 @@ unsigned short TCPATParser::ProgramNumber(unsigned int index) {
 }
 
 unsigned short TCPATParser::ProgramPID(unsigned short programNumber) {
-    const auto found = std::find_if(
-        m_impl->programs.begin(), m_impl->programs.end(),
-        [programNumber](const auto& program) { return program.program_number == programNumber; });
-    return found == m_impl->programs.end() ? uint16_t{0} : found->PID;
+    if (m_impl->pids.empty()) {
+        for (const Program& program : m_impl->programs) {
+            m_impl->pids.emplace(program.program_number, program.PID);
+        }
+    }
+    const auto found = m_impl->pids.find(programNumber);
+    return found == m_impl->pids.end() ? uint16_t{0} : found->second;
 }
 
 unsigned short TCPATParser::TransportStreamId() const {

@@ -127,8 +127,9 @@ TCPMTParser::TCPMTParser(TVSHandle const&) : m_impl(std::make_unique<Impl>()) {}
 TCPMTParser::~TCPMTParser() = default;
 
 bool TCPMTParser::Parse(short, unsigned char* bytes) {
-    const auto section = tvservice::ApplicableSection(bytes, kPmtTableId, kPmtTableId);
-    if (!section || section->body().size() < kPmtFixedSize) {
+    const auto section =
+        tvservice::ApplicableSection(bytes, kPmtTableId, kPmtTableId, kPmtFixedSize);
+    if (!section) {
         return false;
     }
     const uint16_t programNumber = section->table_id_extension();

@@ -113,8 +113,9 @@ TCDVBSDTParser::TCDVBSDTParser(int tableId, TVSHandle const&)
 TCDVBSDTParser::~TCDVBSDTParser() = default;
 
 bool TCDVBSDTParser::Parse(short, unsigned char* bytes) {
-    const auto section = tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId);
-    if (!section || section->body().size() < kSdtFixedSize) {
+    const auto section =
+        tvservice::ApplicableSection(bytes, m_impl->tableId, m_impl->tableId, kSdtFixedSize);
+    if (!section) {
         return false;
     }
     const uint16_t tsid = section->table_id_extension();

@@ -3,18 +3,24 @@
 #include <algorithm>
 #include <utility>
 
+#include "softplatform/base/Counters.h"
+
 namespace tvservice {
 
 std::optional<SectionView> ApplicableSection(const uint8_t* bytes, uint8_t firstTableId,
-                                             uint8_t lastTableId) {
+                                             uint8_t lastTableId, size_t fixedSize) {
     // The table_id first: stuffing may be a single byte long.
     if (bytes == nullptr || bytes[0] < firstTableId || bytes[0] > lastTableId) {
         return std::nullopt;
     }
     const size_t sectionLength = size_t{bytes[1] & 0x0Fu} << 8 | bytes[2];
     const auto section = SectionView::From(bytes, kSectionHeaderSize + sectionLength);
-    if (!section || !section->section_syntax_indicator() || !section->current_next_indicator() ||
-        section->section_number() > section->last_section_number()) {
+    if (!section || !section->section_syntax_indicator() || !section->current_next_indicator()) {
+        return std::nullopt;
+    }
+    if (section->section_number() > section->last_section_number() ||
+        section->body().size() < fixedSize) {
+        ReceiverCounters().AddShared(Counter::kMalformedTables);
         return std::nullopt;
     }
     return section;

@@ -12,10 +12,11 @@ namespace tvservice {
 
 // The section at `bytes`, whose length is that of its section_length field, if a table parser may
 // take it: whole, with section_syntax_indicator, table_id from `firstTableId` to `lastTableId`,
-// currently applicable, and section_number not beyond last_section_number. None otherwise and for
+// currently applicable, with `fixedSize` bytes of a body at least, and section_number not beyond
+// last_section_number (these two are counted, Counter::kMalformedTables). None otherwise and for
 // null. The CRC is not looked at: what comes from a filter has a good one.
 std::optional<SectionView> ApplicableSection(const uint8_t* bytes, uint8_t firstTableId,
-                                             uint8_t lastTableId);
+                                             uint8_t lastTableId, size_t fixedSize = 0);
 
 // The sections of one sub-table and one version, as copies. Owned and used by one thread at a time.
 //

@@ -41,7 +41,8 @@ def text_of(coded):
     """Text of ETSI EN 300 468 annex A; ANYTHING where it is for the decoder to choose."""
     if not coded:
         return ""
-    wide = {0x11: "utf-16-be", 0x12: "euc_kr", 0x13: "gb2312", 0x14: "big5", 0x15: "utf-8"}
+    # Table A.3; 0x14 is the Big5 subset of ISO/IEC 10646, not the Big5 coding.
+    wide = {0x11: "utf-16-be", 0x12: "euc_kr", 0x13: "gb2312", 0x14: "utf-16-be", 0x15: "utf-8"}
     if coded[0] in wide:
         try:
             text = coded[1:].decode(wide[coded[0]])

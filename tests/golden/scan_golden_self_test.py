@@ -216,7 +216,8 @@ class SelfTest:
                             (b"\xC8u\xC8", ANYTHING), (b"\x05HR-S\xFCd", "HR-Süd"),
                             (b"a\x8Ab\x86c\x87", "a\nbc"), (b"\x01\xBF\xE0\xD8", "При"),
                             (b"\x10\x00\x02\xB1", "ą"),
-                            (b"\x15\xC5\xA1", "š"), (b"\x11\x01\x61", "š"), (b"a\x9Fb", ANYTHING),
+                            (b"\x15\xC5\xA1", "š"), (b"\x11\x01\x61", "š"),
+                            (b"\x14\x4E\x2D\x65\x87", "中文"), (b"a\x9Fb", ANYTHING),
                             (b"\x10\x00\x63x", ANYTHING)):
             self.check(text_of(coded) == text, f"{coded} is {text_of(coded)}")
 

@@ -14,10 +14,12 @@ import threading
 import time
 import unittest
 
+sys.dont_write_bytecode = True  # nothing is left in the checkout
 sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "golden"))
 import scan_comparison
 
 TOOL = None
+GOLDEN_DOCUMENTS = pathlib.Path(scan_comparison.__file__).parent / "documents"
 COUNTERS = ("sync_losses", "continuity_gaps", "duplicate_packets", "transport_errors",
             "scrambled_packets", "crc_errors", "truncated_sections", "oversize_sections")
 
@@ -37,11 +39,23 @@ def demo():
         return out.read()
 
 
+def scan_document(text):
+    """A scan's document, which fits the schema."""
+    document = json.loads(text, object_pairs_hook=scan_comparison.without_duplicates)
+    faults = scan_comparison.faults(document)
+    assert faults == [], faults
+    return document
+
+
+def scan_json(*arguments, stdin=b""):
+    """How a scan ended, and its document."""
+    done = run("scan", "--format", "json", *arguments, stdin=stdin)
+    return done, scan_document(done.stdout)
+
+
 def scenario(name):
     """What a scan makes of one of the generator's scenarios."""
-    document = json.loads(run("scan", "demo:" + name, "--format", "json").stdout)
-    assert not scan_comparison.faults(document), scan_comparison.faults(document)
-    return document
+    return scan_json("demo:" + name)[1]
 
 
 def pat_packet(programs, version=0, continuity_counter=0):
@@ -77,10 +91,8 @@ class Generate(unittest.TestCase):
         self.assertEqual(names[0], "demo")
         for name in names:
             with self.subTest(name):
-                scan = run("scan", "demo:" + name, "--format", "json")
+                scan, document = scan_json("demo:" + name)
                 self.assertIn(scan.returncode, (0, 3))
-                document = json.loads(scan.stdout)
-                self.assertEqual(scan_comparison.faults(document), [])
                 self.assertGreater(document["input"]["packets"], 0)
 
     def test_the_demo_comes_at_any_rate_and_length(self):
@@ -88,9 +100,16 @@ class Generate(unittest.TestCase):
             done = run("generate", out.name, "--rate", "40000000", "--duration", "3s")
             self.assertEqual(done.returncode, 0, done.stderr)
             self.assertEqual(len(out.read()), 40_000_000 // 1504 * 3 * 188)
-            scan = json.loads(run("scan", out.name, "--format", "json").stdout)
+            _, scan = scan_json(out.name)
         for part in ("pat", "cat", "programs", "services", "events", "networks", "bouquets"):
             self.assertEqual(scan[part], scenario("demo")[part])
+
+    def test_a_duration_without_a_unit_is_in_seconds(self):
+        for duration, packets in (("3", 3 * 800), ("0.5", 400), ("500ms", 400), ("0.05min", 2400)):
+            with self.subTest(duration), tempfile.NamedTemporaryFile() as out:
+                done = run("generate", out.name, "--duration", duration)
+                self.assertEqual(done.returncode, 0, done.stderr)
+                self.assertEqual(len(out.read()), packets * 188)
 
     def test_unknown_scenario_is_wrong_usage(self):
         done = run("generate", "/dev/null", "--scenario", "nonsense")
@@ -106,10 +125,9 @@ class Generate(unittest.TestCase):
 
 class Scan(unittest.TestCase):
     def test_shows_the_programs_of_the_demonstration_multiplex(self):
-        done = run("scan", "demo:", "--format", "json")
+        done, document = scan_json("demo:")
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual(done.stderr, "")
-        document = json.loads(done.stdout)
         self.assertEqual(list(document), ["schema", "complete", "missing", "input", "counters",
                                           "pat", "cat", "programs", "services", "events",
                                           "networks", "bouquets"])
@@ -132,8 +150,7 @@ class Scan(unittest.TestCase):
         with tempfile.NamedTemporaryFile(suffix=".ts") as file:
             file.write(stream)
             file.flush()
-            documents = [json.loads(run("scan", "--format", "json", file.name).stdout),
-                         json.loads(run("scan", "--format", "json", "-", stdin=stream).stdout)]
+            documents = [scan_json(file.name)[1], scan_json("-", stdin=stream)[1]]
         for document in documents:
             del document["input"]["uri"]
             # The filters of a pipe's PMTs are set when its first PAT has come.
@@ -151,17 +168,47 @@ class Scan(unittest.TestCase):
     def test_last_version_wins_and_program_0_is_left_out(self):
         stream = pat_packet([(1, 100)]) + pat_packet([(0, 16), (2, 200)], version=1,
                                                      continuity_counter=1)
-        pat = json.loads(run("scan", "-", "--format", "json", stdin=stream).stdout)["pat"]
+        pat = scan_json("-", stdin=stream)[1]["pat"]
         self.assertEqual(pat, {"transport_stream_id": 1, "version": 1,
                                "programs": [{"program_number": 2, "pmt_pid": 200}]})
 
     def test_without_a_pat_is_incomplete(self):
-        done = run("scan", "-", "--format", "json", stdin=b"\x47\x1f\xff\x10" + b"\xff" * 184)
+        done, document = scan_json("-", stdin=b"\x47\x1f\xff\x10" + b"\xff" * 184)
         self.assertEqual(done.returncode, 3)
-        document = json.loads(done.stdout)
         self.assertIs(document["complete"], False)
         self.assertEqual(document["missing"], ["pat", "sdt"])
         self.assertIsNone(document["pat"])
+
+    def test_golden_documents_are_what_it_prints(self):
+        paths = sorted(GOLDEN_DOCUMENTS.glob("*.json"))
+        self.assertGreater(len(paths), 3)
+        for path in paths:
+            with self.subTest(path.name):
+                document = scenario(path.stem)
+                golden = json.loads(path.read_text("utf-8"))
+                self.assertNotIn("input", golden)
+                self.assertNotIn("counters", golden)
+                whole = {key: golden.get(key, value) for key, value in document.items()}
+                self.assertEqual(scan_comparison.faults(whole), [])
+                self.assertEqual(whole, document)
+                self.assertEqual(len(golden) + 2, len(document))
+
+    def test_progress_is_shown_on_a_terminal_and_wiped(self):
+        terminal, its_end = os.openpty()
+        process = subprocess.Popen([TOOL, "scan", "demo:", "--pace=5"], stderr=its_end,
+                                   stdout=subprocess.DEVNULL)
+        os.close(its_end)
+        shown = b""
+        try:
+            while piece := os.read(terminal, 4096):
+                shown += piece
+        except OSError:  # EIO: the tool has left
+            pass
+        os.close(terminal)
+        self.assertEqual(process.wait(timeout=60), 0)
+        self.assertRegex(shown, rb"\rpass 1 of 2, +\d+\.\d % of 1\.5 MB ")
+        self.assertRegex(shown, rb"\rpass 2 of 2, +\d+\.\d % of 1\.5 MB ")
+        self.assertTrue(shown.endswith(b"\r\x1b[K"), shown[-100:])
 
     def test_empty_input_is_incomplete(self):
         done = run("scan", "-")
@@ -403,9 +450,7 @@ class Live(unittest.TestCase):
                     if not reader.is_alive():
                         break
         reader.join()
-        document = json.loads(self.output[0])
-        self.assertEqual(scan_comparison.faults(document), [])
-        return process.returncode, document, time.monotonic() - begin
+        return process.returncode, scan_document(self.output[0]), time.monotonic() - begin
 
     def test_ends_as_soon_as_it_is_complete(self):
         status, live, duration = self.scan(demo(), "--timeout", "60s")
@@ -451,8 +496,17 @@ class Inputs(unittest.TestCase):
         self.assertEqual(len(json.loads(done.stdout)["sections"]), count)
 
     def test_a_looped_scan_ends_when_it_is_complete(self):
-        done = run("scan", "demo:", "--loop", "--format", "json")
+        done, document = scan_json("demo:", "--loop")
         self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(document["programs"], scenario("demo")["programs"])
+
+    def test_a_followed_scan_finds_what_the_file_holds_already(self):
+        for name in ("demo", "no-network"):
+            with self.subTest(name), tempfile.NamedTemporaryFile(suffix=".ts") as file:
+                self.assertEqual(run("generate", file.name, "--scenario", name).returncode, 0)
+                done, document = scan_json(file.name, "--follow", "--timeout", "20s")
+                self.assertEqual(done.returncode, 0, document["missing"])
+                self.assertEqual(document["programs"], scenario(name)["programs"])
 
     def test_a_followed_file_gives_what_is_appended(self):
         with tempfile.NamedTemporaryFile(suffix=".ts") as file:
@@ -470,18 +524,15 @@ class Inputs(unittest.TestCase):
 
     def test_a_pace_holds_a_file_back(self):
         begin = time.monotonic()
-        free = run("scan", "demo:", "--format", "json")
-        free_duration = time.monotonic() - begin
-        begin = time.monotonic()
-        paced = run("scan", "demo:", "--format", "json", "--pace=5")
-        self.assertGreater(time.monotonic() - begin, free_duration)
+        paced, document = scan_json("demo:", "--pace=5")
+        # 10 s, twice, at five times the speed.
+        self.assertGreater(time.monotonic() - begin, 3.5)
         self.assertEqual(paced.returncode, 0, paced.stderr)
-        self.assertEqual(paced.stdout, free.stdout)
+        self.assertEqual(document, scan_json("demo:")[1])
 
     def test_what_cannot_be_is_named(self):
         for arguments, words in (
                 (["--loop", "-"], "cannot open standard input: what cannot be read again"),
-                (["--follow", "--loop", "demo:"], "either looped or followed"),
                 (["rtp://nowhere:1"], "rtp://nowhere:1"),
                 (["dvb:0:300"], "DEMUX must be a number from 0 to 255"),
                 (["--dvr", "dvb:255"], "/dev/dvb/adapter255/dvr0"),
@@ -494,16 +545,14 @@ class Inputs(unittest.TestCase):
 
 class Receiver(unittest.TestCase):
     def test_faults_are_counted_and_the_same_again(self):
-        arguments = ["scan", "demo:", "--format", "json", "--fault", "drop=1/50", "--fault",
-                     "corrupt=1/100", "--fault-seed"]
-        documents = [json.loads(run(*arguments, seed).stdout) for seed in ("7", "7", "8")]
-        self.assertEqual(scan_comparison.faults(documents[0]), [])
+        arguments = ["demo:", "--fault", "drop=1/50", "--fault", "corrupt=1/100", "--fault-seed"]
+        documents = [scan_json(*arguments, seed)[1] for seed in ("7", "7", "8")]
         self.assertEqual(list(documents[0]["faults"]), ["drop", "corrupt"])
         self.assertGreater(documents[0]["faults"]["drop"], 0)
         self.assertGreater(documents[0]["counters"]["continuity_gaps"], 0)
         self.assertEqual(documents[0], documents[1])
         self.assertNotEqual(documents[0]["counters"], documents[2]["counters"])
-        self.assertNotIn("faults", json.loads(run("scan", "demo:", "--format", "json").stdout))
+        self.assertNotIn("faults", scan_json("demo:")[1])
 
     def test_faults_stand_in_the_text(self):
         done = run("scan", "demo:", "--fault", "silent@0")
@@ -540,16 +589,40 @@ class Receiver(unittest.TestCase):
                 (["--fault", "burn=1/2"], "burn"),
                 (["--filters", "0"], "0 filters"),
                 (["--filters", "4097"], "4097 filters"),
-                (["--cache-bytes", "-1"], "-1")):
+                (["--cache-bytes", "-1"], "-1"),
+                (["--filters", ""], "--filters"),
+                (["--filters", "4294967296"], "out of range"),
+                (["--fault-seed", "x"], "--fault-seed")):
             with self.subTest(arguments):
                 done = run("scan", "demo:", *arguments)
                 self.assertEqual(done.returncode, 1)
                 self.assertIn(word, done.stderr)
 
+    def test_a_refused_filter_leaves_the_scan_incomplete(self):
+        for number in range(1, 9):  # 0 is the first pass's
+            with self.subTest(number):
+                done, document = scan_json("demo:", "--fault", f"refuse-subscribe@{number}")
+                self.assertEqual(document["faults"], {"refuse-subscribe": 1})
+                self.assertEqual(done.returncode, 3)
+                self.assertNotEqual(document["missing"], [])
+
+    def test_numbers_with_a_leading_zero_are_decimal(self):
+        # The demo wants 16. One of the first pass's may still be in use when the second begins, so
+        # that 10 refuse 6 or 7; 8 would refuse 8 or 9.
+        for filters in ("010", "10", "0xA"):
+            _, document = scan_json("demo:", "--filters", filters)
+            self.assertIn(document["counters"]["refused_subscriptions"], (6, 7))
+        _, document = scan_json("demo:", "--filters", "8")
+        self.assertIn(document["counters"]["refused_subscriptions"], (8, 9))
+        seeded = {seed: scan_json("demo:", "--fault", "drop=1/50", "--fault-seed", seed)[1]
+                  for seed in ("8", "10", "010")}
+        self.assertEqual(seeded["010"], seeded["10"])
+        self.assertNotEqual(seeded["010"], seeded["8"])
+        self.assertEqual(run("scan", "demo:", "--cache-bytes", "08").returncode, 0)
+
     def test_few_filters_leave_the_scan_incomplete(self):
-        done = run("scan", "demo:", "--filters", "2", "--format", "json")
+        done, document = scan_json("demo:", "--filters", "2")
         self.assertEqual(done.returncode, 3)
-        document = json.loads(done.stdout)
         self.assertGreater(document["counters"]["refused_subscriptions"], 0)
         self.assertNotEqual(document["missing"], [])
 
@@ -625,6 +698,15 @@ class Sections(unittest.TestCase):
         self.assertIs(json.loads(done.stdout)["timed_out"], True)
         self.assertIn("time-out", done.stderr)
 
+    def test_an_empty_section_in_place_of_a_one_shots_is_waited_out(self):
+        for fault in ("zero-length@0", "cut@0:to=0"):
+            with self.subTest(fault):
+                done = run("sections", "demo:", "--pid", "0", "--table-id", "0", "--filter-mode",
+                           "one-shot", "--timeout", "300ms", "--fault", fault, "--format", "json")
+                self.assertEqual(done.returncode, 3)
+                self.assertEqual(json.loads(done.stdout)["sections"], [])
+                self.assertIn("an empty one used up the one-shot", done.stderr)
+
     def test_a_section_in_time_cancels_it(self):
         done = run("sections", "-", "--pid", "0", "--table-id", "0", "--timeout", "10min",
                    "--format", "json", stdin=pat_packet([(1, 100)]))
@@ -659,6 +741,24 @@ class CommandLine(unittest.TestCase):
                 (["sections", "demo:", "--pid", "0", "--pattern", "00", "--mask", "FFFF"],
                  "--mask"),
                 (["scan", "demo:", "--timeout", "5h"], "5h"),
+                (["scan", "demo:", "--timeout", ""], "--timeout"),
+                (["scan", "demo:", "--pace=0"], "--pace"),
+                (["scan", "demo:", "--pace=-1"], "--pace"),
+                (["scan", "demo:", "--pace=nan"], "--pace"),
+                (["scan", "demo:", "--loop", "--follow"], "--follow"),
+                (["scan", "demo:", "--dvr"], "--dvr"),
+                (["sections", "/dev/null", "--dvr", "--pid", "0", "--table-id", "0"], "--dvr"),
+                (["generate", "x", "--rate", ""], "--rate"),
+                (["generate", "x", "--duration", ""], "--duration"),
+                (["sections", "demo:", "--pid", "0", "--table-id", ""], "--table-id"),
+                (["sections", "demo:", "--pid", "0", "--table-id", "0", "--extension", ""],
+                 "--extension"),
+                (["sections", "demo:", "--pid", "0", "--table-id", "0", "--timeout", ""],
+                 "--timeout"),
+                (["sections", "demo:", "--pid", "0", "--table-id", "0", "--count", ""], "--count"),
+                (["sections", "demo:", "--pid", "0", "--pattern", "", "--mask", ""], "--pattern"),
+                (["sections", "demo:", "--pid", "0", "--pattern", "00", "--mask", "FF", "--mode",
+                  ""], "--mode"),
                 (["sections", "demo:", "--pid", "0", "--table-id", "0", "--timeout", "5h"], "5h"),
                 (["sections", "demo:", "--pid", "0", "--table-id", "0", "--timeout", "60000min"],
                  "too long")):
@@ -686,7 +786,24 @@ class Interrupts(unittest.TestCase):
                 process.send_signal(signal.SIGINT)
                 self.assertIn(process.wait(timeout=20), (3, -signal.SIGINT))
 
-    def interrupted(self, *arguments, after):
+    def test_it_ends_a_generator_that_cannot_go_on(self):
+        with tempfile.TemporaryDirectory() as folder:
+            fifo = os.path.join(folder, "fifo")
+            os.mkfifo(fifo)
+            reader = os.open(fifo, os.O_RDONLY | os.O_NONBLOCK)
+            process = subprocess.Popen([TOOL, "generate", fifo])
+            # The stream is larger than a pipe, and nobody takes anything out.
+            while fcntl.ioctl(reader, termios.FIONREAD, b"\0\0\0\0") == b"\0\0\0\0":
+                time.sleep(0.001)
+            process.send_signal(signal.SIGINT)
+            try:
+                self.assertEqual(process.wait(timeout=5), -signal.SIGINT)
+            finally:
+                process.kill()
+                process.wait()
+                os.close(reader)
+
+    def interrupted(self, *arguments, after, until=b""):
         """Feeds a pipe that never ends, and interrupts once everything was handled."""
         reader, writer = os.pipe()
         process = subprocess.Popen([TOOL, *arguments], stdin=reader, stdout=subprocess.PIPE,
@@ -694,8 +811,8 @@ class Interrupts(unittest.TestCase):
         os.close(reader)
         os.write(writer, after)
         output = b""
-        if arguments[0] == "sections":
-            while b"data" not in output:
+        if until:
+            while until not in output:
                 output += os.read(process.stdout.fileno(), 65536)
         else:
             # What it prints, it prints at the end; what it has read, the pipe no longer holds.
@@ -710,18 +827,33 @@ class Interrupts(unittest.TestCase):
 
     def test_scan_prints_what_it_has(self):
         status, output, errors = self.interrupted("scan", "-", "--format", "json", after=demo())
-        document = json.loads(output)
+        document = scan_document(output)
         self.assertIsNotNone(document["pat"])
+        self.assertGreater(document["counters"]["packets"], 0)
+        self.assertGreater(document["counters"]["delivered_sections"], 0)
         self.assertIs(document["complete"], False)
         self.assertEqual(document["missing"], ["rest of the input"])
         self.assertEqual(status, 3, errors)
 
+    # 6 packets: the first five make it certain where packets are.
+    PATS = b"".join(pat_packet([(1, 100)], continuity_counter=n) for n in range(6))
+
     def test_sections_closes_its_document(self):
-        # 6 packets: the first five make it certain where packets are.
-        stream = b"".join(pat_packet([(1, 100)], continuity_counter=n) for n in range(6))
         status, output, errors = self.interrupted("sections", "-", "--pid", "0", "--table-id", "0",
-                                                  "--format", "json", after=stream)
-        self.assertGreater(len(json.loads(output)["sections"]), 0)
+                                                  "--format", "json", after=self.PATS,
+                                                  until=b"data")
+        document = json.loads(output)
+        self.assertGreater(len(document["sections"]), 0)
+        self.assertGreater(document["counters"]["packets"], 0)
+        self.assertGreater(document["input"]["packets"], 0)
+        self.assertEqual(status, 0, errors)
+
+    def test_sections_for_people_end_with_counters(self):
+        status, output, errors = self.interrupted("sections", "-", "--pid", "0", "--table-id", "0",
+                                                  after=self.PATS, until=b"subscription")
+        self.assertIn("subscription", output)
+        self.assertRegex(errors, r"(?m)^ +packets +[1-9]")
+        self.assertRegex(errors, r"(?m)^ +delivered_sections +[1-9]")
         self.assertEqual(status, 0, errors)
 
 

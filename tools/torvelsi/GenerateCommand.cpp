@@ -16,6 +16,7 @@
 #include "tools/torvelsi/ExitCode.h"
 #include "tools/torvelsi/Format.h"
 #include "tools/torvelsi/Session.h"
+#include "tools/torvelsi/TextOption.h"
 
 namespace tool {
 
@@ -50,32 +51,32 @@ int Generate(const std::string& path, const std::string& scenario,
 }
 
 /// None when neither is given.
-std::optional<generator::DemoExtent> Extent(const std::string& rate, const std::string& duration) {
+std::optional<generator::DemoExtent> Extent(const TextOption& rate, const TextOption& duration) {
     constexpr std::uint64_t kBitsPerPacket = 188 * 8;
     constexpr std::uint64_t kHighestRate = 1'000'000'000;
     constexpr std::uint64_t kLargestStream = 4'000'000'000;  // bits; it is made in memory
-    generator::DemoExtent extent;
-    try {
-        if (!rate.empty()) {
-            const std::uint64_t packets = ParseNumber(rate, kHighestRate) / kBitsPerPacket;
-            if (packets < extent.packetsPerSecond) {
-                throw std::invalid_argument(rate + " is less than the demo needs, 1203200");
-            }
-            extent.packetsPerSecond = static_cast<std::uint32_t>(packets);
-        }
-        if (!duration.empty()) {
-            extent.milliseconds = ParseDuration(duration);
-        }
-        const std::uint64_t bits =
-            extent.packetsPerSecond * kBitsPerPacket * extent.milliseconds / 1000;
-        if (bits < kBitsPerPacket || bits > kLargestStream) {
-            throw std::invalid_argument(
-                fmt::format("{} bytes: 188 to {} can be made", bits / 8, kLargestStream / 8));
-        }
-    } catch (const std::invalid_argument& why) {
-        throw CLI::ValidationError("--rate and --duration", why.what());
+    if (!rate.IsGiven() && !duration.IsGiven()) {
+        return std::nullopt;
     }
-    return rate.empty() && duration.empty() ? std::nullopt : std::optional(extent);
+    generator::DemoExtent extent;
+    if (rate.IsGiven()) {
+        const std::uint64_t packets = rate.Number(kHighestRate) / kBitsPerPacket;
+        if (packets < extent.packetsPerSecond) {
+            throw CLI::ValidationError("--rate", "less than the demo needs, 1203200");
+        }
+        extent.packetsPerSecond = static_cast<std::uint32_t>(packets);
+    }
+    if (duration.IsGiven()) {
+        extent.milliseconds = duration.Parsed(ParseDuration);
+    }
+    const std::uint64_t bits =
+        extent.packetsPerSecond * kBitsPerPacket * extent.milliseconds / 1000;
+    if (bits < kBitsPerPacket || bits > kLargestStream) {
+        throw CLI::ValidationError(
+            "--rate and --duration",
+            fmt::format("{} bytes: 188 to {} can be made", bits / 8, kLargestStream / 8));
+    }
+    return extent;
 }
 
 }  // namespace
@@ -84,8 +85,8 @@ void AddGenerateCommand(CLI::App& app, Run& run) {
     struct Options {
         std::string path;
         std::string scenario = "demo";
-        std::string rate;
-        std::string duration;
+        TextOption rate;
+        TextOption duration;
         std::string seed = "0";
         bool list = false;
     };
@@ -106,10 +107,10 @@ void AddGenerateCommand(CLI::App& app, Run& run) {
             }
         })
         ->capture_default_str();
-    CLI::Option* rate = command->add_option(
-        "--rate", options->rate, "of the demo: bits per second, 1203200 or more, e.g. 40000000");
-    CLI::Option* duration = command->add_option("--duration", options->duration,
-                                                "of the demo: how long it is, e.g. 10s, 1min");
+    CLI::Option* rate = options->rate.Add(
+        *command, "--rate", "of the demo: bits per second, 1203200 or more, e.g. 40000000");
+    CLI::Option* duration = options->duration.Add(*command, "--duration",
+                                                  "of the demo: how long it is, e.g. 10s, 1min");
     scenario->excludes(rate)->excludes(duration);
     CLI::Option* list = command->add_flag("--list", options->list, "list the scenarios");
     path->excludes(list);

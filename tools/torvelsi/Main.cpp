@@ -48,7 +48,6 @@ int RunTool(int argc, char** argv) {
         tool::PrintError(error.what());
         return tool::kUsage;
     }
-    tool::CatchInterrupts();
     return run();
 }
 

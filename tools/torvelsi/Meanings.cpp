@@ -65,10 +65,14 @@ std::string DeliveryMeaning(const std::string& system, const std::string& field,
                                  {4, "5/6"},         {5, "7/8"},  {6, "8/9"},  {7, "3/5"},
                                  {8, "4/5"},         {9, "9/10"}, {15, "none"}};
     static const Words kCodeRate{{0, "1/2"}, {1, "2/3"}, {2, "3/4"}, {3, "5/6"}, {4, "7/8"}};
+    static const Words kFlag{{0, "no"}, {1, "yes"}};
+    // The indicator is 0 where it is used (ETSI EN 300 468 6.2.13.4).
+    static const Words kNotUsed{{0, "used"}, {1, "not used"}};
     // ETSI EN 300 468 6.2.13, 6.4.6.3: by system, then field.
     static const std::map<std::string, std::map<std::string, Words>> kWords{
         {"satellite",
-         {{"polarization",
+         {{"west_east_flag", {{0, "west"}, {1, "east"}}},
+          {"polarization",
            {{0, "linear horizontal"},
             {1, "linear vertical"},
             {2, "circular left"},
@@ -89,6 +93,9 @@ std::string DeliveryMeaning(const std::string& system, const std::string& field,
           {"fec_inner", kFecInner}}},
         {"terrestrial",
          {{"bandwidth", {{0, "8 MHz"}, {1, "7 MHz"}, {2, "6 MHz"}, {3, "5 MHz"}}},
+          {"priority", {{0, "low"}, {1, "high"}}},
+          {"time_slicing_indicator", kNotUsed},
+          {"mpe_fec_indicator", kNotUsed},
           {"constellation", {{0, "QPSK"}, {1, "16-QAM"}, {2, "64-QAM"}}},
           {"hierarchy_information",
            {{0, "non-hierarchical, native interleaver"},
@@ -102,7 +109,8 @@ std::string DeliveryMeaning(const std::string& system, const std::string& field,
           {"code_rate_hp_stream", kCodeRate},
           {"code_rate_lp_stream", kCodeRate},
           {"guard_interval", {{0, "1/32"}, {1, "1/16"}, {2, "1/8"}, {3, "1/4"}}},
-          {"transmission_mode", {{0, "2k"}, {1, "8k"}, {2, "4k"}}}}},
+          {"transmission_mode", {{0, "2k"}, {1, "8k"}, {2, "4k"}}},
+          {"other_frequency_flag", kFlag}}},
         {"t2",
          {{"siso_miso", {{0, "SISO"}, {1, "MISO"}}},
           {"bandwidth",
@@ -121,7 +129,9 @@ std::string DeliveryMeaning(const std::string& system, const std::string& field,
             {5, "19/128"},
             {6, "19/256"}}},
           {"transmission_mode",
-           {{0, "2k"}, {1, "8k"}, {2, "4k"}, {3, "1k"}, {4, "16k"}, {5, "32k"}}}}}};
+           {{0, "2k"}, {1, "8k"}, {2, "4k"}, {3, "1k"}, {4, "16k"}, {5, "32k"}}},
+          {"other_frequency_flag", kFlag},
+          {"tfs_flag", kFlag}}}};
     const auto bySystem = kWords.find(system);
     if (bySystem == kWords.end()) {
         return std::to_string(value);

@@ -15,8 +15,8 @@ std::string ServiceTypeMeaning(unsigned int serviceType);
 /// running_status (ETSI EN 300 468 table 6).
 std::string RunningStatusMeaning(unsigned int runningStatus);
 
-/// The value of a field of a delivery system descriptor, both as in `scan --format json`; the
-/// number alone for fields that code a number.
+/// The value of a field of a delivery system descriptor, both as in `scan --format json`, of
+/// a flag 0 or 1; the number alone for fields that code a number.
 std::string DeliveryMeaning(const std::string& system, const std::string& field,
                             unsigned int value);
 

@@ -19,7 +19,8 @@ struct ReceiverOptions {
 /// Adds INPUT and the options to a command. The result is filled when the command line is parsed.
 std::shared_ptr<ReceiverOptions> AddReceiverOptions(CLI::App& command);
 
-/// Opens the input and starts the receiver.
+/// Opens the input and starts the receiver; from here on signals end what plays, see
+/// CatchInterrupts. Call it once, on the main thread, before any other thread starts.
 ///
 /// @param source  receives the input
 /// @return an `ExitCode`; after anything but `kDone` the error has been printed

@@ -28,7 +28,7 @@ int Scan(const ReceiverOptions& options, bool json, std::chrono::milliseconds ti
     tvservice::InputEnd end;
     {
         const tvservice::SourceInfo info = tvservice::Describe(*source);
-        const Progress progress(info.size, [&scanner, twice = info.rewindable] {
+        const Progress progress(info.size, [&scanner, twice = info.rewindable && !info.live] {
             return twice ? fmt::format("pass {} of 2, ", scanner.Pass()) : std::string();
         });
         end = scanner.Scan(source, timeout);

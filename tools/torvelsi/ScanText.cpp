@@ -75,6 +75,9 @@ void AddDescriptors(Page& page, const std::vector<client::Descriptor>& descripto
         if (descriptor.privateDataSpecifier) {
             notes += fmt::format("  private data of 0x{:08X}", *descriptor.privateDataSpecifier);
         }
+        if (descriptor.extensionTag) {
+            notes += fmt::format("  extension {}", Id8(*descriptor.extensionTag));
+        }
         page.Line("      descriptor {:<12}{}{}", Id8(descriptor.tag),
                   Hex(descriptor.data.data(), descriptor.data.size()), notes);
     }
@@ -132,6 +135,7 @@ void AddEvent(Page& page, const client::Event& event) {
               Id16(event.eventId), event.start ? Iso8601(*event.start) : "time undefined",
               event.duration ? fmt::format("{} s", *event.duration) : "duration undefined",
               RunningStatusMeaning(event.runningStatus));
+    page.Line("    {}", Place(event.originalNetworkId, event.transportStreamId));
     if (event.name) {
         page.Line("    {}  ({})", Printable(*event.name), Printable(event.language.value_or("")));
     }
@@ -145,14 +149,50 @@ std::string FieldText(const std::string& system, const std::string& field, const
     if (value.is_null()) {
         return "not defined";
     }
+    if (value.is_string()) {
+        return value.get<std::string>();
+    }
+    if (field == "plp_id") {
+        return Id8(value.get<unsigned int>());
+    }
+    if (field == "t2_system_id") {
+        return Id16(value.get<unsigned int>());
+    }
     if (value.is_boolean()) {
-        return value.get<bool>() ? "yes" : "no";
+        return DeliveryMeaning(system, field, value.get<bool>() ? 1 : 0);
     }
-    if (value.is_number()) {
-        return value > 0xFFFFFFFFu ? value.dump()
-                                   : DeliveryMeaning(system, field, value.get<unsigned int>());
+    return value > 0xFFFFFFFFu ? value.dump()
+                               : DeliveryMeaning(system, field, value.get<unsigned int>());
+}
+
+void AddCells(Page& page, const Json& cells) {
+    page.Line("        {:<31}{}", "cells", cells.empty() ? "none" : "");
+    for (const Json& cell : cells) {
+        std::string frequencies;
+        for (const Json& frequency : cell["centre_frequencies_hz"]) {
+            frequencies += fmt::format("{}{} Hz", frequencies.empty() ? "" : ", ",
+                                       frequency.get<std::uint64_t>());
+        }
+        page.Line("          cell {:<24}{}", Id16(cell["cell_id"].get<unsigned int>()),
+                  frequencies.empty() ? "no frequency" : frequencies);
+        for (const Json& subCell : cell["sub_cells"]) {
+            page.Line("            sub-cell {:<18}transposer {} Hz",
+                      Id8(subCell["cell_id_extension"].get<unsigned int>()),
+                      subCell["transposer_frequency_hz"].get<std::uint64_t>());
+        }
     }
-    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+void AddDelivery(Page& page, const Json& delivery) {
+    const std::string system = delivery["system"];
+    page.Line("      {}", system);
+    for (const auto& [field, value] : delivery.items()) {
+        if (field == "cells") {
+            AddCells(page, value);
+        } else if (field != "system") {
+            page.Line("        {:<31}{}", field, FieldText(system, field, value));
+        }
+    }
 }
 
 void AddNetwork(Page& page, const client::Network& network) {
@@ -163,14 +203,7 @@ void AddNetwork(Page& page, const client::Network& network) {
     for (const client::TransportStream& stream : network.transportStreams) {
         page.Line("    {}", Place(stream.originalNetworkId, stream.transportStreamId));
         for (const auto& delivery : stream.delivery) {
-            const Json fields = DeliveryToJson(*delivery);
-            const std::string system = fields["system"];
-            page.Line("      {}", system);
-            for (const auto& [field, value] : fields.items()) {
-                if (field != "system") {
-                    page.Line("        {:<31}{}", field, FieldText(system, field, value));
-                }
-            }
+            AddDelivery(page, DeliveryToJson(*delivery));
         }
     }
 }

@@ -21,6 +21,7 @@
 #include "tools/torvelsi/Progress.h"
 #include "tools/torvelsi/ReceiverOptions.h"
 #include "tools/torvelsi/Session.h"
+#include "tools/torvelsi/TextOption.h"
 
 namespace tool {
 
@@ -33,6 +34,7 @@ using tvservice::SoftwarePlatform;
 constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
 constexpr int kSyntaxHeader = 8;  // bytes up to last_section_number
 constexpr std::chrono::milliseconds kSignalPoll(50);
+constexpr std::chrono::seconds kTimeoutGrace(1);  // for a busy machine to tell of a time-out
 
 enum class SectionsFormat { kHex, kJson, kBinary };
 
@@ -99,8 +101,8 @@ class Printer : public TORVEL_MW::ISectionObserver {
   public:
     explicit Printer(const Request& request)
         : format_(request.format),
-          wanted_(request.filterMode == ISectionManager::EOneShot ? std::optional<std::uint64_t>(1)
-                                                                  : request.count),
+          isOneShot_(request.filterMode == ISectionManager::EOneShot),
+          wanted_(isOneShot_ ? std::optional<std::uint64_t>(1) : request.count),
           armed_(request.timeout != kNoTimeout) {}
 
     void OnSectionReceived(unsigned short id, unsigned short pid, unsigned short length,
@@ -142,10 +144,22 @@ class Printer : public TORVEL_MW::ISectionObserver {
         }
     }
 
-    /// Waits for the time-out while it is armed and nothing has come, or for a signal.
+    /// Tells that the subscription has been made, and that its time-out runs.
+    void Subscribed(unsigned int timeout) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        due_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout);
+    }
+
+    /// Waits for the time-out while it is armed and nothing has come, or for a signal. A section
+    /// without a byte uses up a one-shot and stops its time-out, and nobody is told: there the
+    /// waiting ends a little after the time-out was due.
     void WaitForTimeout() {
         std::unique_lock<std::mutex> lock(mutex_);
         while (armed_ && !Interrupted()) {
+            if (isOneShot_ && std::chrono::steady_clock::now() > due_ + kTimeoutGrace) {
+                PrintError("no section came, and no time-out: an empty one used up the one-shot");
+                return;
+            }
             changed_.wait_for(lock, kSignalPoll);  // a signal cannot notify
         }
     }
@@ -175,10 +189,12 @@ class Printer : public TORVEL_MW::ISectionObserver {
     bool Enough() const { return wanted_ && sections_ >= *wanted_; }
 
     const SectionsFormat format_;
+    const bool isOneShot_;
     const std::optional<std::uint64_t> wanted_;
     mutable std::mutex mutex_;
     std::condition_variable changed_;
-    bool armed_;  // guarded by mutex_, as all below
+    bool armed_;                                 // guarded by mutex_, as all below
+    std::chrono::steady_clock::time_point due_;  // of an armed time-out
     bool timedOut_ = false;
     bool closed_ = false;
     std::uint64_t sections_ = 0;
@@ -205,6 +221,7 @@ bool Begin(const Request& request, Printer& printer) {
     if (id == 0) {
         return false;
     }
+    printer.Subscribed(request.timeout);
     if (request.format == SectionsFormat::kJson) {
         fmt::print(
             "{{\n  \"schema\": \"torvelsi-sections/1\",\n  \"subscription\": {},\n"
@@ -251,38 +268,59 @@ class FirstClient : public TORVEL_MW::ISectionObserver {
     std::atomic<Outcome> outcome_{kWaiting};
 };
 
+int Refused() {
+    PrintError("the platform refused the filter");
+    return kUsage;
+}
+
+InputEnd Play(tvservice::SourcePtr source, const tvservice::SourceInfo& info) {
+    const Progress progress(info.size);
+    tvservice::PlayOptions options;
+    // A toggling filter is re-armed when its section has been handled: what the next packet
+    // brings must wait for that.
+    options.reading = tvservice::PlayOptions::kLockStep;
+    SoftwarePlatform& platform = SoftwarePlatform::Instance();
+    return platform.Play(std::move(source), options)
+               ? platform.WaitEnd()
+               : InputEnd{InputEnd::kFailed, info.name + ": cannot be played"};
+}
+
+/// What stands behind the sections.
+void EndOutput(const Request& request, const Printer& printer, const std::string& name) {
+    const SoftwarePlatform& platform = SoftwarePlatform::Instance();
+    const std::vector<tvservice::CounterValue> counters = platform.Counters();
+    const std::vector<tvservice::CounterValue> faults = platform.FaultCounts();
+    if (request.format != SectionsFormat::kJson) {
+        fmt::print(stderr, "{} sections from {}\n{}{}", printer.Sections(), Printable(name),
+                   CountersToText(counters), CountersToText(faults));
+        return;
+    }
+    const client::InputFacts input{name, platform.PacketSize(), platform.Counter("packets"),
+                                   platform.Counter("bytes")};
+    fmt::print("{}],\n  \"timed_out\": {},\n  \"input\": {},\n  \"counters\": {}{}\n}}\n",
+               printer.Sections() == 0 ? "" : "\n  ", printer.TimedOut(),
+               InputToJson(input).dump(-1, ' ', false, Json::error_handler_t::replace),
+               CountersToJson(counters).dump(),
+               faults.empty() ? "" : ",\n  \"faults\": " + FaultsToJson(faults).dump());
+}
+
 int Sections(const Request& request) {
     tvservice::SourcePtr source;
     if (const int failure = OpenAndStart(request.receiver, source); failure != kDone) {
         return failure;
     }
     const tvservice::SourceInfo info = tvservice::Describe(*source);
-    SoftwarePlatform& platform = SoftwarePlatform::Instance();
     // Both to the end of the process, as the event thread that may still call them.
     static Printer& printer = *new Printer(request);
     [[maybe_unused]] static client::Barrier& barrier = *new client::Barrier;
     FirstClient* const first = request.fromCache ? new FirstClient(request, printer) : nullptr;
-    const auto refused = [] {
-        PrintError("the platform refused the filter");
-        return kUsage;
-    };
     if (!(first != nullptr ? first->Subscribe() : Begin(request, printer))) {
-        return refused();
+        return Refused();
     }
-    InputEnd end{InputEnd::kInterrupted, {}};
-    {
-        const Progress progress(info.size);
-        tvservice::PlayOptions options;
-        // A toggling filter is re-armed when its section has been handled: what the next packet
-        // brings must wait for that.
-        options.reading = tvservice::PlayOptions::kLockStep;
-        end = platform.Play(std::move(source), options)
-                  ? platform.WaitEnd()
-                  : InputEnd{InputEnd::kFailed, info.name + ": cannot be played"};
-    }
+    const InputEnd end = Play(std::move(source), info);
     if (first != nullptr && first->outcome() != FirstClient::kBegun) {
         if (first->outcome() == FirstClient::kRefused) {
-            return refused();
+            return Refused();
         }
         PrintError(end.reason == InputEnd::kFailed
                        ? end.error
@@ -291,20 +329,7 @@ int Sections(const Request& request) {
     }
     printer.WaitForTimeout();
     printer.Close();
-
-    if (request.format == SectionsFormat::kJson) {
-        const client::InputFacts input{info.name, platform.PacketSize(),
-                                       platform.Counter("packets"), platform.Counter("bytes")};
-        const std::vector<tvservice::CounterValue> faults = platform.FaultCounts();
-        fmt::print("{}],\n  \"timed_out\": {},\n  \"input\": {},\n  \"counters\": {}{}\n}}\n",
-                   printer.Sections() == 0 ? "" : "\n  ", printer.TimedOut(),
-                   InputToJson(input).dump(-1, ' ', false, Json::error_handler_t::replace),
-                   CountersToJson(platform.Counters()).dump(),
-                   faults.empty() ? "" : ",\n  \"faults\": " + FaultsToJson(faults).dump());
-    } else {
-        fmt::print(stderr, "{} sections from {}\n{}{}", printer.Sections(), Printable(info.name),
-                   CountersToText(platform.Counters()), CountersToText(platform.FaultCounts()));
-    }
+    EndOutput(request, printer, info.name);
     if (end.reason == InputEnd::kFailed) {
         PrintError(end.error);
         return kUnreadable;
@@ -315,115 +340,112 @@ int Sections(const Request& request) {
     return printer.GotAllWanted() || Interrupted() ? kDone : kIncomplete;
 }
 
+struct Options {
+    TextOption pid, tableId, extension, pattern, mask, mode, timeout, count;
+    std::string filterMode = "continuous";
+    std::string format = "hex";
+    bool fromCache = false;
+};
+
+void AddFilterOptions(CLI::App& command, Options& options) {
+    options.pid.Add(command, "--pid", "the PID; numbers are decimal or 0x hexadecimal")->required();
+    CLI::Option* tableId = options.tableId.Add(command, "--table-id", "filter by this table_id");
+    CLI::Option* extension =
+        options.extension.Add(command, "--extension", "and by this table_id_extension")
+            ->needs(tableId);
+    CLI::Option* pattern = options.pattern.Add(
+        command, "--pattern", "filter by these bytes, in hexadecimal, from table_id on");
+    CLI::Option* mask =
+        options.mask.Add(command, "--mask", "which bits of the pattern count, as many bytes");
+    options.mode
+        .Add(command, "--mode", "bits that are 1: at least one of them must differ; as many bytes")
+        ->needs(pattern);
+    pattern->needs(mask)->excludes(tableId);
+    mask->needs(pattern);
+    command
+        .add_flag("--from-cache", options.fromCache,
+                  "be the second client: let another one have the table first, subscribe when it "
+                  "begins to repeat, and show what the receiver's cache holds, then what comes")
+        ->needs(tableId)
+        ->excludes(extension);
+    command
+        .add_option("--filter-mode", options.filterMode,
+                    "continuous, one-shot (the first section only) or toggle (after each section "
+                    "the other table_id of a pair)")
+        ->check(CLI::IsMember({"continuous", "one-shot", "toggle"}))
+        ->capture_default_str();
+}
+
+void AddEndAndFormatOptions(CLI::App& command, Options& options) {
+    options.timeout.Add(command, "--timeout",
+                        "how long to wait for the first section: a number with ms, s or min");
+    options.count.Add(command, "--count", "end after so many sections");
+    command
+        .add_option("--format", options.format,
+                    "hex for people, json for programs, binary for the bare sections")
+        ->check(CLI::IsMember({"hex", "json", "binary"}))
+        ->capture_default_str();
+}
+
+/// Fills in what the filter matches.
+void ReadFilter(const Options& options, Request& request) {
+    request.pid = static_cast<unsigned short>(options.pid.Number(0x1FFF));
+    if (options.tableId.IsGiven()) {
+        request.tableId = static_cast<unsigned int>(options.tableId.Number(0xFF));
+    }
+    if (options.extension.IsGiven()) {
+        request.extension = static_cast<unsigned int>(options.extension.Number(0xFFFF));
+    }
+    if (options.pattern.IsGiven()) {
+        request.pattern = options.pattern.Parsed(ParseBytes);
+        request.mask = options.mask.Parsed(ParseBytes);
+    }
+    if (options.mode.IsGiven()) {
+        request.mode = options.mode.Parsed(ParseBytes);
+    }
+    if (!options.tableId.IsGiven() && !options.pattern.IsGiven()) {
+        throw CLI::RequiredError("--table-id or --pattern");
+    }
+    if (request.mask.size() != request.pattern.size() ||
+        (!request.mode.empty() && request.mode.size() != request.pattern.size())) {
+        throw CLI::ValidationError("--mask and --mode", "must be as long as --pattern");
+    }
+    request.filterMode = options.filterMode == "toggle"     ? ISectionManager::EToggle
+                         : options.filterMode == "one-shot" ? ISectionManager::EOneShot
+                                                            : ISectionManager::EContinuous;
+    request.fromCache = options.fromCache;
+}
+
+/// Fills in when it ends and what is printed.
+void ReadEndAndFormat(const Options& options, Request& request) {
+    if (options.timeout.IsGiven()) {
+        request.timeout = options.timeout.Parsed(ParseDuration);
+    }
+    if (options.count.IsGiven()) {
+        request.count = options.count.Number(UINT64_MAX);
+        if (*request.count == 0) {
+            throw CLI::ValidationError("--count", "at least one section");
+        }
+    }
+    request.format = options.format == "json"     ? SectionsFormat::kJson
+                     : options.format == "binary" ? SectionsFormat::kBinary
+                                                  : SectionsFormat::kHex;
+}
+
 }  // namespace
 
 void AddSectionsCommand(CLI::App& app, Run& run) {
-    struct Options {
-        std::string pid, tableId, extension, pattern, mask, mode, timeout, count;
-        std::string filterMode = "continuous";
-        std::string format = "hex";
-        bool fromCache = false;
-    };
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand(
         "sections", "Show the sections that a filter of the section manager lets through");
     const auto receiver = AddReceiverOptions(*command);
-    command->add_option("--pid", options->pid, "the PID; numbers are decimal or 0x hexadecimal")
-        ->required();
-    CLI::Option* tableId =
-        command->add_option("--table-id", options->tableId, "filter by this table_id");
-    CLI::Option* extension =
-        command->add_option("--extension", options->extension, "and by this table_id_extension")
-            ->needs(tableId);
-    CLI::Option* pattern = command->add_option(
-        "--pattern", options->pattern, "filter by these bytes, in hexadecimal, from table_id on");
-    CLI::Option* mask = command->add_option("--mask", options->mask,
-                                            "which bits of the pattern count, as many bytes");
-    command
-        ->add_option("--mode", options->mode,
-                     "bits that are 1: at least one of them must differ; as many bytes")
-        ->needs(pattern);
-    pattern->needs(mask)->excludes(tableId);
-    mask->needs(pattern);
-    CLI::Option* fromCache = command->add_flag(
-        "--from-cache", options->fromCache,
-        "be the second client: let another one have the table first, subscribe when it begins to "
-        "repeat, and show what the receiver's cache holds, then what comes");
-    fromCache->needs(tableId)->excludes(extension);
-    command
-        ->add_option("--filter-mode", options->filterMode,
-                     "continuous, one-shot (the first section only) or toggle (after each section "
-                     "the other table_id of a pair)")
-        ->check(CLI::IsMember({"continuous", "one-shot", "toggle"}))
-        ->capture_default_str();
-    command->add_option("--timeout", options->timeout,
-                        "how long to wait for the first section: a number with ms, s or min");
-    command->add_option("--count", options->count, "end after so many sections");
-    command
-        ->add_option("--format", options->format,
-                     "hex for people, json for programs, binary for the bare sections")
-        ->check(CLI::IsMember({"hex", "json", "binary"}))
-        ->capture_default_str();
+    AddFilterOptions(*command, *options);
+    AddEndAndFormatOptions(*command, *options);
     command->callback([options, receiver, &run] {
         Request request;
-        const auto number = [](const char* option, const std::string& text, std::uint64_t largest) {
-            try {
-                return ParseNumber(text, largest);
-            } catch (const std::invalid_argument& why) {
-                throw CLI::ValidationError(option, why.what());
-            }
-        };
-        const auto bytes = [](const char* option, const std::string& text) {
-            try {
-                return ParseBytes(text);
-            } catch (const std::invalid_argument& why) {
-                throw CLI::ValidationError(option, why.what());
-            }
-        };
         request.receiver = *receiver;
-        request.fromCache = options->fromCache;
-        request.pid = static_cast<unsigned short>(number("--pid", options->pid, 0x1FFF));
-        if (!options->tableId.empty()) {
-            request.tableId =
-                static_cast<unsigned int>(number("--table-id", options->tableId, 0xFF));
-        }
-        if (!options->extension.empty()) {
-            request.extension =
-                static_cast<unsigned int>(number("--extension", options->extension, 0xFFFF));
-        }
-        if (!options->pattern.empty()) {
-            request.pattern = bytes("--pattern", options->pattern);
-            request.mask = bytes("--mask", options->mask);
-            if (!options->mode.empty()) {
-                request.mode = bytes("--mode", options->mode);
-            }
-        }
-        if (options->tableId.empty() && options->pattern.empty()) {
-            throw CLI::RequiredError("--table-id or --pattern");
-        }
-        if (request.mask.size() != request.pattern.size() ||
-            (!request.mode.empty() && request.mode.size() != request.pattern.size())) {
-            throw CLI::ValidationError("--mask and --mode", "must be as long as --pattern");
-        }
-        if (!options->count.empty()) {
-            request.count = number("--count", options->count, UINT64_MAX);
-            if (*request.count == 0) {
-                throw CLI::ValidationError("--count", "at least one section");
-            }
-        }
-        if (!options->timeout.empty()) {
-            try {
-                request.timeout = ParseDuration(options->timeout);
-            } catch (const std::invalid_argument& why) {
-                throw CLI::ValidationError("--timeout", why.what());
-            }
-        }
-        request.filterMode = options->filterMode == "toggle"     ? ISectionManager::EToggle
-                             : options->filterMode == "one-shot" ? ISectionManager::EOneShot
-                                                                 : ISectionManager::EContinuous;
-        request.format = options->format == "json"     ? SectionsFormat::kJson
-                         : options->format == "binary" ? SectionsFormat::kBinary
-                                                       : SectionsFormat::kHex;
+        ReadFilter(*options, request);
+        ReadEndAndFormat(*options, request);
         run = [request] { return Sections(request); };
     });
 }

@@ -200,4 +200,21 @@ TEST_F(FilterEngineCacheTest, LooksAtNothingThatNobodyWantsOnceItIsTurnedOff) {
 }
 
 }  // namespace
+TEST_F(FilterEngineCacheTest, ForgetsAPidThatItNoLongerLooksAt) {
+    constexpr uint16_t kFirst = 0x0100;
+    constexpr uint16_t kLast = kFirst + FilterEngine::kKeptPids;
+    for (uint16_t pid = kFirst; pid <= kLast; ++pid) {
+        const int handle = Subscribe(pid, 0x42, 7);
+        engine_.ApplyChanges();
+        writer_.Section(pid, first_);
+        Feed();
+        engine_.Unsubscribe(handle);
+        engine_.ApplyChanges();
+    }
+    SubscribeFromCache(kLast, 0x42, 8);
+    EXPECT_EQ(engine_.ApplyChanges(), 0u);
+    SubscribeFromCache(kLast - 1, 0x42, 9);
+    EXPECT_EQ(engine_.ApplyChanges(), 1u);
+}
+
 }  // namespace tvservice

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "platform/Log.h"
+#include "tests/support/DeathTest.h"
 
 namespace tvservice {
 namespace {
@@ -220,7 +221,7 @@ TEST_F(PlatformLogTest, LeavesErrnoAsItWas) {
 }
 
 TEST_F(PlatformLogTest, WritesUntilTheEndOfTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    testsupport::StartDeathTestsAnew();
     EXPECT_EXIT(
         {
             std::atexit([] { LOG(0, 6, "T", "the very last line"); });
@@ -232,7 +233,7 @@ TEST_F(PlatformLogTest, WritesUntilTheEndOfTheProcess) {
 }
 
 TEST_F(PlatformLogTest, GivesLinesToItsReceiverUntilTheEndOfTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    testsupport::StartDeathTestsAnew();
     EXPECT_EXIT(
         {
             std::atexit([] { LOG(0, 6, "T", "last"); });

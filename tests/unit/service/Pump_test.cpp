@@ -35,6 +35,11 @@ class ScriptedSource final : public Source {
     explicit ScriptedSource(bool rewindable = false) : Source("script"), rewindable_(rewindable) {}
 
     void Bytes(testsupport::Bytes bytes) { Add({ReadResult::kBytes, bytes.size()}, bytes); }
+    // Bytes in which there is no packet; `then` is called when they are read.
+    void Garbage(std::function<void()> then) {
+        Bytes(testsupport::Bytes(1000));
+        steps_.back().then = std::move(then);
+    }
     void WouldBlock() {
         event_.Set();  // there is something to read as soon as one waits for it
         Add({ReadResult::kWouldBlock});
@@ -138,6 +143,22 @@ TEST_F(PumpTest, WaitsForInputThatIsNotThereYet) {
     source->Bytes(Slice(bytes, 500));
     EXPECT_EQ(Play(source).reason, InputEnd::kEndOfInput);
     EXPECT_THAT(recorder_.TakeIds(), ElementsAre(1, 1, 1));
+}
+
+TEST_F(PumpTest, AppliesChangesWhileNoPacketComes) {
+    engine_.SetCacheLimit(64 * 1024);
+    const auto source = std::make_shared<ScriptedSource>(true);
+    std::vector<int> idsMeanwhile;
+    for (int i = 0; i < 20; ++i) {
+        writer_.Section(0x0011, SectionOfSize(100));
+    }
+    source->Bytes(writer_.Take());
+    source->Garbage([this] {
+        engine_.Subscribe(0x0011, *SectionFilter::Compile({0x42}, {0xFF}, {}), recorder_, 7, true);
+    });
+    source->Garbage([&] { idsMeanwhile = recorder_.TakeIds(); });
+    Play(source);
+    EXPECT_THAT(idsMeanwhile, ElementsAre(7));
 }
 
 TEST_F(PumpTest, LogsWhatADeviceHasLost) {

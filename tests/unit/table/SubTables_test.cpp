@@ -29,15 +29,21 @@ std::ostream& operator<<(std::ostream& out, const Kind& kind) {
 
 class FullParserTest : public testing::TestWithParam<Kind> {
   protected:
-    // Ones are one entry that reaches past the section's end, in every table.
+    // Ones are one entry that reaches past the section's end, in every table. Parsers do not look
+    // at the CRC.
     bool FeedOne(unsigned extension, uint8_t version = 0, size_t size = 4000, uint8_t number = 0,
                  uint8_t last = 0) {
-        return Feed(*parser_, {.table_id = GetParam().tableId,
-                               .table_id_extension = static_cast<uint16_t>(extension),
-                               .version_number = version,
-                               .section_number = number,
-                               .last_section_number = last,
-                               .body = Bytes(size, 0xFF)});
+        const size_t section_length = size + 9;
+        section_.assign(section_length + 3, 0xFF);
+        section_[0] = GetParam().tableId;
+        section_[1] = static_cast<uint8_t>(0xB0 | section_length >> 8);
+        section_[2] = static_cast<uint8_t>(section_length);
+        section_[3] = static_cast<uint8_t>(extension >> 8);
+        section_[4] = static_cast<uint8_t>(extension);
+        section_[5] = static_cast<uint8_t>(0xC1 | version << 1);
+        section_[6] = number;
+        section_[7] = last;
+        return parser_->Parse(0, section_.data());
     }
 
     // Answers how many were taken before one was refused.
@@ -57,6 +63,7 @@ class FullParserTest : public testing::TestWithParam<Kind> {
     void TearDown() override { tvservice::ReceiverCounters().ResetStream(); }
 
     const std::unique_ptr<TCSectionParser> parser_ = GetParam().make();
+    Bytes section_;
 };
 
 TEST_P(FullParserTest, RefusesWhatItHasNoRoomFor) {
@@ -109,6 +116,16 @@ TEST_P(FullParserTest, PlacesOfSectionsToComeTakeRoomToo) {
     }
     EXPECT_LE(taken * 255 * sizeof(void*), kMaxBytes);
     EXPECT_EQ(Overflows(), 1u);
+}
+
+TEST_P(FullParserTest, CountsWhatIsNoTable) {
+    EXPECT_FALSE(FeedOne(1, 0, 1)) << "too short for what every section of it has";
+    EXPECT_EQ(TakeMalformed(), 1u);
+    EXPECT_FALSE(FeedOne(1, 0, 300, 2, 1)) << "section 2 of 0 to 1";
+    EXPECT_EQ(TakeMalformed(), 1u);
+    EXPECT_FALSE(GetParam().isHeld(*parser_, 1));
+    EXPECT_TRUE(FeedOne(1, 0, 300, 1, 1));
+    EXPECT_EQ(TakeMalformed(), 0u);
 }
 
 template <class Parser>

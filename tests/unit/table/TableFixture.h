@@ -36,6 +36,14 @@ inline uint64_t TakeOverruns() {
     return overruns;
 }
 
+/// The malformed tables that were counted since the last call.
+inline uint64_t TakeMalformed() {
+    const uint64_t malformed =
+        tvservice::ReceiverCounters().Get(tvservice::Counter::kMalformedTables);
+    tvservice::ReceiverCounters().ResetStream();
+    return malformed;
+}
+
 /// A descriptor of one byte, which tells which loop it stood in.
 inline Bytes Mark(uint8_t value) {
     return {0x80, 1, value};

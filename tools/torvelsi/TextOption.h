@@ -1,0 +1,46 @@
+#pragma once
+
+#include <CLI/App.hpp>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "tools/torvelsi/Arguments.h"
+
+namespace tool {
+
+/// An option whose text one of the readers in Arguments.h takes. It may be given and empty: then
+/// the reader judges that as well.
+class TextOption {
+  public:
+    /// Adds it to a command. This object must live as long as the command does.
+    CLI::Option* Add(CLI::App& command, const std::string& name, const std::string& help) {
+        option_ = command.add_option(name, text_, help);
+        return option_;
+    }
+
+    /// Whether it stood on the command line; after parsing.
+    bool IsGiven() const { return option_->count() > 0; }
+
+    /// What the reader makes of its text.
+    /// @throw CLI::ValidationError with the reader's objection
+    template <class Reader>
+    auto Parsed(Reader reader) const {
+        try {
+            return reader(text_);
+        } catch (const std::invalid_argument& why) {
+            throw CLI::ValidationError(option_->get_name(), why.what());
+        }
+    }
+
+    /// Its number, 0 to `largest`; throws as `Parsed`.
+    std::uint64_t Number(std::uint64_t largest) const {
+        return Parsed([largest](const std::string& text) { return ParseNumber(text, largest); });
+    }
+
+  private:
+    CLI::Option* option_ = nullptr;
+    std::string text_;
+};
+
+}  // namespace tool
