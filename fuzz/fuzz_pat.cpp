@@ -6,31 +6,22 @@
 #include <cstdlib>
 #include <vector>
 
+#include "fuzz/Repeats.h"
+#include "fuzz/Sections.h"
 #include "platform/TCPATParser.h"
 #include "platform/TVSHandle.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::vector<fuzzing::Section> sections = fuzzing::SectionsOf(data, size);
     TCPATParser parser(TVSHandle(1, 0));
-    std::size_t at = 0;
-    while (size - at >= 3) {
-        const std::size_t length = 3 + ((data[at + 1] & 0x0Fu) << 8 | data[at + 2]);
-        if (length > size - at) {
-            break;
-        }
-        std::vector<std::uint8_t> section(data + at, data + at + length);
-        at += length;
-        const bool taken = parser.Parse(0, section.data());
-        const int programs = parser.NumOfProgramList();
-        if (taken != parser.Parse(0, section.data()) || programs != parser.NumOfProgramList()) {
-            std::abort();
-        }
-        for (int i = 0; i < programs; ++i) {
-            const unsigned short number = parser.ProgramNumber(static_cast<unsigned int>(i));
-            if (parser.ProgramPID(number) > 0x1FFF) {
+    for (fuzzing::Section section : sections) {
+        parser.Parse(0, section.data());
+        for (int i = 0; i < parser.NumOfProgramList(); ++i) {
+            if (parser.ProgramPID(parser.ProgramNumber(static_cast<unsigned int>(i))) > 0x1FFF) {
                 std::abort();
             }
         }
-        parser.IsValid();
     }
+    fuzzing::RequireRepeatsTeachNothing(contract::TableKinds().front(), sections);
     return 0;
 }

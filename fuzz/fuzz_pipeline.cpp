@@ -1,58 +1,44 @@
-// From bytes to observers and parsers: the whole road, through the section manager. Input: a
-// transport stream.
+// From bytes to what the tool prints: the whole road, through the section manager and every parser.
+// Input: a transport stream. What it takes for a section is one, whatever its CRC_32.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <map>
-#include <memory>
 #include <vector>
 
-#include "SI/Include/IPATParser.h"
 #include "SI/Include/ISectionManager.h"
+#include "fuzz/LastingScan.h"
+#include "fuzz/TableReaders.h"
 #include "softplatform/service/SoftwarePlatform.h"
 
 namespace {
 
 using TORVEL_MW::ISectionManager;
-using tvservice::SoftwarePlatform;
 
 constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
 
-class Reader : public TORVEL_MW::ISectionObserver {
+// Subscribes in the ways that a scan does not.
+class Watcher : public TORVEL_MW::ISectionObserver {
   public:
-    void OnSectionReceived(unsigned short, unsigned short pid, unsigned short length,
+    Watcher() {
+        ISectionManager& manager = *ISectionManager::Instance();
+        manager.Subscribe(0x0000, {0}, {0}, {0}, *this, ISectionManager::EContinuous, kNoTimeout);
+        manager.Subscribe(0x0011, {0x42}, {0xFE}, {}, *this, ISectionManager::EToggle, kNoTimeout);
+    }
+
+    void OnSectionReceived(unsigned short, unsigned short, unsigned short length,
                            unsigned char* data) override {
-        if (pid == tvservice::kBarrierPid) {
-            SoftwarePlatform::Instance().BarrierPassed(std::uint32_t{data[3]} << 24 |
-                                                       std::uint32_t{data[4]} << 16 |
-                                                       std::uint32_t{data[5]} << 8 | data[6]);
-            return;
-        }
-        if (length < 3) {
+        if (length < 3 || length != 3 + ((data[1] & 0x0F) << 8 | data[2])) {
             std::abort();
-        }
-        pat_->Parse(pid, data);
-        if (pat_->IsComplete()) {
-            std::map<int, int> programs;
-            pat_->GetProgramList(programs);
         }
     }
     void OnSectionTimeout(unsigned int) override { std::abort(); }
-
-  private:
-    std::unique_ptr<TORVEL_MW::IPATParser> pat_ = TORVEL_MW::IPATParser::CreatePATParser();
 };
 
 bool Start() {
-    tvservice::SetLogPriority(7);
-    SoftwarePlatform::Instance().Start();
-    static Reader& reader = *new Reader;
-    ISectionManager& manager = *ISectionManager::Instance();
-    manager.Subscribe(tvservice::kBarrierPid, tvservice::kBarrierTableId, reader,
-                      ISectionManager::EContinuous, kNoTimeout, false);
-    manager.Subscribe(0x0000, {0}, {0}, {0}, reader, ISectionManager::EContinuous, kNoTimeout);
-    manager.Subscribe(0x0011, {0x42}, {0xFE}, {}, reader, ISectionManager::EToggle, kNoTimeout);
+    fuzzing::LastingScan::Instance();
+    static Watcher& watcher = *new Watcher;
+    static_cast<void>(watcher);
     // libFuzzer ends by exit(), which the section manager turns into SIGABRT.
     std::atexit([] { std::_Exit(EXIT_SUCCESS); });
     return true;
@@ -63,10 +49,12 @@ bool Start() {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const bool started = Start();
     static_cast<void>(started);
-    tvservice::PlayOptions options;
-    options.reading = tvservice::PlayOptions::kLockStep;
-    SoftwarePlatform::Instance().Play(
-        tvservice::MemorySource("fuzz", std::vector<std::uint8_t>(data, data + size)), options);
-    SoftwarePlatform::Instance().WaitEnd();
+    fuzzing::LastingScan& scan = fuzzing::LastingScan::Instance();
+    const tvservice::InputEnd end =
+        scan.Scan(tvservice::MemorySource("fuzz", std::vector<std::uint8_t>(data, data + size)));
+    if (end.reason != tvservice::InputEnd::kEndOfInput) {
+        std::abort();
+    }
+    fuzzing::Print(scan.Result());
     return 0;
 }

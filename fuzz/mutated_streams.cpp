@@ -1,32 +1,43 @@
 // Real streams, injured at random, through the scanner and what the tool prints: nothing but a
 // crash, a hang or a sanitizer's report counts. A plain program, not libFuzzer's.
 //
-//     mutated_streams FOLDER COUNT [SEED]
+//     mutated_streams FOLDER COUNT [SEED [FIRST]]
+//     mutated_streams --copies OUT FOLDER COUNT [SEED]
 //
-// Takes COUNT windows of at most 64 KiB of each .ts and .sec file of the folder. Stream, window and
-// injuries of one round follow from SEED, the name of the file and the number of the round alone.
+// Takes COUNT windows of at most 64 KiB of each .ts and .sec file of the folder. Window and
+// injuries of one round follow from SEED, the name of the file and the number of the round alone; a
+// find is seen again with FIRST at its round, or somewhat before, as the section manager lives on
+// from round to round. What was injured is taken for a section whatever its CRC_32.
+//
+// With --copies nothing is scanned: COUNT injured copies of each whole stream go to the folder OUT.
 
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cinttypes>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "client/MultiplexScanner.h"
+#include "fuzz/LastingScan.h"
+#include "fuzz/TableReaders.h"
 #include "softplatform/service/SoftwarePlatform.h"
-#include "tools/torvelsi/ScanDocument.h"
 
 namespace {
 
@@ -36,9 +47,14 @@ using Random = std::mt19937_64;
 
 constexpr std::size_t kWindow = 64 * 1024;
 constexpr std::size_t kPacket = 188;
+constexpr std::size_t kMostTimes = 15;  // that a copy of a long stream is injured again
 
-// A process can make 65535 subscriptions, and a scan makes up to 50.
-constexpr std::uint64_t kRoundsPerProcess = 1000;
+// Every so many rounds the scanner of the tool, which makes up to 100 of the 65535 subscriptions
+// that a process can make; in the others the lasting scan.
+constexpr std::uint64_t kScannerRounds = 20;
+
+constexpr unsigned kPatience = 60;  // seconds for a round; what takes longer hangs
+constexpr int kMaxFinds = 20;       // of one stream
 
 std::size_t Below(Random& random, std::size_t bound) {
     return static_cast<std::size_t>(random() % bound);
@@ -124,36 +140,6 @@ void Injure(Bytes& bytes, Random& random) {
     }
 }
 
-// Sections reach the parsers only with a good CRC: half of the rounds mend what was injured. Only
-// sections within one packet are found here, which is where most tables begin.
-void MendCrcs(Bytes& bytes) {
-    for (std::size_t packet = 0; packet + kPacket <= bytes.size(); packet += kPacket) {
-        const std::uint8_t* const header = bytes.data() + packet;
-        if (header[0] != 0x47 || (header[1] & 0x40) == 0 || (header[3] & 0x30) != 0x10) {
-            continue;
-        }
-        const std::size_t at = 5 + header[4];
-        if (at + 3 > kPacket) {
-            continue;
-        }
-        std::uint8_t* const section = bytes.data() + packet + at;
-        const std::size_t size = 3 + ((section[1] & 0x0Fu) << 8 | section[2]);
-        if ((section[1] & 0x80) == 0 || size < 12 || at + size > kPacket) {
-            continue;
-        }
-        std::uint32_t crc = 0xFFFFFFFF;
-        for (std::size_t i = 0; i < size - 4; ++i) {
-            for (int bit = 7; bit >= 0; --bit) {
-                const bool feedback = ((crc >> 31) ^ (section[i] >> bit & 1u)) != 0;
-                crc = crc << 1 ^ (feedback ? 0x04C11DB7u : 0u);
-            }
-        }
-        for (std::size_t i = 0; i < 4; ++i) {
-            section[size - 4 + i] = static_cast<std::uint8_t>(crc >> (24 - 8 * i));
-        }
-    }
-}
-
 Bytes Read(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     const Bytes bytes{std::istreambuf_iterator<char>(file), {}};
@@ -167,34 +153,41 @@ Random RandomOf(const std::string& name, std::uint64_t seed, std::uint64_t round
     return Random(seed << 40 ^ std::uint64_t{ofName} << 20 ^ round);
 }
 
-// The rounds from `first` up to `end`; ends the process.
+// Injures and scans in the rounds from `first` up to `end`, says in `round` which one it is, and
+// ends the process.
 [[noreturn]] void Scan(const fs::path& path, std::uint64_t seed, std::uint64_t first,
-                       std::uint64_t end) {
-    tvservice::SetLogPriority(7);
-    tvservice::SoftwarePlatform::Instance().Start();
+                       std::uint64_t end, std::atomic<std::uint64_t>& round) {
+    fuzzing::LastingScan& lasting = fuzzing::LastingScan::Instance();
     const Bytes stream = Read(path);
     const std::string name = path.filename().string();
     std::uint64_t sections = 0;
     std::uint64_t programs = 0;
-    for (std::uint64_t round = first; round < end && !stream.empty(); ++round) {
+    for (round = first; round < end && !stream.empty(); ++round) {
+        ::alarm(kPatience);
         Random random = RandomOf(name, seed, round);
         Bytes bytes = Window(stream, random);
         Injure(bytes, random);
-        if (round % 2 == 0) {
-            MendCrcs(bytes);
+        const tvservice::SourcePtr source = tvservice::MemorySource(name, std::move(bytes));
+        tvservice::InputEnd ended;
+        client::Multiplex found;
+        if (round % kScannerRounds == 0) {
+            lasting.StepAside();
+            client::MultiplexScanner scanner;
+            ended = scanner.Scan(source);
+            found = scanner.Result();
+        } else {
+            ended = lasting.Scan(source);
+            found = lasting.Result();
         }
-        client::MultiplexScanner scanner;
-        const tvservice::InputEnd ended =
-            scanner.Scan(tvservice::MemorySource(name, std::move(bytes)));
         if (ended.reason != tvservice::InputEnd::kEndOfInput) {
-            std::printf("%s, round %" PRIu64 ": %s\n", name.c_str(), round, ended.error.c_str());
+            std::printf("%s, round %" PRIu64 ": %s\n", name.c_str(), round.load(),
+                        ended.error.c_str());
             std::fflush(stdout);
             std::_Exit(EXIT_FAILURE);
         }
-        const client::Multiplex multiplex = scanner.Result();
-        tool::ScanDocument(multiplex);
+        fuzzing::Print(found);
         sections += tvservice::SoftwarePlatform::Instance().Counter("delivered_sections");
-        programs += multiplex.programs.size();
+        programs += found.programs.size();
     }
     std::printf("%s: rounds %" PRIu64 " to %" PRIu64 ", %" PRIu64 " sections, %" PRIu64
                 " programs\n",
@@ -204,38 +197,106 @@ Random RandomOf(const std::string& name, std::uint64_t seed, std::uint64_t round
     std::quick_exit(EXIT_SUCCESS);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    if (argc < 3) {
-        std::fprintf(stderr, "usage: mutated_streams FOLDER COUNT [SEED]\n");
-        return EXIT_FAILURE;
+// Where a child process says which round it is in.
+std::atomic<std::uint64_t>& SharedRound() {
+    void* const page = ::mmap(nullptr, sizeof(std::atomic<std::uint64_t>), PROT_READ | PROT_WRITE,
+                              MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (page == MAP_FAILED) {
+        throw std::bad_alloc();
     }
-    const std::uint64_t count = std::strtoull(argv[2], nullptr, 10);
-    const std::uint64_t seed = argc > 3 ? std::strtoull(argv[3], nullptr, 10) : 1;
+    return *new (page) std::atomic<std::uint64_t>(0);
+}
+
+// All rounds of one stream, in one process; after a find the next one goes on behind it. Returns
+// the number of finds.
+int ScanAll(const fs::path& path, std::uint64_t seed, std::uint64_t first, std::uint64_t end) {
+    static std::atomic<std::uint64_t>& round = SharedRound();
+    int finds = 0;
+    while (first < end && finds < kMaxFinds) {
+        round = first;
+        const pid_t child = ::fork();
+        if (child == 0) {
+            Scan(path, seed, first, end, round);
+        }
+        int status = 0;
+        if (child > 0 && ::waitpid(child, &status, 0) == child && status == 0) {
+            break;
+        }
+        ++finds;
+        std::printf("%s: status %d in round %" PRIu64 "\n", path.filename().c_str(), status,
+                    round.load());
+        std::fflush(stdout);
+        first = round + 1;
+    }
+    return finds;
+}
+
+// The streams of a folder, by name.
+std::vector<fs::path> Streams(const char* folder) {
     std::vector<fs::path> paths;
-    for (const fs::directory_entry& entry : fs::directory_iterator(argv[1])) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
         const std::string extension = entry.path().extension().string();
         if (extension == ".ts" || extension == ".sec") {
             paths.push_back(entry.path());
         }
     }
+    if (paths.empty()) {
+        throw std::runtime_error(std::string("no .ts and no .sec in ") + folder);
+    }
     std::sort(paths.begin(), paths.end());
-    int failures = 0;
-    for (const fs::path& path : paths) {
-        for (std::uint64_t first = 0; first < count; first += kRoundsPerProcess) {
-            const pid_t child = ::fork();
-            if (child == 0) {
-                Scan(path, seed, first, std::min(first + kRoundsPerProcess, count));
-            }
-            int status = 0;
-            if (child < 0 || ::waitpid(child, &status, 0) != child || status != 0) {
-                ++failures;
-                std::printf("%s: status %d in the rounds from %" PRIu64 "\n",
-                            path.filename().c_str(), status, first);
-                std::fflush(stdout);
-            }
+    return paths;
+}
+
+// About as densely injured as a window.
+void WriteCopy(const fs::path& path, std::uint64_t seed, std::uint64_t number,
+               const fs::path& out) {
+    const std::string name = path.filename().string();
+    Random random = RandomOf(name, seed, number);
+    Bytes bytes = Read(path);
+    for (std::size_t times = 1 + std::min(bytes.size() / kWindow, kMostTimes); times > 0; --times) {
+        Injure(bytes, random);
+    }
+    std::ofstream file(out / (name + "." + std::to_string(number) + ".ts"), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    if (!file) {
+        throw std::runtime_error("cannot write to " + out.string());
+    }
+}
+
+std::uint64_t Number(int argc, char** argv, int index, std::uint64_t otherwise) {
+    return index < argc ? std::strtoull(argv[index], nullptr, 10) : otherwise;
+}
+
+int Run(int argc, char** argv) {
+    const bool copies = argc > 1 && std::string(argv[1]) == "--copies";
+    const int folder = copies ? 3 : 1;
+    if (argc < folder + 2) {
+        throw std::runtime_error("see the head of its source for how it is called");
+    }
+    const std::uint64_t count = Number(argc, argv, folder + 1, 0);
+    const std::uint64_t seed = Number(argc, argv, folder + 2, 1);
+    const std::uint64_t first = Number(argc, argv, folder + 3, 0);
+    int finds = 0;
+    for (const fs::path& path : Streams(argv[folder])) {
+        if (!copies) {
+            finds += ScanAll(path, seed, first, first + count);
+        }
+        for (std::uint64_t number = 0; copies && number < count; ++number) {
+            WriteCopy(path, seed, number, argv[2]);
         }
     }
-    return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    return finds == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "mutated_streams: %s\n", problem.what());
+        return EXIT_FAILURE;
+    }
 }

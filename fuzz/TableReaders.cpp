@@ -1,0 +1,81 @@
+#include "fuzz/TableReaders.h"
+
+#include <utility>
+
+#include "client/TableIds.h"
+#include "tools/torvelsi/ScanDocument.h"
+
+namespace fuzzing {
+
+TableReaders::TableReaders(std::function<void(const client::Pat&)> onPat)
+    : pat_(std::move(onPat)) {}
+
+void TableReaders::Take(unsigned short pid, unsigned char* section, unsigned short length) {
+    const auto hand = [&](TORVEL_MW::ISectionObserver& reader) {
+        reader.OnSectionReceived(1, pid, length, section);
+    };
+    switch (section[0]) {
+        case client::kPatTableId:
+            return hand(pat_);
+        case client::kCatTableId:
+            return hand(cat_);
+        case client::kPmtTableId:
+            return hand(pmt_);
+        case client::kSdtActualTableId:
+            return hand(sdt_);
+        case client::kEitPresentFollowingTableId:
+            return hand(eit_);
+        case client::kNitActualTableId:
+            return hand(nitActual_);
+        case client::kNitOtherTableId:
+            return hand(nitOther_);
+        case client::kBatTableId:
+            return hand(bat_);
+        default:
+            return;
+    }
+}
+
+void TableReaders::TakeForAll(unsigned short pid, unsigned char* section, unsigned short length) {
+    TORVEL_MW::ISectionObserver* const all[] = {&pat_, &cat_,       &pmt_,      &sdt_,
+                                                &eit_, &nitActual_, &nitOther_, &bat_};
+    for (TORVEL_MW::ISectionObserver* const reader : all) {
+        reader->OnSectionReceived(1, pid, length, section);
+    }
+}
+
+client::Multiplex TableReaders::Found() const {
+    client::Multiplex found;
+    for (const auto& entry : pat_.Whole()) {
+        found.pat = entry.second;
+    }
+    for (const auto& entry : cat_.Whole()) {
+        found.caSystemIds = entry.second;
+    }
+    for (const auto& entry : pmt_.Whole()) {
+        found.programs.push_back(entry.second);
+    }
+    for (const auto& entry : sdt_.Whole()) {
+        found.services.insert(found.services.end(), entry.second.begin(), entry.second.end());
+    }
+    for (const auto& entry : eit_.Whole()) {
+        found.events.insert(found.events.end(), entry.second.begin(), entry.second.end());
+    }
+    for (const auto& entry : nitActual_.Whole()) {
+        found.networks.push_back(entry.second);
+    }
+    for (const auto& entry : nitOther_.Whole()) {
+        found.networks.push_back(entry.second);
+    }
+    for (const auto& entry : bat_.Whole()) {
+        found.bouquets.push_back(entry.second);
+    }
+    return found;
+}
+
+void Print(const client::Multiplex& multiplex) {
+    static_cast<void>(tool::ScanDocument(multiplex).dump());
+    static_cast<void>(tool::ScanText(multiplex));
+}
+
+}  // namespace fuzzing
