@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# Installs the build tree into a folder of its own, then builds the README's program from there as a
-# stranger would, through find_package and through pkg-config, and runs it.
+# Installs the build tree into a folder of its own, then builds the programs of examples/, of which one
+# is the README's, and one that includes every installed header from there as a stranger would,
+# through find_package and through pkg-config, from C++14 on, and runs them.
 # usage: package_test.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
 source_dir=$1
 build_dir=$2
 work=$build_dir/package_test
 prefix=$work/prefix
-example=$source_dir/examples/pat_programs.cpp
+readme_example=$source_dir/examples/pat_programs.cpp
 rm -rf "$work"
 mkdir -p "$work"
 
@@ -15,7 +16,7 @@ fail() { echo "package_test: $*" >&2; exit 1; }
 
 # The program that the README shows is this file, to the letter.
 awk '/^```cpp$/ {code = 1; next} /^```$/ {code = 0} code' "$source_dir/README.md" >"$work/readme.cpp"
-cmp "$work/readme.cpp" "$example" || fail "README.md shows another program than examples/"
+cmp "$work/readme.cpp" "$readme_example" || fail "README.md shows another program than examples/"
 
 cmake --install "$build_dir" --prefix "$prefix" >"$work/install.log"
 for file in include/torvelsi/ISectionManager.h include/tvservice/SoftwarePlatform.h bin/torvelsi; do
@@ -34,25 +35,55 @@ for program in json.load(sys.stdin)["pat"]["programs"]:
     print("%d: PID %d" % (program["program_number"], program["pmt_pid"]))' >"$work/expected"
 [ -s "$work/expected" ] || fail "the demonstration multiplex has no programs"
 
+# Every installed header once.
+{
+    (cd "$prefix/include" && find . -name '*.h' | LC_ALL=C sort | sed 's|^\./\(.*\)|#include <\1>|')
+    cat <<'MAIN'
+int main(int argc, char** argv) {
+    std::string error;
+    return argc == 2 && tvservice::OpenSource(argv[1], error) && TORVEL_MW::IPATParser::CreatePATParser() ? 0 : 1;
+}
+MAIN
+} >"$work/every_header.cpp"
+[ "$(grep -c '^#include' "$work/every_header.cpp")" -gt 50 ] || fail "hardly any header was installed"
+
+programs=("$source_dir"/examples/*.cpp "$work/every_header.cpp")
+options=(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -pthread)
+
+# check FOLDER: runs each program there.
 check() {
-    local programs
-    programs=$(LD_LIBRARY_PATH=$lib "$1" "$work/demo.ts") || fail "$1 ended with status $?"
-    [ "$programs" = "$(cat "$work/expected")" ] || fail "$1 printed: $programs"
+    local program printed
+    for program in "${programs[@]}"; do
+        program=$1/$(basename "$program" .cpp)
+        printed=$(LD_LIBRARY_PATH=$lib "$program" "$work/demo.ts") ||
+            fail "$program ended with status $?"
+        if [ "$(basename "$program")" = pat_programs ]; then
+            [ "$printed" = "$(cat "$work/expected")" ] || fail "$program printed: $printed"
+        fi
+    done
 }
 
+export PKG_CONFIG_PATH=$lib/pkgconfig
 for compiler in g++ clang++; do
     for standard in 14 17 20; do
         build=$work/find_package-$compiler-$standard
         cmake -S "$source_dir/tests/package/consumer" -B "$build" -DCMAKE_CXX_COMPILER="$compiler" \
-            -DCMAKE_CXX_STANDARD=$standard -DCMAKE_PREFIX_PATH="$prefix" -DEXAMPLE="$example" \
-            >"$build.log" 2>&1 && cmake --build "$build" >>"$build.log" 2>&1 ||
+            -DCMAKE_CXX_STANDARD=$standard -DCMAKE_PREFIX_PATH="$prefix" \
+            -DPROGRAMS="$(IFS=';'; echo "${programs[*]}")" >"$build.log" 2>&1 &&
+            cmake --build "$build" >>"$build.log" 2>&1 ||
             { cat "$build.log" >&2; fail "find_package with $compiler, C++$standard"; }
-        check "$build/pat_programs"
+        check "$build"
+
+        build=$work/pkg-config-$compiler-$standard
+        mkdir "$build"
+        for program in "${programs[@]}"; do
+            # shellcheck disable=SC2046
+            "$compiler" -std=c++$standard "${options[@]}" "$program" \
+                -o "$build/$(basename "$program" .cpp)" \
+                $(pkg-config --define-variable=prefix="$prefix" --cflags --libs torvelsi) ||
+                fail "pkg-config with $compiler, C++$standard: $program"
+        done
+        check "$build"
     done
-    export PKG_CONFIG_PATH=$lib/pkgconfig
-    # shellcheck disable=SC2046
-    "$compiler" -std=c++14 "$example" -o "$work/pkg-config-$compiler" \
-        $(pkg-config --define-variable=prefix="$prefix" --cflags --libs torvelsi) -pthread
-    check "$work/pkg-config-$compiler"
 done
-echo "package_test: passed"
+echo "package_test: ${#programs[@]} programs, passed"

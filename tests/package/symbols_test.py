@@ -3,11 +3,15 @@
 
     symbols_test.py [--update] exports LIBRARY LIST
     symbols_test.py [--update] imports LIBRARY LIST
+    symbols_test.py [--update] needed LIBRARY LIST
 
 Imports of the C and C++ libraries are left out: what remains is the platform's. --update writes the
-list anew, in groups by the header that declares the class.
+list anew, in groups by the header that declares the class; what no header declares fails all the
+same, and so does a version among the imports that is not of the C or C++ library or the compiler.
+"needed" are the libraries in the dynamic section, in their order.
 """
 
+import functools
 import pathlib
 import re
 import subprocess
@@ -16,6 +20,9 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 HEADERS = sorted([*ROOT.glob("platform/*.h"), *ROOT.glob("SI/Include/*.h"),
                   *ROOT.glob("softplatform/service/SoftwarePlatform.h")])
+
+
+VERSIONS = ("GLIBC_", "GLIBCXX_", "CXXABI_", "GCC_")
 
 
 def nm(*options):
@@ -37,35 +44,66 @@ def symbols(kind, library):
                      if "@" not in name and type_ not in "wv")
 
 
-def header_of(symbol):
-    words = re.findall(r"\w+", re.sub(r"^((typeinfo( name)?|vtable) for|non-virtual thunk to) ", "", symbol))
-    classes = [word for word in words[:2] if word not in ("TORVEL_MW", "tvservice")]
+def foreign_versions(library):
+    return [name for name, _ in nm("--undefined-only", library)
+            if "@" in name and not name.split("@")[-1].startswith(VERSIONS)]
+
+
+def needed(library):
+    section = subprocess.run(["readelf", "--dynamic", "--wide", library], check=True,
+                             capture_output=True, text=True).stdout
+    return re.findall(r"\(NEEDED\).*\[(.*)\]", section)
+
+
+@functools.cache
+def header_text(header):
+    return header.read_text()
+
+
+@functools.cache
+def header_of_name(name):
+    declaration = re.compile(rf"^\s*(class|struct)( \w+)? {name}\b[^;]*{{|\b{name}\(", re.M)
     for header in HEADERS:
-        text = header.read_text()
-        for name in classes[:1]:
-            if (re.search(rf"^\s*(class|struct)( \w+)? {name}\b[^;]*{{", text, re.M) or
-                    re.search(rf"\b{name}\(", text)):
-                return str(header.relative_to(ROOT))
+        if declaration.search(header_text(header)):
+            return str(header.relative_to(ROOT))
     return "nowhere"
+
+
+def header_of(symbol):
+    """The header that declares the class, or the function outside of one, of a demangled name."""
+    words = re.findall(r"\w+", re.sub(r"^((typeinfo( name)?|vtable) for|non-virtual thunk to) ", "", symbol))
+    names = [word for word in words[:2] if word not in ("TORVEL_MW", "tvservice")]
+    return header_of_name(names[0]) if names else "nowhere"
+
+
+def grouped(found):
+    groups = {}
+    for symbol in found:
+        groups.setdefault(header_of(symbol), []).append(symbol)
+    return "\n\n".join("\n".join([f"# {header}", *groups[header]]) for header in sorted(groups)) + "\n"
 
 
 def main(arguments):
     update = arguments[0] == "--update"
     kind, library, path = arguments[1:] if update else arguments
-    found = symbols(kind, library)
     path = pathlib.Path(path)
+    found = needed(library) if kind == "needed" else symbols(kind, library)
     if update:
-        groups = {}
-        for symbol in found:
-            groups.setdefault(header_of(symbol), []).append(symbol)
-        path.write_text("\n\n".join("\n".join([f"# {header}", *groups[header]])
-                                    for header in sorted(groups)) + "\n")
+        path.write_text("\n".join([*found, ""]) if kind == "needed" else grouped(found))
     listed = [line for line in path.read_text().splitlines() if line and not line.startswith("#")]
-    for symbol in sorted(set(found) - set(listed)):
-        print(f"{kind}: not in the list: {symbol}")
-    for symbol in sorted(set(listed) - set(found)):
-        print(f"{kind}: only in the list: {symbol}")
-    return 0 if listed and sorted(listed) == found else 1
+    complaints = [f"not in the list: {symbol}" for symbol in sorted(set(found) - set(listed))]
+    complaints += [f"only in the list: {symbol}" for symbol in sorted(set(listed) - set(found))]
+    if kind == "needed":
+        if listed != found and not complaints:
+            complaints.append(f"another order: {found}")
+    else:
+        complaints += [f"no public header declares {symbol}" for symbol in found
+                       if header_of(symbol) == "nowhere"]
+        complaints += [f"of a library that is not allowed: {symbol}"
+                       for symbol in foreign_versions(library)]
+    for complaint in complaints:
+        print(f"{kind}: {complaint}")
+    return 1 if complaints or not listed else 0
 
 
 if __name__ == "__main__":

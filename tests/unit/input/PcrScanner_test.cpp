@@ -73,7 +73,7 @@ TEST(PcrScanner, FindsTheSameWhateverThePiecesAndThePacketSize) {
         for (const size_t piece : {size_t{1}, size_t{17}, size_t{188}, SIZE_MAX}) {
             const std::vector<Found> found = Scan(bytes, piece);
             ASSERT_EQ(found.size(), 10u) << before << " " << behind << " " << piece;
-            for (uint64_t n = 0; n < 10; ++n) {
+            for (size_t n = 0; n < 10; ++n) {
                 EXPECT_EQ(found[n].pcr.ticks, n * 301);
                 EXPECT_EQ(found[n].end, 4 + (5 + n * 4) * (188 + before + behind) + before + 12);
             }

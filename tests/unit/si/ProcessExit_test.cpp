@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,7 +25,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kProcessesPerWay = 34;  // 7 ways: more than 200
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(TORVELSI_EMULATOR)
 constexpr int kPatienceFactor = 10;
 #elif defined(__has_feature)
 #if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
@@ -36,23 +37,41 @@ constexpr int kPatienceFactor = 1;
 constexpr int kPatienceFactor = 1;
 #endif
 
+/// The command that runs a program: its name, behind the emulator and its options if there is one.
+std::vector<std::string> Command(const std::string& program) {
+    std::vector<std::string> words;
+#if defined(TORVELSI_EMULATOR)
+    std::istringstream emulator(TORVELSI_EMULATOR);
+    for (std::string word; emulator >> word;) {
+        words.push_back(word);
+    }
+#endif
+    words.push_back(program);
+    return words;
+}
+
 struct Ending {
     int status = 0;
     bool inTime = false;
     std::string output;
 };
 
-Ending RunProcess(std::string program, const std::string& way, int seconds = 1) {
+Ending RunProcess(const std::string& program, const std::string& way, int seconds = 1) {
     int output[2];
     EXPECT_EQ(pipe2(output, O_CLOEXEC), 0);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    std::string argument = way;
-    char* const arguments[] = {program.data(), argument.data(), nullptr};
+    std::vector<std::string> words = Command(program);
+    words.push_back(way);
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
     pid_t child = 0;
-    EXPECT_EQ(posix_spawn(&child, program.c_str(), &actions, nullptr, arguments, environ), 0);
+    EXPECT_EQ(posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ), 0);
     posix_spawn_file_actions_destroy(&actions);
     close(output[1]);
 

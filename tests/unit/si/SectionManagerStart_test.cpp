@@ -8,6 +8,7 @@
 #include <new>
 #include <vector>
 
+#include "tests/support/DeathTest.h"
 #include "tests/unit/si/Call.h"
 #include "tests/unit/si/SectionManagerFixture.h"
 
@@ -102,7 +103,7 @@ TEST_F(SectionManagerStartTest, ThreadsThatAskAtOnceGetOneManager) {
 }
 
 TEST_F(SectionManagerStartTest, ItsEndStopsNoThreadAndEndsTheProcess) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    testsupport::StartDeathTestsAnew();
     EXPECT_EXIT(
         {
             { CKorvoSectionManager manager; }

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/DeathTest.h"
+
 namespace {
 
 TEST_F(SectionManagerTest, AsksThePlatformOnceForItsSubscriber) {
@@ -236,7 +238,7 @@ TEST_F(SectionManagerTest, RefusedToggleLeavesTheSubscriptionInTheTable) {
 }
 
 TEST_F(SectionManagerTest, ExceptionOfAnObserverEndsTheProcess) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    testsupport::StartDeathTestsAnew();
     EXPECT_DEATH(
         {
             observer.duringSection = [](unsigned short) { throw std::length_error("observer"); };
@@ -249,7 +251,7 @@ TEST_F(SectionManagerTest, ExceptionOfAnObserverEndsTheProcess) {
 }
 
 TEST_F(SectionManagerTest, UnsubscribeInItsOwnTimeoutEndsTheProcess) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    testsupport::StartDeathTestsAnew();
     EXPECT_DEATH(
         {
             observer.duringTimeout = [](unsigned int id) {

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/DeathTest.h"
 #include "tests/unit/si/SiFixture.h"
 
 namespace {
@@ -398,7 +399,7 @@ TEST_F(SectionSubscriptionTest, ExceptionsOfTheObserverPass) {
 }
 
 TEST_F(SectionSubscriptionTest, ExceptionInATimeoutEndsTheProcess) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    testsupport::StartDeathTestsAnew();
     EXPECT_DEATH(
         {
             observer.duringTimeout = [](unsigned int) { throw std::length_error("observer"); };

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/DeathTest.h"
 #include "tests/unit/si/SiFixture.h"
 
 namespace {
@@ -185,7 +186,7 @@ TEST(TimerCallbackTest, CopyOfTheCallbackIsDestroyedUnderTheLock) {
 }
 
 TEST(TimerCallbackTest, EmptyCallbackEndsTheProcess) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    testsupport::StartDeathTestsAnew();
     EXPECT_DEATH(
         {
             TimerCallback timer;
@@ -197,7 +198,7 @@ TEST(TimerCallbackTest, EmptyCallbackEndsTheProcess) {
 }
 
 TEST(TimerCallbackTest, DestructionFromInsideItsOwnCallbackEndsTheProcess) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    testsupport::StartDeathTestsAnew();
     EXPECT_DEATH(
         {
             auto* const timer = new TimerCallback;
