@@ -1,7 +1,7 @@
 // Real broadcast streams against what independent decoders made of them: how many sections of each
-// table arrive on each PID, for whole files, byte by byte and in 17-byte pieces;
-// scan_golden_test.py compares what they hold. The streams are not part of the repository; without
-// the folder there is nothing to compare.
+// table arrive on each PID, and the PAT, for whole files, byte by byte and in 17-byte pieces;
+// scan_golden_test.py compares what the other tables hold. The streams are not part of the
+// repository; without the folder there is nothing to compare.
 
 #include <gtest/gtest.h>
 
@@ -20,6 +20,8 @@
 
 #include "SI/Include/ISectionManager.h"
 #include "client/Barrier.h"
+#include "client/PatTable.h"
+#include "client/SubTableReader.h"
 #include "generator/TsWriter.h"
 #include "softplatform/service/SoftwarePlatform.h"
 #include "tests/support/Forever.h"
@@ -189,10 +191,26 @@ std::vector<Feeding> Feedings() {
     return feedings;
 }
 
+/// As the expectations have it: {"tsid", "version", "programs": {program_number: PMT PID}} or null.
+json PatIn(const client::SubTableReader<client::PatTable>& pats) {
+    const auto whole = pats.Whole();
+    if (whole.empty()) {
+        return nullptr;
+    }
+    const client::Pat& pat = whole.begin()->second;
+    json programs = json::object();
+    for (const client::PatProgram& program : pat.programs) {
+        if (program.programNumber != 0) {  // the NIT's
+            programs[std::to_string(program.programNumber)] = program.pmtPid;
+        }
+    }
+    return {{"tsid", pat.transportStreamId}, {"version", pat.version}, {"programs", programs}};
+}
+
 class RealStream : public testing::TestWithParam<Feeding> {};
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(RealStream);
 
-TEST_P(RealStream, SectionCountsAreAsIndependentlyDecoded) {
+TEST_P(RealStream, SectionCountsAndPatAreAsIndependentlyDecoded) {
     const auto& [name, piece] = GetParam();
     const fs::path path = fs::path(TORVELSI_STREAMS) / name;
     const bool isSections = path.extension() == ".sec";
@@ -226,6 +244,10 @@ TEST_P(RealStream, SectionCountsAreAsIndependentlyDecoded) {
                                                          kNoTimeout),
                   0u);
     }
+    auto& pats = Forever<client::SubTableReader<client::PatTable>>();
+    ASSERT_NE(ISectionManager::Instance()->Subscribe(
+                  0x0000, 0x00, pats, ISectionManager::EContinuous, kNoTimeout, false),
+              0u);
     const client::Barrier barrier;
     tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
     ASSERT_TRUE(platform.Play(source));
@@ -239,6 +261,7 @@ TEST_P(RealStream, SectionCountsAreAsIndependentlyDecoded) {
         EXPECT_EQ(platform.PacketSize(), expectation["packet_size"].get<unsigned int>());
     }
     EXPECT_EQ(platform.Counter("crc_errors"), expected.crcErrors);
+    EXPECT_EQ(PatIn(pats), expectation["pat"]);
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, RealStream, testing::ValuesIn(Feedings()),
