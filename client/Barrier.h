@@ -8,7 +8,8 @@ namespace client {
 /// event thread. While one exists, the platform goes on past a barrier only when every section
 /// delivered before it has been handled by its observer.
 ///
-/// Make it before `SoftwarePlatform::Play`, destroy it when nothing plays (after `WaitEnd`).
+/// One at a time: the first answer lets the platform go on. Make it before `SoftwarePlatform::Play`,
+/// destroy it when nothing plays (after `WaitEnd`).
 class Barrier : public TORVEL_MW::ISectionObserver {
   public:
     Barrier();
