@@ -5,10 +5,25 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1-build/armhf}
 
-# These convert by modules that the cross compiler's C library comes without.
-excluded='^Text\.(SelectorsOfOneByteChooseAPartOfIso8859|SelectorOfThreeBytesChoosesAPartOfIso8859|KoreanAndChinese)$'
+excluded=(
+    # These convert by modules that the cross compiler's C library comes without.
+    Text.SelectorsOfOneByteChooseAPartOfIso8859
+    Text.SelectorOfThreeBytesChoosesAPartOfIso8859
+    Text.KoreanAndChinese
+    # A forked child of a process with two threads ends inside QEMU, whatever it was going to do, and
+    # an emulated program cannot start itself anew: these would pass for no reason.
+    SectionManagerTest.ExceptionOfAnObserverEndsTheProcess
+    SectionManagerTest.UnsubscribeInItsOwnTimeoutEndsTheProcess
+    # QEMU knows none of the options SO_RXQ_OVFL, IP_MULTICAST_IF and IP_MULTICAST_ALL.
+    UdpSocket.CountsExactlyWhatTheKernelDropped
+    UdpSourceTest.CountsWhatTheKernelHadNoRoomFor
+    Of/UdpMulticast.ReceivesItsGroupAndNoOther/IPv4
+    Of/UdpMulticast.LetsSeveralReceiversShareAGroup/IPv4
+    Of/UdpMulticast.DoesNotReceiveWhatComesInOnAnotherInterface/IPv4
+)
 
 cmake --preset armhf -B "$build"
 cmake --build "$build" -j "$(nproc)"
 # Emulated tests take many times as long, and those that wait for one another more than that.
-ctest --test-dir "$build" -j 2 --output-on-failure --no-tests=error -E "$excluded"
+ctest --test-dir "$build" -j 2 --output-on-failure --no-tests=error \
+    -E "^($(IFS='|'; echo "${excluded[*]//./\\.}"))( |\$)"

@@ -272,10 +272,10 @@ TEST_F(DeliveryFaultsTest, WhateverIsDoneToDeliveriesAtOnceTheAccountsBalance) {
     const SectionList sections = Sections(1000), others = Sections(1000, kOtherTable);
     WriteInTurn(sections, others).Play();
     const std::vector<std::string> trouble = TakeTrouble();
-    std::map<std::string, uint64_t> faults;
+    std::map<std::string, size_t> faults;
     for (const auto& [name, count] : Faults()) {
         EXPECT_GT(count, 0u) << name;
-        faults[name] = count;
+        faults[name] = static_cast<size_t>(count);
     }
     EXPECT_THAT(trouble, Contains(NoSubscription(65535)).Times(faults["unknown-id"]));
     EXPECT_THAT(trouble, Contains(NoLength()).Times(faults["zero-length"]));
