@@ -23,8 +23,13 @@ Barrier::Barrier()
 }
 
 Barrier::~Barrier() {
+    Unsubscribe();
+}
+
+void Barrier::Unsubscribe() {
     if (subscription_ != 0) {
         TORVEL_MW::ISectionManager::Instance()->Unsubscribe(subscription_);
+        subscription_ = 0;
     }
 }
 

@@ -67,9 +67,11 @@ struct MultiplexScanner::Impl {
             pass->Unsubscribe();
         }
         const bool isServed = barrier->Works() && !pass->OutOfIds();
+        // Should somebody else in this process answer barriers too, this one's may still be queued.
+        barrier->Unsubscribe();
+        KeepForever(std::move(barrier));
         if (end.reason == tvservice::InputEnd::kInterrupted) {
             KeepForever(std::move(pass));
-            KeepForever(std::move(barrier));
             if (isOurs) {
                 end.reason = tvservice::InputEnd::kEndOfInput;
             }
