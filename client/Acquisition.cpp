@@ -103,7 +103,8 @@ bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
         const auto nextLook = std::chrono::steady_clock::now() + kBetweenLooks;
         Multiplex found;
         Fill(found);
-        if (found.missing.empty()) {
+        // News that never end must not carry the wait past its time.
+        if (found.missing.empty() || std::chrono::steady_clock::now() >= deadline) {
             return true;
         }
         std::unique_lock<std::mutex> lock(mutex_);
