@@ -4,6 +4,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 mapfile -t sources < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
+if [ ${#sources[@]} -eq 0 ]; then
+    echo "check: git lists no sources here" >&2
+    exit 1
+fi
 
 echo "check: format"
 clang-format --dry-run --Werror "${sources[@]}"
