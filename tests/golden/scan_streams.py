@@ -1,8 +1,13 @@
 """Streams as the tool is to scan them."""
 
 import json
+import pathlib
 import subprocess
+import sys
 import tempfile
+
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "support"))
+from watched import watched
 
 from scan_comparison import without_duplicates
 from scan_expectations import wanted_document
@@ -111,7 +116,7 @@ class Stream:
                 packets.flush()
                 path = packets.name
             done = subprocess.run([tool, "scan", "--format", "json", str(path)],
-                                  capture_output=True, timeout=600)
+                                  capture_output=True, env=watched(280))
         if done.returncode not in (0, 3):
             raise ValueError(f"exit status {done.returncode}: {done.stderr.decode()[-2000:]}")
         document = json.loads(done.stdout.decode(), object_pairs_hook=without_duplicates)

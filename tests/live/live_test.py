@@ -22,6 +22,10 @@ import sys
 import tempfile
 import time
 
+sys.dont_write_bytecode = True  # nothing is left in the checkout
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.realpath(__file__)), "..", "support"))
+from watched import watched
+
 BIT_RATE = 40_000_000
 DATAGRAM = 7 * 188
 PORT = 5004
@@ -83,7 +87,8 @@ class Receiver:
     def __init__(self, *arguments):
         self.begin = time.monotonic()
         self.output = tempfile.TemporaryFile()  # a pipe would hold it up when it is full
-        self.process = subprocess.Popen([TOOL, *arguments], stdout=self.output)
+        self.process = subprocess.Popen([TOOL, *arguments], stdout=self.output,
+                                        env=watched(ARGUMENTS.seconds + 40))
 
     def end(self, ask=False):
         """Its document; status, seconds and megabytes are then known."""
@@ -100,7 +105,6 @@ class Receiver:
 def schema_faults(documents):
     """What is wrong with documents. It imports only now what makes this script large: the largest
     size of a process is told from before its exec on, when it was as large as this script."""
-    sys.dont_write_bytecode = True  # nothing is left in the checkout
     sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "golden"))
     import scan_comparison
     return [fault for document in documents for fault in scan_comparison.faults(document)]

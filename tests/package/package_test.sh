@@ -55,7 +55,8 @@ check() {
     local program printed
     for program in "${programs[@]}"; do
         program=$1/$(basename "$program" .cpp)
-        printed=$(LD_LIBRARY_PATH=$lib "$program" "$work/demo.ts") ||
+        printed=$(LD_LIBRARY_PATH=$lib LD_PRELOAD=${TORVELSI_WATCHDOG:-} TORVELSI_TEST_LIMIT=50 \
+            "$program" "$work/demo.ts") ||
             fail "$program ended with status $?"
         if [ "$(basename "$program")" = pat_programs ]; then
             [ "$printed" = "$(cat "$work/expected")" ] || fail "$program printed: $printed"

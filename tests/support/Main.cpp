@@ -2,7 +2,7 @@
 //
 // It leaves by _Exit: a process that used the section manager would end through the termination
 // handler if it returned from main. What normally happens at exit is therefore done here: output
-// flushed, coverage written, leaks looked for.
+// flushed, leaks looked for.
 
 #include <gtest/gtest.h>
 
@@ -23,19 +23,12 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-#if defined(TORVELSI_COVERAGE)
-extern "C" void __gcov_dump(void);
-#endif
-
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     testsupport::WatchTests();
     const int result = RUN_ALL_TESTS();
     std::cout.flush();
     std::fflush(nullptr);
-#if defined(TORVELSI_COVERAGE)
-    __gcov_dump();
-#endif
 #if defined(TORVEL_LEAK_CHECK)
     __lsan_do_leak_check();  // ends the process with a status of its own when it finds one
 #endif

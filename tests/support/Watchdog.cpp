@@ -1,82 +1,13 @@
 #include "tests/support/Watchdog.h"
 
-#include <dirent.h>
-#include <execinfo.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <cstring>
+#include "tests/support/ThreadStacks.h"
 
 namespace testsupport {
 
 namespace {
-
-std::atomic<bool> s_isWritten{false};
-
-void Write(const char* text) {
-    if (::write(STDERR_FILENO, text, std::strlen(text)) < 0) {
-        return;  // nobody is left to tell
-    }
-}
-
-void WriteNumber(long number) {
-    char digits[24];
-    char* at = digits + sizeof digits;
-    *--at = '\0';
-    for (; number > 0 || *at == '\0'; number /= 10) {
-        *--at = static_cast<char>('0' + number % 10);
-    }
-    Write(at);
-}
-
-// On each thread in turn.
-void WriteStack(int) {
-    void* frames[64];
-    const int count = ::backtrace(frames, 64);
-    Write("\n--- thread ");
-    WriteNumber(::syscall(SYS_gettid));
-    Write("\n");
-    ::backtrace_symbols_fd(frames, count, STDERR_FILENO);
-    s_isWritten = true;
-}
-
-void WriteStackOf(long thread) {
-    if (thread == 0 || thread == ::syscall(SYS_gettid)) {
-        return;
-    }
-    s_isWritten = false;
-    ::syscall(SYS_tgkill, ::getpid(), thread, SIGUSR2);
-    for (int i = 0; i < 200 && !s_isWritten; ++i) {
-        ::usleep(10'000);
-    }
-    if (!s_isWritten) {
-        Write("\n--- thread ");
-        WriteNumber(thread);
-        Write(" does not answer\n");
-    }
-}
-
-void OnLimit(int) {
-    Write("\nThe test has not come to its end in time. Its threads:\n");
-    WriteStack(0);
-    // Not by opendir, which allocates: the test may hang in there.
-    const int tasks = ::open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    alignas(dirent64) char entries[4096];
-    for (long size = 1; size > 0;) {
-        size = ::syscall(SYS_getdents64, tasks, entries, sizeof entries);
-        for (long at = 0; at < size;) {
-            const auto* const task = reinterpret_cast<const dirent64*>(entries + at);
-            WriteStackOf(std::strtol(task->d_name, nullptr, 10));
-            at += task->d_reclen;
-        }
-    }
-    std::abort();
-}
 
 class Watchdog final : public testing::EmptyTestEventListener {
   public:
@@ -91,20 +22,11 @@ class Watchdog final : public testing::EmptyTestEventListener {
 }  // namespace
 
 void WatchTests() {
-    const char* const limit = std::getenv("TORVELSI_TEST_LIMIT");
-    const unsigned long seconds = limit == nullptr ? 0 : std::strtoul(limit, nullptr, 10);
-    if (seconds == 0) {
-        return;
+    const unsigned seconds = SecondsOfTestLimit();
+    if (seconds != 0) {
+        WriteStacksOnAlarm();
+        testing::UnitTest::GetInstance()->listeners().Append(new Watchdog(seconds));
     }
-    void* frame = nullptr;
-    ::backtrace(&frame, 1);  // loads what it needs while nothing is amiss
-    struct sigaction action {};
-    action.sa_handler = WriteStack;
-    ::sigaction(SIGUSR2, &action, nullptr);
-    action.sa_handler = OnLimit;
-    ::sigaction(SIGALRM, &action, nullptr);
-    testing::UnitTest::GetInstance()->listeners().Append(
-        new Watchdog(static_cast<unsigned>(seconds)));
 }
 
 }  // namespace testsupport

@@ -6,7 +6,7 @@ namespace testsupport {
 // stderr, and its process ends by SIGABRT. The limit is TORVELSI_TEST_LIMIT seconds of the
 // environment for each test, which ctest sets below its own; without it there is none.
 //
-// Between tests nothing is watched. Uses SIGALRM and SIGUSR2, and no thread of its own.
+// Between tests nothing is watched. Uses SIGALRM and SIGUSR2 (ThreadStacks.h).
 void WatchTests();
 
 }  // namespace testsupport

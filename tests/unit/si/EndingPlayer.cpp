@@ -13,6 +13,7 @@
 #include "SI/Include/ISectionManager.h"
 #include "generator/Scenarios.h"
 #include "softplatform/service/SoftwarePlatform.h"
+#include "tests/support/ThreadStacks.h"
 
 namespace {
 
@@ -56,6 +57,7 @@ bool Play() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    testsupport::WriteStacksOnAlarm();
     const std::string way = argc > 1 ? argv[1] : "";
     tvservice::SetLogPriority(7);
     Subscribe();

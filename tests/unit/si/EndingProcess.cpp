@@ -15,6 +15,7 @@
 
 #include "SI/Include/ISectionManager.h"
 #include "SI/SectionFilter/Korvo/Src/KorvoSectionManager.h"
+#include "tests/support/ThreadStacks.h"
 #include "tests/unit/si/Call.h"
 
 namespace {
@@ -50,6 +51,7 @@ void WaitUntilTheOthersWait() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    testsupport::WriteStacksOnAlarm();
     const std::string way = argc > 1 ? argv[1] : "";
     ISectionManager* const manager = ISectionManager::Instance();
     if (way == "immediately") {

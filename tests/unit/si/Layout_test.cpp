@@ -9,9 +9,14 @@
 #include "SI/Include/ISectionManager.h"
 #include "SI/Include/ISectionObserver.h"
 #include "SI/Include/ISectionParser.h"
+#include "platform/IDescriptorContainer.h"
 #include "platform/ISectionSubscriber.h"
+#include "platform/TCBaseDesc.h"
+#include "platform/TCBaseSection.h"
+#include "platform/TCDescExtension.h"
 #include "platform/TCSectionCriteriaHelper.h"
 #include "platform/TCSectionFilterCriteriaHelper.h"
+#include "platform/TCSectionParser.h"
 #include "tests/unit/si/Slot.h"
 
 namespace {
@@ -60,6 +65,31 @@ TEST(Layout, SubscribersThreeCallsHaveTheFirstSlots) {
     EXPECT_EQ(Slot(&ISectionSubscriber::SubscribeFilter), 1);
     EXPECT_EQ(Slot(&ISectionSubscriber::Unsubscribe), 2);
     EXPECT_FALSE(std::has_virtual_destructor_v<ISectionSubscriber>);
+}
+
+TEST(Layout, WhatThePlatformsParsersAreMadeOf) {
+    EXPECT_TRUE(std::has_virtual_destructor_v<TCSectionParser>);
+    EXPECT_EQ(Slot(&TCSectionParser::Parse), kDestructorSlots);
+    EXPECT_EQ(Slot(&TCSectionParser::Reset), kDestructorSlots + 1);
+    EXPECT_TRUE(std::has_virtual_destructor_v<IDescriptorContainer>);
+    EXPECT_EQ(Slot(&IDescriptorContainer::NumOfDescriptors), kDestructorSlots);
+    EXPECT_EQ(Slot(&IDescriptorContainer::Descriptor), kDestructorSlots + 1);
+    EXPECT_FALSE(std::is_polymorphic_v<TCBaseSection>);
+}
+
+TEST(Layout, ThePlatformsDescriptors) {
+    struct Inside : TCBaseDesc {
+        static std::ptrdiff_t DecodeSlot() { return Slot(&Inside::Decode); }
+    };
+    EXPECT_TRUE(std::has_virtual_destructor_v<TCBaseDesc>);
+    EXPECT_EQ(Slot(&TCBaseDesc::Tag), kDestructorSlots);
+    EXPECT_EQ(Slot(&TCBaseDesc::Fork), kDestructorSlots + 1);
+    EXPECT_EQ(Inside::DecodeSlot(), kDestructorSlots + 2);
+    EXPECT_EQ(Slot(&TCDescExtension::Tag), kDestructorSlots);
+    EXPECT_EQ(Slot(&TCDescExtension::Fork), kDestructorSlots + 1);
+    // What a descriptor is beside its virtual table: one pointer, and one more a class below.
+    EXPECT_EQ(sizeof(TCBaseDesc), 2 * sizeof(void*));
+    EXPECT_EQ(sizeof(TCDescExtension), 3 * sizeof(void*));
 }
 
 TEST(Layout, CriteriaFieldsStandInOrder) {

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -54,7 +55,16 @@ struct Ending {
     int status = 0;
     bool inTime = false;
     std::string output;
+    std::string errors;
 };
+
+/// What the file holds, from its start.
+std::string Contents(int file) {
+    std::string contents(65536, '\0');
+    const ssize_t size = pread(file, contents.data(), contents.size(), 0);
+    contents.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return contents;
+}
 
 Ending RunProcess(const std::string& program, const std::string& way, int seconds = 1) {
     int output[2];
@@ -62,7 +72,8 @@ Ending RunProcess(const std::string& program, const std::string& way, int second
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    const int errors = memfd_create("errors", MFD_CLOEXEC);
+    posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
     std::vector<std::string> words = Command(program);
     words.push_back(way);
     std::vector<char*> arguments;
@@ -82,9 +93,14 @@ Ending RunProcess(const std::string& program, const std::string& way, int second
     Ending ending;
     ending.inTime = poll(&ended, 1, 1000 * seconds * kPatienceFactor) == 1;
     if (!ending.inTime) {
+        kill(child, SIGALRM);  // it writes its stacks
+        constexpr int kSecondsToWrite = 20;
+        poll(&ended, 1, 1000 * kSecondsToWrite);
         kill(child, SIGKILL);
     }
     waitpid(child, &ending.status, 0);
+    ending.errors = Contents(errors);
+    close(errors);
     char buffer[100];
     const ssize_t size = read(output[0], buffer, sizeof(buffer));
     ending.output.assign(buffer, size > 0 ? static_cast<std::size_t>(size) : 0);
@@ -135,7 +151,7 @@ class ProcessExit : public testing::TestWithParam<std::string> {};
 
 TEST_P(ProcessExit, EndsThroughTheTerminationHandlerWithinASecond) {
     for (const Ending& ending : RunUnderLoad(kProcessesPerWay, ENDING_PROCESS, GetParam())) {
-        EXPECT_TRUE(ending.inTime);
+        EXPECT_TRUE(ending.inTime) << ending.errors;
         EXPECT_TRUE(WIFSIGNALED(ending.status));
         EXPECT_EQ(WTERMSIG(ending.status), SIGABRT);
     }
@@ -148,12 +164,11 @@ INSTANTIATE_TEST_SUITE_P(Ways, ProcessExit,
                          TestName);
 
 TEST(ProcessExitQuick, LeavesWithItsOwnStatusAfterFlushing) {
-    for (std::size_t n = 0; n < kProcessesPerWay; ++n) {
-        const Ending ending = RunProcess(ENDING_PROCESS, "quick-exit");
-        ASSERT_TRUE(ending.inTime);
-        ASSERT_TRUE(WIFEXITED(ending.status));
-        ASSERT_EQ(WEXITSTATUS(ending.status), 0);
-        ASSERT_EQ(ending.output, "flushed");
+    for (const Ending& ending : RunUnderLoad(kProcessesPerWay, ENDING_PROCESS, "quick-exit")) {
+        EXPECT_TRUE(ending.inTime) << ending.errors;
+        EXPECT_TRUE(WIFEXITED(ending.status));
+        EXPECT_EQ(WEXITSTATUS(ending.status), 0);
+        EXPECT_EQ(ending.output, "flushed");
     }
 }
 
@@ -167,7 +182,7 @@ class PlayingProcessExit : public testing::TestWithParam<std::string> {};
 
 TEST_P(PlayingProcessExit, EndsThroughTheTerminationHandlerWhileSectionsArrive) {
     for (const Ending& ending : RunPlayers(GetParam())) {
-        EXPECT_TRUE(ending.inTime);
+        EXPECT_TRUE(ending.inTime) << ending.errors;
         EXPECT_EQ(ending.output, "sss");
         EXPECT_TRUE(WIFSIGNALED(ending.status));
         EXPECT_EQ(WTERMSIG(ending.status), SIGABRT);
@@ -181,7 +196,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, PlayingProcessExit,
 
 void ExpectStatus(const std::vector<Ending>& endings, int status) {
     for (const Ending& ending : endings) {
-        EXPECT_TRUE(ending.inTime);
+        EXPECT_TRUE(ending.inTime) << ending.errors;
         EXPECT_EQ(ending.output, "sss");
         EXPECT_TRUE(WIFEXITED(ending.status));
         EXPECT_EQ(WEXITSTATUS(ending.status), status);
