@@ -101,13 +101,16 @@ bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
     unsigned long seen = 0;
     for (;;) {
         const auto nextLook = std::chrono::steady_clock::now() + kBetweenLooks;
-        Multiplex found;
-        Fill(found);
-        // News that never end must not carry the wait past its time.
-        if (found.missing.empty() || std::chrono::steady_clock::now() >= deadline) {
+        Multiplex found = Look();
+        std::unique_lock<std::mutex> lock(mutex_);
+        if (found.missing.empty()) {
+            complete_ = std::move(found);
             return true;
         }
-        std::unique_lock<std::mutex> lock(mutex_);
+        // News that never end must not carry the wait past its time.
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return true;
+        }
         if (!changed_.wait_until(lock, deadline, [&] { return released_ || news_ != seen; })) {
             return true;
         }
@@ -172,59 +175,91 @@ bool Acquisition::OutOfIds() const {
     return outOfIds_;
 }
 
-void Acquisition::Fill(Multiplex& multiplex) const {
-    std::vector<std::string>& missing = multiplex.missing;
-    const auto& platform = tvservice::SoftwarePlatform::Instance();
-
-    const auto pats = pats_.Whole();
-    bool hasCa = platform.Counter("scrambled_packets") > 0;
-    if (pats.empty()) {
-        missing.emplace_back("pat");
-    } else {
-        multiplex.pat = pats.begin()->second;
-        const auto pmts = pmts_.Whole();
-        for (const PatProgram& program : multiplex.pat->programs) {
-            const auto found = pmts.find({static_cast<unsigned int>(program.pmtPid),
-                                          static_cast<unsigned int>(program.programNumber)});
-            if (found == pmts.end()) {
-                missing.push_back("pmt " + std::to_string(program.programNumber));
-            } else {
-                hasCa |= found->second.hasCaDescriptor;
-                multiplex.programs.push_back(found->second);
-            }
+Multiplex Acquisition::Found() const {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (complete_) {
+            return *complete_;
         }
     }
+    return Look();
+}
 
+Multiplex Acquisition::Look() const {
+    Multiplex multiplex;
+    FillPrograms(multiplex);
+    FillConditionalAccess(multiplex);
+    FillServices(multiplex);
+    FillNetworks(multiplex);
+    FillBouquets(multiplex);
+    FillEvents(multiplex);
+    return multiplex;
+}
+
+void Acquisition::FillPrograms(Multiplex& multiplex) const {
+    const auto pats = pats_.Whole();
+    if (pats.empty()) {
+        multiplex.missing.emplace_back("pat");
+        return;
+    }
+    multiplex.pat = pats.begin()->second;
+    const auto pmts = pmts_.Whole();
+    for (const PatProgram& program : multiplex.pat->programs) {
+        const auto found = pmts.find({static_cast<unsigned int>(program.pmtPid),
+                                      static_cast<unsigned int>(program.programNumber)});
+        if (found == pmts.end()) {
+            multiplex.missing.push_back("pmt " + std::to_string(program.programNumber));
+        } else {
+            multiplex.programs.push_back(found->second);
+        }
+    }
+}
+
+void Acquisition::FillConditionalAccess(Multiplex& multiplex) const {
     const auto cats = cats_.Whole();
     if (!cats.empty()) {
         multiplex.caSystemIds = cats.begin()->second;
-    } else if (hasCa) {
-        missing.emplace_back("cat");
+        return;
     }
+    const bool scrambled = tvservice::SoftwarePlatform::Instance().Counter("scrambled_packets") > 0;
+    if (scrambled || std::any_of(multiplex.programs.begin(), multiplex.programs.end(),
+                                 [](const Program& program) { return program.hasCaDescriptor; })) {
+        multiplex.missing.emplace_back("cat");
+    }
+}
 
-    // The own transport stream's, should there be others under the same table_id.
+void Acquisition::FillServices(Multiplex& multiplex) const {
+    // The own transport stream's, should there be others under the same table_id; where none of it
+    // came, as behind a multiplexer that renumbers only the PAT, what says that it is the actual.
     const auto sdts = sdts_.Whole();
-    const auto own = std::find_if(sdts.begin(), sdts.end(), [&multiplex](const auto& sdt) {
-        return multiplex.pat && sdt.first.second == multiplex.pat->transportStreamId;
-    });
-    if (sdts.empty()) {
-        missing.emplace_back("sdt");
-    } else {
-        multiplex.services = (own != sdts.end() ? own : sdts.begin())->second;
-        std::stable_sort(
-            multiplex.services.begin(), multiplex.services.end(),
-            [](const Service& a, const Service& b) { return a.serviceId < b.serviceId; });
+    const auto begun = sdts_.Begun();
+    const auto isOwn = [&multiplex](unsigned int tsid) {
+        return multiplex.pat && tsid == multiplex.pat->transportStreamId;
+    };
+    const auto own = std::find_if(sdts.begin(), sdts.end(),
+                                  [&isOwn](const auto& sdt) { return isOwn(sdt.first.second); });
+    if (own == sdts.end() &&
+        (sdts.empty() || std::any_of(begun.begin(), begun.end(),
+                                     [&isOwn](const auto& key) { return isOwn(key.second); }))) {
+        multiplex.missing.emplace_back("sdt");
+        return;
     }
+    multiplex.services = (own != sdts.end() ? own : sdts.begin())->second;
+    std::stable_sort(multiplex.services.begin(), multiplex.services.end(),
+                     [](const Service& a, const Service& b) { return a.serviceId < b.serviceId; });
+}
 
+void Acquisition::FillNetworks(Multiplex& multiplex) const {
     const auto actualNits = actualNits_.Whole();
-    const bool needsNit = (multiplex.pat && multiplex.pat->networkPid) || platform.Seen(kNitPid);
+    const bool needsNit = (multiplex.pat && multiplex.pat->networkPid) ||
+                          tvservice::SoftwarePlatform::Instance().Seen(kNitPid);
     if (actualNits.empty() && actualNits_.Begun().empty() && needsNit) {
-        missing.emplace_back("nit");
+        multiplex.missing.emplace_back("nit");
     }
-    NameUnfinished(actualNits_, "nit ", missing);
-    NameUnfinished(otherNits_, "nit other ", missing);
+    NameUnfinished(actualNits_, "nit ", multiplex.missing);
+    NameUnfinished(otherNits_, "nit other ", multiplex.missing);
     if (WasRefused(kNitOtherTableId) && otherNits_.Begun().empty()) {
-        missing.emplace_back("nit other");
+        multiplex.missing.emplace_back("nit other");
     }
     for (const auto& network : actualNits) {
         multiplex.networks.push_back(network.second);
@@ -234,21 +269,25 @@ void Acquisition::Fill(Multiplex& multiplex) const {
     }
     std::stable_sort(multiplex.networks.begin(), multiplex.networks.end(),
                      [](const Network& a, const Network& b) { return a.networkId < b.networkId; });
+}
 
-    NameUnfinished(bats_, "bat ", missing);
+void Acquisition::FillBouquets(Multiplex& multiplex) const {
+    NameUnfinished(bats_, "bat ", multiplex.missing);
     if (WasRefused(kBatTableId) && bats_.Begun().empty()) {
-        missing.emplace_back("bat");
+        multiplex.missing.emplace_back("bat");
     }
     for (const auto& bouquet : bats_.Whole()) {
         multiplex.bouquets.push_back(bouquet.second);
     }
+}
 
+void Acquisition::FillEvents(Multiplex& multiplex) const {
     const auto eits = eits_.Whole();
     for (const Service& service : multiplex.services) {
         if (service.hasPresentFollowing &&
             eits.count({service.originalNetworkId, service.transportStreamId, service.serviceId}) ==
                 0) {
-            missing.push_back("eit " + std::to_string(service.serviceId));
+            multiplex.missing.push_back("eit " + std::to_string(service.serviceId));
         }
     }
     for (const auto& eit : eits) {

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -45,11 +46,12 @@ class Acquisition {
     bool OutOfIds() const;
 
     /// Waits until nothing is missing or `timeout` has passed, and answers true; false as soon as
-    /// Unsubscribe is called before.
+    /// Unsubscribe is called before. Once nothing is missing, that is the result, whatever comes
+    /// behind it.
     bool WaitUntilComplete(std::chrono::milliseconds timeout);
 
-    /// Puts what was found into `multiplex`, and what is missing.
-    void Fill(Multiplex& multiplex) const;
+    /// The tables that were found, and what is missing.
+    Multiplex Found() const;
 
   private:
     void OnPat(const Pat& pat);
@@ -58,6 +60,13 @@ class Acquisition {
     void FilterPmt(int pid);
     void FilterNit(int pid);
     bool WasRefused(unsigned int tableId) const;
+    Multiplex Look() const;
+    void FillPrograms(Multiplex& multiplex) const;
+    void FillConditionalAccess(Multiplex& multiplex) const;  // after the programs
+    void FillServices(Multiplex& multiplex) const;           // after the PAT
+    void FillNetworks(Multiplex& multiplex) const;           // after the PAT
+    void FillBouquets(Multiplex& multiplex) const;
+    void FillEvents(Multiplex& multiplex) const;  // after the services
 
     const Extent extent_;
     SubTableReader<PatTable> pats_;
@@ -70,6 +79,7 @@ class Acquisition {
     SubTableReader<BatTable> bats_;
 
     mutable std::mutex mutex_;
+    std::optional<Multiplex> complete_;        // guarded by mutex_; what WaitUntilComplete saw
     std::set<int> pmtPids_;                    // guarded by mutex_; every PMT PID that a PAT named
     std::set<int> nitPids_;                    // guarded by mutex_
     std::vector<unsigned int> subscriptions_;  // guarded by mutex_

@@ -66,6 +66,9 @@ struct Carousel {
 struct SsuStream {
     unsigned int pid;
     std::vector<SsuOffer> offers;
+    bool operator==(const SsuStream& other) const {
+        return pid == other.pid && offers == other.offers;
+    }
 };
 
 /// The last complete current PMT of one program.

@@ -33,8 +33,8 @@ struct MultiplexScanner::Impl {
     // One pass; `earlier` may be null. With a `timeout` it ends when that has passed or all is
     // complete.
     tvservice::InputEnd Pass(const tvservice::SourcePtr& source,
-                             tvservice::PlayOptions::Reading reading, Acquisition::Extent extent,
-                             const Acquisition* earlier,
+                             tvservice::PlayOptions::Reading reading, Barrier& barrier,
+                             Acquisition::Extent extent, const Acquisition* earlier,
                              std::optional<std::chrono::milliseconds> timeout = {}) {
         auto pass = std::make_shared<Acquisition>(extent);
         {
@@ -42,7 +42,6 @@ struct MultiplexScanner::Impl {
             acquisition = pass;
             ++passes;
         }
-        auto barrier = std::make_shared<Barrier>();
         pass->Subscribe(earlier);
         tvservice::PlayOptions options;
         options.reading = reading;
@@ -50,7 +49,7 @@ struct MultiplexScanner::Impl {
         tvservice::InputEnd end{tvservice::InputEnd::kFailed,
                                 tvservice::Describe(*source).name + ": cannot be played"};
         bool isOurs = false;
-        if (barrier->Works() && !pass->OutOfIds() && platform.Play(source, options)) {
+        if (barrier.Works() && !pass->OutOfIds() && platform.Play(source, options)) {
             std::thread watch;
             if (timeout) {
                 watch = std::thread([&] {
@@ -66,10 +65,7 @@ struct MultiplexScanner::Impl {
         } else {
             pass->Unsubscribe();
         }
-        const bool isServed = barrier->Works() && !pass->OutOfIds();
-        // Should somebody else in this process answer barriers too, this one's may still be queued.
-        barrier->Unsubscribe();
-        KeepForever(std::move(barrier));
+        const bool isServed = barrier.Works() && !pass->OutOfIds();
         if (end.reason == tvservice::InputEnd::kInterrupted) {
             KeepForever(std::move(pass));
             if (isOurs) {
@@ -83,6 +79,38 @@ struct MultiplexScanner::Impl {
         }
         return end;
     }
+
+    tvservice::InputEnd Scan(const tvservice::SourcePtr& source, std::chrono::milliseconds timeout,
+                             Barrier& barrier) {
+        using tvservice::PlayOptions;
+        const tvservice::SourceInfo info = tvservice::Describe(*source);
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            uri = info.name;
+            passes = 0;
+        }
+        if (info.live) {
+            // What can be rewound waits for its reader, and may hold a PMT but once: there, as in a
+            // pipe, the filters that a PAT asks for must be in force from the next packet on.
+            const auto reading =
+                info.rewindable ? PlayOptions::kLockStep : PlayOptions::kFreeRunning;
+            return Pass(source, reading, barrier, Acquisition::kAll, nullptr, timeout);
+        }
+        if (!info.rewindable) {
+            return Pass(source, PlayOptions::kLockStep, barrier, Acquisition::kAll, nullptr);
+        }
+        tvservice::InputEnd end =
+            Pass(source, PlayOptions::kFreeRunning, barrier, Acquisition::kPatOnly, nullptr);
+        if (end.reason != tvservice::InputEnd::kEndOfInput) {
+            return end;
+        }
+        std::shared_ptr<Acquisition> first;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            first = acquisition;
+        }
+        return Pass(source, PlayOptions::kFreeRunning, barrier, Acquisition::kAll, first.get());
+    }
 };
 
 MultiplexScanner::MultiplexScanner() : impl_(std::make_unique<Impl>()) {}
@@ -91,34 +119,13 @@ MultiplexScanner::~MultiplexScanner() = default;
 
 tvservice::InputEnd MultiplexScanner::Scan(const tvservice::SourcePtr& source,
                                            std::chrono::milliseconds timeout) {
-    const tvservice::SourceInfo info = tvservice::Describe(*source);
-    {
-        std::lock_guard<std::mutex> lock(impl_->mutex);
-        impl_->uri = info.name;
-        impl_->passes = 0;
-    }
-    if (info.live) {
-        // What can be rewound waits for its reader, and may hold a PMT but once: there, as in a
-        // pipe, the filters that a PAT asks for must be in force from the next packet on.
-        const auto reading = info.rewindable ? tvservice::PlayOptions::kLockStep
-                                             : tvservice::PlayOptions::kFreeRunning;
-        return impl_->Pass(source, reading, Acquisition::kAll, nullptr, timeout);
-    }
-    if (!info.rewindable) {
-        return impl_->Pass(source, tvservice::PlayOptions::kLockStep, Acquisition::kAll, nullptr);
-    }
-    tvservice::InputEnd end =
-        impl_->Pass(source, tvservice::PlayOptions::kFreeRunning, Acquisition::kPatOnly, nullptr);
-    if (end.reason != tvservice::InputEnd::kEndOfInput) {
-        return end;
-    }
-    std::shared_ptr<Acquisition> first;
-    {
-        std::lock_guard<std::mutex> lock(impl_->mutex);
-        first = impl_->acquisition;
-    }
-    return impl_->Pass(source, tvservice::PlayOptions::kFreeRunning, Acquisition::kAll,
-                       first.get());
+    // One for all passes: there is no moment at which two have a filter.
+    auto barrier = std::make_shared<Barrier>();
+    tvservice::InputEnd end = impl_->Scan(source, timeout, *barrier);
+    barrier->Unsubscribe();
+    // Should somebody else in this process answer barriers too, this one's may still be queued.
+    KeepForever(std::move(barrier));
+    return end;
 }
 
 int MultiplexScanner::Pass() const {
@@ -128,21 +135,20 @@ int MultiplexScanner::Pass() const {
 
 Multiplex MultiplexScanner::Result() const {
     const tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
-    Multiplex result;
+    std::string uri;
     std::shared_ptr<Acquisition> acquisition;
     {
         std::lock_guard<std::mutex> lock(impl_->mutex);
-        result.input.uri = impl_->uri;
+        uri = impl_->uri;
         acquisition = impl_->acquisition;
     }
+    Multiplex result = acquisition ? acquisition->Found() : Multiplex();
+    result.input.uri = uri;
     result.input.packetSize = platform.PacketSize();
     result.input.packets = platform.Counter("packets");
     result.input.bytes = platform.Counter("bytes");
     result.counters = platform.Counters();
     result.faults = platform.FaultCounts();
-    if (acquisition) {
-        acquisition->Fill(result);
-    }
     result.complete = result.missing.empty();
     return result;
 }

@@ -1,8 +1,10 @@
 #include "client/PmtTable.h"
 
+#include <algorithm>
 #include <list>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "client/Records.h"
 #include "client/SubTableReader.h"
@@ -88,7 +90,11 @@ bool PmtTable::Take(unsigned short pid, unsigned char* data, Snapshot& program) 
     for (const auto& info : infos) {
         unsigned short ssuPid = 0;
         info->GetPID(ssuPid);
-        program.ssu.push_back({ssuPid, OffersOf(*info)});
+        SsuStream ssu{ssuPid, OffersOf(*info)};
+        // Each section of a PMT brings the offers of those before it again.
+        if (std::find(program.ssu.begin(), program.ssu.end(), ssu) == program.ssu.end()) {
+            program.ssu.push_back(std::move(ssu));
+        }
     }
     return true;
 }

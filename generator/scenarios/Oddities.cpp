@@ -26,8 +26,9 @@ struct OddTable {
 
 // No programme 0; 11590 stands for a map that calls itself 11690; 21 and 22 share a PID.
 OddTable OddPat() {
-    return {0x0000, MakePat(kTransportStream, {{11590, 0x0500}, {21, 0x0510}, {22, 0x0510}},
-                            {.version_number = 2})};
+    return {0x0000,
+            MakePat(kTransportStream, {{11590, 0x0500}, {21, 0x0510}, {22, 0x0510}, {31, 0x0530}},
+                    {.version_number = 2})};
 }
 
 OddTable MislabelledMap() {
@@ -46,16 +47,21 @@ OddTable SharedMaps() {
     return {0x0510, {first[0], second[0]}};
 }
 
-// A T2 delivery descriptor of every descriptor_length from 4 to that of two full cells, each for a
-// transport stream of its own: most lengths end inside a field.
+// A T2 delivery descriptor of every descriptor_length from 4 to the longest, each for a transport
+// stream of its own: most lengths end inside a field.
 std::vector<MuxEntry> CutT2Deliveries() {
-    const Bytes body =
-        T2DeliveryBody({.plp_id = 7,
+    constexpr std::size_t kLongestBody = 254;  // and descriptor_tag_extension
+    T2Delivery delivery{.plp_id = 7,
                         .T2_system_id = 0x0650,
                         .bandwidth = 1,
                         .tfs_flag = true,
                         .cells = {{0x0001, {47400000, 48200000}, {{1, 49000000}}},
-                                  {0x0002, {50600000}, {{2, 51400000}, {3, 52200000}}}}});
+                                  {0x0002, {50600000}, {{2, 51400000}, {3, 52200000}}}}};
+    for (std::uint16_t cell = 3; cell < 9; ++cell) {
+        delivery.cells.push_back({cell, std::vector<std::uint32_t>(8, 53000000u + cell), {}});
+    }
+    Bytes body = T2DeliveryBody(delivery);
+    body.resize(kLongestBody);
     std::vector<MuxEntry> muxes;
     for (std::size_t length = 4; length <= body.size() + 1; ++length) {
         const Bytes cut(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length - 1));
@@ -66,11 +72,37 @@ std::vector<MuxEntry> CutT2Deliveries() {
     return muxes;
 }
 
+// What ISDB (ARIB STD-B10) puts where EN 300 468 has private descriptors: tags from 0xC0 on,
+// without a private data specifier.
+std::vector<Bytes> IsdbTransportStreamDescriptors() {
+    return {Descriptor(0xFA, {0x5A, 0x5C, 0x0D, 0x3F, 0x0D, 0x63}),  // terrestrial delivery
+            Descriptor(0xFB, {0x00, 0x1F}),                          // partial reception
+            Descriptor(0xCD, {0x04, 0x0D, 0x0E, 0x41, 0x42, 0xAF, 0x00, 0x1F}),  // TS information
+            Descriptor(0xC0, {0xF1, 0x05, 0x33})};  // hierarchical transmission
+}
+
+std::vector<Bytes> IsdbServiceDescriptors() {
+    return {ServiceDescriptor(0x01, "", "\x0E\x31\x1B\x7C\xA4\xCF"),
+            Descriptor(0xC1, {0x84}),                     // digital copy control
+            Descriptor(0xCF, {0x03, 0x21}),               // logo transmission
+            Descriptor(0xFF, {}), Descriptor(0xC7, {})};  // reserved, and one without a body
+}
+
+OddTable IsdbMap() {
+    return {0x0530, MakePmt({31,
+                             0x0531,
+                             {Descriptor(0xC1, {0x84}), Descriptor(0xFC, {0x00, 0x10, 0x7F})},
+                             {{0x02, 0x0531, {Descriptor(0xC8, {0x47})}},
+                              {0x0D, 0x0532, {Descriptor(0xFD, {0x00, 0x0C, 0x33, 0x3F})}}}})};
+}
+
 // Without a name, without a frequency, and with the T2 body where an encoder forgot the tag 0x7F.
 OddTable OddNit() {
-    MuxTable network{.id = kNetwork,
-                     .descriptors = {NetworkNameDescriptor("")},
-                     .transport_streams = CutT2Deliveries()};
+    MuxTable network{
+        .id = kNetwork,
+        .descriptors = {NetworkNameDescriptor(""),
+                        Descriptor(0xFE, {0x03, 0x01, 0x00})},  // ISDB's system management
+        .transport_streams = CutT2Deliveries()};
     const Bytes bareT2 =
         T2DeliveryBody({.plp_id = 1, .T2_system_id = 0x0651, .cells = {{0x0003, {54600000}}}});
     network.transport_streams.push_back(
@@ -80,6 +112,8 @@ OddTable OddNit() {
     network.transport_streams.push_back(
         {kOtherTransportStream, kOriginalNetwork, {Descriptor(0x04, bareT2)}});
     network.transport_streams.push_back({0x0652, kOriginalNetwork});
+    network.transport_streams.push_back(
+        {0x0653, kOriginalNetwork, IsdbTransportStreamDescriptors()});
     return {0x0010, MakeNit(Scope::kActual, network, {.version_number = 31})};
 }
 
@@ -116,12 +150,13 @@ Sections ManySections(Scope scope, std::uint16_t transport_stream_id, std::uint1
 }
 
 // 64 sections about this transport stream, the first of them with a service without names, a
-// service without descriptors, and one whose service descriptor is cut.
+// service without descriptors, one of ISDB, and one whose service descriptor is cut.
 OddTable LongSdt() {
     Sections sections = ManySections(Scope::kActual, kTransportStream, 64);
     Sdt odd{kTransportStream, kOriginalNetwork};
     odd.services = {{.service_id = 21, .descriptors = {ServiceDescriptor(0x01, "", "")}},
                     {.service_id = 22},
+                    {.service_id = 31, .descriptors = IsdbServiceDescriptors()},
                     {.service_id = 11590, .descriptors = {Descriptor(0x48, {0x01, 0x05, 'c'})}}};
     const Bytes first = MakeSdt(Scope::kActual, odd).front();
     // Its body again, as the first of 64.
@@ -141,9 +176,14 @@ OddTable OwnSdtAsOther() {
     return {0x0011, MakeSdt(Scope::kOther, sdt, {.version_number = 3})};
 }
 
-// Present: start_time and duration undefined (EN 300 468 5.2.4). Following: digits above nine.
+// Present: start_time and duration undefined (EN 300 468 5.2.4), and the audio component and data
+// content of ISDB. Following: digits above nine.
 OddTable OddEit() {
-    const auto section = [](std::uint8_t number, std::uint64_t start_time, std::uint32_t duration) {
+    const Bytes isdb =
+        Concat({Descriptor(0xC4, {0xF2, 0x03, 0x11, 0x0F, 0xFF, 0x4F, 'u', 'n', 'd'}),
+                Descriptor(0xC7, {0x00, 0x0C, 0x33, 0x00, 0x00, 'u', 'n', 'd', 0x00})});
+    const auto section = [](std::uint8_t number, std::uint64_t start_time, std::uint32_t duration,
+                            const Bytes& others) {
         return SectionBuilder(0x4E)
             .TableIdExtension(21)
             .Number(number, 1)
@@ -156,21 +196,27 @@ OddTable OddEit() {
             .U24(duration)
             .Bits(3, 0)
             .Bits(1, 0)
-            .Length12(ShortEventDescriptor("und", "", ""))
+            .Length12(Concat({ShortEventDescriptor("und", "", ""), others}))
             .Build();
     };
     return {0x0012,
-            {section(0, tvservice::kUndefinedTime, 0xFFFFFF), section(1, 0xF0001A2B3C, 0x9A7060)}};
+            {section(0, tvservice::kUndefinedTime, 0xFFFFFF, isdb),
+             section(1, 0xF0001A2B3C, 0x9A7060, {})}};
 }
 
 }  // namespace
 
 PacketList MakeOddities(std::uint64_t seed) {
     const std::vector<OddTable> tables{
-        OddPat(),        MislabelledMap(),
-        SharedMaps(),    OddNit(),
-        OddBat(),        LongSdt(),
-        OwnSdtAsOther(), {0x0011, ManySections(Scope::kOther, kOtherTransportStream, 256)},
+        OddPat(),
+        MislabelledMap(),
+        SharedMaps(),
+        IsdbMap(),
+        OddNit(),
+        OddBat(),
+        LongSdt(),
+        OwnSdtAsOther(),
+        {0x0011, ManySections(Scope::kOther, kOtherTransportStream, 256)},
         OddEit()};
     Random random(seed);
     TsWriter writer;

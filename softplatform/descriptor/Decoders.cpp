@@ -23,6 +23,7 @@
 #include "platform/TCDescStreamIdentifier.h"
 #include "platform/TCDescT2SystemDelivery.h"
 #include "platform/TCDescTerrestrialDeliverySystem.h"
+#include "softplatform/base/Counters.h"
 
 namespace tvservice {
 
@@ -79,6 +80,9 @@ const Decoder* Find(uint16_t tag) {
 std::unique_ptr<TCBaseDesc> Parsed(std::unique_ptr<TCBaseDesc> desc, ByteView descriptor) {
     // Parse takes what it only reads by a pointer to non-const.
     const int consumed = desc->Parse(const_cast<unsigned char*>(descriptor.data()));
+    if (consumed != desc->Length()) {
+        ReceiverCounters().AddShared(Counter::kMalformedDescriptors);
+    }
     return consumed == 0 ? nullptr : std::move(desc);
 }
 

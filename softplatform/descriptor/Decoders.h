@@ -18,7 +18,8 @@ constexpr bool HasExtensionClasses(uint8_t tableId) {
 uint16_t TagOf(ByteView descriptor, uint8_t tableId);
 
 // The descriptor as an object of its tag's class, from the table in Decoders.cpp. One whose tag is
-// not there, or whose fixed part does not fit its length, is plain: its bytes stay readable.
+// not there, or whose fixed part does not fit its length, is plain: its bytes stay readable. One
+// that its fields do not fill is counted (Counter::kMalformedDescriptors).
 std::unique_ptr<TCBaseDesc> DecodeDescriptor(ByteView descriptor, uint8_t tableId);
 
 }  // namespace tvservice

@@ -60,7 +60,7 @@ class World {
         document_.erase("input");
         document_.erase("counters");
         text_ = tool::ScanText(multiplex);
-        text_.erase(text_.find("\nCounters\n"));
+        text_.erase(text_.find("\nCounters ("));
         text_.erase(0, text_.find('\n') + 1);  // the input
         for (const tvservice::CounterValue& counter : multiplex.counters) {
             counters_[counter.name] = counter.value;
@@ -132,6 +132,14 @@ void ExpectGolden(const World& world, const std::string& scenario) {
 
 class HostileWorlds : public testing::TestWithParam<const char*> {
   protected:
+    // What is lost of a scenario however it comes: the descriptors of the oddities that are cut.
+    Counters Losses(Counters others = {}) const {
+        if (scenario_ == "oddities") {
+            others["malformed_descriptors"] = 246;
+        }
+        return others;
+    }
+
     const std::string scenario_ = GetParam();
 };
 
@@ -143,31 +151,31 @@ TEST_P(HostileWorlds, Whole) {
     }
     ExpectGolden(world, scenario_);
     ExpectGoldenText(world, scenario_);
-    EXPECT_EQ(world.Losses(), Counters());
+    EXPECT_EQ(world.Losses(), Losses());
 }
 
 TEST_P(HostileWorlds, ByteByByte) {
     const World world(generator::MakeScenario(scenario_), 1);
     ExpectGolden(world, scenario_);
-    EXPECT_EQ(world.Losses(), Counters());
+    EXPECT_EQ(world.Losses(), Losses());
 }
 
 TEST_P(HostileWorlds, InPiecesOf17Bytes) {
     const World world(generator::MakeScenario(scenario_), 17);
     ExpectGolden(world, scenario_);
-    EXPECT_EQ(world.Losses(), Counters());
+    EXPECT_EQ(world.Losses(), Losses());
 }
 
 TEST_P(HostileWorlds, In192BytePackets) {
     const World world(generator::Serialise(PacketsOf(scenario_), PacketFormat::k192));
     ExpectGolden(world, scenario_);
-    EXPECT_EQ(world.Losses(), Counters());
+    EXPECT_EQ(world.Losses(), Losses());
 }
 
 TEST_P(HostileWorlds, In204BytePackets) {
     const World world(generator::Serialise(PacketsOf(scenario_), PacketFormat::k204));
     ExpectGolden(world, scenario_);
-    EXPECT_EQ(world.Losses(), Counters());
+    EXPECT_EQ(world.Losses(), Losses());
 }
 
 TEST_P(HostileWorlds, AfterGarbage) {
@@ -176,7 +184,7 @@ TEST_P(HostileWorlds, AfterGarbage) {
     generator::PrependGarbage(bytes, random, 1000);
     const World world(bytes);
     ExpectGolden(world, scenario_);
-    EXPECT_EQ(world.Losses(), (Counters{{"skipped_bytes", 1000}}));
+    EXPECT_EQ(world.Losses(), Losses({{"skipped_bytes", 1000}}));
 }
 
 TEST_P(HostileWorlds, EveryPacketTwice) {
@@ -189,7 +197,7 @@ TEST_P(HostileWorlds, EveryPacketTwice) {
     const World world(generator::Serialise(twice));
     ExpectGolden(world, scenario_);
     EXPECT_GT(world.Count("duplicate_packets"), 0u);
-    EXPECT_EQ(world.Losses(), (Counters{{"duplicate_packets", world.Count("duplicate_packets")}}));
+    EXPECT_EQ(world.Losses(), Losses({{"duplicate_packets", world.Count("duplicate_packets")}}));
     const World once(generator::Serialise(packets));
     EXPECT_EQ(world.Count("sections"), once.Count("sections"));
 }

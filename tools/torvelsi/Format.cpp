@@ -15,6 +15,10 @@ std::string Id8(unsigned int value) {
     return fmt::format("{} (0x{:02X})", value, value);
 }
 
+std::string Id32(unsigned long value) {
+    return fmt::format("{} (0x{:08X})", value, value);
+}
+
 std::string Hex(const unsigned char* data, std::size_t size) {
     return fmt::format("{:02x}", fmt::join(data, data + size, ""));
 }
@@ -62,6 +66,10 @@ std::string CountersToText(const std::vector<tvservice::CounterValue>& counters)
         }
     }
     return text;
+}
+
+std::string Named(const std::string& name) {
+    return name.empty() ? "(empty name)" : Printable(name);
 }
 
 std::string Printable(const std::string& text) {

@@ -18,6 +18,9 @@ std::string Id16(unsigned int value);
 /// "66 (0x42)": the same for 8 bits.
 std::string Id8(unsigned int value);
 
+/// "66 (0x00000042)": the same for 32 bits.
+std::string Id32(unsigned long value);
+
 /// Bytes in lower-case hexadecimal, without blanks.
 std::string Hex(const unsigned char* data, std::size_t size);
 
@@ -38,5 +41,8 @@ std::string CountersToText(const std::vector<tvservice::CounterValue>& counters)
 
 /// Makes text of a stream or a path safe for a terminal: control bytes as \xNN.
 std::string Printable(const std::string& text);
+
+/// A name of a stream, `Printable`; one that is empty in words.
+std::string Named(const std::string& name);
 
 }  // namespace tool

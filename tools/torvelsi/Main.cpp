@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -51,9 +53,22 @@ int RunTool(int argc, char** argv) {
     return run();
 }
 
+/// A standard descriptor that is closed would be given to the next file that is opened. It is held
+/// by one for the other direction only, so that reading it, or writing it, fails.
+void HoldStandardDescriptors() {
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) < 0) {
+            // The lowest that is free: this one.
+            static_cast<void>(
+                ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    HoldStandardDescriptors();
     int status = tool::kUnreadable;
     try {
         status = RunTool(argc, argv);

@@ -95,7 +95,7 @@ void AddProgram(Page& page, const client::Program& program) {
             notes += fmt::format("  component {}", Id8(*stream.componentTag));
         }
         if (stream.carouselId) {
-            notes += fmt::format("  carousel 0x{:08X}", *stream.carouselId);
+            notes += "  carousel " + Id32(*stream.carouselId);
         }
         if (stream.isApplication) {
             notes += "  application signalling";
@@ -106,8 +106,7 @@ void AddProgram(Page& page, const client::Program& program) {
     }
     for (const client::Carousel& carousel : program.carousels) {
         page.Line("    carousel {} of component {} on PID {}",
-                  carousel.carouselId ? fmt::format("0x{:08X}", *carousel.carouselId)
-                                      : std::string("without an id"),
+                  carousel.carouselId ? Id32(*carousel.carouselId) : "without an id",
                   Id8(carousel.componentTag), Id16(carousel.pid));
     }
     for (const client::SsuStream& ssu : program.ssu) {
@@ -118,8 +117,8 @@ void AddProgram(Page& page, const client::Program& program) {
 
 void AddService(Page& page, const client::Service& service) {
     page.Line("  {:<16} {}  {}", Id16(service.serviceId),
-              service.name ? Printable(*service.name) : "(no name)",
-              service.provider ? "by " + Printable(*service.provider) : "");
+              service.name ? Named(*service.name) : "(no name)",
+              service.provider ? "by " + Named(*service.provider) : "");
     page.Line("    {}, {}, {}",
               service.serviceType ? ServiceTypeMeaning(*service.serviceType) : "of unknown type",
               RunningStatusMeaning(service.runningStatus),
@@ -137,7 +136,7 @@ void AddEvent(Page& page, const client::Event& event) {
               RunningStatusMeaning(event.runningStatus));
     page.Line("    {}", Place(event.originalNetworkId, event.transportStreamId));
     if (event.name) {
-        page.Line("    {}  ({})", Printable(*event.name), Printable(event.language.value_or("")));
+        page.Line("    {}  ({})", Named(*event.name), Printable(event.language.value_or("")));
     }
     if (event.text && !event.text->empty()) {
         page.Line("    {}", Printable(*event.text));
@@ -198,7 +197,7 @@ void AddDelivery(Page& page, const Json& delivery) {
 void AddNetwork(Page& page, const client::Network& network) {
     page.Line("  {:<16} {}{}, version {}", Id16(network.networkId),
               network.isActual ? "this network" : "another network",
-              network.name ? ", " + Printable(*network.name) : "", network.version);
+              network.name ? ", " + Named(*network.name) : "", network.version);
     AddLinkages(page, network.ssuLinkages, network.ssuScanLinkages);
     for (const client::TransportStream& stream : network.transportStreams) {
         page.Line("    {}", Place(stream.originalNetworkId, stream.transportStreamId));
@@ -210,7 +209,7 @@ void AddNetwork(Page& page, const client::Network& network) {
 
 void AddBouquet(Page& page, const client::Bouquet& bouquet) {
     page.Line("  {:<16} {}version {}", Id16(bouquet.bouquetId),
-              bouquet.name ? Printable(*bouquet.name) + ", " : "", bouquet.version);
+              bouquet.name ? Named(*bouquet.name) + ", " : "", bouquet.version);
     AddLinkages(page, bouquet.ssuLinkages, bouquet.ssuScanLinkages);
 }
 
@@ -261,7 +260,7 @@ std::string ScanText(const client::Multiplex& multiplex) {
     AddList(page, multiplex.networks, "Networks", AddNetwork);
     AddList(page, multiplex.bouquets, "Bouquets", AddBouquet);
     page.Blank();
-    page.Line("Counters");
+    page.Line("Counters (those that are not 0)");
     page.Add(CountersToText(multiplex.counters));
     if (!multiplex.faults.empty()) {
         page.Blank();

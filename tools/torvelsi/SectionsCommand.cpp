@@ -214,6 +214,16 @@ unsigned int Subscribe(const Request& request, Printer& printer) {
                              request.timeout, request.fromCache);
 }
 
+/// Begins a JSON document; `subscription` is "null" where none was made.
+void BeginOutput(const Request& request, const std::string& subscription) {
+    if (request.format == SectionsFormat::kJson) {
+        fmt::print(
+            "{{\n  \"schema\": \"torvelsi-sections/1\",\n  \"subscription\": {},\n"
+            "  \"sections\": [",
+            subscription);
+    }
+}
+
 /// Subscribes for the printer and begins its document.
 /// @return false when the platform refused the filter
 bool Begin(const Request& request, Printer& printer) {
@@ -222,12 +232,7 @@ bool Begin(const Request& request, Printer& printer) {
         return false;
     }
     printer.Subscribed(request.timeout);
-    if (request.format == SectionsFormat::kJson) {
-        fmt::print(
-            "{{\n  \"schema\": \"torvelsi-sections/1\",\n  \"subscription\": {},\n"
-            "  \"sections\": [",
-            id);
-    }
+    BeginOutput(request, std::to_string(id));
     return true;
 }
 
@@ -318,21 +323,24 @@ int Sections(const Request& request) {
         return Refused();
     }
     const InputEnd end = Play(std::move(source), info);
-    if (first != nullptr && first->outcome() != FirstClient::kBegun) {
-        if (first->outcome() == FirstClient::kRefused) {
-            return Refused();
-        }
-        PrintError(end.reason == InputEnd::kFailed
-                       ? end.error
-                       : "the table did not repeat, so that the cache was not asked for it");
-        return end.reason == InputEnd::kFailed ? kUnreadable : kIncomplete;
+    if (first != nullptr && first->outcome() == FirstClient::kRefused) {
+        return Refused();
     }
-    printer.WaitForTimeout();
+    const bool isBegun = first == nullptr || first->outcome() == FirstClient::kBegun;
+    if (isBegun) {
+        printer.WaitForTimeout();
+    } else {
+        BeginOutput(request, "null");
+    }
     printer.Close();
     EndOutput(request, printer, info.name);
     if (end.reason == InputEnd::kFailed) {
         PrintError(end.error);
         return kUnreadable;
+    }
+    if (!isBegun && !Interrupted()) {
+        PrintError("the table did not repeat, so that the cache was not asked for it");
+        return kIncomplete;
     }
     if (printer.TimedOut()) {
         return kIncomplete;

@@ -107,6 +107,23 @@ TEST(DescriptorLoopTest, WhatDoesNotFitItsClassIsPlainAndKeepsItsBytes) {
     EXPECT_EQ(l.loop.At(2)->Tag(), 0x7F);
 }
 
+TEST(Decoders, CountsWhatTheFieldsDoNotFill) {
+    const auto malformed = [](const Bytes& bytes) {
+        const uint64_t before = ReceiverCounters().Get(Counter::kMalformedDescriptors);
+        DecodeDescriptor(ByteView(bytes.data(), bytes.size()), kNit);
+        return ReceiverCounters().Get(Counter::kMalformedDescriptors) - before;
+    };
+    for (const Bytes& whole : {kSpecifier, kCa, kT2, Bytes{0x83, 2, 1, 2}, Bytes{0x48, 3, 1, 0, 0},
+                               Bytes{0x7F, 3, 0x77, 1, 2}}) {
+        EXPECT_EQ(malformed(whole), 0u) << int{whole[0]};
+    }
+    EXPECT_EQ(malformed({0x5F, 3, 0, 0, 0}), 1u);                    // too short
+    EXPECT_EQ(malformed({0x5F, 5, 0, 0, 0, 1, 2}), 1u);              // bytes left over
+    EXPECT_EQ(malformed({0x48, 3, 1, 9, 'c'}), 1u);                  // a name that overruns it
+    EXPECT_EQ(malformed({0x4A, 9, 0, 1, 0, 2, 0, 3, 9, 5, 0}), 1u);  // an OUI loop that does
+    EXPECT_EQ(malformed({0x7F, 8, 0x04, 1, 0, 2, 0, 0, 0, 1}), 1u);  // a cell that is cut
+}
+
 TEST(Decoders, EveryTagIsDecodedUnderTheTagThatItHas) {
     for (int tag = 0; tag < 0x100; ++tag) {
         for (size_t size = 0; size < 40; ++size) {

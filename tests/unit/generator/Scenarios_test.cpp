@@ -47,7 +47,7 @@ TEST(ScenariosTest, TheBytesAreTheSameOnEveryMachine) {
     const std::map<std::string_view, uint32_t> expected{
         {"demo", 0xDA2A49AB},
         {"versions", 0x37104B0B},
-        {"oddities", 0xB40479BF},
+        {"oddities", 0xFB2FF655},
         {"packetisation", 0x34C15C10},
         {"damaged", 0x2D6442A7},
         {"broadcast", 0x9CEA698B},
@@ -163,11 +163,12 @@ TEST_F(OdditiesScenarioTest, ThePacketsThemselvesAreInOrder) {
 TEST_F(OdditiesScenarioTest, ThePatNamesNoNetworkAndAMapThatIsNotThere) {
     const auto pats = reader_.Table(0x0000, 0x00);
     ASSERT_FALSE(pats.empty());
-    EXPECT_EQ(pats.front().bytes.size(), 24u);
-    const Bytes loop = testsupport::Slice(pats.front().bytes, 8, 12);
+    EXPECT_EQ(pats.front().bytes.size(), 28u);
+    const Bytes loop = testsupport::Slice(pats.front().bytes, 8, 16);
     EXPECT_EQ(loop, (Bytes{0x2D, 0x46, 0xE5, 0x00,     // 11590
                            0x00, 0x15, 0xE5, 0x10,     // 21
-                           0x00, 0x16, 0xE5, 0x10}));  // 22
+                           0x00, 0x16, 0xE5, 0x10,     // 22
+                           0x00, 0x1F, 0xE5, 0x30}));  // 31
     EXPECT_EQ(Numbers(0x0500, 0x02), (std::map<uint16_t, std::set<int>>{{11690, {0}}}));
     EXPECT_EQ(Numbers(0x0510, 0x02), (std::map<uint16_t, std::set<int>>{{21, {0}}, {22, {0}}}));
 }
@@ -179,7 +180,7 @@ TEST_F(OdditiesScenarioTest, ThereAreTablesOf64AndOf256Sections) {
 }
 
 TEST_F(OdditiesScenarioTest, NamesAreEmptyAndFrequenciesAbsurd) {
-    EXPECT_TRUE(Holds(0x0010, 0x40, {0xF0, 2, 0x40, 0}));
+    EXPECT_TRUE(Holds(0x0010, 0x40, {0xF0, 7, 0x40, 0, 0xFE, 3}));
     EXPECT_TRUE(Holds(0x0011, 0x4A, {0x47, 0, 0x4A}));
     EXPECT_TRUE(Holds(0x0011, 0x42, {0x48, 3, 1, 0, 0}));
     EXPECT_TRUE(Holds(0x0010, 0x40, {0x5A, 11, 0xFF, 0xFF, 0xFF, 0xFF}));
@@ -187,14 +188,26 @@ TEST_F(OdditiesScenarioTest, NamesAreEmptyAndFrequenciesAbsurd) {
 }
 
 TEST_F(OdditiesScenarioTest, T2DeliveryHasEveryLengthAndOnceTheWrongTag) {
-    for (uint8_t length = 4; length <= 41; ++length) {
-        const auto transport_stream_id = static_cast<uint8_t>(length);
-        EXPECT_TRUE(Holds(0x0010, 0x40,
-                          {0x10, transport_stream_id, 0xFF, 0x10, 0xF0,
-                           static_cast<uint8_t>(length + 2), 0x7F, length, 0x04, 7}))
-            << int{length};
+    for (unsigned length = 4; length <= 255; ++length) {
+        const auto low = static_cast<uint8_t>(length);
+        const auto loopHigh = static_cast<uint8_t>(0xF0 | (length + 2) >> 8);
+        const auto loopLow = static_cast<uint8_t>(length + 2);
+        EXPECT_TRUE(
+            Holds(0x0010, 0x40, {0x10, low, 0xFF, 0x10, loopHigh, loopLow, 0x7F, low, 0x04, 7}))
+            << length;
     }
     EXPECT_TRUE(Holds(0x0010, 0x40, {0x06, 0x51, 0xFF, 0x10, 0xF0, 14, 0x04, 12, 1, 0x06, 0x51}));
+}
+
+TEST_F(OdditiesScenarioTest, IsdbHasItsTagsInEveryTable) {
+    EXPECT_TRUE(Holds(0x0010, 0x40, {0xFE, 3}));
+    EXPECT_TRUE(Holds(0x0010, 0x40, {0xFA, 6, 0x5A, 0x5C, 0x0D, 0x3F, 0x0D, 0x63, 0xFB, 2}));
+    EXPECT_TRUE(Holds(0x0010, 0x40, {0xCD, 8, 0x04, 0x0D}));
+    EXPECT_TRUE(Holds(0x0010, 0x40, {0xC0, 3, 0xF1, 0x05, 0x33}));
+    EXPECT_TRUE(Holds(0x0011, 0x42, {0xC1, 1, 0x84, 0xCF, 2, 0x03, 0x21, 0xFF, 0, 0xC7, 0}));
+    EXPECT_TRUE(Holds(0x0530, 0x02, {0xC8, 1, 0x47}));
+    EXPECT_TRUE(Holds(0x0530, 0x02, {0xFD, 4, 0x00, 0x0C}));
+    EXPECT_TRUE(Holds(0x0012, 0x4E, {0xC4, 9, 0xF2}));
 }
 
 TEST_F(OdditiesScenarioTest, EveryPrivateLinkageTypeIsThere) {
