@@ -15,7 +15,7 @@ namespace tvservice {
 // What can be read once, in order: standard input, a pipe, a terminal, a character device. A named
 // pipe that nobody has opened for writing yet has not ended, it has nothing to say. A device that
 // has lost bytes because it was read too slowly (EOVERFLOW, DVB's dvr device) goes on; that is
-// counted (device_overflows).
+// counted (device_overflows), and it has no start: it can be played again, from where it is.
 class StreamSource final : public Source {
   public:
     // `stream` is open for reading and becomes the source's. Whether it is in non-blocking mode
@@ -27,7 +27,7 @@ class StreamSource final : public Source {
     uint64_t size() const override { return 0; }
     bool rewindable() const override { return false; }
     bool live() const override { return isLive_; }
-    bool Rewind() override { return !wasRead_; }
+    bool Rewind() override { return isLive_ || !wasRead_; }
     ReadResult Read(uint8_t* buffer, size_t size) override;
     int descriptor() const override { return stream_.get(); }
 

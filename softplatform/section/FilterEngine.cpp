@@ -328,6 +328,9 @@ void FilterEngine::Remove(const Filter& filter) {
     std::vector<std::unique_ptr<Filter>>& filters = streams_.at(pid)->filters;
     filters.erase(std::find_if(filters.begin(), filters.end(),
                                [&filter](const auto& f) { return f.get() == &filter; }));
+    if (feed_ == Feed::kDeviceSections) {
+        cache_.Forget(pid);
+    }
     if (!filters.empty()) {
         return;
     }
@@ -351,7 +354,8 @@ void FilterEngine::DropStream(uint16_t pid) {
     cache_.Forget(pid);  // nobody would see that it changes
 }
 
-void FilterEngine::Reset() {
+void FilterEngine::Reset(Feed feed) {
+    feed_ = feed;
     cache_.Clear();
     for (std::atomic<uint64_t>& pids : seen_) {
         pids.store(0, std::memory_order_relaxed);

@@ -133,8 +133,13 @@ class FilterEngine {
     }
     uint64_t changes() const { return changes_; }
 
-    // A new source: forgets open sections, continuity and the cache. Filters stay.
-    void Reset();
+    // What a source consists of.
+    enum class Feed { kPackets, kDeviceSections };
+
+    // A new source: forgets open sections, continuity and the cache. Filters stay. A device gives
+    // only what filters ask for: of a PID that loses one the cache forgets what it held, because
+    // nobody sees any more when that changes.
+    void Reset(Feed feed = Feed::kPackets);
 
   private:
     struct Receiver {
@@ -189,6 +194,7 @@ class FilterEngine {
     uint64_t changes_ = 0;
     SectionCache cache_;
     size_t keptPids_ = 0;
+    Feed feed_ = Feed::kPackets;
 
     Mutex mutex_;
     HandlePool handles_ TV_GUARDED_BY(mutex_);

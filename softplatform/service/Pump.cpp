@@ -147,9 +147,10 @@ std::optional<Pump::Job> Pump::NextJob() {
 }
 
 InputEnd Pump::PlayThrough(const Job& job) {
-    engine_.Reset();
-    sinceBarrier_ = 0;
     const DvbSource* const dvb = job.source->dvb();
+    engine_.Reset(dvb != nullptr ? FilterEngine::Feed::kDeviceSections
+                                 : FilterEngine::Feed::kPackets);
+    sinceBarrier_ = 0;
     return dvb != nullptr ? PlayDvb(*dvb, job.options) : PlayPackets(*job.source, job.options);
 }
 

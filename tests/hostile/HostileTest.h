@@ -189,6 +189,19 @@ class HostileTest : public testing::Test {
     }
     uint64_t FaultCount() const { return Faults().at(0).second; }
 
+    // Waits until the platform has made `count` deliveries of what it plays, all of the last
+    // section among them. For Inbox::Then, to hold the event thread meanwhile.
+    void WaitForDeliveries(uint64_t count) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (Count("delivered_sections") < count) {
+            if (std::chrono::steady_clock::now() > end) {
+                ADD_FAILURE() << Count("delivered_sections") << " deliveries, not " << count;
+                return;
+            }
+            std::this_thread::yield();
+        }
+    }
+
     // The lines since the last call, from `lowest` priority on: "buffer/priority/tag line". The
     // numbers of lines that are nobody's business stand as *.
     std::vector<std::string> TakeLog(int lowest = 3) {
@@ -203,6 +216,13 @@ class HostileTest : public testing::Test {
     }
     // What deserves a look, and what went wrong.
     std::vector<std::string> TakeTrouble() { return TakeLog(5); }
+    // The same, of lines that TakeLog gave.
+    static std::vector<std::string> TroubleIn(std::vector<std::string> lines) {
+        lines.erase(std::remove_if(lines.begin(), lines.end(),
+                                   [](const std::string& line) { return line.at(2) < '5'; }),
+                    lines.end());
+        return lines;
+    }
 
     // The platform's handle of a subscription, from the lines since the last TakeLog, which it
     // takes.

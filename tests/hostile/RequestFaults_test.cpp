@@ -24,6 +24,18 @@ class RequestFaultsTest : public HostileTest {
     static std::string Released() {
         return OfSubscription(4, "~CSectionSubscription", "refcount = 0, unsubscribe section");
     }
+    // Of a toggling subscription whose new filter was set, whichever handle it got.
+    static testing::Matcher<std::string> Toggled(const std::string& received,
+                                                 const std::string& awaited) {
+        const std::string line =
+            OfSubscription(5, "Toggle",
+                           "Toggle mode filter. Resubscribed, just received tableId: " + received +
+                               ", new pattern: " + awaited + ", new mask: FF, TVS handle: ");
+        return testing::StartsWith(line.substr(0, line.size() - kColourEnd));
+    }
+    static std::string Old(const std::string& function) {
+        return OfSubscription(5, function, "Old section data from previous filter, ignore it");
+    }
 
     const SectionList sections_ = Sections(10);
     const SectionList others_ = Sections(10, kOtherTable);
@@ -104,22 +116,30 @@ TEST_F(RequestFaultsTest, ARefusedUnsubscribeOfOneShotsIsReported) {
     std::vector<std::string> expected{OneShotCompleted(), NoRelease()};
     expected.resize(2 + 9, NoSubscription(id));
     EXPECT_EQ(TakeTrouble(), expected);
+    EXPECT_THAT(Faults(), ElementsAre(Pair("refuse-unsubscribe", 1)));
 }
 
 TEST_F(RequestFaultsTest, AToggleGoesOnWhenItsOldFilterIsNotReleased) {
     Suffer({"refuse-unsubscribe@0"});
     SubscribeToggling(inbox_);
+    // The first 0x4E has its filter to itself; each section behind it also matches the one that
+    // stayed, and is delivered twice, both times before the first toggles.
+    inbox_.Then([this, received = uint64_t{0}](unsigned) mutable {
+        ++received;
+        WaitForDeliveries(2 * received - 1);
+    });
     const SectionList present = Sections(2, 0x4E), other = Sections(2, 0x4F);
-    // The first 0x4E has its filter to itself; the second also matches the one that stayed.
-    Write({present[0], other[0], present[1], other[1]}).Play(kLockStep);
-    EXPECT_THAT(inbox_.Take(), ElementsAre(present[0], other[0], present[1], other[1]));
+    const SectionList inTurn{present[0], other[0], present[1], other[1]};
+    Write(inTurn).Play(kLockStep);
+    EXPECT_THAT(inbox_.Take(), ElementsAreArray(inTurn));
     EXPECT_THAT(Faults(), ElementsAre(Pair("refuse-unsubscribe", 1)));
-    const std::vector<std::string> trouble = TakeTrouble();
-    EXPECT_THAT(trouble,
-                Contains(OfSubscription(5, "Toggle", "Unsubscribe section failed")).Times(1));
-    // What the old filter let through on top is told from the new one's by its table_id.
-    EXPECT_THAT(trouble, Contains(OfSubscription(
-                             5, "OnCallback", "Old section data from previous filter, ignore it")));
+    // The second is told by its table_id from what is awaited then.
+    EXPECT_THAT(TakeTrouble(),
+                ElementsAre(OfSubscription(5, "Toggle", "Unsubscribe section failed"),
+                            Toggled("4E", "4F"),                                    //
+                            Toggled("4F", "4E"), Old("OnCallback"), Old("Toggle"),  //
+                            Toggled("4E", "4F"), Old("OnCallback"), Old("Toggle"),  //
+                            Toggled("4F", "4E"), Old("OnCallback"), Old("Toggle")));
 }
 
 TEST_F(RequestFaultsTest, AHandleGivenTwiceIsHeldUntilBothAreReleased) {

@@ -9,6 +9,8 @@
 #include <system_error>
 #include <utility>
 
+#include "softplatform/input/ErrorText.h"
+
 namespace tvservice {
 
 namespace {
@@ -44,7 +46,8 @@ std::string Text(int reason) {
 struct DvbDemux::Device {
     std::unique_ptr<DemuxDevice> demux;
     dmx_sct_filter_params filter;
-    size_t held = 0;  // bytes of a section that was not read whole yet
+    uint64_t position = 0;  // bytes that were read
+    size_t held = 0;        // bytes of a section that was not read whole yet
     std::array<uint8_t, kMaxSectionSize> bytes{};
 };
 
@@ -279,7 +282,7 @@ bool DvbDemux::ReadWaiting(int wake, std::string& error) {
         }
         // An error that no read tells of would wake every Turn at once and for ever.
         if (reading == Reading::kNothing && (events & ~POLLIN) != 0) {
-            error = "cannot read " + NameOf(device.filter.pid) + ": " + Text(EIO);
+            error = ReadErrorText(NameOf(device.filter.pid), device.position, EIO);
             return false;
         }
     }
@@ -296,6 +299,7 @@ DvbDemux::Reading DvbDemux::Read(Device& device, const Devices& siblings, size_t
         if (count > 0) {
             reading = Reading::kSomething;
             done += static_cast<size_t>(count);
+            device.position += static_cast<uint64_t>(count);
             device.held += static_cast<size_t>(count);
             OnBytes(device, siblings);
             continue;
@@ -313,8 +317,8 @@ DvbDemux::Reading DvbDemux::Read(Device& device, const Devices& siblings, size_t
             sink_.OnWarning(pid, "sections lost on " + NameOf(pid) + ": the buffer ran over");
             return Reading::kSomething;
         }
-        error = "cannot read " + NameOf(pid) + ": " +
-                (reason == 0 ? std::string("it has ended") : Text(reason));
+        error = ReadErrorText(NameOf(pid), device.position,
+                              reason == 0 ? std::string("it has ended") : Text(reason));
         return Reading::kFailed;
     }
     return reading;

@@ -81,8 +81,8 @@ class DvbDemux {
     // much that it soon returns. A signal ends the wait too.
     //
     // Returns false when the device failed or is gone: every device is then closed, and `error`
-    // receives one line that names the device and the reason. The next Turn tries anew, with all
-    // filters that are wanted.
+    // receives one line that names the device, how far it was read, and the reason. The next Turn
+    // tries anew, with all filters that are wanted.
     bool Turn(int wake, std::string& error) TV_EXCLUDES(mutex_);
 
     // Times a device's buffer ran over (EOVERFLOW), each time with the loss of some sections.

@@ -30,6 +30,9 @@ struct Abilities {
     // Refuses also what no client of the contract asks for: no criteria, a table id above 255.
     bool refusesTheUnheardOf = false;
 
+    // Has a cache, which holds a table that came while a filter was set on it.
+    bool caches = false;
+
     // PlatformRig::TakeLog tells what was logged.
     bool showsLog = false;
 

@@ -33,7 +33,7 @@ class SoftRig final : public PlatformRig {
     }
 
     Abilities abilities() const override {
-        return {.filters = kFilters, .refusesTheUnheardOf = true, .showsLog = true};
+        return {.filters = kFilters, .refusesTheUnheardOf = true, .caches = true, .showsLog = true};
     }
 
     void Send(const std::vector<Broadcast>& broadcasts) override {

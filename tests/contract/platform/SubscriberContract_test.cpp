@@ -320,6 +320,27 @@ TEST_F(SubscriberContract, GoesOnLiveAfterWhatItsCacheHolds) {
         [](const Call& call) { return call.section == Section(kTableId, 0x4321); }));
 }
 
+// What the cache holds comes on the delivery thread too (that is looked at after every test), never
+// inside the request, across which the SI layer holds its lock.
+TEST_F(SubscriberContract, GivesWhatItsCacheHoldsToASecondClient) {
+    Table(1);
+    Send(Section(kTableId, 0x1111));
+    MustEnd("a request from the cache",
+            [this] { EXPECT_TRUE(AskTable(2, kPid, kTableId, 1).granted()); });
+    if (abilities_.caches) {
+        EXPECT_TRUE(client_.WaitFor([](const Call& call) { return IsNumber(call, 2, 0x1111); }));
+    }
+    Send(Section(kTableId, 0x4321));
+    std::vector<Bytes> live = Received(2);
+    ASSERT_FALSE(live.empty());
+    EXPECT_EQ(live.back(), Section(kTableId, 0x4321));
+    live.pop_back();
+    EXPECT_LE(live.size(), 1u);
+    for (const Bytes& cached : live) {
+        EXPECT_EQ(cached, Section(kTableId, 0x1111));
+    }
+}
+
 TEST_F(SubscriberContract, CallsBackOneAtATimeOnAThreadOfItsOwn) {
     constexpr size_t kSections = 100;
     const std::vector<unsigned short> pids{0x0020, 0x0123, 0x1FFB};

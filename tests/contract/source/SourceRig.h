@@ -9,8 +9,9 @@
 
 namespace testsupport {
 
-// A place where one kind of source gets its bytes, in the hands of a test. The source that it opens
-// may outlive it.
+// A place where one kind of source gets its bytes (a DVB demux has no bytes but sections: what it
+// promises is in tests/unit/service/DvbFeed_test.cpp), in the hands of a test. The source that it
+// opens may outlive it.
 class SourceRig {
   public:
     virtual ~SourceRig() = default;

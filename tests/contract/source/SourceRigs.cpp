@@ -9,6 +9,8 @@
 #include <string>
 #include <utility>
 
+#include "softplatform/fault/FaultPlan.h"
+#include "softplatform/fault/FaultySource.h"
 #include "softplatform/input/BufferSource.h"
 #include "softplatform/input/FileSource.h"
 #include "softplatform/input/FollowSource.h"
@@ -81,6 +83,7 @@ class FileRig : public SourceRig {
 
 class PipeRig : public SourceRig {
   public:
+    explicit PipeRig(bool isLive = false) : isLive_(isLive) {}
     std::shared_ptr<Source> Open(const Bytes& content) override {
         std::shared_ptr<Source> source = OpenEndless();
         Add(content);
@@ -91,7 +94,7 @@ class PipeRig : public SourceRig {
         EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
         descriptor_ = ends[0];
         in_ = Descriptor(ends[1]);
-        return std::make_shared<tvservice::StreamSource>("a pipe", Descriptor(ends[0]));
+        return std::make_shared<tvservice::StreamSource>("a pipe", Descriptor(ends[0]), isLive_);
     }
     void Add(const Bytes& content) override {
         EXPECT_EQ(::write(in_.get(), content.data(), content.size()),
@@ -101,26 +104,37 @@ class PipeRig : public SourceRig {
     void Break() override { Spoil(descriptor_); }
 
   private:
+    const bool isLive_;
     Descriptor in_;
     int descriptor_ = -1;
+};
+
+// The packets of a tuned adapter: a stream of which only a driver that fails makes an end.
+class DvrRig final : public PipeRig {
+  public:
+    DvrRig() : PipeRig(true) {}
 };
 
 // Seven packets a datagram.
 constexpr size_t kDatagram = size_t{7} * 188;
 
-class UdpRig final : public SourceRig {
+class UdpRig : public SourceRig {
   public:
+    explicit UdpRig(std::string host = "127.0.0.1") : host_(std::move(host)) {}
+
     std::shared_ptr<Source> Open(const Bytes& content) override {
         std::shared_ptr<Source> source = OpenEndless();
         Add(content);
         return source;
     }
     std::shared_ptr<Source> OpenEndless() override {
+        const bool isIpv6 = host_.find(':') != std::string::npos;
         std::string error;
-        const auto source = tvservice::UdpSource::Open("udp://127.0.0.1:0", error);
+        const auto source = tvservice::UdpSource::Open(
+            "udp://" + (isIpv6 ? "[" + host_ + "]" : host_) + ":0", error);
         EXPECT_TRUE(source) << error;
         descriptor_ = source->descriptor();
-        sender_ = std::make_unique<Sender>(source->port());
+        sender_ = std::make_unique<Sender>(source->port(), host_);
         return source;
     }
     void Add(const Bytes& content) override {
@@ -131,8 +145,14 @@ class UdpRig final : public SourceRig {
     void Break() override { Spoil(descriptor_); }
 
   private:
+    const std::string host_;
     std::unique_ptr<Sender> sender_;
     int descriptor_ = -1;
+};
+
+class Udp6Rig final : public UdpRig {
+  public:
+    Udp6Rig() : UdpRig("::1") {}
 };
 
 class RtpRig final : public SourceRig {
@@ -210,6 +230,22 @@ class PacedPipeRig final : public PipeRig {
     }
 };
 
+// Under a plan whose fault lies behind everything.
+class FaultyFileRig final : public FileRig {
+  public:
+    std::shared_ptr<Source> Open(const Bytes& content) override {
+        return Faulty(FileRig::Open(content));
+    }
+    std::shared_ptr<Source> OpenEndless() override { return Faulty(FileRig::OpenEndless()); }
+
+  private:
+    static std::shared_ptr<Source> Faulty(std::shared_ptr<Source> source) {
+        std::string error;
+        return std::make_shared<tvservice::FaultySource>(
+            std::move(source), tvservice::FaultPlan::Parse({"drop@1000000000"}, 1, error));
+    }
+};
+
 template <typename Rig>
 std::unique_ptr<SourceRig> Make() {
     return std::make_unique<Rig>();
@@ -231,10 +267,13 @@ const std::vector<SourceKind>& SourceKinds() {
         {"Memory", &Make<MemoryRig>, true, true, false, false},
         {"File", &Make<FileRig>, true, true, false, true},
         {"Pipe", &Make<PipeRig>, true, false, true, true},
+        {"Dvr", &Make<DvrRig>, false, false, true, true},
         {"Udp", &Make<UdpRig>, false, false, true, true},
+        {"UdpIpv6", &Make<Udp6Rig>, false, false, true, true},
         {"Rtp", &Make<RtpRig>, false, false, true, true},
         {"LoopedFile", &Make<LoopRig>, false, true, false, true},
         {"FollowedFile", &Make<FollowRig>, false, true, true, true},
+        {"FaultyFile", &Make<FaultyFileRig>, true, true, false, true},
         {"PacedFile", &Make<PacedFileRig>, true, true, false, true},
         {"PacedPipe", &Make<PacedPipeRig>, true, false, true, true}};
     return kinds;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>
@@ -170,24 +171,49 @@ TEST_F(DvbFeedTest, EndsWhenTheDeviceIsUnplugged) {
     Subscribe(0x0011, 0x42, 1);
     Play();
     ASSERT_TRUE(kernel_.WaitForFilters(1));
+    kernel_.Broadcast(0x0011, sdt_);
+    inbox_.Wait(1);
     kernel_.Unplug();
     const InputEnd end = pump_.WaitEnd();
     EXPECT_EQ(end.reason, InputEnd::kFailed);
-    EXPECT_EQ(end.error, "cannot read PID 0x0011 of " + kernel_.path() + ": No such device");
+    EXPECT_EQ(end.error, "cannot read PID 0x0011 of " + kernel_.path() + " at byte " +
+                             std::to_string(sdt_.size()) + ": No such device");
     EXPECT_EQ(kernel_.OpenFiles(), 0u);
 }
 
-TEST_F(DvbFeedTest, EndsWhenItIsInterruptedAndCanBePlayedAgain) {
+TEST_F(DvbFeedTest, EndsWithinATenthOfASecondWhenItIsInterruptedAndCanBePlayedAgain) {
     Subscribe(0x0011, 0x42, 1);
     const auto source = std::make_shared<DvbSource>("dvb:0", kernel_.path(), kernel_.Opener());
     ASSERT_TRUE(pump_.Start());
     for (int round = 0; round < 2; ++round) {
         ASSERT_TRUE(pump_.Play(source, {}));
         ASSERT_TRUE(kernel_.WaitForFilters(1));
+        const auto begin = std::chrono::steady_clock::now();
         pump_.Interrupt();
         EXPECT_EQ(pump_.WaitEnd().reason, InputEnd::kInterrupted);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(100));
         EXPECT_EQ(kernel_.OpenFiles(), 0u);
     }
+}
+
+TEST_F(DvbFeedTest, GivesNothingFromTheCacheThatNobodyCouldSeeChange) {
+    engine_.SetCacheLimit(65536);
+    const Bytes changed = SectionBytes{.table_id = 0x42, .version_number = 1}.Build();
+    const int first = Subscribe(0x0011, 0x42, 1);
+    Play();
+    ASSERT_TRUE(kernel_.WaitForFilters(1));
+    kernel_.Broadcast(0x0011, sdt_);
+    inbox_.Wait(1);
+    engine_.Subscribe(0x0011, *SectionFilter::Compile({0x42}, {0xFF}, {}), inbox_, 2, true);
+    EXPECT_THAT(inbox_.Wait(2)[1], Pair(2, sdt_));
+    engine_.Unsubscribe(first + 1);
+    engine_.Unsubscribe(first);
+    ASSERT_TRUE(kernel_.WaitForFilters(0));
+    kernel_.Broadcast(0x0011, changed);
+    engine_.Subscribe(0x0011, *SectionFilter::Compile({0x42}, {0xFF}, {}), inbox_, 3, true);
+    ASSERT_TRUE(kernel_.WaitForFilters(1));
+    kernel_.Broadcast(0x0011, changed);
+    EXPECT_THAT(inbox_.Wait(3)[2], Pair(3, changed));
 }
 
 TEST_F(DvbFeedTest, AsksTheBarrierAfterEachSectionInLockStep) {

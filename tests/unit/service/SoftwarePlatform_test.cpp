@@ -12,6 +12,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -556,6 +557,31 @@ TEST_F(SoftwarePlatformTest, SaysWhyItDoesNotStart) {
     EXPECT_TRUE(platform_.Start(config, error));
     EXPECT_FALSE(platform_.Start(config, error));
     EXPECT_EQ(error, "the receiver runs already");
+}
+
+TEST_F(SoftwarePlatformTest, TellsItsCountersWhileItPlays) {
+    for (int i = 0; i < 10; ++i) {
+        writer_.Section(0x0011, section_);
+    }
+    Subscribe(0x0011, 0x42, 1);
+    ASSERT_TRUE(platform_.Start());
+    std::string error;
+    SourceOptions options;
+    options.loop = true;
+    ASSERT_TRUE(platform_.Play(WithOptions(MemorySource("m", writer_.Take()), options, error)));
+    std::map<std::string, uint64_t> last;
+    for (int grown = 0; grown < 100;) {
+        const uint64_t before = last["delivered_sections"];
+        for (const CounterValue& counter : platform_.Counters()) {
+            EXPECT_GE(counter.value, last[counter.name]) << counter.name;
+            last[counter.name] = counter.value;
+        }
+        grown += last["delivered_sections"] > before ? 1 : 0;
+    }
+    EXPECT_EQ(platform_.PacketSize(), 188u);
+    platform_.Interrupt();
+    platform_.WaitEnd();
+    EXPECT_GE(platform_.Counter("delivered_sections"), last["delivered_sections"]);
 }
 
 TEST_F(SoftwarePlatformTest, GivesWhatItHasCachedAfterTheEndOfTheInput) {
