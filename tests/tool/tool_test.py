@@ -131,6 +131,14 @@ class Generate(unittest.TestCase):
                 self.assertEqual(done.returncode, 0, done.stderr)
                 self.assertEqual(len(out.read()), packets * 188)
 
+    def test_writes_to_standard_output(self):
+        self.assertEqual(run("generate", "-", text=False).stdout, demo())
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([TOOL, "generate", "-"], stdout=full, stderr=subprocess.PIPE,
+                                  timeout=60)
+        self.assertEqual(done.returncode, 2)
+        self.assertIn(b"standard output", done.stderr)
+
     def test_unknown_scenario_is_wrong_usage(self):
         done = run("generate", "/dev/null", "--scenario", "nonsense")
         self.assertEqual(done.returncode, 1)
@@ -761,7 +769,9 @@ class Receiver(unittest.TestCase):
     def test_few_filters_leave_the_scan_incomplete(self):
         done, document = scan_json("demo:", "--filters", "2")
         self.assertEqual(done.returncode, 3)
-        self.assertGreater(document["counters"]["refused_subscriptions"], 0)
+        refused = document["counters"]["refused_subscriptions"]
+        self.assertGreater(refused, 0)
+        self.assertIn(f"the receiver refused {refused} of the filters", done.stderr)
         self.assertNotEqual(document["missing"], [])
 
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -38,10 +39,14 @@ int Generate(const std::string& path, const std::string& scenario,
                                Printable(scenario)));
         return kUsage;
     }
+    const auto size = static_cast<std::streamsize>(stream.size());
+    if (path == "-") {
+        std::cout.write(reinterpret_cast<const char*>(stream.data()), size);
+        return kDone;  // whether it could be written is told when the tool ends
+    }
     errno = 0;
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(stream.data()),
-              static_cast<std::streamsize>(stream.size()));
+    out.write(reinterpret_cast<const char*>(stream.data()), size);
     out.close();
     if (!out) {
         PrintError(fmt::format("{}: cannot be written: {}", Printable(path), std::strerror(errno)));
@@ -92,7 +97,8 @@ void AddGenerateCommand(CLI::App& app, Run& run) {
     };
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("generate", "Write a transport stream made here");
-    CLI::Option* path = command->add_option("OUT", options->path, "the file to write");
+    CLI::Option* path =
+        command->add_option("OUT", options->path, "the file to write; - is standard output");
     CLI::Option* scenario =
         command->add_option("--scenario", options->scenario, "what to make")->capture_default_str();
     command

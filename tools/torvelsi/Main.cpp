@@ -23,8 +23,8 @@ int RunTool(int argc, char** argv) {
     app.fallthrough();  // --log-level may stand behind the command
     app.footer(
         "Data goes to standard output, progress and the log to standard error.\n"
-        "Exit status: 0 done, 1 wrong usage, 2 input cannot be read or output written,\n"
-        "3 incomplete or timed out.");
+        "Exit status: 0 done, 1 wrong usage or a filter refused, 2 input cannot be read or output\n"
+        "written, 3 incomplete or timed out.");
     std::string logLevel = "off";
     app.add_option("--log-level", logLevel,
                    "show the log from this level up: debug, info, warning, error, off")

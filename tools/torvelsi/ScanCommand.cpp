@@ -7,6 +7,7 @@
 #include <string>
 
 #include "client/MultiplexScanner.h"
+#include "softplatform/service/SoftwarePlatform.h"
 #include "tools/torvelsi/Arguments.h"
 #include "tools/torvelsi/Command.h"
 #include "tools/torvelsi/ExitCode.h"
@@ -43,6 +44,12 @@ int Scan(const ReceiverOptions& options, bool json, std::chrono::milliseconds ti
                    ScanDocument(multiplex).dump(2, ' ', false, Json::error_handler_t::replace));
     } else {
         fmt::print("{}", ScanText(multiplex));
+    }
+    if (const auto refused =
+            tvservice::SoftwarePlatform::Instance().Counter("refused_subscriptions");
+        refused > 0) {
+        PrintError(
+            fmt::format("the receiver refused {} of the filters that the scan wants", refused));
     }
     if (end.reason == tvservice::InputEnd::kFailed) {
         PrintError(end.error);

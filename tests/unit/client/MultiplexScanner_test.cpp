@@ -1,0 +1,88 @@
+#include "client/MultiplexScanner.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "client/Acquisition.h"
+#include "client/Barrier.h"
+#include "generator/Packet.h"
+#include "generator/Scenarios.h"
+#include "generator/Tables.h"
+#include "generator/TsWriter.h"
+#include "softplatform/service/SoftwarePlatform.h"
+#include "tests/support/Forever.h"
+
+namespace client {
+namespace {
+
+using tvservice::InputEnd;
+using tvservice::MemorySource;
+using tvservice::SoftwarePlatform;
+
+class MultiplexScannerTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        tvservice::SetLogPriority(7);
+        ASSERT_TRUE(platform_.Start());
+    }
+
+    void Play(std::vector<std::uint8_t> bytes) {
+        tvservice::PlayOptions options;
+        options.reading = tvservice::PlayOptions::kLockStep;
+        ASSERT_TRUE(platform_.Play(MemorySource("memory", std::move(bytes)), options));
+        ASSERT_EQ(platform_.WaitEnd().reason, InputEnd::kEndOfInput);
+    }
+
+    // The first of two sections.
+    static std::vector<std::uint8_t> HalfABat() {
+        const generator::MuxTable bat{.id = 0xF2FF, .transport_streams = {{1, 1, {}}, {2, 1, {}}}};
+        const generator::Sections sections = MakeBat(bat, {.entries_per_section = 1});
+        EXPECT_EQ(sections.size(), 2u);
+        generator::TsWriter writer;
+        writer.WriteSections(0x0011, {sections.front()});
+        writer.WriteNull(5);  // sync is certain
+        return generator::Serialise(writer.packets());
+    }
+
+    SoftwarePlatform& platform_ = SoftwarePlatform::Instance();
+};
+
+TEST_F(MultiplexScannerTest, WhatWasCompleteStaysSoWhateverComesBehind) {
+    Forever<Barrier>();
+    Acquisition& acquisition = Forever<Acquisition>(Acquisition::kAll);
+    acquisition.Subscribe(nullptr);
+    Play(generator::MakeScenario("demo"));
+    ASSERT_TRUE(acquisition.WaitUntilComplete(std::chrono::seconds(20)));
+    const std::size_t bouquets = acquisition.Found().bouquets.size();
+    EXPECT_GT(bouquets, 0u);
+    Play(HalfABat());
+    EXPECT_EQ(acquisition.Found().missing, std::vector<std::string>());
+    EXPECT_EQ(acquisition.Found().bouquets.size(), bouquets);
+}
+
+TEST_F(MultiplexScannerTest, WhatIsBegunIsMissingAsLongAsNothingWasComplete) {
+    Forever<Barrier>();
+    Acquisition& acquisition = Forever<Acquisition>(Acquisition::kAll);
+    acquisition.Subscribe(nullptr);
+    Play(HalfABat());
+    Play(generator::MakeScenario("demo"));
+    EXPECT_EQ(acquisition.Found().missing, std::vector<std::string>{"bat 62207"});
+}
+
+// The first answer lets the platform go on, so that a section may still be queued for a scanner
+// that has ended.
+TEST_F(MultiplexScannerTest, OutlivesTheAnswersOfAnotherClientToBarriers) {
+    Forever<Barrier>();
+    for (int scan = 0; scan < 20; ++scan) {
+        MultiplexScanner scanner;
+        const auto end = scanner.Scan(MemorySource("demo", generator::MakeScenario("demo")));
+        EXPECT_EQ(end.reason, InputEnd::kEndOfInput) << end.error;
+        EXPECT_NE(scanner.Result().pat, std::nullopt);
+    }
+}
+
+}  // namespace
+}  // namespace client
