@@ -22,11 +22,11 @@
 #include "tests/support/TsBytes.h"
 #include "tests/unit/service/PacketWriter.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define TORVEL_SANITIZED 1
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(TORVELSI_EMULATOR)
+#define TORVEL_SLOWED_DOWN 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define TORVEL_SANITIZED 1
+#define TORVEL_SLOWED_DOWN 1
 #endif
 #endif
 
@@ -36,8 +36,8 @@ namespace {
 using TORVEL_MW::ISectionManager;
 using tvservice::SoftwarePlatform;
 
-#if defined(TORVEL_SANITIZED)
-constexpr uint64_t kBytesToPlay = 12'000'000;  // slower, and their memory is no measure
+#if defined(TORVEL_SLOWED_DOWN)
+constexpr uint64_t kBytesToPlay = 12'000'000;  // and the memory is no measure
 constexpr bool kMemoryIsAMeasure = false;
 #else
 constexpr uint64_t kBytesToPlay = 40'000'000;

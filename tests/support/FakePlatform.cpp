@@ -90,6 +90,11 @@ std::vector<int> FakePlatform::Released() const {
     return released_;
 }
 
+bool FakePlatform::IsReleased(int handle) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return std::find(released_.begin(), released_.end(), handle) != released_.end();
+}
+
 int FakePlatform::SubscribersMade() const {
     std::lock_guard<std::mutex> lock(mutex_);
     return subscribersMade_;

@@ -83,6 +83,7 @@ class FakePlatform final : public ISectionSubscriber {
     // --- Records
     std::vector<Request> Requests() const;
     std::vector<int> Released() const;
+    bool IsReleased(int handle) const;
     int SubscribersMade() const;
 
     /// The log since the last call, one string a line: "5 SectionSubscription.cpp OnCallback(*) >

@@ -9,7 +9,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <string>
+#include <vector>
 
+#include "tests/support/Emulator.h"
 #include "tests/support/Watchdog.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -24,7 +27,17 @@
 #endif
 
 int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
+    // GoogleTest keeps how it was started, to start it anew for a death test: an emulated program
+    // by its emulator.
+    std::vector<std::string> words = testsupport::CommandOf(argv[0]);
+    words.insert(words.end(), argv + 1, argv + argc);
+    std::vector<char*> command;
+    for (std::string& word : words) {
+        command.push_back(word.data());
+    }
+    command.push_back(nullptr);
+    int count = static_cast<int>(words.size());
+    testing::InitGoogleTest(&count, command.data());
     testsupport::WatchTests();
     const int result = RUN_ALL_TESTS();
     std::cout.flush();

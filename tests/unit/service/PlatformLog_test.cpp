@@ -19,7 +19,6 @@
 #include <vector>
 
 #include "platform/Log.h"
-#include "tests/support/DeathTest.h"
 
 namespace tvservice {
 namespace {
@@ -221,7 +220,7 @@ TEST_F(PlatformLogTest, LeavesErrnoAsItWas) {
 }
 
 TEST_F(PlatformLogTest, WritesUntilTheEndOfTheProcess) {
-    testsupport::StartDeathTestsAnew();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             std::atexit([] { LOG(0, 6, "T", "the very last line"); });
@@ -233,7 +232,7 @@ TEST_F(PlatformLogTest, WritesUntilTheEndOfTheProcess) {
 }
 
 TEST_F(PlatformLogTest, GivesLinesToItsReceiverUntilTheEndOfTheProcess) {
-    testsupport::StartDeathTestsAnew();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             std::atexit([] { LOG(0, 6, "T", "last"); });

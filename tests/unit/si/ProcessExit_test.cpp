@@ -14,10 +14,11 @@
 
 #include <atomic>
 #include <chrono>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "tests/support/Emulator.h"
 
 extern char** environ;
 
@@ -37,19 +38,6 @@ constexpr int kPatienceFactor = 1;
 #else
 constexpr int kPatienceFactor = 1;
 #endif
-
-/// The command that runs a program: its name, behind the emulator and its options if there is one.
-std::vector<std::string> Command(const std::string& program) {
-    std::vector<std::string> words;
-#if defined(TORVELSI_EMULATOR)
-    std::istringstream emulator(TORVELSI_EMULATOR);
-    for (std::string word; emulator >> word;) {
-        words.push_back(word);
-    }
-#endif
-    words.push_back(program);
-    return words;
-}
 
 struct Ending {
     int status = 0;
@@ -74,7 +62,7 @@ Ending RunProcess(const std::string& program, const std::string& way, int second
     posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
     const int errors = memfd_create("errors", MFD_CLOEXEC);
     posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
-    std::vector<std::string> words = Command(program);
+    std::vector<std::string> words = testsupport::CommandOf(program);
     words.push_back(way);
     std::vector<char*> arguments;
     for (std::string& word : words) {

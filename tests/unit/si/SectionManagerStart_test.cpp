@@ -8,7 +8,6 @@
 #include <new>
 #include <vector>
 
-#include "tests/support/DeathTest.h"
 #include "tests/unit/si/Call.h"
 #include "tests/unit/si/SectionManagerFixture.h"
 
@@ -103,7 +102,7 @@ TEST_F(SectionManagerStartTest, ThreadsThatAskAtOnceGetOneManager) {
 }
 
 TEST_F(SectionManagerStartTest, ItsEndStopsNoThreadAndEndsTheProcess) {
-    testsupport::StartDeathTestsAnew();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             { CKorvoSectionManager manager; }

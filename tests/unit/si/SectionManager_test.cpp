@@ -6,8 +6,6 @@
 #include <stdexcept>
 #include <thread>
 
-#include "tests/support/DeathTest.h"
-
 namespace {
 
 TEST_F(SectionManagerTest, AsksThePlatformOnceForItsSubscriber) {
@@ -238,7 +236,7 @@ TEST_F(SectionManagerTest, RefusedToggleLeavesTheSubscriptionInTheTable) {
 }
 
 TEST_F(SectionManagerTest, ExceptionOfAnObserverEndsTheProcess) {
-    testsupport::StartDeathTestsAnew();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             observer.duringSection = [](unsigned short) { throw std::length_error("observer"); };
@@ -251,7 +249,7 @@ TEST_F(SectionManagerTest, ExceptionOfAnObserverEndsTheProcess) {
 }
 
 TEST_F(SectionManagerTest, UnsubscribeInItsOwnTimeoutEndsTheProcess) {
-    testsupport::StartDeathTestsAnew();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             observer.duringTimeout = [](unsigned int id) {

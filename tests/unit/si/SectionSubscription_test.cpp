@@ -3,7 +3,6 @@
 #include <stdexcept>
 #include <thread>
 
-#include "tests/support/DeathTest.h"
 #include "tests/unit/si/SiFixture.h"
 
 namespace {
@@ -399,7 +398,7 @@ TEST_F(SectionSubscriptionTest, ExceptionsOfTheObserverPass) {
 }
 
 TEST_F(SectionSubscriptionTest, ExceptionInATimeoutEndsTheProcess) {
-    testsupport::StartDeathTestsAnew();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             observer.duringTimeout = [](unsigned int) { throw std::length_error("observer"); };

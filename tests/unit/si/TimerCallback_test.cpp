@@ -9,7 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/DeathTest.h"
 #include "tests/unit/si/SiFixture.h"
 
 namespace {
@@ -186,7 +185,7 @@ TEST(TimerCallbackTest, CopyOfTheCallbackIsDestroyedUnderTheLock) {
 }
 
 TEST(TimerCallbackTest, EmptyCallbackEndsTheProcess) {
-    testsupport::StartDeathTestsAnew();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             TimerCallback timer;
@@ -198,7 +197,7 @@ TEST(TimerCallbackTest, EmptyCallbackEndsTheProcess) {
 }
 
 TEST(TimerCallbackTest, DestructionFromInsideItsOwnCallbackEndsTheProcess) {
-    testsupport::StartDeathTestsAnew();
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             auto* const timer = new TimerCallback;

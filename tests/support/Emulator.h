@@ -1,0 +1,22 @@
+#pragma once
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace testsupport {
+
+// The words that run a program: its name, behind those of the emulator if there is one.
+inline std::vector<std::string> CommandOf(const std::string& program) {
+    std::vector<std::string> words;
+#if defined(TORVELSI_EMULATOR)
+    std::istringstream emulator(TORVELSI_EMULATOR);
+    for (std::string word; emulator >> word;) {
+        words.push_back(word);
+    }
+#endif
+    words.push_back(program);
+    return words;
+}
+
+}  // namespace testsupport
