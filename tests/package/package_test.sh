@@ -8,15 +8,18 @@ source_dir=$1
 build_dir=$2
 work=$build_dir/package_test
 prefix=$work/prefix
-readme_example=$source_dir/examples/pat_programs.cpp
 rm -rf "$work"
 mkdir -p "$work"
 
 fail() { echo "package_test: $*" >&2; exit 1; }
 
-# The program that the README shows is this file, to the letter.
-awk '/^```cpp$/ {code = 1; next} /^```$/ {code = 0} code' "$source_dir/README.md" >"$work/readme.cpp"
-cmp "$work/readme.cpp" "$readme_example" || fail "README.md shows another program than examples/"
+# shows PAGE PROGRAM: the program that the page shows is that example, to the letter.
+shows() {
+    awk '/^```cpp$/ {code = 1; next} /^```$/ {code = 0} code' "$source_dir/$1" |
+        cmp - "$source_dir/examples/$2" || fail "$1 shows another program than examples/$2"
+}
+shows README.md pat_programs.cpp
+shows docs/faults.md faults.cpp
 
 cmake --install "$build_dir" --prefix "$prefix" >"$work/install.log"
 for file in include/torvelsi/ISectionManager.h include/tvservice/SoftwarePlatform.h bin/torvelsi; do
