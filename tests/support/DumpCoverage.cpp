@@ -2,6 +2,8 @@
 // when the process ends in a way that the compiler's own code does not notice (quick_exit, _Exit,
 // SIGABRT), as most that use the section manager do. Each library counts, and dumps, for itself.
 
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdlib>
 
@@ -10,9 +12,13 @@ extern "C" void __gcov_dump();
 namespace {
 
 struct sigaction s_before;
+const pid_t s_process = ::getpid();
 
 void DumpAndGoOn(int signal) {
-    __gcov_dump();
+    // Not in a forked child, where another thread of its parent may have had the dump's lock.
+    if (::getpid() == s_process) {
+        __gcov_dump();
+    }
     if (s_before.sa_handler != SIG_DFL && s_before.sa_handler != SIG_IGN) {
         s_before.sa_handler(signal);  // another library's
     }
