@@ -5,9 +5,15 @@
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
-#define TV_X86 1
+#define TV_CARRYLESS_MULTIPLY 1
+#elif defined(__AARCH64EL__) && defined(__linux__) && \
+    (!defined(__clang__) || defined(__ARM_FEATURE_AES))
+// Of the compilers only GCC knows the instruction in a function that asks for it.
+#include <arm_neon.h>
+#include <sys/auxv.h>
+#define TV_CARRYLESS_MULTIPLY 1
 #else
-#define TV_X86 0
+#define TV_CARRYLESS_MULTIPLY 0
 #endif
 
 namespace tvservice {
@@ -78,9 +84,71 @@ uint32_t Crc32Slicing(const uint8_t* data, size_t size, uint32_t crc) {
     return crc;
 }
 
-#if TV_X86
+#if TV_CARRYLESS_MULTIPLY
 
 namespace {
+
+// 16 bytes of the message as a polynomial, the first bit the highest power; and products of two of
+// their halves.
+#if defined(__AARCH64EL__)
+
+#define TV_TARGET __attribute__((target("+crypto")))
+using Block = uint64x2_t;
+
+TV_TARGET inline Block Halves(uint64_t high, uint64_t low) {
+    return vcombine_u64(vcreate_u64(low), vcreate_u64(high));
+}
+TV_TARGET inline Block Add(Block a, Block b) {
+    return veorq_u64(a, b);
+}
+TV_TARGET inline Block MultiplyHigh(Block a, Block b) {
+    return vreinterpretq_u64_p128(
+        vmull_high_p64(vreinterpretq_p64_u64(a), vreinterpretq_p64_u64(b)));
+}
+TV_TARGET inline Block MultiplyLow(Block a, Block b) {
+    return vreinterpretq_u64_p128(vmull_p64(static_cast<poly64_t>(vgetq_lane_u64(a, 0)),
+                                            static_cast<poly64_t>(vgetq_lane_u64(b, 0))));
+}
+TV_TARGET inline uint8x16_t Reverse(uint8x16_t bytes) {
+    const uint8x16_t halves = vrev64q_u8(bytes);
+    return vextq_u8(halves, halves, 8);
+}
+TV_TARGET inline Block Load(const uint8_t* bytes) {
+    return vreinterpretq_u64_u8(Reverse(vld1q_u8(bytes)));
+}
+TV_TARGET inline void Store(Block block, uint8_t* bytes) {
+    vst1q_u8(bytes, Reverse(vreinterpretq_u8_u64(block)));
+}
+
+#else
+
+#define TV_TARGET __attribute__((target("pclmul,ssse3,sse2")))
+using Block = __m128i;
+
+TV_TARGET inline Block Halves(uint64_t high, uint64_t low) {
+    return _mm_set_epi64x(static_cast<long long>(high), static_cast<long long>(low));
+}
+TV_TARGET inline Block Add(Block a, Block b) {
+    return _mm_xor_si128(a, b);
+}
+TV_TARGET inline Block MultiplyHigh(Block a, Block b) {
+    return _mm_clmulepi64_si128(a, b, 0x11);
+}
+TV_TARGET inline Block MultiplyLow(Block a, Block b) {
+    return _mm_clmulepi64_si128(a, b, 0x00);
+}
+TV_TARGET inline Block Reverse(Block block) {
+    return _mm_shuffle_epi8(block,
+                            _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+}
+TV_TARGET inline Block Load(const uint8_t* bytes) {
+    return Reverse(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)));
+}
+TV_TARGET inline void Store(Block block, uint8_t* bytes) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), Reverse(block));
+}
+
+#endif
 
 // x to the power `exponent`, modulo the generator polynomial.
 constexpr uint32_t PowerOfX(int exponent) {
@@ -91,33 +159,26 @@ constexpr uint32_t PowerOfX(int exponent) {
     return value;
 }
 
-// The message is a polynomial, its first bit the highest power, and only its remainder matters. So
-// a block H * x^64 + L (two 64-bit halves) that stands N bits above another may be replaced by
-// H * (x^(N+64) mod P) + L * (x^N mod P), added to that other one: the message is N bits shorter.
-#define TV_TARGET __attribute__((target("pclmul,ssse3,sse2")))
-
+// Of the message only its remainder matters. So a block H * x^64 + L (two 64-bit halves) that
+// stands N bits above another may be replaced by H * (x^(N+64) mod P) + L * (x^N mod P), added to
+// that other one: the message is N bits shorter.
 template <int Bits>
-TV_TARGET inline __m128i Fold(__m128i block, __m128i below) {
-    const __m128i powers = _mm_set_epi64x(PowerOfX(Bits + 64), PowerOfX(Bits));
-    const __m128i high = _mm_clmulepi64_si128(block, powers, 0x11);
-    const __m128i low = _mm_clmulepi64_si128(block, powers, 0x00);
-    return _mm_xor_si128(_mm_xor_si128(high, low), below);
-}
-
-TV_TARGET inline __m128i Reverse(__m128i block) {
-    return _mm_shuffle_epi8(block,
-                            _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
-}
-
-TV_TARGET inline __m128i Load(const uint8_t* bytes) {
-    return Reverse(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)));
+TV_TARGET inline Block Fold(Block block, Block below) {
+    constexpr uint32_t kHigh = PowerOfX(Bits + 64);
+    constexpr uint32_t kLow = PowerOfX(Bits);
+    const Block powers = Halves(kHigh, kLow);
+    return Add(Add(MultiplyHigh(block, powers), MultiplyLow(block, powers)), below);
 }
 
 }  // namespace
 
 bool Crc32HasCarrylessMultiply() {
+#if defined(__AARCH64EL__)
+    return (::getauxval(AT_HWCAP) & HWCAP_PMULL) != 0;
+#else
     __builtin_cpu_init();
     return __builtin_cpu_supports("pclmul") != 0 && __builtin_cpu_supports("ssse3") != 0;
+#endif
 }
 
 TV_TARGET uint32_t Crc32CarrylessMultiply(const uint8_t* data, size_t size, uint32_t crc) {
@@ -125,10 +186,10 @@ TV_TARGET uint32_t Crc32CarrylessMultiply(const uint8_t* data, size_t size, uint
         return Crc32Slicing(data, size, crc);
     }
     // The sum so far acts like four bytes added to the first four.
-    __m128i a = _mm_xor_si128(Load(data), _mm_set_epi32(static_cast<int>(crc), 0, 0, 0));
-    __m128i b = Load(data + 16);
-    __m128i c = Load(data + 32);
-    __m128i d = Load(data + 48);
+    Block a = Add(Load(data), Halves(uint64_t{crc} << 32, 0));
+    Block b = Load(data + 16);
+    Block c = Load(data + 32);
+    Block d = Load(data + 48);
     data += 64;
     size -= 64;
     while (size >= 64) {
@@ -139,14 +200,14 @@ TV_TARGET uint32_t Crc32CarrylessMultiply(const uint8_t* data, size_t size, uint
         data += 64;
         size -= 64;
     }
-    __m128i block = Fold<128>(Fold<128>(Fold<128>(a, b), c), d);
+    Block block = Fold<128>(Fold<128>(Fold<128>(a, b), c), d);
     while (size >= 16) {
         block = Fold<128>(block, Load(data));
         data += 16;
         size -= 16;
     }
     uint8_t folded[16];
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(folded), Reverse(block));
+    Store(block, folded);
     return Crc32Slicing(data, size, Crc32Slicing(folded, sizeof(folded), 0));
 }
 

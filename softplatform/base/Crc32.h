@@ -24,8 +24,8 @@ uint32_t Crc32Slicing(const uint8_t* data, size_t size, uint32_t crc = kCrc32Ini
 // Whether Crc32CarrylessMultiply may be called on this processor.
 bool Crc32HasCarrylessMultiply();
 
-// Folds 64 bytes a step by carry-less multiplication (x86 PCLMULQDQ). Only where
-// Crc32HasCarrylessMultiply() is true; on another x86 processor it stops the program.
+// Folds 64 bytes a step by carry-less multiplication (x86 PCLMULQDQ, 64-bit ARM PMULL). Only where
+// Crc32HasCarrylessMultiply() is true; on another processor it may stop the program.
 uint32_t Crc32CarrylessMultiply(const uint8_t* data, size_t size, uint32_t crc = kCrc32Initial);
 
 }  // namespace tvservice
