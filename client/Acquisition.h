@@ -50,7 +50,8 @@ class Acquisition {
     /// behind it.
     bool WaitUntilComplete(std::chrono::milliseconds timeout);
 
-    /// The tables that were found, and what is missing.
+    /// The tables that were found, and what is missing: as of now, or, once WaitUntilComplete saw
+    /// nothing missing, as of then.
     Multiplex Found() const;
 
   private:
@@ -60,7 +61,7 @@ class Acquisition {
     void FilterPmt(int pid);
     void FilterNit(int pid);
     bool WasRefused(unsigned int tableId) const;
-    Multiplex Look() const;
+    Multiplex Look() const;  // as of now
     void FillPrograms(Multiplex& multiplex) const;
     void FillConditionalAccess(Multiplex& multiplex) const;  // after the programs
     void FillServices(Multiplex& multiplex) const;           // after the PAT
@@ -79,7 +80,7 @@ class Acquisition {
     SubTableReader<BatTable> bats_;
 
     mutable std::mutex mutex_;
-    std::optional<Multiplex> complete_;        // guarded by mutex_; what WaitUntilComplete saw
+    std::optional<Multiplex> complete_;        // guarded by mutex_; set once, by WaitUntilComplete
     std::set<int> pmtPids_;                    // guarded by mutex_; every PMT PID that a PAT named
     std::set<int> nitPids_;                    // guarded by mutex_
     std::vector<unsigned int> subscriptions_;  // guarded by mutex_

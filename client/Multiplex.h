@@ -40,9 +40,7 @@ struct Descriptor {
 struct SsuOffer {
     unsigned int oui;  ///< 24 bits
     std::optional<Bytes> selector;
-    bool operator==(const SsuOffer& other) const {
-        return oui == other.oui && selector == other.selector;
-    }
+    bool operator==(const SsuOffer&) const = default;
 };
 
 /// One elementary stream of a program.
@@ -66,9 +64,7 @@ struct Carousel {
 struct SsuStream {
     unsigned int pid;
     std::vector<SsuOffer> offers;
-    bool operator==(const SsuStream& other) const {
-        return pid == other.pid && offers == other.offers;
-    }
+    bool operator==(const SsuStream&) const = default;
 };
 
 /// The last complete current PMT of one program.

@@ -5,5 +5,5 @@ execute_process(COMMAND ${CMAKE_CXX_COMPILER} -std=c++20 -fPIC
     -c ${PROJECT_SOURCE_DIR}/tests/support/DumpCoverage.cpp -o ${dump_coverage}
     COMMAND_ERROR_IS_FATAL ANY)
 foreach(kind EXE SHARED)
-    string(APPEND CMAKE_${kind}_LINKER_FLAGS " ${dump_coverage} -Wl,--wrap=_Exit")
+    string(APPEND CMAKE_${kind}_LINKER_FLAGS " \"${dump_coverage}\" -Wl,--wrap=_Exit")
 endforeach()

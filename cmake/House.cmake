@@ -2,12 +2,14 @@
 
 # Every target of the house compiles with these. GCC 12 sees overlaps in string concatenation where
 # there are none (GCC bug 105651), and takes files that are compiled together for headers.
-add_library(house_options INTERFACE)
-target_compile_options(house_options INTERFACE
+add_library(house_warnings INTERFACE)
+target_compile_options(house_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${TORVELSI_UNITY}>>:-Wno-subobject-linkage>
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+add_library(house_options INTERFACE)
+target_link_libraries(house_options INTERFACE house_warnings)
 if(TORVELSI_SANITIZE)
     target_compile_options(house_options INTERFACE -fsanitize=${TORVELSI_SANITIZE}
         -fno-omit-frame-pointer -fno-sanitize-recover=all)

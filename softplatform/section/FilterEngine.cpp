@@ -1,6 +1,7 @@
 #include "softplatform/section/FilterEngine.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -15,6 +16,18 @@ bool IsIntact([[maybe_unused]] SectionView section) {
 #else
     return CrcIsGood(section);
 #endif
+}
+
+// Whether a filter lets every section of a sub-table pass if it lets one: it does not ask about the
+// length, version_number, current_next_indicator and the section numbers (ISO/IEC
+// 13818-1 2.4.4.11).
+bool AsksForEveryVersion(const SectionFilter& criteria) {
+    constexpr size_t kChanging[] = {1, 2, 5, 6, 7};
+    const std::vector<uint8_t>& mask = criteria.mask();
+    return std::all_of(criteria.mode().begin(), criteria.mode().end(),
+                       [](uint8_t mode) { return mode == 0; }) &&
+           std::all_of(std::begin(kChanging), std::end(kChanging),
+                       [&mask](size_t at) { return at >= mask.size() || mask[at] == 0; });
 }
 
 }  // namespace
@@ -178,10 +191,20 @@ size_t FilterEngine::OnSection(Stream& stream, uint16_t pid, const uint8_t* byte
         return 0;
     }
     counters_.Add(Counter::kSections);
-    cache_.Put(pid, *section);
+    if (SeesChanges(stream, *section)) {
+        cache_.Put(pid, *section);
+    }
     const size_t calls = Offer(stream, *section);
     counters_.Add(Counter::kDeliveredSections, calls);
     return calls;
+}
+
+bool FilterEngine::SeesChanges(const Stream& stream, SectionView section) const {
+    return feed_ == Feed::kPackets ||
+           std::any_of(stream.filters.begin(), stream.filters.end(), [&](const auto& filter) {
+               return AsksForEveryVersion(filter->criteria) &&
+                      filter->criteria.Matches(section.data(), section.size());
+           });
 }
 
 size_t FilterEngine::OnDeviceSection(uint16_t pid, const uint8_t* section, size_t size) {

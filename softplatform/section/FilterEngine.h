@@ -137,9 +137,13 @@ class FilterEngine {
     enum class Feed { kPackets, kDeviceSections };
 
     // A new source: forgets open sections, continuity and the cache. Filters stay. A device gives
-    // only what filters ask for: of a PID that loses one the cache forgets what it held, because
-    // nobody sees any more when that changes.
+    // only what filters ask for: then the cache takes only what a filter asks for in every version,
+    // and of a PID that loses a filter it forgets what it held, because nobody might see that
+    // change.
     void Reset(Feed feed = Feed::kPackets);
+
+    // Has the cache forget a PID of which something was lost, or of which nothing comes any more.
+    void Forget(uint16_t pid) { cache_.Forget(pid); }
 
   private:
     struct Receiver {
@@ -178,6 +182,7 @@ class FilterEngine {
     size_t ServeFromCache(const CacheRequest& request) TV_EXCLUDES(mutex_);
     void Remove(const Filter& filter);
     size_t OnSection(Stream& stream, uint16_t pid, const uint8_t* bytes, size_t size);
+    bool SeesChanges(const Stream& stream, SectionView section) const;
     size_t Offer(Stream& stream, SectionView section);
     size_t Call(Filter& filter, SectionView section) TV_EXCLUDES(mutex_);
     void Call(const Filter& filter, const Receiver& receiver, SectionView section)

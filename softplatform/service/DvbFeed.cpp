@@ -56,7 +56,8 @@ void DvbFeed::OnSection(uint16_t pid, const uint8_t* section, size_t size) {
     onSection_(size, engine_.OnDeviceSection(pid, section, size));
 }
 
-void DvbFeed::OnWarning(uint16_t /*pid*/, const std::string& line) {
+void DvbFeed::OnWarning(uint16_t pid, const std::string& line) {
+    engine_.Forget(pid);
     LOG(0, LOG_PRIORITY_WARNING, "TVSERVICE", "%s", line.c_str());
 }
 

@@ -80,6 +80,12 @@ class Counter : public TORVEL_MW::ISectionObserver {
         }
     }
 
+    void WaitForTimeout() const {
+        while (timeouts_ == 0) {
+            std::this_thread::yield();
+        }
+    }
+
   private:
     const bool leaves_;
     std::atomic<int> sections_{0};
@@ -98,6 +104,8 @@ class SectionManagerRaces : public testing::TestWithParam<unsigned> {
         lastId_ = Subscribe(last_, 0x1FF0);
         ASSERT_NE(lastId_, 0u);
     }
+
+    void TearDown() override { tvservice::SoftwarePlatform::Instance().Stop(); }
 
     /// By any of the three overloads, each of which sets the same filter.
     static unsigned int Subscribe(Counter& counter, unsigned short pid,
@@ -254,7 +262,11 @@ TEST_P(SectionManagerRaces, TimeoutsAgainstSections) {
                     Subscribe(counter, static_cast<unsigned short>(0x200 + thread),
                               kModes[chance.Below(2)], 1, chance.Below(3));
                 ASSERT_NE(id, 0u);
-                std::this_thread::sleep_for(std::chrono::microseconds(chance.Below(2000)));
+                if (chance.Below(8) == 0) {
+                    counter.WaitForTimeout();
+                } else {
+                    std::this_thread::sleep_for(std::chrono::microseconds(chance.Below(2000)));
+                }
                 Push(id);
                 const bool isHasty = chance.Below(4) == 0;
                 if (!isHasty) {
@@ -264,7 +276,8 @@ TEST_P(SectionManagerRaces, TimeoutsAgainstSections) {
                 ISectionManager::Instance()->Unsubscribe(id);
                 EXPECT_LE(counter.sections(), 1);
                 EXPECT_LE(counter.timeouts(), 1);
-                ++(counter.timeouts() == 0 ? inTime : late);
+                late += counter.timeouts();
+                inTime += counter.sections() == 1 && counter.timeouts() == 0 ? 1 : 0;
             }
         },
         [&](Chance& chance) { chance.GiveWay(); });
@@ -293,6 +306,7 @@ TEST_P(SectionManagerRaces, IdsAroundTheEndOfTheirRange) {
                 const unsigned int id =
                     Subscribe(counter, static_cast<unsigned short>(0x300 + thread),
                               ISectionManager::EContinuous, kNoTimeout, chance.Below(3));
+                ASSERT_NE(id, 0u);
                 some = id;
                 chance.GiveWay();
                 Push(id);

@@ -10,6 +10,7 @@ Exit status: 0 no difference, 1 differences or a failure, 77 there is no such fo
 """
 
 import pathlib
+import subprocess
 import sys
 
 sys.dont_write_bytecode = True  # nothing is left in the checkout
@@ -35,7 +36,7 @@ def compare(tool, paths):
                 wanted = stream.wanted(expected)
                 lines = list(differences("$", wanted, document))
                 count = tables_compared(wanted, document)
-        except ValueError as failure:
+        except (ValueError, subprocess.TimeoutExpired) as failure:
             lines = [str(failure)]
         tables += count
         found += len(lines)

@@ -116,7 +116,7 @@ class Stream:
                 packets.flush()
                 path = packets.name
             done = subprocess.run([tool, "scan", "--format", "json", str(path)],
-                                  capture_output=True, env=watched(280))
+                                  capture_output=True, env=watched(60), timeout=90)
         if done.returncode not in (0, 3):
             raise ValueError(f"exit status {done.returncode}: {done.stderr.decode()[-2000:]}")
         document = json.loads(done.stdout.decode(), object_pairs_hook=without_duplicates)

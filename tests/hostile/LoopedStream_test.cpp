@@ -19,16 +19,9 @@
 #include "tests/hostile/ProcessUse.h"
 #include "tests/hostile/Visitors.h"
 #include "tests/support/Forever.h"
+#include "tests/support/Slowdown.h"
 #include "tests/support/TsBytes.h"
 #include "tests/unit/service/PacketWriter.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(TORVELSI_EMULATOR)
-#define TORVEL_SLOWED_DOWN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define TORVEL_SLOWED_DOWN 1
-#endif
-#endif
 
 namespace testsupport {
 namespace {
@@ -36,13 +29,9 @@ namespace {
 using TORVEL_MW::ISectionManager;
 using tvservice::SoftwarePlatform;
 
-#if defined(TORVEL_SLOWED_DOWN)
-constexpr uint64_t kBytesToPlay = 12'000'000;  // and the memory is no measure
-constexpr bool kMemoryIsAMeasure = false;
-#else
-constexpr uint64_t kBytesToPlay = 40'000'000;
-constexpr bool kMemoryIsAMeasure = true;
-#endif
+// Where it is slower, memory is no measure either.
+constexpr bool kMemoryIsAMeasure = kSlowdown == 1;
+constexpr uint64_t kBytesToPlay = kMemoryIsAMeasure ? 40'000'000 : 12'000'000;
 constexpr size_t kMemoryBound = 2 * 1024 * 1024;
 constexpr uint64_t kReadSize = 256 * 1024;  // of the platform
 constexpr unsigned kNoTimeout = 0xFFFFFFFF;

@@ -14,18 +14,22 @@ namespace {
 struct sigaction s_before;
 const pid_t s_process = ::getpid();
 
-void DumpAndGoOn(int signal) {
-    // Not in a forked child, where another thread of its parent may have had the dump's lock.
+// Not in a forked child, where another thread of its parent may have had the dump's lock.
+void Dump() {
     if (::getpid() == s_process) {
         __gcov_dump();
     }
+}
+
+void DumpAndGoOn(int signal) {
+    Dump();
     if (s_before.sa_handler != SIG_DFL && s_before.sa_handler != SIG_IGN) {
         s_before.sa_handler(signal);  // another library's
     }
 }  // back into abort(), which ends the process
 
 [[gnu::constructor]] void DumpAtEveryEnd() {
-    std::at_quick_exit(__gcov_dump);
+    std::at_quick_exit(Dump);
     struct sigaction action {};
     action.sa_handler = DumpAndGoOn;
     ::sigaction(SIGABRT, &action, &s_before);

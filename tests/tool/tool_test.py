@@ -273,6 +273,12 @@ class Scan(unittest.TestCase):
                                       capture_output=True, timeout=60)
                 self.assertEqual(done.returncode, 2)
                 self.assertIn(stream, done.stderr)
+        for command, status in (("scan /nowhere/at/all 2>&-", 2),
+                                ("sections demo: --pid 0 --table-id 0 --count 1 2>&-", 0)):
+            with self.subTest(command):
+                done = subprocess.run(["sh", "-c", f'exec "$0" {command}', TOOL],
+                                      stdout=subprocess.DEVNULL, timeout=60)
+                self.assertEqual(done.returncode, status)
 
     def test_unreadable_input_is_named_with_why(self):
         for path, why in (("/nowhere.ts", "No such file"), ("/", "directory")):
@@ -958,15 +964,18 @@ class Interrupts(unittest.TestCase):
         process = subprocess.Popen([TOOL, *arguments], stdin=reader, stdout=subprocess.PIPE,
                                    stderr=subprocess.PIPE)
         os.close(reader)
-        os.write(writer, after)
         output = b""
         if until:
+            os.write(writer, after)
             while until not in output:
                 output += os.read(process.stdout.fileno(), 65536)
         else:
-            # What it prints, it prints at the end; what it has read, the pipe no longer holds.
-            while fcntl.ioctl(writer, termios.FIONREAD, b"\0\0\0\0") != b"\0\0\0\0":
-                time.sleep(0.001)
+            # What it prints, it prints at the end. What it has read, the pipe no longer holds; and
+            # when it has read the last packet, it has handled those before it.
+            for part in (after[:-188], after[-188:]):
+                os.write(writer, part)
+                while fcntl.ioctl(writer, termios.FIONREAD, b"\0\0\0\0") != b"\0\0\0\0":
+                    time.sleep(0.001)
         process.send_signal(signal.SIGINT)
         begin = time.monotonic()
         rest, errors = process.communicate(timeout=30)

@@ -3,9 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iostream>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -39,14 +39,14 @@ int Generate(const std::string& path, const std::string& scenario,
                                Printable(scenario)));
         return kUsage;
     }
-    const auto size = static_cast<std::streamsize>(stream.size());
     if (path == "-") {
-        std::cout.write(reinterpret_cast<const char*>(stream.data()), size);
+        std::fwrite(stream.data(), 1, stream.size(), stdout);
         return kDone;  // whether it could be written is told when the tool ends
     }
     errno = 0;
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(stream.data()), size);
+    out.write(reinterpret_cast<const char*>(stream.data()),
+              static_cast<std::streamsize>(stream.size()));
     out.close();
     if (!out) {
         PrintError(fmt::format("{}: cannot be written: {}", Printable(path), std::strerror(errno)));

@@ -53,14 +53,15 @@ int RunTool(int argc, char** argv) {
     return run();
 }
 
-/// A standard descriptor that is closed would be given to the next file that is opened. It is held
-/// by one for the other direction only, so that reading it, or writing it, fails.
+/// A standard descriptor that is closed would be given to the next file that is opened. Input and
+/// output are held by one for the other direction only, so that using them fails; what is said to
+/// people goes nowhere.
 void HoldStandardDescriptors() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (::fcntl(descriptor, F_GETFD) < 0) {
             // The lowest that is free: this one.
             static_cast<void>(
-                ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+                ::open("/dev/null", descriptor == STDOUT_FILENO ? O_RDONLY : O_WRONLY));
         }
     }
 }

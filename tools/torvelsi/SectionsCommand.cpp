@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -251,6 +250,7 @@ class FirstClient : public TORVEL_MW::ISectionObserver {
     void OnSectionReceived(unsigned short /*id*/, unsigned short /*pid*/, unsigned short length,
                            unsigned char* data) override {
         constexpr std::size_t kMostSections = 4096;
+        std::lock_guard<std::mutex> lock(mutex_);
         if (outcome_ != kWaiting ||
             (seen_.emplace(data, data + length).second && seen_.size() < kMostSections)) {
             return;
@@ -263,14 +263,23 @@ class FirstClient : public TORVEL_MW::ISectionObserver {
 
     void OnSectionTimeout(unsigned int /*id*/) override {}
 
-    enum Outcome { kWaiting, kBegun, kRefused };
-    Outcome outcome() const { return outcome_; }
+    enum Outcome { kWaiting, kBegun, kRefused, kOver };
+
+    /// What came of it; the printer does not begin any more.
+    Outcome End() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (outcome_ == kWaiting) {
+            outcome_ = kOver;
+        }
+        return outcome_;
+    }
 
   private:
     const Request request_;
     Printer& printer_;
-    std::set<std::vector<unsigned char>> seen_;  // the event thread's
-    std::atomic<Outcome> outcome_{kWaiting};
+    std::mutex mutex_;                           // held while the printer begins
+    std::set<std::vector<unsigned char>> seen_;  // guarded by mutex_
+    Outcome outcome_ = kWaiting;                 // guarded by mutex_
 };
 
 int Refused() {
@@ -323,10 +332,11 @@ int Sections(const Request& request) {
         return Refused();
     }
     const InputEnd end = Play(std::move(source), info);
-    if (first != nullptr && first->outcome() == FirstClient::kRefused) {
+    const FirstClient::Outcome outcome = first != nullptr ? first->End() : FirstClient::kBegun;
+    if (outcome == FirstClient::kRefused) {
         return Refused();
     }
-    const bool isBegun = first == nullptr || first->outcome() == FirstClient::kBegun;
+    const bool isBegun = outcome == FirstClient::kBegun;
     if (isBegun) {
         printer.WaitForTimeout();
     } else {

@@ -262,20 +262,26 @@ void SourceRig::Break() {
 }
 
 const std::vector<SourceKind>& SourceKinds() {
-    static const std::vector<SourceKind> kinds{
-        // name          rig                  ends   restarts waits  fails
-        {"Memory", &Make<MemoryRig>, true, true, false, false},
-        {"File", &Make<FileRig>, true, true, false, true},
-        {"Pipe", &Make<PipeRig>, true, false, true, true},
-        {"Dvr", &Make<DvrRig>, false, false, true, true},
-        {"Udp", &Make<UdpRig>, false, false, true, true},
-        {"UdpIpv6", &Make<Udp6Rig>, false, false, true, true},
-        {"Rtp", &Make<RtpRig>, false, false, true, true},
-        {"LoopedFile", &Make<LoopRig>, false, true, false, true},
-        {"FollowedFile", &Make<FollowRig>, false, true, true, true},
-        {"FaultyFile", &Make<FaultyFileRig>, true, true, false, true},
-        {"PacedFile", &Make<PacedFileRig>, true, true, false, true},
-        {"PacedPipe", &Make<PacedPipeRig>, true, false, true, true}};
+    static const std::vector<SourceKind> kinds = [] {
+        std::vector<SourceKind> those{
+            // name          rig                  ends   restarts waits  fails
+            {"Memory", &Make<MemoryRig>, true, true, false, false},
+            {"File", &Make<FileRig>, true, true, false, true},
+            {"Pipe", &Make<PipeRig>, true, false, true, true},
+            {"Dvr", &Make<DvrRig>, false, false, true, true},
+            {"Udp", &Make<UdpRig>, false, false, true, true},
+            {"Rtp", &Make<RtpRig>, false, false, true, true},
+            {"LoopedFile", &Make<LoopRig>, false, true, false, true},
+            {"FollowedFile", &Make<FollowRig>, false, true, true, true},
+            {"FaultyFile", &Make<FaultyFileRig>, true, true, false, true},
+            {"PacedFile", &Make<PacedFileRig>, true, true, false, true},
+            {"PacedPipe", &Make<PacedPipeRig>, true, false, true, true}};
+        std::string error;
+        if (tvservice::UdpSource::Open("udp://[::1]:0", error)) {  // this machine has IPv6
+            those.push_back({"UdpIpv6", &Make<Udp6Rig>, false, false, true, true});
+        }
+        return those;
+    }();
     return kinds;
 }
 

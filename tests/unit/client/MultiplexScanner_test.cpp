@@ -29,6 +29,8 @@ class MultiplexScannerTest : public testing::Test {
         ASSERT_TRUE(platform_.Start());
     }
 
+    void TearDown() override { platform_.Stop(); }
+
     void Play(std::vector<std::uint8_t> bytes) {
         tvservice::PlayOptions options;
         options.reading = tvservice::PlayOptions::kLockStep;

@@ -65,8 +65,9 @@ TEST(UdpSocket, AsksForALargeReceiveBuffer) {
     // What the system grants to everybody, or, to root, all of it; the kernel doubles it
     // (socket(7)).
     int granted = 0;
-    std::ifstream("/proc/sys/net/core/rmem_max") >> granted;
-    ASSERT_GT(granted, 0);
+    if (!(std::ifstream("/proc/sys/net/core/rmem_max") >> granted)) {
+        GTEST_SKIP() << "this machine does not say how large a buffer may be";
+    }
     EXPECT_GE(size, 2 * std::min(granted, 8 * 1024 * 1024));
 }
 

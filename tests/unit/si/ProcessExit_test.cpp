@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "tests/support/Emulator.h"
+#include "tests/support/Slowdown.h"
 
 extern char** environ;
 
@@ -27,17 +28,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kProcessesPerWay = 34;  // 7 ways: more than 200
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(TORVELSI_EMULATOR)
-constexpr int kPatienceFactor = 10;
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
-constexpr int kPatienceFactor = 10;
-#else
-constexpr int kPatienceFactor = 1;
-#endif
-#else
-constexpr int kPatienceFactor = 1;
-#endif
 
 struct Ending {
     int status = 0;
@@ -79,7 +69,7 @@ Ending RunProcess(const std::string& program, const std::string& way, int second
     EXPECT_GE(process, 0);
     pollfd ended{process, POLLIN, 0};
     Ending ending;
-    ending.inTime = poll(&ended, 1, 1000 * seconds * kPatienceFactor) == 1;
+    ending.inTime = poll(&ended, 1, 1000 * seconds * testsupport::kSlowdown) == 1;
     if (!ending.inTime) {
         kill(child, SIGALRM);  // it writes its stacks
         constexpr int kSecondsToWrite = 20;

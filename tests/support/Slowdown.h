@@ -1,0 +1,18 @@
+#pragma once
+
+namespace testsupport {
+
+// How many times as long a test may take that is given a time, under a sanitizer or an emulator.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(TORVELSI_EMULATOR)
+constexpr int kSlowdown = 10;
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
+constexpr int kSlowdown = 10;
+#else
+constexpr int kSlowdown = 1;
+#endif
+#else
+constexpr int kSlowdown = 1;
+#endif
+
+}  // namespace testsupport
