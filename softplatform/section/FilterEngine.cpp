@@ -19,8 +19,8 @@ bool IsIntact([[maybe_unused]] SectionView section) {
 }
 
 // Whether a filter lets every section of a sub-table pass if it lets one: it does not ask about the
-// length, version_number, current_next_indicator and the section numbers (ISO/IEC
-// 13818-1 2.4.4.11).
+// length, version_number, current_next_indicator and the section numbers
+// (ISO/IEC 13818-1 2.4.4.11).
 bool AsksForEveryVersion(const SectionFilter& criteria) {
     constexpr size_t kChanging[] = {1, 2, 5, 6, 7};
     const std::vector<uint8_t>& mask = criteria.mask();

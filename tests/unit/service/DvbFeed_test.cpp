@@ -78,8 +78,9 @@ class DvbFeedTest : public testing::Test {
         ReplaceLogReceiver({});
     }
 
-    int Subscribe(uint16_t pid, uint8_t table_id, int id) {
-        return engine_.Subscribe(pid, *SectionFilter::Compile({table_id}, {0xFF}, {}), inbox_, id);
+    int Subscribe(uint16_t pid, uint8_t table_id, int id, bool fromCache = false) {
+        return engine_.Subscribe(pid, *SectionFilter::Compile({table_id}, {0xFF}, {}), inbox_, id,
+                                 fromCache);
     }
     void Play(const PlayOptions& options = {}) {
         ASSERT_TRUE(pump_.Start());
@@ -93,6 +94,7 @@ class DvbFeedTest : public testing::Test {
     FilterEngine engine_{counters_, [this] { pump_.Wake(); }};
     Pump pump_{engine_, counters_};
     const Bytes sdt_ = SectionBytes{.table_id = 0x42}.Build();
+    const Bytes changedSdt_ = SectionBytes{.table_id = 0x42, .version_number = 1}.Build();
     const Bytes bat_ = SectionBytes{.table_id = 0x4A}.Build();
 };
 
@@ -215,22 +217,21 @@ TEST_F(DvbFeedTest, EndsWithinATenthOfASecondWhenItIsInterruptedAndCanBePlayedAg
 
 TEST_F(DvbFeedTest, GivesNothingFromTheCacheThatNobodyCouldSeeChange) {
     engine_.SetCacheLimit(65536);
-    const Bytes changed = SectionBytes{.table_id = 0x42, .version_number = 1}.Build();
     const int first = Subscribe(0x0011, 0x42, 1);
     Play();
     ASSERT_TRUE(kernel_.WaitForFilters(1));
     kernel_.Broadcast(0x0011, sdt_);
     inbox_.Wait(1);
-    engine_.Subscribe(0x0011, *SectionFilter::Compile({0x42}, {0xFF}, {}), inbox_, 2, true);
+    Subscribe(0x0011, 0x42, 2, true);
     EXPECT_THAT(inbox_.Wait(2)[1], Pair(2, sdt_));
     engine_.Unsubscribe(first + 1);
     engine_.Unsubscribe(first);
     ASSERT_TRUE(kernel_.WaitForFilters(0));
-    kernel_.Broadcast(0x0011, changed);
-    engine_.Subscribe(0x0011, *SectionFilter::Compile({0x42}, {0xFF}, {}), inbox_, 3, true);
+    kernel_.Broadcast(0x0011, changedSdt_);
+    Subscribe(0x0011, 0x42, 3, true);
     ASSERT_TRUE(kernel_.WaitForFilters(1));
-    kernel_.Broadcast(0x0011, changed);
-    EXPECT_THAT(inbox_.Wait(3)[2], Pair(3, changed));
+    kernel_.Broadcast(0x0011, changedSdt_);
+    EXPECT_THAT(inbox_.Wait(3)[2], Pair(3, changedSdt_));
 }
 
 TEST_F(DvbFeedTest, DoesNotCacheWhatAFilterThatHasGoneLeftInTheDevice) {
@@ -252,11 +253,10 @@ TEST_F(DvbFeedTest, DoesNotCacheWhatAFilterThatHasGoneLeftInTheDevice) {
     kernel_.Broadcast(0x0011, sdt_);
     mayReturn.Set();
     ASSERT_TRUE(kernel_.WaitForFilters(1));
-    const Bytes changed = SectionBytes{.table_id = 0x42, .version_number = 1}.Build();
-    engine_.Subscribe(0x0011, *SectionFilter::Compile({0x42}, {0xFF}, {}), inbox_, 3, true);
+    Subscribe(0x0011, 0x42, 3, true);
     ASSERT_TRUE(kernel_.WaitForFilters(2));
-    kernel_.Broadcast(0x0011, changed);
-    EXPECT_THAT(inbox_.Wait(2)[1], Pair(3, changed));
+    kernel_.Broadcast(0x0011, changedSdt_);
+    EXPECT_THAT(inbox_.Wait(2)[1], Pair(3, changedSdt_));
 }
 
 TEST_F(DvbFeedTest, DoesNotCacheForAFilterThatSeesOneVersionOnly) {
@@ -269,12 +269,11 @@ TEST_F(DvbFeedTest, DoesNotCacheForAFilterThatSeesOneVersionOnly) {
     kernel_.Broadcast(0x0011, sdt_);
     inbox_.Wait(1);
     // One filter of the device serves both; the other PID's tells that it is set.
-    engine_.Subscribe(0x0011, *SectionFilter::Compile({0x42}, {0xFF}, {}), inbox_, 2, true);
+    Subscribe(0x0011, 0x42, 2, true);
     Subscribe(0x0012, 0x4E, 3);
     ASSERT_TRUE(kernel_.WaitForFilters(2));
-    const Bytes changed = SectionBytes{.table_id = 0x42, .version_number = 1}.Build();
-    kernel_.Broadcast(0x0011, changed);
-    EXPECT_THAT(inbox_.Wait(2)[1], Pair(2, changed));
+    kernel_.Broadcast(0x0011, changedSdt_);
+    EXPECT_THAT(inbox_.Wait(2)[1], Pair(2, changedSdt_));
 }
 
 TEST_F(DvbFeedTest, AsksTheBarrierAfterEachSectionInLockStep) {
