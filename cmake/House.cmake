@@ -41,7 +41,8 @@ endfunction()
 # that it links stay offsets, which addr2line turns into names.
 function(torvelsi_named_stacks name)
     set_target_properties(${name} PROPERTIES
-        ENABLE_EXPORTS ON CXX_VISIBILITY_PRESET default VISIBILITY_INLINES_HIDDEN OFF)
+        ENABLE_EXPORTS ON DEFINE_SYMBOL ""
+        CXX_VISIBILITY_PRESET default VISIBILITY_INLINES_HIDDEN OFF)
 endfunction()
 
 # torvelsi_test(NAME SOURCES file... LINK target... [LABELS label...])
@@ -57,6 +58,9 @@ function(torvelsi_test name)
     target_link_libraries(${name} PRIVATE ${TEST_LINK} test_main house_options GTest::gmock)
     # What is tested is built as the preset says; tests themselves compile twice as fast like this.
     target_compile_options(${name} PRIVATE -O0)
+    if(TORVELSI_UNITY)
+        target_precompile_headers(${name} REUSE_FROM test_headers)
+    endif()
     # The test's own watchdog tells where it hangs before ctest ends it.
     math(EXPR limit "${TEST_TIMEOUT} - 20")
     torvelsi_named_stacks(${name})
