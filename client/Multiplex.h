@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -40,7 +41,7 @@ struct Descriptor {
 struct SsuOffer {
     unsigned int oui;  ///< 24 bits
     std::optional<Bytes> selector;
-    bool operator==(const SsuOffer&) const = default;
+    auto operator<=>(const SsuOffer&) const = default;
 };
 
 /// One elementary stream of a program.
@@ -64,7 +65,7 @@ struct Carousel {
 struct SsuStream {
     unsigned int pid;
     std::vector<SsuOffer> offers;
-    bool operator==(const SsuStream&) const = default;
+    auto operator<=>(const SsuStream&) const = default;
 };
 
 /// The last complete current PMT of one program.
@@ -108,12 +109,14 @@ struct Event {
 struct SsuLinkage {
     unsigned int originalNetworkId, transportStreamId, serviceId;
     std::vector<SsuOffer> offers;
+    auto operator<=>(const SsuLinkage&) const = default;
 };
 
 /// A place whose NIT or BAT lists such services.
 struct SsuScanLinkage {
     bool isNit;  ///< else a BAT
     unsigned int originalNetworkId, transportStreamId, serviceId;
+    auto operator<=>(const SsuScanLinkage&) const = default;
 };
 
 /// One transport stream of a network.

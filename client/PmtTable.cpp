@@ -1,6 +1,5 @@
 #include "client/PmtTable.h"
 
-#include <algorithm>
 #include <list>
 #include <map>
 #include <set>
@@ -19,6 +18,8 @@ namespace {
 constexpr unsigned int kAny = 0xFFFFFFFF;
 constexpr unsigned long kNoCarousel = 0xFFFFFFFF;
 constexpr int kCaTag = 0x09;
+// ISO/IEC 13818-1 2.4.4.9 has one. The SI layer adds the offers of all sections with each.
+constexpr unsigned char kMostSections = 16;
 
 }  // namespace
 
@@ -32,7 +33,8 @@ PmtTable::Key PmtTable::KeyOf(unsigned short pid, const unsigned char* data, uns
 }
 
 bool PmtTable::Take(unsigned short pid, unsigned char* data, Snapshot& program) {
-    if (!parser_->Parse(pid, data) || !platformParser_.Parse(static_cast<short>(pid), data)) {
+    if (SectionHeader(data).lastSectionNumber >= kMostSections || !parser_->Parse(pid, data) ||
+        !platformParser_.Parse(static_cast<short>(pid), data)) {
         return false;
     }
     const unsigned short number = parser_->ProgramNumber();
@@ -87,15 +89,13 @@ bool PmtTable::Take(unsigned short pid, unsigned char* data, Snapshot& program) 
     }
     std::list<std::unique_ptr<TORVEL_MW::ISSUInfo>> infos;
     parser_->GetSSUInfo(number, kAny, infos);
+    Distinct<SsuStream> ssu;  // each section of a PMT brings the offers of those before it again
     for (const auto& info : infos) {
         unsigned short ssuPid = 0;
         info->GetPID(ssuPid);
-        SsuStream ssu{ssuPid, OffersOf(*info)};
-        // Each section of a PMT brings the offers of those before it again.
-        if (std::find(program.ssu.begin(), program.ssu.end(), ssu) == program.ssu.end()) {
-            program.ssu.push_back(std::move(ssu));
-        }
+        ssu.Add({ssuPid, OffersOf(*info)});
     }
+    program.ssu = ssu.Release();
     return true;
 }
 

@@ -3,7 +3,9 @@
 #include <list>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "client/Multiplex.h"
@@ -52,6 +54,22 @@ std::unique_ptr<Desc> FirstOf(const std::vector<Descriptor>& descriptors, unsign
     }
     return nullptr;
 }
+
+/// Values in the order in which they came, each once.
+template <class Value>
+class Distinct {
+  public:
+    void Add(Value value) {
+        if (seen_.insert(value).second) {
+            values_.push_back(std::move(value));
+        }
+    }
+    std::vector<Value> Release() { return std::move(values_); }
+
+  private:
+    std::set<Value> seen_;
+    std::vector<Value> values_;
+};
 
 /// The entries of an SSU record, ascending by OUI.
 template <class Record>

@@ -1,5 +1,7 @@
 #include "client/SdtTable.h"
 
+#include <set>
+
 #include "client/Records.h"
 #include "client/SubTableReader.h"
 #include "client/TableIds.h"
@@ -34,9 +36,14 @@ bool SdtTable::Take(unsigned short pid, unsigned char* data, Snapshot& services)
     if (!parser_->IsComplete(onid, tsid)) {
         return false;
     }
+    std::set<unsigned short> seen;
     for (int index = 0; index < instance.NumOfDVBSDTItemService(); ++index) {
         const TCDVBSDTItemService& item =
             *instance.DVBSDTItemServiceOfIndex(static_cast<unsigned int>(index));
+        // Entries of the same service share their descriptors in the SI layer.
+        if (!seen.insert(item.ServiceId()).second) {
+            continue;
+        }
         Service service{};
         service.originalNetworkId = onid;
         service.transportStreamId = tsid;

@@ -62,6 +62,7 @@ struct SectionHeader {
 ///
 /// What a stream makes up is bounded: beyond kMaxBytes of sections and kMaxSubTables nothing more
 /// is taken, and the first sub-table that this befalls counts as begun and does not become whole.
+/// A complete version counts until another one takes its place.
 template <class Table>
 class SubTableReader : public TORVEL_MW::ISectionObserver {
   public:
@@ -97,8 +98,12 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
             return;
         }
         if (!isOfState || known != state.sections.end()) {
-            bytes_ -= state.bytes;
-            state = State{header, std::make_unique<Table>(), {}, 0};
+            if (state.isWhole) {
+                state.keptBytes = state.bytes;
+            } else {
+                bytes_ -= state.bytes;
+            }
+            state = State{header, std::make_unique<Table>(), {}, 0, false, state.keptBytes};
         }
         state.sections[header.sectionNumber].assign(data, data + length);
         state.bytes += length;
@@ -111,6 +116,11 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
             if (isWhole) {
                 whole_[key] = snapshot;
             }
+        }
+        if (isWhole) {
+            state.isWhole = true;
+            bytes_ -= state.keptBytes;
+            state.keptBytes = 0;
         }
         if (isWhole && onWhole_) {
             onWhole_(snapshot);
@@ -137,6 +147,8 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
         std::unique_ptr<Table> table;
         std::map<unsigned char, std::vector<unsigned char>> sections;
         std::size_t bytes = 0;  // of the sections
+        bool isWhole = false;
+        std::size_t keptBytes = 0;  // of the sections of the complete version before, which is kept
     };
     static constexpr unsigned char kNoSection[SectionHeader::kSize] = {};
 
@@ -156,7 +168,7 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
 
     const std::function<void(const Snapshot&)> onWhole_;
     std::map<Key, State> states_;  // the event thread's, like the two below
-    std::size_t bytes_ = 0;        // of all states
+    std::size_t bytes_ = 0;        // of all states, and of what was kept before them
     bool refused_ = false;
 
     mutable std::mutex mutex_;

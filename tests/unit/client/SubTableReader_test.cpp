@@ -105,5 +105,29 @@ TEST_F(SubTableReaderTest, TakesSoManyBytesAndANewVersionGivesThemBack) {
     EXPECT_EQ(reader_.Whole().count(1000), 1u);
 }
 
+TEST_F(SubTableReaderTest, CountsACompleteVersionUntilAnotherOneIsComplete) {
+    constexpr size_t kBodySize = 4000;
+    constexpr unsigned kSections = 256;
+    constexpr unsigned kFit = Reader::kMaxBytes / (kSections * (kBodySize + 12));
+    for (unsigned n = 0; n < kFit * kSections; ++n) {
+        Feed(n / kSections, n % kSections, kBodySize);
+    }
+    for (unsigned round = 1; round <= 3; ++round) {
+        for (unsigned extension = 0; extension < kFit; ++extension) {
+            Feed(extension, 1, 0, static_cast<uint8_t>(round));  // begun, not complete
+        }
+        EXPECT_EQ(reader_.Whole().size(), kFit);
+    }
+    for (unsigned number = 1; number < 25; ++number) {
+        Feed(1000, number, kBodySize);  // what room is left
+    }
+    Feed(1001, 0, kBodySize);
+    EXPECT_EQ(reader_.Whole().count(1001), 0u) << "all that was complete is still held";
+    Feed(0, 0, 0, 3);
+    EXPECT_EQ(reader_.Whole().at(0).version, 3);
+    Feed(1001, 0, kBodySize);
+    EXPECT_EQ(reader_.Whole().count(1001), 1u);
+}
+
 }  // namespace
 }  // namespace client
