@@ -141,7 +141,7 @@ void FaultySections::Flush() {
 
 void FaultySections::Subscribed(int handle, int id) {
     MutexLock lock(mutex_);
-    ids_[handle].push_back(id);
+    ids_[handle].insert(id);
 }
 
 void FaultySections::Unsubscribed(int handle) {
@@ -150,7 +150,7 @@ void FaultySections::Unsubscribed(int handle) {
     if (found == ids_.end()) {
         return;
     }
-    const std::vector<int> released = std::move(found->second);
+    const std::set<int> released = std::move(found->second);
     ids_.erase(found);
     for (const int id : released) {
         held_.erase(
@@ -160,8 +160,7 @@ void FaultySections::Unsubscribed(int handle) {
         isReleased_ = isReleased_ || id == deliveringId_;
         PlanLate(id);
     }
-    if (callingId_ && caller_ != std::this_thread::get_id() &&
-        std::find(released.begin(), released.end(), *callingId_) != released.end()) {
+    if (callingId_ && caller_ != std::this_thread::get_id() && released.count(*callingId_) != 0) {
         const uint64_t call = callNumber_;
         while (callingId_ && callNumber_ == call) {
             callEnded_.Wait(mutex_);

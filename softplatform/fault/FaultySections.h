@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -86,15 +87,15 @@ class FaultySections final : public SectionSink {
 
     // Change with the plan, while nothing is delivered.
     std::shared_ptr<FaultPlan> plan_;
-    bool hasLate_ = false;
+    bool hasLate_ TV_GUARDED_BY(mutex_) = false;
     bool isIdle_ = true;  // there is nothing to be done
 
     std::vector<Fault> faults_;  // the delivery thread's
 
     Mutex mutex_;
     std::vector<FaultTrigger> lateFaults_ TV_GUARDED_BY(mutex_);
-    uint64_t deliveries_ TV_GUARDED_BY(mutex_) = 0;              // the number of the last one
-    std::map<int, std::vector<int>> ids_ TV_GUARDED_BY(mutex_);  // by handle
+    uint64_t deliveries_ TV_GUARDED_BY(mutex_) = 0;           // the number of the last one
+    std::map<int, std::set<int>> ids_ TV_GUARDED_BY(mutex_);  // by handle
     std::map<int, std::vector<uint8_t>> lastSections_ TV_GUARDED_BY(mutex_);  // by id, for late
     std::vector<Held> held_ TV_GUARDED_BY(mutex_);   // in the order in which they came
     bool isReleased_ TV_GUARDED_BY(mutex_) = false;  // the id of this delivery, while it lasts

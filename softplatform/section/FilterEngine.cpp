@@ -58,7 +58,10 @@ int FilterEngine::Subscribe(uint16_t pid, const SectionFilter& criteria, Section
             }
             handle = shared->first;
             filter = shared->second;
-            filter->receivers.push_back({&sink, id});
+            if (std::none_of(filter->receivers.begin(), filter->receivers.end(),
+                             [&](const auto& r) { return r.sink == &sink && r.id == id; })) {
+                filter->receivers.push_back({&sink, id});
+            }
             isChange = fromCache;
         }
         if (fromCache) {

@@ -67,7 +67,8 @@ class FilterEngine {
     //
     // Every filter has a slot and a handle of its own (HandlePool) as long as slots are free. When
     // none is, a filter with the same PID and criteria is shared: its handle is returned once more,
-    // and `id` gets its sections too, until that handle is given up. Otherwise kNoHandle.
+    // and `id` gets its sections too, once each however often it asked, until that handle is given
+    // up. Otherwise kNoHandle.
     //
     // `sink` is borrowed until Unsubscribe has returned. With `fromCache` it first gets what the
     // cache holds of the PID and of the table_id with which the criteria begin.
@@ -154,8 +155,9 @@ class FilterEngine {
     struct Filter {
         const uint16_t pid;
         const SectionFilter criteria;
-        std::vector<Receiver> receivers;  // under mutex_; grows only
-        bool released = false;            // under mutex_
+        // Both under the engine's mutex_, which an annotation here has no name for.
+        std::vector<Receiver> receivers;  // each once; grows only
+        bool released = false;
     };
 
     // What a new receiver shall get from the cache.

@@ -330,6 +330,20 @@ TEST_F(FilterEngineTest, SharesFourSlotsBetweenTwelveSubscriptions) {
     EXPECT_NE(Subscribe(0x0103, 0x42, 13), FilterEngine::kNoHandle) << "a slot is free";
 }
 
+// A client that toggles comes back for the same filter with every section.
+TEST_F(FilterEngineTest, GivesAnIdThatSharesAFilterSeveralTimesEachSectionOnce) {
+    for (const int pid : {0x0100, 0x0101, 0x0102, 0x0103}) {
+        Subscribe(static_cast<uint16_t>(pid), 0x42, 1);
+    }
+    for (int round = 0; round < 1000; ++round) {
+        Subscribe(0x0100, 0x42, 2);
+        Subscribe(0x0100, 0x42, 1);
+        writer_.Section(0x0100, short_);
+        EXPECT_EQ(Feed(), 2u);
+    }
+    EXPECT_EQ(recorder_.TakeIds().size(), 2000u);
+}
+
 TEST_F(FilterEngineTest, SharesOnlyIdenticalCriteria) {
     const auto filter = [](Bytes pattern, Bytes mask, Bytes mode) {
         return *SectionFilter::Compile(pattern, mask, mode);
