@@ -14,6 +14,9 @@ foreach(header IN LISTS tvservice_headers)
     file(CREATE_LINK ${header} ${tree}/tvservice/${name} SYMBOLIC)
 endforeach()
 
+# The pkg-config files name what lies beside them, wherever the tree is put.
+file(RELATIVE_PATH prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+
 install(FILES ${torvelsi_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/torvelsi)
 install(FILES ${tvservice_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tvservice)
 foreach(library torvelsi tvservice)

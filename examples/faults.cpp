@@ -2,9 +2,11 @@
 #include <tvservice/SoftwarePlatform.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <string>
+#include <thread>
 
 // Counts whole sections: one that was cut still has the section_length of the whole.
 class Counter : public TORVEL_MW::ISectionObserver {
@@ -14,9 +16,11 @@ class Counter : public TORVEL_MW::ISectionObserver {
         if (length >= 3 && length >= 3 + ((data[1] & 0x0F) << 8 | data[2])) {
             ++m_whole;
         }
+        ++m_sections;
     }
     void OnSectionTimeout(unsigned int) override {}
-    std::atomic<int> m_whole{0};
+    std::atomic<std::uint64_t> m_whole{0};
+    std::atomic<std::uint64_t> m_sections{0};
 };
 
 int main(int argc, char** argv) {
@@ -38,6 +42,10 @@ int main(int argc, char** argv) {
     }
     platform.Play(source);
     platform.WaitEnd();
+    // Everything is delivered; the manager's event thread may still be on its way through it.
+    while (s_counter.m_sections < platform.Counter("delivered_sections")) {
+        std::this_thread::yield();
+    }
     for (const tvservice::CounterValue& row : platform.FaultCounts()) {
         std::cout << row.name << ' ' << row.value << "  " << row.meaning << '\n';
     }

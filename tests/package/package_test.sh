@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the build tree into a folder of its own, then builds the programs of examples/, of which one
 # is the README's, and one that includes every installed header from there as a stranger would,
-# through find_package and through pkg-config, from C++14 on, and runs them.
+# through find_package and through pkg-config, from C++14 on, and runs them; and one that knows the
+# software platform alone.
 # usage: package_test.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
 source_dir=$1
@@ -86,10 +87,24 @@ for compiler in g++ clang++; do
             # shellcheck disable=SC2046
             "$compiler" -std=c++$standard "${options[@]}" "$program" \
                 -o "$build/$(basename "$program" .cpp)" \
-                $(pkg-config --define-variable=prefix="$prefix" --cflags --libs torvelsi) ||
+                $(pkg-config --cflags --libs torvelsi) ||
                 fail "pkg-config with $compiler, C++$standard: $program"
         done
         check "$build"
     done
 done
-echo "package_test: ${#programs[@]} programs, passed"
+
+platform_program=$source_dir/tests/package/consumer/platform_alone/platform_alone.cpp
+build=$work/platform_alone
+{
+    cmake -S "$(dirname "$platform_program")" -B "$build" -DCMAKE_PREFIX_PATH="$prefix" &&
+        cmake --build "$build" &&
+        g++ -std=c++14 "${options[@]}" "$platform_program" -o "$build/by_pkg_config" \
+            $(pkg-config --cflags --libs tvservice)
+} >"$build.log" 2>&1 || { cat "$build.log" >&2; fail "tvservice alone"; }
+for program in platform_alone by_pkg_config; do
+    readelf -d "$build/$program" | grep -q libtorvelsi && fail "$program needs libtorvelsi"
+    LD_LIBRARY_PATH=$lib LD_PRELOAD=${TORVELSI_WATCHDOG:-} TORVELSI_TEST_LIMIT=50 \
+        "$build/$program" "$work/demo.ts" || fail "$program ended with status $?"
+done
+echo "package_test: ${#programs[@]} programs and the platform's, passed"
