@@ -1,11 +1,14 @@
 // Descriptors on anything: each in memory of exactly 2 + descriptor_length bytes, through the
-// platform's loops of a NIT and of another table, every copy, and the SI layer's two entries for
-// single descriptors.
+// platform's loops of a NIT and of another table, every field, every copy, and the SI layer's two
+// entries for single descriptors.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <list>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "SI/Include/IDeliveryDesc.h"
@@ -15,6 +18,7 @@
 #include "platform/TCDescriptorHash.h"
 #include "platform/TVSHandle.h"
 #include "softplatform/service/SoftwarePlatform.h"
+#include "tests/contract/platform/Dump.h"
 #include "tools/torvelsi/ScanDocument.h"
 
 namespace {
@@ -37,8 +41,11 @@ void Walk(std::vector<std::uint8_t> loop, unsigned char tableId) {
         Require(desc.GetDescriptor(bytes.data(), &length) == static_cast<int>(bytes.size()));
         Require(std::equal(bytes.begin(), bytes.end(), loop.begin() + static_cast<long>(at)));
         const std::unique_ptr<TCBaseDesc> fork(desc.Fork());
-        Require(fork->Tag() == desc.Tag() && fork->Length() == desc.Length());
-        Require(desc.Parse(bytes.data()) <= static_cast<int>(bytes.size()));
+        const std::string dump = contract::Dump(&desc);
+        Require(contract::Dump(fork.get()) == dump);
+        const int consumed = fork->Parse(bytes.data());
+        Require(consumed <= static_cast<int>(bytes.size()));
+        Require(consumed == 0 || contract::Dump(fork.get()) == dump);
         at += bytes.size();
     }
 }

@@ -11,6 +11,7 @@ excluded=(
     Text.SelectorsOfOneByteChooseAPartOfIso8859
     Text.SelectorOfThreeBytesChoosesAPartOfIso8859
     Text.KoreanAndChinese
+    BroadcastScenarioTest.NamesUseEveryCharacterTable
     # 65535 threads, one after the other: minutes there.
     ScarceIds.AScanFailsRatherThanWaitForSectionsThatNeverCome
     # QEMU knows none of the options SO_RXQ_OVFL, IP_MULTICAST_IF and IP_MULTICAST_ALL.

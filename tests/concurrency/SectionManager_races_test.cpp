@@ -214,7 +214,7 @@ TEST_P(SectionManagerRaces, OneShotsAgainstUnsubscribe) {
     ExpectAllFiltersFree();
 }
 
-// Each section sets the filter anew, while others come and go that share it.
+// Each section sets the filter anew, while others come and go that ask for what it asks for.
 TEST_P(SectionManagerRaces, TogglesAtAHighRate) {
     constexpr int kSections = 1000;
     constexpr unsigned short kPid = 0x0012;

@@ -37,6 +37,8 @@ int main(int argc, char** argv) {
     }
     command.push_back(nullptr);
     int count = static_cast<int>(words.size());
+    // Death tests start anew: a fork of a program with threads may hang, and has no watchdog.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     testing::InitGoogleTest(&count, command.data());
     testsupport::WatchTests();
     const int result = RUN_ALL_TESTS();

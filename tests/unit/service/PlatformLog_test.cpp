@@ -220,7 +220,6 @@ TEST_F(PlatformLogTest, LeavesErrnoAsItWas) {
 }
 
 TEST_F(PlatformLogTest, WritesUntilTheEndOfTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             std::atexit([] { LOG(0, 6, "T", "the very last line"); });
@@ -232,7 +231,6 @@ TEST_F(PlatformLogTest, WritesUntilTheEndOfTheProcess) {
 }
 
 TEST_F(PlatformLogTest, GivesLinesToItsReceiverUntilTheEndOfTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             std::atexit([] { LOG(0, 6, "T", "last"); });

@@ -102,7 +102,6 @@ TEST_F(SectionManagerStartTest, ThreadsThatAskAtOnceGetOneManager) {
 }
 
 TEST_F(SectionManagerStartTest, ItsEndStopsNoThreadAndEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             { CKorvoSectionManager manager; }

@@ -236,7 +236,6 @@ TEST_F(SectionManagerTest, RefusedToggleLeavesTheSubscriptionInTheTable) {
 }
 
 TEST_F(SectionManagerTest, ExceptionOfAnObserverEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             observer.duringSection = [](unsigned short) { throw std::length_error("observer"); };
@@ -249,7 +248,6 @@ TEST_F(SectionManagerTest, ExceptionOfAnObserverEndsTheProcess) {
 }
 
 TEST_F(SectionManagerTest, UnsubscribeInItsOwnTimeoutEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             observer.duringTimeout = [](unsigned int id) {

@@ -398,7 +398,6 @@ TEST_F(SectionSubscriptionTest, ExceptionsOfTheObserverPass) {
 }
 
 TEST_F(SectionSubscriptionTest, ExceptionInATimeoutEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             observer.duringTimeout = [](unsigned int) { throw std::length_error("observer"); };

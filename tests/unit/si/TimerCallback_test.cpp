@@ -185,7 +185,6 @@ TEST(TimerCallbackTest, CopyOfTheCallbackIsDestroyedUnderTheLock) {
 }
 
 TEST(TimerCallbackTest, EmptyCallbackEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             TimerCallback timer;
@@ -197,7 +196,6 @@ TEST(TimerCallbackTest, EmptyCallbackEndsTheProcess) {
 }
 
 TEST(TimerCallbackTest, DestructionFromInsideItsOwnCallbackEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(
         {
             auto* const timer = new TimerCallback;
