@@ -13,7 +13,7 @@ namespace contract {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience(20);
+constexpr std::chrono::seconds kPatience(60);
 
 thread_local bool t_ofTheSuite = false;
 

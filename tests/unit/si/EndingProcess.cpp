@@ -81,6 +81,8 @@ int main(int argc, char** argv) {
             });
         }
     } else if (way == "forked-child") {
+        // In the child a lock stays taken for ever that another thread had at this moment.
+        WaitUntilTheOthersWait();
         const pid_t child = fork();
         if (child != 0) {
             int status = 0;
