@@ -10,7 +10,6 @@
 namespace client {
 namespace {
 
-using testsupport::Bytes;
 using testsupport::SectionBytes;
 
 /// A sub-table is whole with its section 0; what is kept of it is its version and how many sections
@@ -39,13 +38,14 @@ struct CountingTable {
 class SubTableReaderTest : public testing::Test {
   protected:
     void Feed(unsigned extension, unsigned number = 0, size_t bodySize = 0, uint8_t version = 0) {
-        Bytes section = SectionBytes{.table_id = 0x40,
-                                     .table_id_extension = static_cast<uint16_t>(extension),
-                                     .version_number = version,
-                                     .section_number = static_cast<uint8_t>(number),
-                                     .last_section_number = 255,
-                                     .body = Bytes(bodySize)}
-                            .Build();
+        testsupport::Bytes section =
+            SectionBytes{.table_id = 0x40,
+                         .table_id_extension = static_cast<uint16_t>(extension),
+                         .version_number = version,
+                         .section_number = static_cast<uint8_t>(number),
+                         .last_section_number = 255,
+                         .body = testsupport::Bytes(bodySize)}
+                .Build();
         reader_.OnSectionReceived(1, 0x10, static_cast<unsigned short>(section.size()),
                                   section.data());
     }
