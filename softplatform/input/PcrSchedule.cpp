@@ -1,7 +1,5 @@
 #include "softplatform/input/PcrSchedule.h"
 
-#include <algorithm>
-
 namespace tvservice {
 
 namespace {
@@ -42,15 +40,13 @@ std::optional<std::chrono::nanoseconds> PcrSchedule::Due(const Pcr& pcr,
 }
 
 bool PcrSchedule::TakesOver(const Pcr& pcr) {
-    const auto known = std::find_if(others_.begin(), others_.end(),
-                                    [&](const Other& other) { return other.pid == pcr.pid; });
-    if (known == others_.end()) {
-        others_.push_back({pcr.pid, pcr.ticks});
+    const auto [known, isNew] = others_.try_emplace(pcr.pid, pcr.ticks);
+    if (isNew) {
         return false;
     }
-    const uint64_t passed = Between(known->first, pcr.ticks);
+    const uint64_t passed = Between(known->second, pcr.ticks);
     if (pcr.isAfterBreak || passed > kPcrModulus / 2) {
-        known->first = pcr.ticks;
+        known->second = pcr.ticks;
         return false;
     }
     return passed > kSilence;

@@ -2,8 +2,8 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <optional>
-#include <vector>
 
 #include "softplatform/input/PcrScanner.h"
 
@@ -26,11 +26,6 @@ class PcrSchedule {
     std::optional<std::chrono::nanoseconds> Due(const Pcr& pcr, std::chrono::nanoseconds now);
 
   private:
-    struct Other {
-        uint16_t pid;
-        uint64_t first;  // of its PCRs since the last one of the leading PID
-    };
-
     bool TakesOver(const Pcr& pcr);
     std::chrono::nanoseconds Due() const;
     void StartAt(std::chrono::nanoseconds time);
@@ -40,7 +35,8 @@ class PcrSchedule {
     uint64_t last_ = 0;            // of them
     std::chrono::nanoseconds start_{0};
     uint64_t ticks_ = 0;  // of the stream's clock since start_
-    std::vector<Other> others_;
+    // Of every other PID the first PCR since the last one of the leading PID.
+    std::map<uint16_t, uint64_t> others_;
 };
 
 }  // namespace tvservice
