@@ -7,15 +7,18 @@
 namespace testsupport {
 namespace {
 
+using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 // Twelve ask for one of four filters: six want the same, six a table each of their own.
 class ScarceFiltersTest : public HostileTest {
   protected:
+    static constexpr auto kContinuous = ISectionManager::EContinuous;
     static constexpr unsigned kSlots = 4;
     static constexpr size_t kAlike = 6, kSingle = 6;
     static constexpr uint8_t kFirstSingleTable = 0x60;
@@ -64,6 +67,16 @@ class ScarceFiltersTest : public HostileTest {
             refusals_.push_back(NoFilter(nextId_));
             refusals_.push_back(SubscribeFailed(nextId_, 139));
         }
+    }
+
+    static SectionList PresentAndOther() {
+        const SectionList present = Sections(4, 0x4E), other = Sections(4, 0x4F);
+        return {present[0], other[1], present[2], other[3]};
+    }
+    static std::string NoNextFilter(unsigned id) {
+        return OfSubscription(
+            5, "Toggle",
+            "Re-subscribe section failed id: " + std::to_string(id) + ", TVS handle: -1");
     }
 
     unsigned nextId_ = 2;
@@ -139,6 +152,59 @@ TEST_F(ScarceFiltersTest, ASharerThatComesLaterGetsEverySectionFromThenOn) {
     const std::vector<std::string> trouble = TakeTrouble();
     EXPECT_THAT(trouble, SizeIs(3));
     EXPECT_THAT(trouble, Each(NoSubscription(first)));
+}
+
+// Those who toggle a filter that they share part, and there is room for one of them.
+TEST_F(ScarceFiltersTest, OfTwoThatToggleOneFilterOnlyTheLastFindsRoomForItsNext) {
+    Suffer({}, 1);
+    const unsigned first = SubscribeToggling(other_), last = SubscribeToggling(inbox_);
+    ASSERT_NE(last, 0u);
+    TakeLog();
+    const SectionList inTurn = PresentAndOther();
+    Write(inTurn).Play(kLockStep);
+    EXPECT_THAT(other_.Take(), ElementsAre(inTurn[0]));
+    EXPECT_THAT(inbox_.Take(), ElementsAreArray(inTurn));
+    EXPECT_THAT(TakeTrouble(), Contains(NoNextFilter(first)).Times(1));
+
+    // It gives up the shared filter, which the other gave up already.
+    Manager().Unsubscribe(first);
+    EXPECT_THAT(TakeTrouble(), ElementsAre(NoRelease()));
+    Write(inTurn).Play(kLockStep);
+    EXPECT_THAT(inbox_.Take(), ElementsAreArray(inTurn));
+}
+
+TEST_F(ScarceFiltersTest, TwoThatToggleOneFilterFindRoomForTwo) {
+    Suffer({}, 2);
+    const unsigned single = Subscribe(Forever<Inbox>(), kOtherPid);
+    SubscribeToggling(other_);
+    ASSERT_NE(SubscribeToggling(inbox_), 0u);
+    Manager().Unsubscribe(single);
+    TakeLog();
+    const SectionList inTurn = PresentAndOther();
+    Write(inTurn).Play(kLockStep);
+    EXPECT_THAT(other_.Take(), ElementsAreArray(inTurn));
+    EXPECT_THAT(inbox_.Take(), ElementsAreArray(inTurn));
+    EXPECT_THAT(TakeTrouble(), Each(HasSubstr("Toggle mode filter. Resubscribed")));
+    EXPECT_EQ(Count("retired_handles"), 0u);
+}
+
+// Whoever is refused its next filter keeps the old one, and gives it up once more with each toggle:
+// in the end for the others.
+TEST_F(ScarceFiltersTest, OneThatTogglesWithoutRoomTakesTheFilterFromThoseWhoShareIt) {
+    Suffer({}, 1);
+    const unsigned lasting =
+        Manager().Subscribe(kPid, {0x4E}, {0xFE}, {0x00}, other_, kContinuous, kNoTimeout);
+    const unsigned toggling = SubscribeToggling(inbox_);
+    ASSERT_NE(toggling, 0u);
+    TakeLog();
+    const SectionList inTurn = PresentAndOther();
+    Write(inTurn).Play(kLockStep);
+    EXPECT_THAT(inbox_.Take(), ElementsAreArray(inTurn));
+    EXPECT_THAT(other_.Take(), ElementsAreArray(Sublist(inTurn, 0, 2)));
+    EXPECT_THAT(TakeTrouble(), Contains(NoNextFilter(toggling)).Times(1));
+
+    Manager().Unsubscribe(lasting);
+    EXPECT_THAT(TakeTrouble(), ElementsAre(NoRelease()));
 }
 
 }  // namespace
