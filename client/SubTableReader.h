@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "SI/Include/ISectionObserver.h"
+#include "client/TableIds.h"
 
 namespace client {
 
@@ -27,14 +28,15 @@ inline bool IsWhole(const unsigned char* data, unsigned short length) {
 struct SectionHeader {
     static constexpr int kSize = 8;
 
-    unsigned short tableIdExtension;
+    unsigned short tableIdExtension;  // 0 in a CAT, where it is reserved (2.4.4.6)
     unsigned char version;
     bool currentNext;
     unsigned char sectionNumber, lastSectionNumber;
 
     /// Of at least kSize bytes.
     explicit SectionHeader(const unsigned char* data)
-        : tableIdExtension(static_cast<unsigned short>(data[3] << 8 | data[4])),
+        : tableIdExtension(
+              data[0] == kCatTableId ? 0 : static_cast<unsigned short>(data[3] << 8 | data[4])),
           version(static_cast<unsigned char>(data[5] >> 1 & 0x1F)),
           currentNext((data[5] & 1) != 0),
           sectionNumber(data[6]),

@@ -6,7 +6,7 @@
 #include "Export.h"
 #include "TCBaseDesc.h"
 
-/// Network name descriptor (ETSI EN 300 468 6.2.28, tag 0x40).
+/// Network name descriptor (ETSI EN 300 468 6.2.27, tag 0x40).
 class TVSERVICE_API TCDescNetworkName : public TCBaseDesc {
   public:
     TCDescNetworkName();

@@ -5,7 +5,7 @@
 #include "Export.h"
 #include "TCBaseDesc.h"
 
-/// Parental rating descriptor (ETSI EN 300 468 6.2.30, tag 0x55).
+/// Parental rating descriptor (ETSI EN 300 468 6.2.28, tag 0x55).
 class TVSERVICE_API TCDescParentalRating : public TCBaseDesc {
   public:
     TCDescParentalRating();

@@ -6,7 +6,7 @@
 #include "Export.h"
 #include "TCBaseDesc.h"
 
-/// Service descriptor (ETSI EN 300 468 6.2.34, tag 0x48).
+/// Service descriptor (ETSI EN 300 468 6.2.33, tag 0x48).
 class TVSERVICE_API TCDescService : public TCBaseDesc {
   public:
     TCDescService();

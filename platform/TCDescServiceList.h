@@ -5,7 +5,7 @@
 #include "Export.h"
 #include "TCBaseDesc.h"
 
-/// Service list descriptor (ETSI EN 300 468 6.2.36, tag 0x41).
+/// Service list descriptor (ETSI EN 300 468 6.2.35, tag 0x41).
 class TVSERVICE_API TCDescServiceList : public TCBaseDesc {
   public:
     TCDescServiceList();

@@ -7,7 +7,7 @@
 
 using tvservice::ByteView;
 
-// ETSI EN 300 468 6.2.28
+// ETSI EN 300 468 6.2.27
 struct TCDescNetworkName::Impl {
     std::vector<uint8_t> name;
 };

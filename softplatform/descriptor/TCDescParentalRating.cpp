@@ -7,7 +7,7 @@
 
 using tvservice::ByteView;
 
-// ETSI EN 300 468 6.2.30
+// ETSI EN 300 468 6.2.28
 struct TCDescParentalRating::Impl {
     struct Entry {
         uint32_t country;

@@ -9,7 +9,7 @@
 using tvservice::ByteView;
 using tvservice::TextReader;
 
-// ETSI EN 300 468 6.2.34
+// ETSI EN 300 468 6.2.33
 struct TCDescService::Impl {
     uint8_t serviceType = 0;
     std::vector<uint8_t> provider;

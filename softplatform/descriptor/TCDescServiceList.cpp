@@ -7,7 +7,7 @@
 
 using tvservice::ByteView;
 
-// ETSI EN 300 468 6.2.36
+// ETSI EN 300 468 6.2.35
 struct TCDescServiceList::Impl {
     struct Service {
         uint16_t id;

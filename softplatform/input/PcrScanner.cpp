@@ -65,15 +65,19 @@ std::optional<Pcr> PcrScanner::ReadPcr() const {
     const ByteView packet(header_.data(), header_.size());
     const bool transport_error_indicator = (packet.U8(1) & 0x80) != 0;
     const bool has_adaptation_field = (packet.U8(3) & 0x20) != 0;
+    const bool has_payload = (packet.U8(3) & 0x10) != 0;
     const unsigned adaptation_field_length = packet.U8(4);
     const bool discontinuity_indicator = (packet.U8(5) & 0x80) != 0;
     const bool PCR_flag = (packet.U8(5) & 0x10) != 0;
     if (transport_error_indicator || !has_adaptation_field || adaptation_field_length < 7 ||
-        !PCR_flag) {
+        adaptation_field_length > (has_payload ? 182u : 183u) || !PCR_flag) {
         return std::nullopt;
     }
     const uint64_t base = uint64_t{packet.U32(6)} << 1 | packet.U8(10) >> 7;
     const uint64_t extension = packet.U16(10) & 0x1FFu;
+    if (extension >= 300) {
+        return std::nullopt;
+    }
     return Pcr{static_cast<uint16_t>(packet.U16(1) & 0x1FFFu),
                (base * 300 + extension) % kPcrModulus, discontinuity_indicator};
 }

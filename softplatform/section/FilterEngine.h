@@ -27,7 +27,7 @@ namespace tvservice {
 // Takes the sections of a filter.
 class SectionSink {
   public:
-    // One section that matched, whole and with a good CRC where it has one: `size` bytes (3 to
+    // One section that matched, whole and with a good CRC (CrcIsGood): `size` bytes (3 to
     // 4096), borrowed for the call. `id` is what the subscription named. On the delivery thread,
     // one call at a time, with no lock of the engine's held; may call Subscribe and Unsubscribe.
     virtual void OnSection(int id, const uint8_t* section, size_t size) = 0;

@@ -11,7 +11,7 @@ void SectionCache::SetLimit(size_t limit) {
 }
 
 void SectionCache::Put(uint16_t pid, SectionView section) {
-    if (limit_ == 0 || !section.section_syntax_indicator() || !section.current_next_indicator()) {
+    if (limit_ == 0 || !HasVersions(section) || !section.current_next_indicator()) {
         return;
     }
     const Key key = KeyOf(pid, section);
@@ -57,6 +57,13 @@ void SectionCache::Clear() {
     bytes_ = 0;
 }
 
+bool SectionCache::HasVersions(SectionView section) {
+    const uint8_t table_id = section.table_id();
+    const bool is_dsm_cc = table_id >= 0x3A && table_id <= 0x3F;   // ISO/IEC 13818-6 clause 9
+    const bool is_mpe_fec = table_id == 0x78 || table_id == 0x7A;  // ETSI EN 301 192, TS 102 772
+    return section.section_syntax_indicator() && !is_dsm_cc && !is_mpe_fec;
+}
+
 SectionCache::Key SectionCache::KeyOf(uint16_t pid, SectionView section) {
     const uint8_t table_id = section.table_id();
     uint32_t more = 0;
@@ -64,8 +71,11 @@ SectionCache::Key SectionCache::KeyOf(uint16_t pid, SectionView section) {
         more = section.body().U16(0);
     } else if (table_id >= 0x4E && table_id <= 0x6F) {  // 5.2.4: and transport_stream_id
         more = section.body().U32(0);
+    } else if (table_id == 0x4B || table_id == 0x4C) {
+        // UNT of ETSI TS 102 006, INT of EN 301 192: OUI or platform_id, and processing_order
+        more = section.body().U32(0);
     }
-    return {pid, table_id, section.table_id_extension(), more};
+    return {pid, table_id, section.sub_table_extension(), more};
 }
 
 void SectionCache::DropSections(SubTable& subTable) {

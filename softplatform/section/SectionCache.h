@@ -15,7 +15,9 @@ namespace tvservice {
 // each sub-table (ETSI EN 300 468 5.1.1) the sections of the last version that came.
 //
 // Only sections with section_syntax_indicator and current_next_indicator 1 are kept: others have no
-// version, so that nobody knows how long they hold, or do not hold yet.
+// version, so that nobody knows how long they hold, or do not hold yet. The same is true of DSM-CC
+// sections and MPE-FEC, which put something else in the place of the version or of what tells
+// sub-tables apart.
 //
 // Bounded in bytes: when there is no more room, the sub-table of which nothing has come for the
 // longest time goes. Every section counts its bytes and kSectionCost, every sub-table
@@ -72,6 +74,7 @@ class SectionCache {
     };
     using SubTables = std::list<SubTable>;
 
+    static bool HasVersions(SectionView section);
     static Key KeyOf(uint16_t pid, SectionView section);
     void DropSections(SubTable& subTable);
     void MakeRoom();

@@ -41,6 +41,11 @@ class SectionView {
     bool current_next_indicator() const { return (bytes_.U8(5) & 0x01) != 0; }
     uint8_t section_number() const { return bytes_.U8(6); }
     uint8_t last_section_number() const { return bytes_.U8(7); }
+    // What the header tells sub-tables of one table_id apart by: the table_id_extension, and 0 in
+    // tables that have none (2.4.4.6: reserved in a CAT; 2.4.4.12: in a TSDT).
+    uint16_t sub_table_extension() const {
+        return table_id() == 0x01 || table_id() == 0x03 ? uint16_t{0} : table_id_extension();
+    }
     uint32_t CRC_32() const { return bytes_.U32(size() - 4); }
 
     // What the header leaves: the bytes between the 8-byte header and CRC_32; without syntax the
@@ -55,8 +60,8 @@ class SectionView {
     ByteView bytes_;
 };
 
-// Whether CRC_32 is right. True also for a section without section_syntax_indicator, of which it
-// is not known whether it has one.
+// Whether CRC_32 is right. True also for a section without section_syntax_indicator, of which the
+// header does not say whether it has one (of ETSI EN 300 468 the TOT alone, 5.2.6).
 bool CrcIsGood(SectionView section);
 
 }  // namespace tvservice

@@ -28,8 +28,7 @@ std::optional<SectionView> ApplicableSection(const uint8_t* bytes, uint8_t first
 
 bool SubTable::IsOfThisState(SectionView section) const {
     return !sections_.empty() && section.table_id() == tableId_ &&
-           section.table_id_extension() == tableIdExtension_ &&
-           section.version_number() == version_ &&
+           section.sub_table_extension() == extension_ && section.version_number() == version_ &&
            section.last_section_number() == last_section_number();
 }
 
@@ -50,7 +49,7 @@ SectionView SubTable::Store(SectionView section) {
         sections_.clear();
         sections_.resize(size_t{section.last_section_number()} + 1);
         tableId_ = section.table_id();
-        tableIdExtension_ = section.table_id_extension();
+        extension_ = section.sub_table_extension();
         version_ = section.version_number();
         bytes_ = BytesOfSlots(section);
     }

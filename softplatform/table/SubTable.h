@@ -20,7 +20,7 @@ std::optional<SectionView> ApplicableSection(const uint8_t* bytes, uint8_t first
 
 // The sections of one sub-table and one version, as copies. Owned and used by one thread at a time.
 //
-// A section with another table_id, table_id_extension, version_number or last_section_number than
+// A section with another table_id, sub_table_extension, version_number or last_section_number than
 // those held belongs to another state of the table: it starts the sub-table afresh.
 //
 // A parser asks Judge, decodes what is not a repeat, and calls Store only when that went well, so
@@ -70,7 +70,7 @@ class SubTable {
     }
 
     uint8_t tableId_ = 0;
-    uint16_t tableIdExtension_ = 0;
+    uint16_t extension_ = 0;
     uint8_t version_ = 0;
     size_t bytes_ = 0;
     std::bitset<256> held_;                       // by section_number

@@ -74,7 +74,7 @@ const std::vector<DescriptorCase>& DescriptorCases() {
                                                      EXPECT_EQ(carousel.CarouselId(), 0xFEDCBA98u);
                                                  }},
 
-                                                // ETSI EN 300 468 6.2.28
+                                                // ETSI EN 300 468 6.2.27
                                                 {"NetworkName",
                                                  Tagged(0x40, {'N', 'e', 0x00, 0xFF}), 0,
                                                  Rest::kAny, &Make<TCDescNetworkName>,
@@ -85,7 +85,7 @@ const std::vector<DescriptorCase>& DescriptorCases() {
                                                                (Bytes{'N', 'e', 0x00, 0xFF}));
                                                  }},
 
-                                                // ETSI EN 300 468 6.2.36
+                                                // ETSI EN 300 468 6.2.35
                                                 {"ServiceList",
                                                  Tagged(0x41, {0xFF, 0x01, 0x19, 0x12, 0x34, 0x02}),
                                                  0, Rest::kNone, &Make<TCDescServiceList>,
@@ -195,7 +195,7 @@ const std::vector<DescriptorCase>& DescriptorCases() {
                                                      EXPECT_EQ(name.Name(), (Bytes{'B', 'o'}));
                                                  }},
 
-                                                // ETSI EN 300 468 6.2.34
+                                                // ETSI EN 300 468 6.2.33
                                                 {"Service",
                                                  Tagged(0x48,
                                                         {0x19, 2, 'p', 'q', 3, 'a', 'b', 'c'}),
@@ -374,7 +374,7 @@ const std::vector<DescriptorCase>& DescriptorCases() {
                                                      }
                                                  }},
 
-                                                // ETSI EN 300 468 6.2.30
+                                                // ETSI EN 300 468 6.2.28
                                                 {"ParentalRating",
                                                  Tagged(0x55,
                                                         {'G', 'B', 'R', 9, 'F', 'R', 'A', 0x81}),

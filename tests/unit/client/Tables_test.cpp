@@ -1,16 +1,19 @@
 // The tables as they come to `SubTableReader`: what repeats itself in them is there once, and costs
 // no more than that.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include "client/CatTable.h"
 #include "client/NitTable.h"
 #include "client/PmtTable.h"
 #include "client/Records.h"
 #include "client/SdtTable.h"
+#include "client/SubTableReader.h"
 #include "generator/Descriptors.h"
 #include "generator/Tables.h"
 #include "softplatform/service/SoftwarePlatform.h"
@@ -19,6 +22,8 @@
 namespace client {
 namespace {
 
+using testing::ElementsAre;
+using testing::Pair;
 using testsupport::Join;
 using testsupport::SectionBytes;
 
@@ -88,6 +93,22 @@ TEST(NitTable, LinkagesAreThereOnceEachInTheirOrder) {
     EXPECT_EQ(network.ssuLinkages[1].offers, (std::vector<SsuOffer>{{0x00015A, Bytes{1}}}));
     EXPECT_EQ(network.ssuScanLinkages,
               (std::vector<SsuScanLinkage>{{false, 5, 4, 6}, {true, 5, 4, 6}}));
+}
+
+TEST(CatTable, ItsReservedBytesDoNotBeginItAnew) {
+    SubTableReader<CatTable> cats;
+    for (const std::uint8_t number : {std::uint8_t{0}, std::uint8_t{1}}) {
+        testsupport::Bytes section = SectionBytes{
+            .table_id = 0x01,
+            .table_id_extension = static_cast<std::uint16_t>(0xFFFF - number),
+            .section_number = number,
+            .last_section_number = 1,
+            .body = {0x09, 4, 5, number, 0xE1,
+                     0x00}}.Build();
+        cats.OnSectionReceived(1, 0x0001, static_cast<unsigned short>(section.size()),
+                               section.data());
+    }
+    EXPECT_THAT(cats.Whole(), ElementsAre(Pair(0, ElementsAre(0x0500u, 0x0501u))));
 }
 
 class PmtTableTest : public testing::Test {

@@ -94,12 +94,31 @@ TEST(PcrScanner, DoesNotTrustADamagedPacket) {
     Bytes tooShort = PcrBytes{}.Build();
     tooShort[4] = 6;
     EXPECT_TRUE(Scan(Join({PlainPackets(5), tooShort})).empty());
+    Bytes tooLong = PcrBytes{}.Build();
+    tooLong[4] = 184;
+    EXPECT_TRUE(Scan(Join({PlainPackets(5), tooLong})).empty());
+    Bytes noRoomForItsPayload = PcrBytes{}.Build();
+    noRoomForItsPayload[3] |= 0x10;
+    noRoomForItsPayload[4] = 183;
+    EXPECT_TRUE(Scan(Join({PlainPackets(5), noRoomForItsPayload})).empty());
     Bytes noAdaptationField = PcrBytes{}.Build();
     noAdaptationField[3] = 0x10;
     EXPECT_TRUE(Scan(Join({PlainPackets(5), noAdaptationField})).empty());
     Bytes noFlag = PcrBytes{}.Build();
     noFlag[5] = 0;
     EXPECT_TRUE(Scan(Join({PlainPackets(5), noFlag})).empty());
+}
+
+TEST(PcrScanner, DoesNotTakeAnExtensionOf300OrMore) {
+    const auto withExtension = [](unsigned extension) {
+        Bytes packet = PcrBytes{.program_clock_reference = 600}.Build();
+        packet[10] = static_cast<uint8_t>((packet[10] & 0xFE) | extension >> 8);
+        packet[11] = static_cast<uint8_t>(extension);
+        return Scan(Join({PlainPackets(5), packet}));
+    };
+    EXPECT_TRUE(withExtension(300).empty());
+    ASSERT_EQ(withExtension(299).size(), 1u);
+    EXPECT_EQ(withExtension(299)[0].pcr.ticks, 899u);
 }
 
 TEST(PcrScanner, FindsSyncAgainAfterDamage) {

@@ -104,6 +104,37 @@ TEST_F(SectionCacheTest, TellsEventsOfStreamsApartThatShareAServiceId) {
     EXPECT_THAT(Table(0x4F), ElementsAre(own, otherNetwork, otherStream));
 }
 
+TEST_F(SectionCacheTest, TellsUpdatesAndPlatformsApartWhoseHashesAreTheSame) {
+    for (const uint8_t table_id : {uint8_t{0x4B}, uint8_t{0x4C}}) {
+        const Bytes one =
+            SectionBytes{.table_id = table_id, .body = {0x00, 0x01, 0x5A, 0x00}}.Build();
+        const Bytes later =
+            SectionBytes{.table_id = table_id, .body = {0x00, 0x01, 0x5A, 0x01}}.Build();
+        const Bytes other =
+            SectionBytes{.table_id = table_id, .body = {0x01, 0x00, 0x5A, 0x00}}.Build();
+        Put(other);
+        Put(later);
+        Put(one);
+        EXPECT_THAT(Table(table_id), ElementsAre(one, later, other));
+    }
+}
+
+TEST_F(SectionCacheTest, TakesTheReservedBytesOfACatForNothing) {
+    Put(SectionBytes{.table_id = 0x01, .table_id_extension = 0xFFFF, .version_number = 1}.Build());
+    const Bytes next =
+        SectionBytes{.table_id = 0x01, .table_id_extension = 0xFFFE, .version_number = 2}.Build();
+    Put(next);
+    EXPECT_THAT(Table(0x01), ElementsAre(next));
+}
+
+TEST_F(SectionCacheTest, KeepsNothingWhoseVersionIsNone) {
+    for (const int table_id : {0x3A, 0x3B, 0x3C, 0x3D, 0x3E, 0x3F, 0x78, 0x7A}) {
+        Put(SectionBytes{.table_id = static_cast<uint8_t>(table_id)}.Build());
+        EXPECT_THAT(Table(static_cast<uint8_t>(table_id)), IsEmpty());
+    }
+    EXPECT_EQ(cache_.bytes(), 0u);
+}
+
 TEST_F(SectionCacheTest, KeepsNothingThatIsNotCurrentOrHasNoVersion) {
     Put(SectionBytes{.current_next_indicator = false}.Build());
     Put(PlainSection(0x70, {1, 2, 3, 4, 5}));

@@ -44,6 +44,20 @@ TEST_F(CATParserPlatformTest, AnotherVersionStartsAfresh) {
     EXPECT_EQ(parser_.VersionNumber(), 0);
 }
 
+TEST_F(CATParserPlatformTest, DoesNotLookAtItsReservedBytes) {
+    const auto feed = [this](uint8_t number, uint16_t reserved) {
+        return Feed(parser_, {.table_id = 0x01,
+                              .table_id_extension = reserved,
+                              .section_number = number,
+                              .last_section_number = 1,
+                              .body = Mark(number)});
+    };
+    EXPECT_TRUE(feed(0, 0xFFFF));
+    EXPECT_TRUE(feed(1, 0xFFFE));
+    EXPECT_TRUE(parser_.IsValid());
+    EXPECT_THAT(Marks(parser_), ElementsAre(0, 1));
+}
+
 TEST_F(CATParserPlatformTest, MayBeEmpty) {
     EXPECT_TRUE(FeedCat({}));
     EXPECT_TRUE(parser_.IsValid());
