@@ -80,8 +80,8 @@ struct MultiplexScanner::Impl {
         return end;
     }
 
-    tvservice::InputEnd Scan(const tvservice::SourcePtr& source, std::chrono::milliseconds timeout,
-                             Barrier& barrier) {
+    tvservice::InputEnd Scan(const tvservice::SourcePtr& source,
+                             std::optional<std::chrono::milliseconds> timeout, Barrier& barrier) {
         using tvservice::PlayOptions;
         const tvservice::SourceInfo info = tvservice::Describe(*source);
         {
@@ -94,10 +94,12 @@ struct MultiplexScanner::Impl {
             // pipe, the filters that a PAT asks for must be in force from the next packet on.
             const auto reading =
                 info.rewindable ? PlayOptions::kLockStep : PlayOptions::kFreeRunning;
-            return Pass(source, reading, barrier, Acquisition::kAll, nullptr, timeout);
+            return Pass(source, reading, barrier, Acquisition::kAll, nullptr,
+                        timeout.value_or(kDefaultTimeout));
         }
         if (!info.rewindable) {
-            return Pass(source, PlayOptions::kLockStep, barrier, Acquisition::kAll, nullptr);
+            return Pass(source, PlayOptions::kLockStep, barrier, Acquisition::kAll, nullptr,
+                        timeout);
         }
         tvservice::InputEnd end =
             Pass(source, PlayOptions::kFreeRunning, barrier, Acquisition::kPatOnly, nullptr);
@@ -118,7 +120,7 @@ MultiplexScanner::MultiplexScanner() : impl_(std::make_unique<Impl>()) {}
 MultiplexScanner::~MultiplexScanner() = default;
 
 tvservice::InputEnd MultiplexScanner::Scan(const tvservice::SourcePtr& source,
-                                           std::chrono::milliseconds timeout) {
+                                           std::optional<std::chrono::milliseconds> timeout) {
     // One for all passes: there is no moment at which two have a filter.
     auto barrier = std::make_shared<Barrier>();
     tvservice::InputEnd end = impl_->Scan(source, timeout, *barrier);

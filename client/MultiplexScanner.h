@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "client/Multiplex.h"
@@ -31,10 +32,12 @@ class MultiplexScanner {
     /// A process can make 65535 subscriptions (kLastServedId), and a scan makes a few for each
     /// program: a scan that finds none left fails.
     ///
-    /// What is live is played until the multiplex is complete or `timeout` has passed, and then
-    /// interrupted: the end is `kEndOfInput` in both cases.
+    /// What is live is played until the multiplex is complete or `timeout` has passed
+    /// (kDefaultTimeout if none is given), and then interrupted: the end is `kEndOfInput` in both
+    /// cases. What is not live but cannot be rewound either is played like that if there is a
+    /// `timeout`, to its end otherwise.
     tvservice::InputEnd Scan(const tvservice::SourcePtr& source,
-                             std::chrono::milliseconds timeout = kDefaultTimeout);
+                             std::optional<std::chrono::milliseconds> timeout = {});
 
     static constexpr std::chrono::seconds kDefaultTimeout{30};
 

@@ -25,7 +25,7 @@ class TORVELSI_API ISDTParser : public ISectionParser {
     virtual bool IsComplete(unsigned short onid, unsigned short tsid) = 0;
 
     /// True when the sub-table of that transport stream lists the service (the low 16 bits of
-    /// `sid`).
+    /// `sid`). Each false is reported in the log: to enumerate, ask the platform's parser.
     virtual bool IsServiceListed(unsigned short onid, unsigned short tsid, int sid) = 0;
 
     /// Replaces `out` by the descriptors of a service in loop order, without the private data

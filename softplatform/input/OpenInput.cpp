@@ -63,6 +63,9 @@ std::shared_ptr<Source> OpenInput(const std::string& uri, std::string& error) {
     struct stat status {};
     if (file.get() < 0 || ::fstat(file.get(), &status) != 0) {
         error = OpenErrorText(uri, errno);
+        if (uri.find("://") != std::string::npos) {
+            error += " (and of schemes there are udp:// and rtp://)";
+        }
         return nullptr;
     }
     if (S_ISDIR(status.st_mode)) {

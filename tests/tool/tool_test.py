@@ -626,6 +626,16 @@ class Live(unittest.TestCase):
         self.assertEqual(status, 3)
         self.assertEqual(live["missing"], ["pat", "sdt"])
 
+    def test_sections_end_with_their_time_out(self):
+        for timeout in ("300ms", "0"):  # 0: before anything plays
+            for mode in ("continuous", "one-shot"):
+                with self.subTest(timeout=timeout, mode=mode):
+                    done = run("sections", f"udp://127.0.0.1:{self.free_port()}", "--pid", "0",
+                               "--table-id", "0", "--filter-mode", mode, "--timeout", timeout,
+                               "--format", "json")
+                    self.assertEqual(done.returncode, 3)
+                    self.assertIs(json.loads(done.stdout)["timed_out"], True)
+
     def test_bad_addresses_are_named(self):
         done = run("scan", "udp://nowhere:1")
         self.assertEqual(done.returncode, 2)
@@ -633,6 +643,78 @@ class Live(unittest.TestCase):
 
 
 class Inputs(unittest.TestCase):
+    def from_open_pipe(self, stream, *arguments):
+        """What the tool makes of a pipe that stays open; how it ended, and its document."""
+        process = subprocess.Popen([TOOL, *arguments, "--format", "json"], stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        try:
+            process.stdin.write(stream)
+            process.stdin.flush()
+        except BrokenPipeError:
+            pass  # it has enough
+        output = process.stdout.read()
+        status = process.wait(timeout=60)
+        try:
+            process.stdin.close()
+        except BrokenPipeError:
+            pass
+        process.stderr.close()
+        process.stdout.close()
+        return status, output.decode()
+
+    def test_a_pipe_that_stays_open_is_left_when_the_scan_is_complete(self):
+        # Twice, as a PMT may come before the PAT that tells of it.
+        status, output = self.from_open_pipe(2 * demo(), "scan", "-", "--timeout", "50s")
+        self.assertEqual(scan_document(output)["missing"], [])
+        self.assertEqual(status, 0)
+
+    def test_a_pipe_that_stays_open_is_left_at_the_time_out(self):
+        pats = b"".join(pat_packet([(1, 100)], continuity_counter=n) for n in range(6))
+        status, output = self.from_open_pipe(pats, "scan", "-", "--timeout", "500ms")
+        self.assertEqual(scan_document(output)["missing"], ["pmt 1", "sdt"])
+        self.assertEqual(status, 3)
+        status, output = self.from_open_pipe(pats, "sections", "-", "--pid", "0x1FF", "--table-id",
+                                             "0", "--timeout", "300ms")
+        self.assertIs(json.loads(output)["timed_out"], True)
+        self.assertEqual(status, 3)
+
+    def test_what_is_no_transport_stream_is_told(self):
+        for command in (["scan"], ["sections", "--pid", "0", "--table-id", "0"]):
+            with self.subTest(command):
+                done = run(*command, "-", stdin=bytes(range(256)) * 40)
+                self.assertIn("torvelsi: no packets of a transport stream were found", done.stderr)
+                done = run(*command, "-", stdin=pat_packet([(1, 100)]))
+                self.assertNotIn("no packets", done.stderr)
+                done = run(*command, "-")
+                self.assertNotIn("no packets of", done.stderr)
+
+    def test_packets_that_faults_do_not_fit_are_told(self):
+        stream = demo()
+        wide = b"".join(stream[at:at + 188] + bytes(16) for at in range(0, len(stream), 188))
+        for faults, packets, is_told in ((["--fault", "drop=1/100"], wide, True),
+                                        (["--fault", "refuse-subscribe@99"], wide, False),
+                                        ([], wide, False),
+                                        (["--fault", "drop=1/100"], stream, False)):
+            with self.subTest(faults=faults, size=len(packets)):
+                done = run("scan", "-", *faults, stdin=packets)
+                self.assertEqual("the packets here have 204" in done.stderr, is_told, done.stderr)
+
+    def test_a_scheme_that_there_is_not_is_told(self):
+        done = run("scan", "http://127.0.0.1/x.ts")
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("udp:// and rtp://", done.stderr)
+        self.assertNotIn("udp://", run("scan", "no-such-file.ts").stderr)
+
+    def test_a_name_does_nothing_to_a_terminal(self):
+        with tempfile.TemporaryDirectory() as folder:
+            name = os.path.join(
+                folder, "a\u202eb\u2028\u009b1m\u200b\ufeff\u061c\x1b\u00e9\u2026\u20ac.ts")
+            with open(name, "wb") as file:
+                file.write(pat_packet([(1, 100)]))
+            line = run("scan", name).stdout.splitlines()[0]
+            self.assertIn(r"/a\u202Eb\u2028\u009B1m\u200B\uFEFF\u061C\x1B"
+                          "\u00e9\u2026\u20ac.ts", line)
+
     def test_a_loop_goes_on_until_it_has_enough(self):
         once = run("sections", "demo:", "--pid", "0", "--table-id", "0", "--format", "json")
         count = 3 * len(json.loads(once.stdout)["sections"])
@@ -921,6 +1003,16 @@ class CommandLine(unittest.TestCase):
                 self.assertEqual(done.returncode, 1, done.stderr)
                 self.assertIn(word, done.stderr)
 
+    def test_objections_are_the_tools_and_harmless(self):
+        for arguments in (["--timeout", "\x1b[31m"], ["--format", "\x1b[31m"], ["\x1b[31m"],
+                          ["--log-level", "\x1b[31m"]):
+            with self.subTest(arguments):
+                done = run("scan", "x", *arguments)
+                self.assertEqual(done.returncode, 1)
+                self.assertTrue(done.stderr.startswith("torvelsi: "), done.stderr)
+                self.assertIn(r"\x1B[31m", done.stderr)
+                self.assertNotIn("\x1b", done.stderr)
+
     def test_help_and_version(self):
         for arguments in (["--help"], ["scan", "--help"], ["sections", "--help"],
                           ["generate", "--help"], ["--version"]):
@@ -1005,6 +1097,13 @@ class Interrupts(unittest.TestCase):
         self.assertGreater(document["counters"]["packets"], 0)
         self.assertGreater(document["input"]["packets"], 0)
         self.assertEqual(status, 0, errors)
+
+    def test_fewer_sections_than_were_asked_for_are_incomplete(self):
+        status, output, errors = self.interrupted("sections", "-", "--pid", "0", "--table-id", "0",
+                                                  "--count", "1000", "--format", "json",
+                                                  after=self.PATS, until=b"data")
+        self.assertGreater(len(json.loads(output)["sections"]), 0)
+        self.assertEqual(status, 3, errors)
 
     def test_sections_that_wait_for_a_second_client_close_their_document(self):
         status, output, errors = self.interrupted("sections", "-", "--pid", "0", "--table-id", "0",

@@ -3,9 +3,48 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <ctime>
+#include <iterator>
+#include <utility>
 
 namespace tool {
+
+namespace {
+
+/// A sequence of UTF-8.
+struct Sequence {
+    std::size_t size;
+    char32_t codePoint;
+};
+
+/// The sequence of two or three bytes that starts there; of any other byte just that.
+Sequence SequenceAt(const std::string& text, std::size_t at) {
+    const auto byte = [&](std::size_t i) {
+        return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0u;
+    };
+    const auto follows = [&](std::size_t i) { return (byte(i) & 0xC0) == 0x80; };
+    if ((byte(0) & 0xE0) == 0xC0 && follows(1)) {
+        return {2, (byte(0) & 0x1F) << 6 | (byte(1) & 0x3F)};
+    }
+    if ((byte(0) & 0xF0) == 0xE0 && follows(1) && follows(2)) {
+        return {3, (byte(0) & 0x0F) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F)};
+    }
+    return {1, 0};
+}
+
+/// Whether a terminal may do something about it rather than show it: C1 controls, separators of
+/// lines, what turns the direction of writing around, and what has no width.
+bool IsForControl(char32_t codePoint) {
+    constexpr std::pair<char32_t, char32_t> kRanges[] = {{0x80, 0x9F},     {0x61C, 0x61C},
+                                                         {0x200B, 0x200F}, {0x2028, 0x202E},
+                                                         {0x2060, 0x206F}, {0xFEFF, 0xFEFF}};
+    return std::any_of(std::begin(kRanges), std::end(kRanges), [&](const auto& range) {
+        return range.first <= codePoint && codePoint <= range.second;
+    });
+}
+
+}  // namespace
 
 std::string Id16(unsigned int value) {
     return fmt::format("{} (0x{:04X})", value, value);
@@ -74,12 +113,16 @@ std::string Named(const std::string& name) {
 
 std::string Printable(const std::string& text) {
     std::string printable;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        const Sequence sequence = SequenceAt(text, at);
         if (byte < 0x20 || byte == 0x7F) {
             printable += fmt::format("\\x{:02X}", byte);
+        } else if (IsForControl(sequence.codePoint)) {
+            printable += fmt::format("\\u{:04X}", static_cast<unsigned int>(sequence.codePoint));
+            at += sequence.size - 1;
         } else {
-            printable += c;
+            printable += text[at];
         }
     }
     return printable;

@@ -39,7 +39,8 @@ Json FaultsToJson(const std::vector<tvservice::CounterValue>& faults);
 /// The counters that are not 0, one a line, aligned, with what they mean.
 std::string CountersToText(const std::vector<tvservice::CounterValue>& counters);
 
-/// Makes text of a stream or a path safe for a terminal: control bytes as \xNN.
+/// Makes text of a stream or a path safe for a terminal: control bytes as \xNN; of UTF-8 what is
+/// there to control and not to be seen (C1, line separators, directions of writing) as \uNNNN.
 std::string Printable(const std::string& text);
 
 /// A name of a stream, `Printable`; one that is empty in words.

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <sstream>
+#include <string>
 
 #include "softplatform/service/SoftwarePlatform.h"
 #include "tools/torvelsi/Arguments.h"
@@ -15,6 +17,23 @@
 #include "tools/torvelsi/Session.h"
 
 namespace {
+
+/// What CLI11 has to say: help, or an objection that may quote the command line.
+int Say(const CLI::App& app, const CLI::Error& error) {
+    std::ostringstream help, objection;
+    if (app.exit(error, help, objection) == 0) {
+        fmt::print("{}", help.str());
+        return tool::kDone;
+    }
+    std::istringstream lines(objection.str());
+    std::string line;
+    std::getline(lines, line);
+    tool::PrintError(tool::Printable(line));
+    while (std::getline(lines, line)) {
+        fmt::print(stderr, "{}\n", tool::Printable(line));
+    }
+    return tool::kUsage;
+}
 
 int RunTool(int argc, char** argv) {
     CLI::App app("Reads the service information of a digital-television multiplex.", "torvelsi");
@@ -40,14 +59,13 @@ int RunTool(int argc, char** argv) {
         if (app.get_subcommands().empty() && !app.remaining().empty()) {
             tool::PrintError(fmt::format("'{}' is not a command; see torvelsi --help",
                                          tool::Printable(app.remaining().front())));
-        } else {
-            app.exit(error);
+            return tool::kUsage;
         }
-        return tool::kUsage;
+        return Say(app, error);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? tool::kDone : tool::kUsage;
+        return Say(app, error);
     } catch (const std::invalid_argument& error) {
-        tool::PrintError(error.what());
+        tool::PrintError(tool::Printable(error.what()));
         return tool::kUsage;
     }
     return run();

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -20,7 +21,8 @@ namespace tool {
 
 namespace {
 
-int Scan(const ReceiverOptions& options, bool json, std::chrono::milliseconds timeout) {
+int Scan(const ReceiverOptions& options, bool json,
+         std::optional<std::chrono::milliseconds> timeout) {
     tvservice::SourcePtr source;
     if (const int failure = OpenAndStart(options, source); failure != kDone) {
         return failure;
@@ -34,6 +36,7 @@ int Scan(const ReceiverOptions& options, bool json, std::chrono::milliseconds ti
         });
         end = scanner.Scan(source, timeout);
     }
+    SayWhatIsAmiss();
     client::Multiplex multiplex = scanner.Result();
     if (end.reason != tvservice::InputEnd::kEndOfInput) {
         multiplex.complete = false;
@@ -74,19 +77,23 @@ void AddScanCommand(CLI::App& app, Run& run) {
     command->add_option("--format", options->format, "text for people, json for programs")
         ->check(CLI::IsMember({"text", "json"}))
         ->capture_default_str();
-    command
-        ->add_option("--timeout", options->timeout,
-                     "how long to wait for a live input to be complete, e.g. 500ms, 30s, 2min")
-        ->capture_default_str();
-    command->callback([options, receiver, &run] {
-        unsigned int timeout = 0;
-        try {
-            timeout = ParseDuration(options->timeout);
-        } catch (const std::invalid_argument& why) {
-            throw CLI::ValidationError("--timeout", why.what());
+    const CLI::Option* given =
+        command
+            ->add_option("--timeout", options->timeout,
+                         "how long to wait for a live input to be complete, e.g. 500ms, 30s, 2min; "
+                         "if given, also for a pipe, which is read to its end otherwise")
+            ->capture_default_str();
+    command->callback([options, receiver, given, &run] {
+        std::optional<std::chrono::milliseconds> timeout;
+        if (given->count() > 0) {
+            try {
+                timeout = std::chrono::milliseconds(ParseDuration(options->timeout));
+            } catch (const std::invalid_argument& why) {
+                throw CLI::ValidationError("--timeout", why.what());
+            }
         }
         run = [options, receiver, timeout] {
-            return Scan(*receiver, options->format == "json", std::chrono::milliseconds(timeout));
+            return Scan(*receiver, options->format == "json", timeout);
         };
     });
 }

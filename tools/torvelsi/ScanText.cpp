@@ -225,6 +225,13 @@ void AddList(Page& page, const List& list, const char* title, AddEntry addEntry)
     }
 }
 
+void AddCounters(Page& page, const char* title,
+                 const std::vector<tvservice::CounterValue>& counters) {
+    const std::string text = CountersToText(counters);
+    page.Line("{}{}", title, text.empty() ? ": none" : "");
+    page.Add(text);
+}
+
 }  // namespace
 
 std::string ScanText(const client::Multiplex& multiplex) {
@@ -260,12 +267,10 @@ std::string ScanText(const client::Multiplex& multiplex) {
     AddList(page, multiplex.networks, "Networks", AddNetwork);
     AddList(page, multiplex.bouquets, "Bouquets", AddBouquet);
     page.Blank();
-    page.Line("Counters (those that are not 0)");
-    page.Add(CountersToText(multiplex.counters));
+    AddCounters(page, "Counters (those that are not 0)", multiplex.counters);
     if (!multiplex.faults.empty()) {
         page.Blank();
-        page.Line("Faults on purpose");
-        page.Add(CountersToText(multiplex.faults));
+        AddCounters(page, "Faults on purpose", multiplex.faults);
     }
     if (!multiplex.missing.empty()) {
         page.Blank();

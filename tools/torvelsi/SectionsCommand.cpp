@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -163,6 +164,24 @@ class Printer : public TORVEL_MW::ISectionObserver {
         }
     }
 
+    /// Ends what plays once the time-out has passed, for inputs that may have no end of their own.
+    /// Returns when Played has been called.
+    void EndWithTimeout() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        while (!played_) {
+            if (timedOut_) {  // again and again: it may have passed before anything played
+                SoftwarePlatform::Instance().Interrupt();
+            }
+            changed_.wait_for(lock, kSignalPoll);
+        }
+    }
+
+    void Played() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        played_ = true;
+        changed_.notify_all();
+    }
+
     /// Nothing is printed after this.
     void Close() {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -195,6 +214,7 @@ class Printer : public TORVEL_MW::ISectionObserver {
     bool armed_;                                 // guarded by mutex_, as all below
     std::chrono::steady_clock::time_point due_;  // of an armed time-out
     bool timedOut_ = false;
+    bool played_ = false;
     bool closed_ = false;
     std::uint64_t sections_ = 0;
 };
@@ -331,7 +351,15 @@ int Sections(const Request& request) {
     if (!(first != nullptr ? first->Subscribe() : Begin(request, printer))) {
         return Refused();
     }
+    std::thread watch;
+    if (info.live || !info.rewindable) {
+        watch = std::thread([] { printer.EndWithTimeout(); });
+    }
     const InputEnd end = Play(std::move(source), info);
+    printer.Played();
+    if (watch.joinable()) {
+        watch.join();
+    }
     const FirstClient::Outcome outcome = first != nullptr ? first->End() : FirstClient::kBegun;
     if (outcome == FirstClient::kRefused) {
         return Refused();
@@ -343,6 +371,7 @@ int Sections(const Request& request) {
         BeginOutput(request, "null");
     }
     printer.Close();
+    SayWhatIsAmiss();
     EndOutput(request, printer, info.name);
     if (end.reason == InputEnd::kFailed) {
         PrintError(end.error);
@@ -355,7 +384,7 @@ int Sections(const Request& request) {
     if (printer.TimedOut()) {
         return kIncomplete;
     }
-    return printer.GotAllWanted() || Interrupted() ? kDone : kIncomplete;
+    return printer.GotAllWanted() ? kDone : kIncomplete;
 }
 
 struct Options {
@@ -374,7 +403,8 @@ void AddFilterOptions(CLI::App& command, Options& options) {
     CLI::Option* pattern = options.pattern.Add(
         command, "--pattern", "filter by these bytes, in hexadecimal, from table_id on");
     CLI::Option* mask =
-        options.mask.Add(command, "--mask", "which bits of the pattern count, as many bytes");
+        options.mask.Add(command, "--mask",
+                         "which bits of the pattern count, as many bytes; 00 lets everything pass");
     options.mode
         .Add(command, "--mode", "bits that are 1: at least one of them must differ; as many bytes")
         ->needs(pattern);
@@ -396,7 +426,8 @@ void AddFilterOptions(CLI::App& command, Options& options) {
 
 void AddEndAndFormatOptions(CLI::App& command, Options& options) {
     options.timeout.Add(command, "--timeout",
-                        "how long to wait for the first section: a number with ms, s or min");
+                        "how long to wait for the first section: a number with ms, s (if none is "
+                        "given) or min; what is no file is left then");
     options.count.Add(command, "--count", "end after so many sections");
     command
         .add_option("--format", options.format,

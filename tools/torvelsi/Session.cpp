@@ -3,9 +3,12 @@
 #include <fmt/format.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -64,6 +67,27 @@ void CatchInterrupts() {
 
 bool Interrupted() {
     return s_interrupted;
+}
+
+void SayWhatIsAmiss() {
+    constexpr std::string_view kOfPackets[] = {"drop", "duplicate", "reorder", "corrupt"};
+    constexpr unsigned kFaultyPacketSize = 188;
+    const tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
+    if (platform.Counter("packets") == 0 && platform.Counter("skipped_bytes") > 0) {
+        PrintError("no packets of a transport stream were found");
+    }
+    const std::vector<tvservice::CounterValue> faults = platform.FaultCounts();
+    const bool arePacketsInjured =
+        std::any_of(faults.begin(), faults.end(), [&](const tvservice::CounterValue& fault) {
+            return fault.value != 0 && std::find(std::begin(kOfPackets), std::end(kOfPackets),
+                                                 fault.name) != std::end(kOfPackets);
+        });
+    if (arePacketsInjured && platform.PacketSize() > kFaultyPacketSize) {
+        PrintError(
+            fmt::format("faults on packets take {} bytes each time, and the packets here have {}: "
+                        "expect losses of sync, too",
+                        kFaultyPacketSize, platform.PacketSize()));
+    }
 }
 
 void PrintError(const std::string& line) {

@@ -23,6 +23,10 @@ void CatchInterrupts();
 /// True once a signal has asked for the end.
 bool Interrupted();
 
+/// Tells of an input that was played and in which there was nothing like a transport stream, or
+/// whose packets are not what faults on packets take them for.
+void SayWhatIsAmiss();
+
 /// Writes one error line, "torvelsi: ...", to standard error.
 void PrintError(const std::string& line);
 
