@@ -18,11 +18,14 @@ RtpSource::RtpSource(std::string uri, std::unique_ptr<UdpSocket> socket, Counter
     : UdpSource(std::move(uri), std::move(socket), counters), sequence_(counters) {}
 
 UdpSocket::Received RtpSource::Next() {
-    for (;;) {
+    for (bool mayReceive = true;; mayReceive = socket().HasNext()) {
         while (const std::optional<ByteView> payload = sequence_.Pop()) {
             if (!payload->empty()) {
                 return {UdpSocket::Received::kDatagram, *payload};
             }
+        }
+        if (!mayReceive) {
+            return {UdpSocket::Received::kNothing};
         }
         const UdpSocket::Received received = socket().Receive();
         if (received.status != UdpSocket::Received::kDatagram) {

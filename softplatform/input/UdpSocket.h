@@ -38,6 +38,10 @@ class UdpSocket {
     // one again.
     Received Receive();
 
+    // Whether the next datagram is here already, so that Receive asks the kernel for none. Those
+    // who leave datagrams out stop where this is false, or a flood of such would never let them go.
+    bool HasNext() const { return next_ != received_; }
+
     // What poll(2) waits on after kNothing.
     int descriptor() const { return socket_.get(); }
 

@@ -7,6 +7,10 @@
 
 namespace tvservice {
 
+namespace {
+constexpr size_t kMostPieces = 64;  // of one read
+}
+
 std::shared_ptr<UdpSource> UdpSource::Open(const std::string& uri, std::string& error,
                                            Counters& counters) {
     std::unique_ptr<UdpSocket> socket = OpenSocket(uri, error, counters);
@@ -33,7 +37,8 @@ UdpSource::UdpSource(std::string uri, std::unique_ptr<UdpSocket> socket, Counter
 
 ReadResult UdpSource::Read(uint8_t* buffer, size_t size) {
     size_t filled = 0;
-    while (filled < size) {
+    // Tiny ones would fill the buffer for a long time.
+    for (size_t pieces = 0; filled < size && pieces < kMostPieces; ++pieces) {
         if (left_.empty()) {
             const UdpSocket::Received next = Next();
             if (next.status != UdpSocket::Received::kDatagram) {
@@ -57,13 +62,14 @@ ReadResult UdpSource::Read(uint8_t* buffer, size_t size) {
 }
 
 UdpSocket::Received UdpSource::Next() {
-    for (;;) {
+    do {
         const UdpSocket::Received received = socket_->Receive();
         if (received.status != UdpSocket::Received::kDatagram || !received.datagram.empty()) {
             return received;
         }
         counters_.AddShared(Counter::kMalformedDatagrams);
-    }
+    } while (socket_->HasNext());
+    return {UdpSocket::Received::kNothing};
 }
 
 }  // namespace tvservice

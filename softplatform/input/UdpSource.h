@@ -42,6 +42,7 @@ class UdpSource : public Source {
     UdpSource(std::string uri, std::unique_ptr<UdpSocket> socket, Counters& counters);
 
     // The next piece of the stream, not empty, borrowed until the next call: here a datagram.
+    // kNothing also when all that the kernel handed over at once was left out.
     virtual UdpSocket::Received Next();
 
     UdpSocket& socket() { return *socket_; }

@@ -72,6 +72,9 @@ SOFTPLATFORM_API SourceInfo Describe(const Source& source);
 /// subscriber that answers on the thread which handles all sections thereby holds the stream until
 /// everything delivered before has been handled.
 ///
+/// Whoever was asked has to answer, also while it is giving up the filter: somebody else who sets
+/// one in the meantime is not asked the same again, and nothing goes on until `Interrupt`.
+///
 /// The section: table_id `kBarrierTableId`, section_syntax_indicator 0, section_length 4, then the
 /// sequence number, 32 bits, most significant byte first.
 constexpr unsigned short kBarrierPid = 0x2000;

@@ -82,6 +82,18 @@ TEST_F(RtpSourceTest, LeavesOutAndCountsWhatIsNoRtp) {
     EXPECT_EQ(counters_.Get(Counter::kMalformedDatagrams), 3u);
 }
 
+// Or those who send faster than it is read would keep it for ever.
+TEST_F(RtpSourceTest, ReturnsFromAFloodOfWhatIsNoRtpBatchByBatch) {
+    for (int i = 0; i < 100; ++i) {
+        sender_->Send({1, 2, 3});
+    }
+    Send(1, Counting(188, 1));
+    EXPECT_EQ(Ask(*source_), ReadResult::kWouldBlock);
+    EXPECT_EQ(counters_.Get(Counter::kMalformedDatagrams), 64u);
+    EXPECT_EQ(ReadAll(*source_, 188), Counting(188, 1));
+    EXPECT_EQ(counters_.Get(Counter::kMalformedDatagrams), 100u);
+}
+
 TEST_F(RtpSourceTest, SkipsPacketsWithoutPayload) {
     Send(1, {});
     Send(2, Counting(188, 2));

@@ -101,6 +101,36 @@ TEST_F(UdpSourceTest, GivesADatagramInPiecesToASmallBuffer) {
     EXPECT_EQ(Read(7, 2), Bytes({1, 2, 3, 4, 5, 6, 7}));
 }
 
+// Or those who send faster than it is read would keep it for ever.
+TEST_F(UdpSourceTest, ReturnsFromAFloodOfEmptyDatagramsBatchByBatch) {
+    Sender sender(source_->port());
+    for (int i = 0; i < 150; ++i) {
+        sender.Send({});
+    }
+    sender.Send({1});
+    uint8_t byte = 0;
+    for (const uint64_t counted : {64u, 128u}) {
+        EXPECT_EQ(source_->Read(&byte, 1).status, ReadResult::kWouldBlock);
+        EXPECT_EQ(ReceiverCounters().Get(Counter::kMalformedDatagrams), counted);
+        pollfd ready{source_->descriptor(), POLLIN, 0};
+        EXPECT_EQ(::poll(&ready, 1, 0), 1) << "the rest is in the kernel still";
+    }
+    EXPECT_EQ(Read(1), Bytes({1}));
+}
+
+TEST_F(UdpSourceTest, TakesSoManyTinyDatagramsAtATime) {
+    Sender sender(source_->port());
+    Bytes all;
+    for (uint8_t i = 0; i < 100; ++i) {
+        sender.Send({i});
+        all.push_back(i);
+    }
+    Bytes first(1000);
+    first.resize(source_->Read(first.data(), first.size()).size);
+    EXPECT_EQ(first, Bytes(all.begin(), all.begin() + 64));
+    EXPECT_EQ(Read(36), Bytes(all.begin() + 64, all.end()));
+}
+
 TEST_F(UdpSourceTest, CountsWhatTheKernelHadNoRoomFor) {
     const int small = 1;  // the kernel's least
     ::setsockopt(source_->descriptor(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
