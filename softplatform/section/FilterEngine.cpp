@@ -30,6 +30,13 @@ bool AsksForEveryVersion(const SectionFilter& criteria) {
                        [&mask](size_t at) { return at >= mask.size() || mask[at] == 0; });
 }
 
+template <class Element>
+void ReserveOneMore(std::vector<Element>& elements) {
+    if (elements.size() == elements.capacity()) {
+        elements.reserve(2 * elements.size() + 1);
+    }
+}
+
 }  // namespace
 
 FilterEngine::FilterEngine(Counters& counters, std::function<void()> onChange, unsigned slots)
@@ -45,9 +52,17 @@ int FilterEngine::Subscribe(uint16_t pid, const SectionFilter& criteria, Section
     bool isChange = true;
     {
         MutexLock lock(mutex_);
+        // What may throw comes first: a request fails whole.
+        ReserveOneMore(toAdd_);
+        ReserveOneMore(toServe_);
         if (const std::optional<int> taken = handles_.Take()) {
             handle = *taken;
-            inUse_.emplace(handle, filter);
+            try {
+                inUse_.emplace(handle, filter);
+            } catch (...) {
+                handles_.Release(handle);
+                throw;
+            }
             toAdd_.push_back(std::move(fresh));
         } else {
             const auto shared = std::find_if(inUse_.begin(), inUse_.end(), [&](const auto& entry) {
@@ -58,9 +73,9 @@ int FilterEngine::Subscribe(uint16_t pid, const SectionFilter& criteria, Section
             }
             handle = shared->first;
             filter = shared->second;
-            if (std::none_of(filter->receivers.begin(), filter->receivers.end(),
-                             [&](const auto& r) { return r.sink == &sink && r.id == id; })) {
-                filter->receivers.push_back({&sink, id});
+            // Who asks for the past joins when that has been served.
+            if (!fromCache) {
+                Join(*filter, {&sink, id});
             }
             isChange = fromCache;
         }
@@ -297,7 +312,7 @@ size_t FilterEngine::ApplyChanges() {
 }
 
 size_t FilterEngine::ServeFromCache(const CacheRequest& request) {
-    const Filter& filter = *request.filter;
+    Filter& filter = *request.filter;
     size_t calls = 0;
     cache_.VisitTable(filter.pid, filter.criteria.pattern().front(), [&](SectionView section) {
         if (!filter.criteria.Matches(section.data(), section.size())) {
@@ -311,7 +326,21 @@ size_t FilterEngine::ServeFromCache(const CacheRequest& request) {
     });
     counters_.Add(Counter::kDeliveredSections, calls);
     counters_.Add(Counter::kCachedSections, calls);
+    MutexLock lock(mutex_);
+    if (!filter.released) {
+        Join(filter, request.receiver);
+    }
     return calls;
+}
+
+void FilterEngine::Join(Filter& filter, const Receiver& receiver) {
+    const bool isKnown =
+        std::any_of(filter.receivers.begin(), filter.receivers.end(), [&](const Receiver& known) {
+            return known.sink == receiver.sink && known.id == receiver.id;
+        });
+    if (!isKnown) {
+        filter.receivers.push_back(receiver);
+    }
 }
 
 void FilterEngine::LimitCache(size_t bytes) {

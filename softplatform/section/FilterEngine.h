@@ -181,6 +181,8 @@ class FilterEngine {
     Stream& StreamOf(uint16_t pid);
     void DropStream(uint16_t pid);
     void LimitCache(size_t bytes);
+    // Adds the receiver unless it is there.
+    static void Join(Filter& filter, const Receiver& receiver);
     size_t ServeFromCache(const CacheRequest& request) TV_EXCLUDES(mutex_);
     void Remove(const Filter& filter);
     size_t OnSection(Stream& stream, uint16_t pid, const uint8_t* bytes, size_t size);

@@ -7,17 +7,17 @@ namespace tvservice {
 std::optional<int> HandlePool::Take() {
     while (!free_.empty()) {
         const unsigned slot = free_.front();
-        free_.pop_front();
         for (unsigned tried = 0; tried < kHandleGenerations; ++tried) {
             const unsigned generation = nextGeneration_[slot];
             nextGeneration_[slot] = (generation + 1) % kHandleGenerations;
             const int handle = static_cast<int>(1 + slot + slots_ * generation);
             if (!retired_[static_cast<size_t>(handle)] && slotInUse_.count(handle) == 0) {
                 slotInUse_.emplace(handle, slot);
+                free_.pop_front();
                 return handle;
             }
         }
-        // Every value of this slot is retired: it is lost for good.
+        free_.pop_front();  // every value of this slot is retired: it is lost for good
     }
     return std::nullopt;
 }

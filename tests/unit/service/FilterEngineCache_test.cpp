@@ -165,6 +165,24 @@ TEST_F(FilterEngineCacheTest, GivesThePastToTheNewSharerAlone) {
     EXPECT_THAT(recorder_.TakeIds(), ElementsAre(9));
 }
 
+// Even one that comes between two sections of one packet.
+TEST_F(FilterEngineCacheTest, GivesANewSharerThePastBeforeWhatComes) {
+    for (int id = 1; id <= int{kSlots}; ++id) {
+        Subscribe(static_cast<uint16_t>(0x0010 + id), 0x42, id);
+    }
+    recorder_.Then([this](int) {
+        recorder_.Then({});
+        EXPECT_NE(SubscribeFromCache(0x0011, 0x42, 9), FilterEngine::kNoHandle);
+    });
+    writer_.Packet({.PID = 0x0011, .payload_unit_start_indicator = true},
+                   testsupport::Stuffed(testsupport::Join({{0x00}, first_, second_})));
+    writer_.Section(0x0011, first_);
+    Feed();
+    EXPECT_THAT(recorder_.sections(),
+                ElementsAre(Pair(1, first_), Pair(1, second_), Pair(9, first_), Pair(9, second_),
+                            Pair(1, first_), Pair(9, first_)));
+}
+
 TEST_F(FilterEngineCacheTest, GivesNothingToAFilterThatIsReleasedMeanwhile) {
     writer_.Section(0x0011, first_).Section(0x0011, second_);
     Feed();
