@@ -69,10 +69,9 @@ SectionCache::Key SectionCache::KeyOf(uint16_t pid, SectionView section) {
     uint32_t more = 0;
     if (table_id == 0x42 || table_id == 0x46) {  // EN 300 468 5.2.3: original_network_id
         more = section.body().U16(0);
-    } else if (table_id >= 0x4E && table_id <= 0x6F) {  // 5.2.4: and transport_stream_id
-        more = section.body().U32(0);
-    } else if (table_id == 0x4B || table_id == 0x4C) {
-        // UNT of ETSI TS 102 006, INT of EN 301 192: OUI or platform_id, and processing_order
+    } else if ((table_id >= 0x4E && table_id <= 0x6F) || table_id == 0x4B || table_id == 0x4C) {
+        // 5.2.4: and transport_stream_id. UNT of ETSI TS 102 006, INT of EN 301 192: OUI or
+        // platform_id, and processing_order
         more = section.body().U32(0);
     }
     return {pid, table_id, section.sub_table_extension(), more};

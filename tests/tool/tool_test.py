@@ -4,6 +4,7 @@ import fcntl
 import json
 import os
 import pathlib
+import random
 import signal
 import socket
 import subprocess
@@ -571,9 +572,15 @@ class Live(unittest.TestCase):
 
     @staticmethod
     def free_port():
-        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
-            probe.bind(("127.0.0.1", 0))
-            return probe.getsockname()[1]
+        """One that the system gives nobody who asks for any: it stays free until the tool has it."""
+        while True:
+            port = random.randrange(20000, 30000)
+            with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+                try:
+                    probe.bind(("127.0.0.1", port))
+                    return port
+                except OSError:
+                    pass
 
     def scan(self, stream, *arguments):
         """Sends the stream until the scan has ended; its status, document and duration."""
@@ -596,7 +603,9 @@ class Live(unittest.TestCase):
                     if not reader.is_alive():
                         break
         reader.join()
-        return process.returncode, scan_document(self.output[0]), time.monotonic() - begin
+        output, errors = self.output
+        self.assertNotEqual(output, b"", f"exit {process.returncode}: {errors.decode()}")
+        return process.returncode, scan_document(output), time.monotonic() - begin
 
     def test_ends_as_soon_as_it_is_complete(self):
         status, live, duration = self.scan(demo(), "--timeout", "60s")
