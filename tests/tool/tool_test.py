@@ -720,9 +720,11 @@ class Inputs(unittest.TestCase):
                 folder, "a\u202eb\u2028\u009b1m\u200b\ufeff\u061c\x1b\u00e9\u2026\u20ac.ts")
             with open(name, "wb") as file:
                 file.write(pat_packet([(1, 100)]))
-            line = run("scan", name).stdout.splitlines()[0]
-            self.assertIn(r"/a\u202Eb\u2028\u009B1m\u200B\uFEFF\u061C\x1B"
-                          "\u00e9\u2026\u20ac.ts", line)
+            shown = (r"/a\u202Eb\u2028\u009B1m\u200B\uFEFF\u061C\x1B"
+                     "\u00e9\u2026\u20ac.ts")
+            self.assertIn(shown, run("scan", name).stdout.splitlines()[0])
+            os.remove(name)
+            self.assertIn(shown, run("scan", name).stderr)
 
     def test_a_loop_goes_on_until_it_has_enough(self):
         once = run("sections", "demo:", "--pid", "0", "--table-id", "0", "--format", "json")

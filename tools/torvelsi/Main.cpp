@@ -28,7 +28,7 @@ int Say(const CLI::App& app, const CLI::Error& error) {
     std::istringstream lines(objection.str());
     std::string line;
     std::getline(lines, line);
-    tool::PrintError(tool::Printable(line));
+    tool::PrintError(line);
     while (std::getline(lines, line)) {
         fmt::print(stderr, "{}\n", tool::Printable(line));
     }
@@ -65,7 +65,7 @@ int RunTool(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return Say(app, error);
     } catch (const std::invalid_argument& error) {
-        tool::PrintError(tool::Printable(error.what()));
+        tool::PrintError(error.what());
         return tool::kUsage;
     }
     return run();

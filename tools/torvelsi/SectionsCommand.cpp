@@ -219,6 +219,23 @@ class Printer : public TORVEL_MW::ISectionObserver {
     std::uint64_t sections_ = 0;
 };
 
+/// While it lives, the printer's time-out ends what plays.
+class TimeoutWatch {
+  public:
+    explicit TimeoutWatch(Printer& printer)
+        : printer_(printer), thread_([&printer] { printer.EndWithTimeout(); }) {}
+    TimeoutWatch(const TimeoutWatch&) = delete;
+    TimeoutWatch& operator=(const TimeoutWatch&) = delete;
+    ~TimeoutWatch() {
+        printer_.Played();
+        thread_.join();
+    }
+
+  private:
+    Printer& printer_;
+    std::thread thread_;
+};
+
 unsigned int Subscribe(const Request& request, Printer& printer) {
     ISectionManager& manager = *ISectionManager::Instance();
     if (!request.tableId) {
@@ -351,15 +368,12 @@ int Sections(const Request& request) {
     if (!(first != nullptr ? first->Subscribe() : Begin(request, printer))) {
         return Refused();
     }
-    std::thread watch;
+    std::optional<TimeoutWatch> watch;
     if (info.live || !info.rewindable) {
-        watch = std::thread([] { printer.EndWithTimeout(); });
+        watch.emplace(printer);
     }
     const InputEnd end = Play(std::move(source), info);
-    printer.Played();
-    if (watch.joinable()) {
-        watch.join();
-    }
+    watch.reset();
     const FirstClient::Outcome outcome = first != nullptr ? first->End() : FirstClient::kBegun;
     if (outcome == FirstClient::kRefused) {
         return Refused();

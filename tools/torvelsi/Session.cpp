@@ -91,7 +91,7 @@ void SayWhatIsAmiss() {
 }
 
 void PrintError(const std::string& line) {
-    fmt::print(stderr, "torvelsi: {}\n", line);
+    fmt::print(stderr, "torvelsi: {}\n", Printable(line));
 }
 
 }  // namespace tool

@@ -27,7 +27,7 @@ bool Interrupted();
 /// whose packets are not what faults on packets take them for.
 void SayWhatIsAmiss();
 
-/// Writes one error line, "torvelsi: ...", to standard error.
+/// Writes one error line, "torvelsi: ...", to standard error, `Printable` whatever it quotes.
 void PrintError(const std::string& line);
 
 }  // namespace tool

@@ -98,13 +98,14 @@ TEST(NitTable, LinkagesAreThereOnceEachInTheirOrder) {
 TEST(CatTable, ItsReservedBytesDoNotBeginItAnew) {
     SubTableReader<CatTable> cats;
     for (const std::uint8_t number : {std::uint8_t{0}, std::uint8_t{1}}) {
-        testsupport::Bytes section = SectionBytes{
-            .table_id = 0x01,
-            .table_id_extension = static_cast<std::uint16_t>(0xFFFF - number),
-            .section_number = number,
-            .last_section_number = 1,
-            .body = {0x09, 4, 5, number, 0xE1,
-                     0x00}}.Build();
+        const auto system = static_cast<std::uint16_t>(0x0500 + number);
+        testsupport::Bytes section =
+            SectionBytes{.table_id = 0x01,
+                         .table_id_extension = static_cast<std::uint16_t>(0xFFFF - number),
+                         .section_number = number,
+                         .last_section_number = 1,
+                         .body = generator::CaDescriptor(system, 0x0100)}
+                .Build();
         cats.OnSectionReceived(1, 0x0001, static_cast<unsigned short>(section.size()),
                                section.data());
     }
