@@ -21,8 +21,8 @@
 #include "client/Barrier.h"
 #include "softplatform/service/SoftwarePlatform.h"
 #include "tests/support/Forever.h"
+#include "tests/support/PacketWriter.h"
 #include "tests/support/TsBytes.h"
-#include "tests/unit/service/PacketWriter.h"
 
 namespace testsupport {
 

@@ -19,9 +19,9 @@
 #include "tests/hostile/ProcessUse.h"
 #include "tests/hostile/Visitors.h"
 #include "tests/support/Forever.h"
+#include "tests/support/PacketWriter.h"
 #include "tests/support/Slowdown.h"
 #include "tests/support/TsBytes.h"
-#include "tests/unit/service/PacketWriter.h"
 
 namespace testsupport {
 namespace {

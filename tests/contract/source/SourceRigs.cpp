@@ -20,10 +20,10 @@
 #include "softplatform/input/StreamSource.h"
 #include "softplatform/input/UdpSource.h"
 #include "tests/contract/source/SourceRig.h"
+#include "tests/support/TempDir.h"
 #include "tests/unit/input/PcrBytes.h"
 #include "tests/unit/input/RtpBytes.h"
 #include "tests/unit/input/Sender.h"
-#include "tests/unit/service/TempDir.h"
 
 namespace testsupport {
 

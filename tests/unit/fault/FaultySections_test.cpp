@@ -14,10 +14,10 @@
 
 #include "softplatform/base/Counters.h"
 #include "softplatform/section/FilterEngine.h"
+#include "tests/support/PacketWriter.h"
+#include "tests/support/Signal.h"
 #include "tests/support/TsBytes.h"
 #include "tests/unit/fault/FaultFixture.h"
-#include "tests/unit/service/PacketWriter.h"
-#include "tests/unit/service/Signal.h"
 
 namespace tvservice {
 namespace {

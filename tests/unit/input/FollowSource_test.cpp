@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "softplatform/input/FileSource.h"
+#include "tests/support/TempDir.h"
 #include "tests/unit/input/FakeTimer.h"
 #include "tests/unit/input/Reading.h"
-#include "tests/unit/service/TempDir.h"
 
 namespace tvservice {
 namespace {

@@ -11,8 +11,8 @@
 #include "softplatform/input/LoopSource.h"
 #include "softplatform/input/OpenInput.h"
 #include "softplatform/input/PaceSource.h"
+#include "tests/support/TempDir.h"
 #include "tests/unit/input/Reading.h"
-#include "tests/unit/service/TempDir.h"
 
 namespace tvservice {
 namespace {

@@ -17,9 +17,9 @@
 #include "softplatform/log/PlatformLog.h"
 #include "softplatform/section/FilterEngine.h"
 #include "softplatform/service/Pump.h"
+#include "tests/support/Signal.h"
 #include "tests/support/Slowdown.h"
-#include "tests/unit/dvb/FakeDemux.h"
-#include "tests/unit/service/Signal.h"
+#include "tests/unit/input/dvb/FakeDemux.h"
 
 namespace tvservice {
 namespace {

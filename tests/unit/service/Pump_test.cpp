@@ -16,8 +16,8 @@
 #include "softplatform/base/Counters.h"
 #include "softplatform/log/PlatformLog.h"
 #include "softplatform/section/FilterEngine.h"
-#include "tests/unit/service/EngineFixture.h"
-#include "tests/unit/service/PacketWriter.h"
+#include "tests/support/PacketWriter.h"
+#include "tests/unit/section/EngineFixture.h"
 
 namespace tvservice {
 namespace {

@@ -23,10 +23,10 @@
 #include "platform/TCSectionCriteriaHelper.h"
 #include "platform/TCSectionFilterCriteriaHelper.h"
 #include "platform/TVServiceAPI.h"
+#include "tests/support/PacketWriter.h"
+#include "tests/support/Signal.h"
+#include "tests/support/TempDir.h"
 #include "tests/support/TsBytes.h"
-#include "tests/unit/service/PacketWriter.h"
-#include "tests/unit/service/Signal.h"
-#include "tests/unit/service/TempDir.h"
 
 namespace tvservice {
 namespace {

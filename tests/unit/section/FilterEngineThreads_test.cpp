@@ -11,8 +11,8 @@
 
 #include "softplatform/base/Counters.h"
 #include "softplatform/section/FilterEngine.h"
-#include "tests/unit/service/PacketWriter.h"
-#include "tests/unit/service/Signal.h"
+#include "tests/support/PacketWriter.h"
+#include "tests/support/Signal.h"
 
 namespace tvservice {
 namespace {

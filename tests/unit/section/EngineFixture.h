@@ -10,7 +10,7 @@
 
 #include "softplatform/base/Counters.h"
 #include "softplatform/section/FilterEngine.h"
-#include "tests/unit/service/PacketWriter.h"
+#include "tests/support/PacketWriter.h"
 
 namespace testsupport {
 

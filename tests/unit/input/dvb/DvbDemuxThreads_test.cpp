@@ -19,7 +19,7 @@
 #include "softplatform/base/Mutex.h"
 #include "softplatform/input/Descriptor.h"
 #include "softplatform/input/dvb/DvbDemux.h"
-#include "tests/unit/dvb/FakeDemux.h"
+#include "tests/unit/input/dvb/FakeDemux.h"
 
 namespace tvservice {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/unit/dvb/FakeDemux.h"
+#include "tests/unit/input/dvb/FakeDemux.h"
 
 #include <fcntl.h>
 #include <unistd.h>

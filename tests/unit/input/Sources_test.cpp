@@ -1,7 +1,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,8 +15,9 @@
 #include "softplatform/input/FileSource.h"
 #include "softplatform/input/OpenInput.h"
 #include "softplatform/input/StreamSource.h"
+#include "tests/support/TempDir.h"
 #include "tests/support/TsBytes.h"
-#include "tests/unit/service/TempDir.h"
+#include "tests/unit/input/FakeTimer.h"
 
 namespace tvservice {
 namespace {
@@ -26,6 +26,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testsupport::Bytes;
 using testsupport::Counting;
+using testsupport::IsReadable;
 using testsupport::TempDir;
 
 // One read of at most `size` bytes, which has to give some.
@@ -70,11 +71,6 @@ struct Pipe {
     Descriptor out;
     Descriptor in;
 };
-
-bool IsReadable(int descriptor) {
-    pollfd ready{descriptor, POLLIN, 0};
-    return ::poll(&ready, 1, 0) == 1;
-}
 
 TEST(FileSource, ReadsAFileToItsEnd) {
     const TempDir dir;

@@ -7,7 +7,7 @@
 #include <set>
 #include <vector>
 
-#include "tests/unit/dvb/FakeDemux.h"
+#include "tests/unit/input/dvb/FakeDemux.h"
 
 namespace tvservice {
 namespace {

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-#include "tests/unit/service/EngineFixture.h"
+#include "tests/unit/section/EngineFixture.h"
 
 namespace tvservice {
 namespace {

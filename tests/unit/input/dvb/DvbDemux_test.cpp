@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "softplatform/input/Descriptor.h"
-#include "tests/unit/dvb/FakeDemux.h"
+#include "tests/unit/input/dvb/FakeDemux.h"
 
 namespace tvservice {
 namespace {

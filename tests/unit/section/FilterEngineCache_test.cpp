@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/unit/service/EngineFixture.h"
+#include "tests/unit/section/EngineFixture.h"
 
 namespace tvservice {
 namespace {
