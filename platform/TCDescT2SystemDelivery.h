@@ -19,7 +19,7 @@ class TVSERVICE_API TCT2Cell {
     /// centre_frequency at `index` as coded, in units of 10 Hz; 0 past the end.
     unsigned int CentreFrequency(unsigned int index) const;
 
-    /// The same in Hz.
+    /// The same in Hz; 0 past the end and when the field is all ones.
     unsigned long long CentreFrequencyHz(unsigned int index) const;
 
     int NumOfSubCells() const;
@@ -30,7 +30,7 @@ class TVSERVICE_API TCT2Cell {
     /// transposer_frequency of the sub-cell at `index` as coded, in units of 10 Hz; 0 past the end.
     unsigned int TransposerFrequency(unsigned int index) const;
 
-    /// The same in Hz.
+    /// The same in Hz; 0 past the end and when the field is all ones.
     unsigned long long TransposerFrequencyHz(unsigned int index) const;
 
   private:

@@ -14,7 +14,7 @@ class TVSERVICE_API TCDescTerrestrialDeliverySystem : public TCBaseDesc {
     /// centre_frequency as coded, in units of 10 Hz.
     unsigned int CentreFrequency() const;
 
-    /// The same in Hz.
+    /// The same in Hz; 0 when the field is all ones.
     unsigned long long CentreFrequencyHz() const;
 
     /// bandwidth (3 bits): 0 8 MHz, 1 7 MHz, 2 6 MHz, 3 5 MHz.

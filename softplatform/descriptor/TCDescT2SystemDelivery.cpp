@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/Frequency.h"
 #include "softplatform/descriptor/Internals.h"
 
 using tvservice::ByteView;
@@ -42,7 +43,7 @@ unsigned int TCT2Cell::CentreFrequency(unsigned int index) const {
 }
 
 unsigned long long TCT2Cell::CentreFrequencyHz(unsigned int index) const {
-    return CentreFrequency(index) * 10ULL;
+    return tvservice::HertzFromTens(CentreFrequency(index));
 }
 
 int TCT2Cell::NumOfSubCells() const {
@@ -58,7 +59,7 @@ unsigned int TCT2Cell::TransposerFrequency(unsigned int index) const {
 }
 
 unsigned long long TCT2Cell::TransposerFrequencyHz(unsigned int index) const {
-    return TransposerFrequency(index) * 10ULL;
+    return tvservice::HertzFromTens(TransposerFrequency(index));
 }
 
 namespace {

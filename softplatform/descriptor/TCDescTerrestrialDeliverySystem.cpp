@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/Frequency.h"
 
 using tvservice::ByteView;
 
@@ -61,7 +62,7 @@ unsigned int TCDescTerrestrialDeliverySystem::CentreFrequency() const {
 }
 
 unsigned long long TCDescTerrestrialDeliverySystem::CentreFrequencyHz() const {
-    return m_impl->centreFrequency * 10ULL;
+    return tvservice::HertzFromTens(m_impl->centreFrequency);
 }
 
 unsigned char TCDescTerrestrialDeliverySystem::Bandwidth() const {

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "softplatform/base/ByteView.h"
 #include "softplatform/base/Mutex.h"
@@ -24,9 +25,19 @@ constexpr bool IsControl(char32_t code) {
 // What the readers below write to.
 class Utf8Writer {
   public:
-    // One character; controls and what is none are treated as the header says.
+    // Writes one character. Text.h says what becomes of control codes and of codes that are no
+    // character.
     void Put(char32_t character) {
-        if (IsControl(character) || IsControl(character - kPrivateControls)) {
+        if (character == 0) {
+            ++nuls_;
+            return;
+        }
+        const bool followsCarriageReturn = std::exchange(afterCarriageReturn_, character == '\r');
+        if (character == '\r') {
+            Encode('\n');
+        } else if (character == '\n' && followsCarriageReturn && nuls_ == 0) {
+            return;  // CR LF is one line break, already written
+        } else if (IsControl(character) || IsControl(character - kPrivateControls)) {
             Control(character & 0xFF);
         } else if ((character < 0x20 && character != '\n') || character == 0x7F ||
                    (character >= 0xD800 && character <= 0xDFFF) || character > 0x10FFFF) {
@@ -38,16 +49,30 @@ class Utf8Writer {
 
     void Control(char32_t code) {
         if (code == kLineBreak) {
-            text_ += '\n';
+            Encode('\n');
         }
     }
 
-    void Append(const char* utf8, size_t size) { text_.append(utf8, size); }
+    // Writes one character that is in UTF-8 already.
+    void Append(const char* utf8, size_t size) {
+        FlushNuls();
+        afterCarriageReturn_ = false;
+        text_.append(utf8, size);
+    }
 
+    // What was written. NULs at the end are padding and left out.
     std::string Take() { return std::move(text_); }
 
   private:
+    // Something follows the NULs, so they are no padding.
+    void FlushNuls() {
+        for (; nuls_ > 0; --nuls_) {
+            text_ += "\uFFFD";
+        }
+    }
+
     void Encode(char32_t c) {
+        FlushNuls();
         if (c < 0x80) {
             text_ += static_cast<char>(c);
             return;
@@ -67,6 +92,8 @@ class Utf8Writer {
     }
 
     std::string text_;
+    size_t nuls_ = 0;                   // put and not written
+    bool afterCarriageReturn_ = false;  // the last character was one
 };
 
 // The converters of iconv, each opened at its first use and never closed: to open one is to load a

@@ -14,7 +14,8 @@ namespace tvservice {
 // (0x1F and its encoding_type_id among them) the selector is dropped and what is ASCII is shown.
 //
 // Of the control codes (0x80 to 0x9F; 0xE080 to 0xE09F in tables of several bytes) the line break
-// becomes a newline, the others, emphasis among them, are dropped. A line feed stays. Everything
+// becomes a newline, the others, emphasis among them, are dropped. A line feed, a carriage return
+// and the two together become one newline. NULs at the end are dropped. Everything
 // else that has no character in the table, a code cut off at the end too, becomes one U+FFFD a
 // code, and what follows is read on.
 //

@@ -205,6 +205,11 @@ def name_of(table, key):
     return text_of(bytes.fromhex(table[key])) if key in table else None
 
 
+def hertz_of_tens(coded):
+    """A frequency in units of 10 Hz; all ones are none."""
+    return 0 if coded == 0xFFFFFFFF else coded * 10
+
+
 def delivery(data, fields):
     kind = fields["kind"]
     wanted = {"system": kind, "data": data}
@@ -225,7 +230,8 @@ def delivery(data, fields):
             "fec_inner": fields["fec_inner"]})
     elif kind == "terrestrial":
         wanted.update({
-            "centre_frequency_hz": fields["frequency_10Hz"] * 10, "bandwidth": fields["bandwidth"],
+            "centre_frequency_hz": hertz_of_tens(fields["frequency_10Hz"]),
+            "bandwidth": fields["bandwidth"],
             "priority": bool(fields["priority"]),
             "time_slicing_indicator": bool(fields["time_slicing_ind"]),
             "mpe_fec_indicator": bool(fields["mpe_fec_ind"]),
@@ -247,7 +253,8 @@ def delivery(data, fields):
             "guard_interval": fields.get("guard"), "transmission_mode": fields.get("mode"),
             "other_frequency_flag": flag("other_frequency"), "tfs_flag": flag("tfs"),
             "cells": [{"cell_id": cell["cell_id"],
-                       "centre_frequencies_hz": [f * 10 for f in cell["centre_frequencies_10Hz"]],
+                       "centre_frequencies_hz": [hertz_of_tens(coded)
+                                                 for coded in cell["centre_frequencies_10Hz"]],
                        "sub_cells": []} for cell in fields.get("cells", [])]})
     else:
         raise ValueError(f"delivery system {kind}")

@@ -89,9 +89,15 @@ TEST(TerrestrialDeliverySystem, HasEveryFieldAndItsUnits) {
 
 TEST(TerrestrialDeliverySystem, HighestFrequencyFitsItsUnit) {
     TCDescTerrestrialDeliverySystem desc;
+    ParseExactly(desc, Whole(0x5A, Bytes{0xFF, 0xFF, 0xFF, 0xFE} + Bytes(7)));
+    EXPECT_EQ(desc.CentreFrequencyHz(), 42'949'672'940u);
+}
+
+TEST(TerrestrialDeliverySystem, AllOnesAreNoFrequency) {
+    TCDescTerrestrialDeliverySystem desc;
     ParseExactly(desc, Whole(0x5A, Bytes{0xFF, 0xFF, 0xFF, 0xFF} + Bytes(7)));
     EXPECT_EQ(desc.CentreFrequency(), 0xFFFFFFFFu);
-    EXPECT_EQ(desc.CentreFrequencyHz(), 42'949'672'950u);
+    EXPECT_EQ(desc.CentreFrequencyHz(), 0u);
     const std::unique_ptr<TCBaseDesc> fork(desc.Fork());
     EXPECT_EQ(dynamic_cast<TCDescTerrestrialDeliverySystem&>(*fork).CentreFrequency(), 0xFFFFFFFFu);
 }
@@ -121,7 +127,8 @@ TEST(T2DeliverySystem, HasASystemPart) {
 
 TEST(T2DeliverySystem, HasCellsOfOneFrequencyAndTheirSubCells) {
     TCDescT2SystemDelivery desc;
-    const Bytes cell{0x12, 0x34, 0x02, 0xFA, 0xF0, 0x80, 5, 0x09, 0, 0, 0, 1};
+    const Bytes cell{0x12, 0x34, 0x02, 0xFA, 0xF0, 0x80, 10,   0x09, 0,
+                     0,    0,    1,    0x0A, 0xFF, 0xFF, 0xFF, 0xFF};
     const Bytes last{0x56, 0x78, 0xFF, 0xFF, 0xFF, 0xFF, 0};
     EXPECT_TRUE(ParsesWhole(desc, Whole(0x7F, Bytes{0x04, 1, 0, 2, 0, 0} + cell + last)));
     ASSERT_EQ(desc.NumOfCells(), 2);
@@ -130,13 +137,16 @@ TEST(T2DeliverySystem, HasCellsOfOneFrequencyAndTheirSubCells) {
     EXPECT_EQ(desc.Cell(0)->CentreFrequency(0), 50'000'000u);
     EXPECT_EQ(desc.Cell(0)->CentreFrequencyHz(0), 500'000'000u);
     EXPECT_EQ(desc.Cell(0)->CentreFrequency(1), 0u);
-    ASSERT_EQ(desc.Cell(0)->NumOfSubCells(), 1);
+    ASSERT_EQ(desc.Cell(0)->NumOfSubCells(), 2);
     EXPECT_EQ(desc.Cell(0)->CellIdExtension(0), 9);
     EXPECT_EQ(desc.Cell(0)->TransposerFrequency(0), 1u);
     EXPECT_EQ(desc.Cell(0)->TransposerFrequencyHz(0), 10u);
-    EXPECT_EQ(desc.Cell(0)->CellIdExtension(1), 0);
-    EXPECT_EQ(desc.Cell(0)->TransposerFrequency(1), 0u);
-    EXPECT_EQ(desc.Cell(1)->CentreFrequencyHz(0), 42'949'672'950u);
+    EXPECT_EQ(desc.Cell(0)->TransposerFrequency(1), 0xFFFFFFFFu);
+    EXPECT_EQ(desc.Cell(0)->TransposerFrequencyHz(1), 0u) << "all ones: none";
+    EXPECT_EQ(desc.Cell(0)->CellIdExtension(2), 0);
+    EXPECT_EQ(desc.Cell(0)->TransposerFrequency(2), 0u);
+    EXPECT_EQ(desc.Cell(1)->CentreFrequency(0), 0xFFFFFFFFu);
+    EXPECT_EQ(desc.Cell(1)->CentreFrequencyHz(0), 0u);
     EXPECT_EQ(desc.Cell(2), nullptr);
     const std::unique_ptr<TCBaseDesc> fork(desc.Fork());
     EXPECT_EQ(dynamic_cast<TCDescT2SystemDelivery&>(*fork).Cell(1)->CellId(), 0x5678);

@@ -161,7 +161,27 @@ TEST(Text, ControlCodesOfSingleByteTables) {
     }
 }
 
-TEST(Text, ControlBytesBelow0x20AreDamageButForLineFeed) {
+TEST(Text, CarriageReturnLineFeedAndBothTogetherAreOneLineBreak) {
+    EXPECT_EQ(Utf8(Bytes{'a', 0x0D, 'b', 0x0A, 'c', 0x0D, 0x0A, 'd'}), "a\nb\nc\nd");
+    EXPECT_EQ(Utf8(Bytes{'b', 0x0D, 0x0D, 0x0A, 0x0A, 'a'}), "b\n\n\na") << "three of them";
+    EXPECT_EQ(Utf8(Bytes{'b', 0x0D, 'a', 0x0A}), "b\na\n");
+    EXPECT_EQ(Utf8(Bytes{0x05, 0x0D, 0xFC, 0x0A}), "\nü\n");
+    EXPECT_EQ(Utf8(Bytes{0x11, 0x00, 0x0D, 0x00, 0x0A, 0x00, 'a'}), "\na");
+    EXPECT_EQ(Utf8(Bytes{0x15, 'a', 0x0D}), "a\n");
+}
+
+TEST(Text, NulsAtTheEndAreDroppedAndOthersAreDamage) {
+    EXPECT_EQ(Utf8(Bytes{'a', 0x00, 0x00}), "a");
+    EXPECT_EQ(Utf8(Bytes{'a', 0x00, 0x00, 'b', 0x00}), "a\uFFFD\uFFFDb");
+    EXPECT_EQ(Utf8(Bytes{0x05, 0xFC, 0x00, 0xFC, 0x00}), "ü\uFFFDü");
+    EXPECT_EQ(Utf8(Bytes{'a', 0x00, 0x8A, 0x00}), "a\uFFFD\n");
+    EXPECT_EQ(Utf8(Bytes{'a', 0x0D, 0x00, 0x0A}), "a\n\uFFFD\n");
+    EXPECT_EQ(Utf8(Bytes{0x11, 0x00, 'a', 0x00, 0x00, 0x00, 0x00}), "a");
+    EXPECT_EQ(Utf8(Bytes{0x15, 'a', 0x00}), "a");
+    EXPECT_EQ(Utf8(Bytes{0x05, 0x00, 0x00}), "");
+}
+
+TEST(Text, OtherControlBytesBelow0x20AreDamage) {
     EXPECT_EQ(Utf8(Bytes{'a', 0x1B, 'b', 0x0A, 'c', 0x00, 0x7F}), "a\uFFFDb\nc\uFFFD\uFFFD");
     EXPECT_EQ(Utf8(Bytes{0x05, 'a', 0x07}), "a\uFFFD");
     EXPECT_EQ(Utf8(Bytes{0x11, 0x00, 0x1B}), "\uFFFD");
