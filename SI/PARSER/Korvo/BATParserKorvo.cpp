@@ -1,7 +1,7 @@
 #include "SI/PARSER/Korvo/BATParserKorvo.h"
 
+#include "SI/Common/Log.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
-#include "platform/Log.h"
 #include "platform/TCDescLinkage.h"
 #include "platform/TVSHandle.h"
 
@@ -35,19 +35,16 @@ void CBATParserKorvo::Initialize() {
 
 bool CBATParserKorvo::Parse(unsigned short pid, unsigned char* section) {
     if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), section)) {
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s parse incomplete", __FILE_NAME__,
-            __func__, 55, __func__);
+        SI_LOG_LINE(55, LOG_PRIORITY_DEBUG, "%s parse incomplete", __func__);
         return false;
     }
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s parse complete", __FILE_NAME__, __func__,
-        59, __func__);
+    SI_LOG_LINE(59, LOG_PRIORITY_DEBUG, "%s parse complete", __func__);
     return true;
 }
 
 void CBATParserKorvo::BouquetIds(std::list<unsigned short>& ids) {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
-            __FILE_NAME__, __func__, 77, __func__);
+        SI_LOG_LINE(77, LOG_PRIORITY_ERROR, "\033[31m%s parser error (null)\033[0m", __func__);
         return;
     }
     m_Parser->BouquetIds(ids);
@@ -63,15 +60,13 @@ bool CBATParserKorvo::AllSubtablesReceived() {
 
 bool CBATParserKorvo::IsRecv(unsigned short bouquetId) {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
-            __FILE_NAME__, __func__, 89, __func__);
+        SI_LOG_LINE(89, LOG_PRIORITY_ERROR, "\033[31m%s parser error (null)\033[0m", __func__);
         return false;
     }
     TCDVBBATInstance* const instance = m_Parser->GetInstance(bouquetId);
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31m%s BAT instance not available\033[0m", __FILE_NAME__, __func__,
-            96, __func__);
+        SI_LOG_LINE(96, LOG_PRIORITY_ERROR, "\033[31m%s BAT instance not available\033[0m",
+                    __func__);
         return false;
     }
     return instance->IsValid();
@@ -79,8 +74,7 @@ bool CBATParserKorvo::IsRecv(unsigned short bouquetId) {
 
 std::unique_ptr<IBATInstance> CBATParserKorvo::GetInstance(unsigned short bouquetId) {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
-            __FILE_NAME__, __func__, 116, __func__);
+        SI_LOG_LINE(116, LOG_PRIORITY_ERROR, "\033[31m%s parser error (null)\033[0m", __func__);
         return nullptr;
     }
     TCDVBBATInstance* const instance = m_Parser->GetInstance(bouquetId);

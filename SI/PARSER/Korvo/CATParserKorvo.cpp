@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "platform/Log.h"
+#include "SI/Common/Log.h"
 #include "platform/TCBaseDesc.h"
 #include "platform/TVSHandle.h"
 
@@ -19,8 +19,7 @@ std::unique_ptr<ICATParser> ICATParser::CreateCATParser() {
 }
 
 CCATParserKorvo::~CCATParserKorvo() {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CCATParserKorvo::%s", __FILE_NAME__,
-        __func__, __LINE__, __func__);
+    SI_LOG(LOG_PRIORITY_DEBUG, "CCATParserKorvo::%s", __func__);
     m_Parser.reset();
 }
 
@@ -32,15 +31,11 @@ bool CCATParserKorvo::Create() {
 // The set is not emptied: it grows over all sections until Initialize.
 bool CCATParserKorvo::Parse(unsigned short pid, unsigned char* data) {
     if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), data)) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mCCATParserKorvo::%s parsing error\033[0m", __FILE_NAME__,
-            __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCCATParserKorvo::%s parsing error\033[0m", __func__);
         return false;
     }
     const int count = m_Parser->NumOfDescriptors(kCATag);
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-        "%s: %s(%d) > CCATParserKorvo::%s Number of CA Descriptors: %d", __FILE_NAME__, __func__,
-        __LINE__, __func__, count);
+    SI_LOG(LOG_PRIORITY_DEBUG, "CCATParserKorvo::%s Number of CA Descriptors: %d", __func__, count);
     for (int index = 0; index < count; ++index) {
         TCBaseDesc* const desc = m_Parser->Descriptor(kCATag, static_cast<unsigned int>(index));
         if (desc == nullptr) {
@@ -52,9 +47,8 @@ bool CCATParserKorvo::Parse(unsigned short pid, unsigned char* data) {
         if (length > 3) {
             // ISO/IEC 13818-1 2.6.16: CA_system_ID behind tag and length
             const int caSystemId = bytes[2] * 256 + bytes[3];
-            LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-                "%s: %s(%d) > CCATParserKorvo::%s CA Descriptor with CA_System_ID: %d",
-                __FILE_NAME__, __func__, __LINE__, __func__, caSystemId);
+            SI_LOG(LOG_PRIORITY_DEBUG, "CCATParserKorvo::%s CA Descriptor with CA_System_ID: %d",
+                   __func__, caSystemId);
             m_CASystemIds.insert(static_cast<std::uint16_t>(caSystemId));
         }
     }
@@ -69,11 +63,9 @@ void CCATParserKorvo::Initialize() {
 }
 
 bool CCATParserKorvo::IsComplete() {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CCATParserKorvo::%s", __FILE_NAME__,
-        __func__, __LINE__, __func__);
+    SI_LOG(LOG_PRIORITY_DEBUG, "CCATParserKorvo::%s", __func__);
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CCATParserKorvo::%s parser error (null)",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_DEBUG, "CCATParserKorvo::%s parser error (null)", __func__);
         return false;
     }
     return m_Parser->IsValid();

@@ -5,8 +5,8 @@
 #include <cassert>
 #include <utility>
 
+#include "SI/Common/Log.h"
 #include "SI/Include/IDeliveryDesc.h"
-#include "platform/Log.h"
 #include "platform/TCDescCableDeliverySystem.h"
 #include "platform/TCDescDataBroadcastId.h"
 #include "platform/TCDescLinkage.h"
@@ -44,10 +44,9 @@ std::shared_ptr<ISSULinkageDesc> ISSULinkageDesc::Parse(unsigned char const* dat
     const int parsed = desc.Parse(const_cast<unsigned char*>(data));
     if (parsed != desc.Length() ||
         desc.LinkageType() != TCDescLinkage::LINKAGE_TYPE_SOFTWARE_UPDATE) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mNot an SSU linkage descriptor %d bytes parsed, linkage type "
-            "%d\033[0m",
-            __FILE_NAME__, __func__, 41, parsed, desc.LinkageType());
+        SI_LOG_LINE(41, LOG_PRIORITY_ERROR,
+                    "\033[31mNot an SSU linkage descriptor %d bytes parsed, linkage type %d\033[0m",
+                    parsed, desc.LinkageType());
         return nullptr;
     }
     return std::make_shared<CSSULinkageDesc>(desc);
@@ -80,12 +79,10 @@ void CSSULinkageDesc::GetSelectorBytes(unsigned int oui, std::vector<SelectorByt
     const auto range = m_selectors.equal_range(oui);
     const auto count = std::distance(range.first, range.second);
     selectors.reserve(static_cast<std::size_t>(count));
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-        "%s: %s(%d) > \033[32m%s : OUI 0x%X has %d selector byte entries\033[0m", __FILE_NAME__,
-        __func__, 100,
-        "virtual void TORVEL_MW::CSSULinkageDesc::GetSelectorBytes(uint32_t, "
-        "std::vector<std::shared_ptr<std::vector<unsigned char> > >&)",
-        oui, static_cast<int>(count));
+    SI_LOG_LINE(100, LOG_PRIORITY_INFO, "\033[32m%s : OUI 0x%X has %d selector byte entries\033[0m",
+                "virtual void TORVEL_MW::CSSULinkageDesc::GetSelectorBytes(uint32_t, "
+                "std::vector<std::shared_ptr<std::vector<unsigned char> > >&)",
+                oui, static_cast<int>(count));
     for (auto entry = range.first; entry != range.second; ++entry) {
         selectors.push_back(entry->second);
     }
@@ -112,9 +109,9 @@ CSSUScanLinkageDesc::CSSUScanLinkageDesc(TCDescLinkage& desc)
 }
 
 bool CSSUScanLinkageDesc::operator==(const ISSUScanLinkageDesc& other) const {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s", __FILE_NAME__, __func__, 155,
-        "virtual bool TORVEL_MW::CSSUScanLinkageDesc::operator==(const "
-        "TORVEL_MW::ISSUScanLinkageDesc&) const");
+    SI_LOG_LINE(155, LOG_PRIORITY_DEBUG, "%s",
+                "virtual bool TORVEL_MW::CSSUScanLinkageDesc::operator==(const "
+                "TORVEL_MW::ISSUScanLinkageDesc&) const");
     const auto* const that = dynamic_cast<const CSSUScanLinkageDesc*>(&other);
     return that != nullptr && m_tableIsNIT == that->m_tableIsNIT && m_onid == that->m_onid &&
            m_tsid == that->m_tsid && m_sid == that->m_sid;
@@ -228,61 +225,55 @@ std::shared_ptr<IDeliveryDesc> Wrap(const TCBaseDesc& desc) {
 
 std::shared_ptr<IDeliveryDesc> IDeliveryDesc::Parse(unsigned char* data) {
     if (data[0] == kSatelliteTag) {
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > Satellite delivery system descriptor",
-            __FILE_NAME__, __func__, 292);
+        SI_LOG_LINE(292, LOG_PRIORITY_DEBUG, "Satellite delivery system descriptor");
         TCDescSatelliteDeliverySystem desc(kSatelliteTag);
         const int parsed = desc.Parse(data);
         if (parsed == desc.Length() && desc.Tag() == kSatelliteTag) {
             return Wrap<CSatelliteDeliverySystemDesc>(desc);
         }
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m",
-            __FILE_NAME__, __func__, 299, parsed, desc.Tag());
+        SI_LOG_LINE(299, LOG_PRIORITY_ERROR,
+                    "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,
+                    desc.Tag());
     } else if (data[0] == kTerrestrialTag) {
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > Terrestrial delivery system descriptor",
-            __FILE_NAME__, __func__, 303);
+        SI_LOG_LINE(303, LOG_PRIORITY_DEBUG, "Terrestrial delivery system descriptor");
         TCDescTerrestrialDeliverySystem desc;
         const int parsed = desc.Parse(data);
         if (parsed == desc.Length() && desc.Tag() == kTerrestrialTag) {
-            LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > Freq %lu", __FILE_NAME__, __func__,
-                308, static_cast<unsigned long>(desc.CentreFrequency()));
+            SI_LOG_LINE(308, LOG_PRIORITY_DEBUG, "Freq %lu",
+                        static_cast<unsigned long>(desc.CentreFrequency()));
             return Wrap<CTerrestrialDeliverySystemDesc>(desc);
         }
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m",
-            __FILE_NAME__, __func__, 311, parsed, desc.Tag());
+        SI_LOG_LINE(311, LOG_PRIORITY_ERROR,
+                    "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,
+                    desc.Tag());
     } else if (data[0] == kCableTag) {
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > Cable delivery system descriptor",
-            __FILE_NAME__, __func__, 315);
+        SI_LOG_LINE(315, LOG_PRIORITY_DEBUG, "Cable delivery system descriptor");
         TCDescCableDeliverySystem desc;
         const int parsed = desc.Parse(data);
         if (parsed == desc.Length() && desc.Tag() == kCableTag) {
             return Wrap<CCableDeliverySystemDesc>(desc);
         }
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m",
-            __FILE_NAME__, __func__, 322, parsed, desc.Tag());
+        SI_LOG_LINE(322, LOG_PRIORITY_ERROR,
+                    "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,
+                    desc.Tag());
     } else if (data[0] == kExtensionTag) {
         // It is the length byte that is compared: of T2 descriptors only the shortest is taken.
         if (data[1] == kT2Length) {
-            LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > T2 delivery system descriptor",
-                __FILE_NAME__, __func__, 328);
+            SI_LOG_LINE(328, LOG_PRIORITY_DEBUG, "T2 delivery system descriptor");
             TCDescT2SystemDelivery desc;
             const int parsed = desc.Parse(data);
             if (parsed == desc.Length() && desc.Tag() == kT2Tag) {
                 return Wrap<CT2DeliverySystemDesc>(desc);
             }
-            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-                "%s: %s(%d) > \033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m",
-                __FILE_NAME__, __func__, 335, parsed, desc.Tag());
+            SI_LOG_LINE(335, LOG_PRIORITY_ERROR,
+                        "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,
+                        desc.Tag());
         } else {
-            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-                "%s: %s(%d) > \033[31mUnknown extension tag %d\033[0m", __FILE_NAME__, __func__,
-                339, data[1]);
+            SI_LOG_LINE(339, LOG_PRIORITY_ERROR, "\033[31mUnknown extension tag %d\033[0m",
+                        data[1]);
         }
     } else {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mUnknown tag %d\033[0m",
-            __FILE_NAME__, __func__, 344, data[1]);
+        SI_LOG_LINE(344, LOG_PRIORITY_ERROR, "\033[31mUnknown tag %d\033[0m", data[1]);
     }
     return nullptr;
 }

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/Log.h"
+#include "SI/Common/Log.h"
 #include "platform/TCDescPrivateDataSpecifier.h"
 #include "platform/TCDescriptor.h"
 #include "platform/TCDescriptorHash.h"
@@ -30,9 +30,7 @@ bool CEITParserKorvo::Create() {
 
 bool CEITParserKorvo::Parse(unsigned short pid, unsigned char* data) {
     if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), data)) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mCEITParserKorvo::%s parser error\033[0m", __FILE_NAME__, __func__,
-            __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCEITParserKorvo::%s parser error\033[0m", __func__);
         return false;
     }
     return true;
@@ -46,16 +44,14 @@ void CEITParserKorvo::Initialize() {
 
 bool CEITParserKorvo::IsComplete(unsigned short onid, unsigned short tsid, unsigned short sid) {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mCEITParserKorvo::%s parser error (null)\033[0m", __FILE_NAME__,
-            __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCEITParserKorvo::%s parser error (null)\033[0m",
+               __func__);
         return false;
     }
     // Whether all of its sections are there is not asked.
     if (m_Parser->EITInstance(TCServiceKey(onid, tsid, sid)) == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mCEITParserKorvo::%s EIT instance not available\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCEITParserKorvo::%s EIT instance not available\033[0m",
+               __func__);
         return false;
     }
     return true;
@@ -63,8 +59,7 @@ bool CEITParserKorvo::IsComplete(unsigned short onid, unsigned short tsid, unsig
 
 bool CEITParserKorvo::GetDescriptors(unsigned short onid, unsigned short tsid, unsigned short sid,
                                      std::vector<EITDescriptor>& out) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CEITParserKorvo::%s", __FILE_NAME__,
-        __func__, __LINE__, __func__);
+    SI_LOG(LOG_PRIORITY_DEBUG, "CEITParserKorvo::%s", __func__);
     if (!m_Parser) {
         return false;
     }
@@ -74,9 +69,8 @@ bool CEITParserKorvo::GetDescriptors(unsigned short onid, unsigned short tsid, u
                  kEitPresentFollowingActualTableId);
     TCDVBEITItemEvent* const event = item.DVBEITItemEvent(0);
     if (event == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mCEITParserKorvo::%s EIT itemEvent not available\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCEITParserKorvo::%s EIT itemEvent not available\033[0m",
+               __func__);
         return false;
     }
     TCDescriptorHash loop;
@@ -114,11 +108,10 @@ bool CEITParserKorvo::GetDescriptors(unsigned short onid, unsigned short tsid, u
             record.m_hasExtendedTag = true;
             record.m_extendedTag = record.m_data.size() > 3 ? record.m_data[3] : 0;
         }
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-            "%s: %s(%d) > CEITParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? %s, "
-            "Private? %s",
-            __FILE_NAME__, __func__, __LINE__, __func__, record.m_tag, length,
-            record.m_hasExtendedTag ? "Yes" : "No",
+        SI_LOG(
+            LOG_PRIORITY_DEBUG,
+            "CEITParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? %s, Private? %s",
+            __func__, record.m_tag, length, record.m_hasExtendedTag ? "Yes" : "No",
             record.m_hasPrivateDataSpecifier ? "Yes" : "No");
         out.push_back(std::move(record));
     }

@@ -1,7 +1,7 @@
 #include "SI/PARSER/Korvo/NITParserKorvo.h"
 
+#include "SI/Common/Log.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
-#include "platform/Log.h"
 #include "platform/TCDescLinkage.h"
 #include "platform/TVSHandle.h"
 
@@ -44,19 +44,16 @@ void CNITParserKorvo::Initialize() {
 
 bool CNITParserKorvo::Parse(unsigned short pid, unsigned char* section) {
     if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), section)) {
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s parse incomplete", __FILE_NAME__,
-            __func__, 69, __func__);
+        SI_LOG_LINE(69, LOG_PRIORITY_DEBUG, "%s parse incomplete", __func__);
         return false;
     }
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s parse complete", __FILE_NAME__, __func__,
-        73, __func__);
+    SI_LOG_LINE(73, LOG_PRIORITY_DEBUG, "%s parse complete", __func__);
     return true;
 }
 
 void CNITParserKorvo::NetworkIds(std::list<unsigned short>& ids) {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
-            __FILE_NAME__, __func__, 91, __func__);
+        SI_LOG_LINE(91, LOG_PRIORITY_ERROR, "\033[31m%s parser error (null)\033[0m", __func__);
         return;
     }
     m_Parser->NetworkIds(ids);
@@ -64,15 +61,13 @@ void CNITParserKorvo::NetworkIds(std::list<unsigned short>& ids) {
 
 bool CNITParserKorvo::IsRecv(unsigned short networkId) {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
-            __FILE_NAME__, __func__, 103, __func__);
+        SI_LOG_LINE(103, LOG_PRIORITY_ERROR, "\033[31m%s parser error (null)\033[0m", __func__);
         return false;
     }
     TCDVBNITInstance* const instance = m_Parser->GetInstance(networkId);
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31m%s NIT instance not available\033[0m", __FILE_NAME__, __func__,
-            110, __func__);
+        SI_LOG_LINE(110, LOG_PRIORITY_ERROR, "\033[31m%s NIT instance not available\033[0m",
+                    __func__);
         return false;
     }
     return instance->IsValid();
@@ -80,8 +75,7 @@ bool CNITParserKorvo::IsRecv(unsigned short networkId) {
 
 std::unique_ptr<INITInstance> CNITParserKorvo::GetInstance(unsigned short networkId) {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
-            __FILE_NAME__, __func__, 130, __func__);
+        SI_LOG_LINE(130, LOG_PRIORITY_ERROR, "\033[31m%s parser error (null)\033[0m", __func__);
         return nullptr;
     }
     TCDVBNITInstance* const instance = m_Parser->GetInstance(networkId);
@@ -116,8 +110,7 @@ CNITInstance::CNITInstance(TCDVBNITInstance& instance)
         }
         const std::uint16_t onid = mux->OriginalNetworkId();
         const std::uint16_t tsid = mux->TransportStreamId();
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > NIT contains Mux %d %d", __FILE_NAME__,
-            __func__, 173, onid, tsid);
+        SI_LOG_LINE(173, LOG_PRIORITY_DEBUG, "NIT contains Mux %d %d", onid, tsid);
         for (int d = 0; d < mux->NumOfDescriptors(); ++d) {
             const TCBaseDesc* const desc = mux->DescriptorByIndex(static_cast<unsigned int>(d));
             if (desc == nullptr) {
@@ -126,27 +119,20 @@ CNITInstance::CNITInstance(TCDVBNITInstance& instance)
             std::shared_ptr<IDeliveryDesc> delivery;
             const unsigned short tag = desc->Tag();
             if (tag == kCableTag) {
-                LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-                    "%s: %s(%d) > Got a cable delivery system descriptor", __FILE_NAME__, __func__,
-                    180);
+                SI_LOG_LINE(180, LOG_PRIORITY_DEBUG, "Got a cable delivery system descriptor");
                 delivery = std::make_shared<CCableDeliverySystemDesc>(
                     std::shared_ptr<TCBaseDesc>(desc->Fork()));
             } else if (tag == kSatelliteTag) {
-                LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-                    "%s: %s(%d) > Got a satellite delivery system descriptor", __FILE_NAME__,
-                    __func__, 186);
+                SI_LOG_LINE(186, LOG_PRIORITY_DEBUG, "Got a satellite delivery system descriptor");
                 delivery = std::make_shared<CSatelliteDeliverySystemDesc>(
                     std::shared_ptr<TCBaseDesc>(desc->Fork()));
             } else if (tag == kT2Tag) {
-                LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-                    "%s: %s(%d) > Got a T2 delivery system descriptor", __FILE_NAME__, __func__,
-                    192);
+                SI_LOG_LINE(192, LOG_PRIORITY_DEBUG, "Got a T2 delivery system descriptor");
                 delivery = std::make_shared<CT2DeliverySystemDesc>(
                     std::shared_ptr<TCBaseDesc>(desc->Fork()));
             } else if (tag == kTerrestrialTag) {
-                LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-                    "%s: %s(%d) > Got a terrestrial delivery system descriptor", __FILE_NAME__,
-                    __func__, 198);
+                SI_LOG_LINE(198, LOG_PRIORITY_DEBUG,
+                            "Got a terrestrial delivery system descriptor");
                 delivery = std::make_shared<CTerrestrialDeliverySystemDesc>(
                     std::shared_ptr<TCBaseDesc>(desc->Fork()));
             } else {

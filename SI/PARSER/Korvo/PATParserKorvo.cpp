@@ -1,6 +1,6 @@
 #include "SI/PARSER/Korvo/PATParserKorvo.h"
 
-#include "platform/Log.h"
+#include "SI/Common/Log.h"
 #include "platform/TVSHandle.h"
 
 namespace TORVEL_MW {
@@ -24,8 +24,7 @@ bool CPATParserKorvo::Parse(unsigned short pid, unsigned char* data) {
 }
 
 void CPATParserKorvo::Initialize() {
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32mCPATParserKorvo::%s\033[0m",
-        __FILE_NAME__, __func__, __LINE__, __func__);
+    SI_LOG(LOG_PRIORITY_INFO, "\033[32mCPATParserKorvo::%s\033[0m", __func__);
     if (m_Parser) {
         m_Parser->Reset();
     }
@@ -33,9 +32,8 @@ void CPATParserKorvo::Initialize() {
 
 bool CPATParserKorvo::IsComplete() {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mCPATParserKorvo::%s parser error (null)\033[0m", __FILE_NAME__,
-            __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCPATParserKorvo::%s parser error (null)\033[0m",
+               __func__);
         return false;
     }
     return m_Parser->IsValid();

@@ -1,7 +1,7 @@
 #include "SI/PARSER/Korvo/PMTParserKorvo.h"
 
+#include "SI/Common/Log.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
-#include "platform/Log.h"
 #include "platform/TCDescCA.h"
 #include "platform/TCDescCarouselIdentifier.h"
 #include "platform/TCDescDataBroadcastId.h"
@@ -36,8 +36,7 @@ std::unique_ptr<IPMTParser> IPMTParser::CreatePMTParser() {
 }
 
 CPMTParserKorvo::~CPMTParserKorvo() {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > ~CPMTParserKorvo", __FILE_NAME__, __func__,
-        __LINE__);
+    SI_LOG(LOG_PRIORITY_DEBUG, "~CPMTParserKorvo");
     m_Parser.reset();
 }
 
@@ -48,18 +47,15 @@ bool CPMTParserKorvo::Create() {
 
 bool CPMTParserKorvo::Parse(unsigned short pid, unsigned char* data) {
     if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), data)) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parsing error\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s parsing error\033[0m", __func__);
         return false;
     }
     const unsigned short program = m_Parser->ProgramNumber();
     TCPMTInstance* const instance = m_Parser->PMTInstance(program);
     m_CASystemIds.clear();
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > Prog number %d", __FILE_NAME__, __func__,
-        __LINE__, program);
+    SI_LOG(LOG_PRIORITY_DEBUG, "Prog number %d", program);
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > No instance available!?", __FILE_NAME__,
-            __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_DEBUG, "No instance available!?");
         m_BuildServiceCarouselMap();
         return true;
     }
@@ -67,15 +63,13 @@ bool CPMTParserKorvo::Parse(unsigned short pid, unsigned char* data) {
     for (int e = 0; e < instance->NumOfElementary(); ++e) {
         TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(e));
         if (stream == nullptr) {
-            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-                "%s: %s(%d) > \033[31m%s PMTInstanceData->PMTElementary(%d) = NULL. "
-                "Skipping\033[0m",
-                __FILE_NAME__, __func__, __LINE__, __func__, e);
+            SI_LOG(LOG_PRIORITY_ERROR,
+                   "\033[31m%s PMTInstanceData->PMTElementary(%d) = NULL. Skipping\033[0m",
+                   __func__, e);
             continue;
         }
         const int count = stream->NumOfDescriptors(kDataBroadcastIdTag);
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > Num DataBroadcastId descriptors %d",
-            __FILE_NAME__, __func__, __LINE__, count);
+        SI_LOG(LOG_PRIORITY_DEBUG, "Num DataBroadcastId descriptors %d", count);
         for (int index = 0; index < count; ++index) {
             auto* const dbid = dynamic_cast<TCDescDataBroadcastId*>(
                 stream->Descriptor(kDataBroadcastIdTag, static_cast<unsigned int>(index)));
@@ -106,18 +100,17 @@ void CPMTParserKorvo::m_BuildServiceCarouselMap() {
     for (int i = 0; i < instances; ++i) {
         TCPMTInstance* const instance = m_Parser->PMTInstanceOfIndex(static_cast<unsigned int>(i));
         if (instance == nullptr) {
-            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-                "%s: %s(%d) > \033[31m%s. m_Parser->PMTInstanceOfIndex(%d) = NULL. Skiping\033[0m",
-                __FILE_NAME__, __func__, __LINE__, __func__, i);
+            SI_LOG(LOG_PRIORITY_ERROR,
+                   "\033[31m%s. m_Parser->PMTInstanceOfIndex(%d) = NULL. Skiping\033[0m", __func__,
+                   i);
             continue;
         }
         for (int e = 0; e < instance->NumOfElementary(); ++e) {
             TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(e));
             if (stream == nullptr) {
-                LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-                    "%s: %s(%d) > \033[31m%s PMTInstanceData->PMTElementary(%d)  = NULL. "
-                    "Skiping\033[0m",
-                    __FILE_NAME__, __func__, __LINE__, __func__, e);
+                SI_LOG(LOG_PRIORITY_ERROR,
+                       "\033[31m%s PMTInstanceData->PMTElementary(%d)  = NULL. Skiping\033[0m",
+                       __func__, e);
                 continue;
             }
             if (!IsDsmCc(stream->StreamType())) {
@@ -126,31 +119,29 @@ void CPMTParserKorvo::m_BuildServiceCarouselMap() {
             const auto* const component = dynamic_cast<const TCDescStreamIdentifier*>(
                 stream->Descriptor(kStreamIdentifierTag, 0));
             if (component == nullptr) {
-                LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-                    "%s: %s(%d) > \033[31m%s "
-                    "PMTElementaryData->Descriptor(TCDescStreamIdentifier::DESCRIPTOR_ID) = NULL. "
-                    "Ignoring Entry\033[0m",
-                    __FILE_NAME__, __func__, __LINE__, __func__);
+                SI_LOG(LOG_PRIORITY_ERROR,
+                       "\033[31m%s "
+                       "PMTElementaryData->Descriptor(TCDescStreamIdentifier::DESCRIPTOR_ID) = "
+                       "NULL. Ignoring Entry\033[0m",
+                       __func__);
                 continue;
             }
             std::uint32_t carouselId = kNoCarousel;
             if (const auto* const carousel = dynamic_cast<const TCDescCarouselIdentifier*>(
                     stream->Descriptor(kCarouselIdentifierTag, 0))) {
                 carouselId = carousel->CarouselId();
-                LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-                    "%s: %s(%d) > %s Found DSM-CC component tag: %d with Carousel Identifier: %d",
-                    __FILE_NAME__, __func__, __LINE__, __func__, component->ComponentTag(),
-                    static_cast<int>(carouselId));
+                SI_LOG(LOG_PRIORITY_DEBUG,
+                       "%s Found DSM-CC component tag: %d with Carousel Identifier: %d", __func__,
+                       component->ComponentTag(), static_cast<int>(carouselId));
             } else {
-                LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-                    "%s: %s(%d) > %s Found DSM-CC component tag: %d with no Carousel Identifier",
-                    __FILE_NAME__, __func__, __LINE__, __func__, component->ComponentTag());
+                SI_LOG(LOG_PRIORITY_DEBUG,
+                       "%s Found DSM-CC component tag: %d with no Carousel Identifier", __func__,
+                       component->ComponentTag());
             }
             m_ServiceCarouselMap[component->ComponentTag()] = {carouselId, stream->ElementaryPID()};
         }
     }
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s EXIT", __FILE_NAME__, __func__, __LINE__,
-        __func__);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s EXIT", __func__);
 }
 
 // The SSU offers stay: they live until the parser is destroyed.
@@ -167,43 +158,34 @@ TCPMTInstance* CPMTParserKorvo::m_Instance(unsigned short sid) {
 }
 
 bool CPMTParserKorvo::IsComplete(unsigned short sid) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CPMTParserKorvo::%s sid=%d", __FILE_NAME__,
-        __func__, __LINE__, __func__, sid);
+    SI_LOG(LOG_PRIORITY_DEBUG, "CPMTParserKorvo::%s sid=%d", __func__, sid);
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CPMTParserKorvo::%s parser error (null)",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_DEBUG, "CPMTParserKorvo::%s parser error (null)", __func__);
         return false;
     }
     TCPMTInstance* const instance = m_Parser->PMTInstance(sid);
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mCPMTParserKorvo::%s PMT instance not available\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCPMTParserKorvo::%s PMT instance not available\033[0m",
+               __func__);
         return false;
     }
     return instance->IsValid();
 }
 
 bool CPMTParserKorvo::ProgramFound(unsigned short sid) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s sid=%d", __FILE_NAME__, __func__,
-        __LINE__, __func__, sid);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s sid=%d", __func__, sid);
     if (m_Instance(sid) == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31m%s PMT instance not available\033[0m", __FILE_NAME__, __func__,
-            __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m", __func__);
         return false;
     }
     return true;
 }
 
 int CPMTParserKorvo::NumOfElementary(unsigned short sid) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s sid=%d", __FILE_NAME__, __func__,
-        __LINE__, __func__, sid);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s sid=%d", __func__, sid);
     TCPMTInstance* const instance = m_Instance(sid);
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31m%s PMT instance not available\033[0m", __FILE_NAME__, __func__,
-            __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m", __func__);
         return 0;
     }
     return instance->NumOfElementary();
@@ -212,9 +194,7 @@ int CPMTParserKorvo::NumOfElementary(unsigned short sid) {
 bool CPMTParserKorvo::IsElementaryNotApplication(unsigned short sid, int index) {
     TCPMTInstance* const instance = m_Instance(sid);
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31m%s PMT instance not available\033[0m", __FILE_NAME__, __func__,
-            __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m", __func__);
         return true;
     }
     TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(index));
@@ -225,51 +205,41 @@ bool CPMTParserKorvo::IsElementaryNotApplication(unsigned short sid, int index) 
 }
 
 unsigned short CPMTParserKorvo::ElementaryPID(unsigned short sid, int index) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s sid=%d index=%d", __FILE_NAME__, __func__,
-        __LINE__, __func__, sid, index);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s sid=%d index=%d", __func__, sid, index);
     TCPMTInstance* const instance = m_Instance(sid);
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31m%s PMT instance not available\033[0m", __FILE_NAME__, __func__,
-            __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m", __func__);
         return 0;
     }
     TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(index));
     if (stream == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s Stream is not valid\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s Stream is not valid\033[0m", __func__);
         return 0;
     }
     return stream->ElementaryPID();
 }
 
 bool CPMTParserKorvo::GetCarouselID(unsigned char tag, unsigned long& carouselId) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s tag=%d", __FILE_NAME__, __func__,
-        __LINE__, __func__, tag);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s tag=%d", __func__, tag);
     const auto found = m_ServiceCarouselMap.find(tag);
     if (found == m_ServiceCarouselMap.end()) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s tag (%d) not found\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__, tag);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s tag (%d) not found\033[0m", __func__, tag);
         return false;
     }
     carouselId = found->second.m_carouselId;
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s tag found, carousel id=%lu",
-        __FILE_NAME__, __func__, __LINE__, __func__, carouselId);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s tag found, carousel id=%lu", __func__, carouselId);
     return true;
 }
 
 bool CPMTParserKorvo::GetPID(unsigned char tag, unsigned short& pid) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s", __FILE_NAME__, __func__, __LINE__,
-        __func__);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s", __func__);
     const auto found = m_ServiceCarouselMap.find(tag);
     if (found == m_ServiceCarouselMap.end()) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s tag (%d) not found\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__, tag);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s tag (%d) not found\033[0m", __func__, tag);
         return false;
     }
     pid = found->second.m_pid;
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s tag found, pid=%d", __FILE_NAME__,
-        __func__, __LINE__, __func__, pid);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s tag found, pid=%d", __func__, pid);
     return true;
 }
 

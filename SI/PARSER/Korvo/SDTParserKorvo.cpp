@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/Log.h"
+#include "SI/Common/Log.h"
 #include "platform/TCDescPrivateDataSpecifier.h"
 #include "platform/TVSHandle.h"
 
@@ -27,8 +27,7 @@ bool CSDTParserKorvo::Create() {
 
 bool CSDTParserKorvo::Parse(unsigned short pid, unsigned char* data) {
     if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), data)) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s parser error\033[0m", __func__);
         return false;
     }
     m_BuildDescriptorsMap();
@@ -36,14 +35,12 @@ bool CSDTParserKorvo::Parse(unsigned short pid, unsigned char* data) {
 }
 
 void CSDTParserKorvo::m_BuildDescriptorsMap() {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > CSDTParserKorvo::%s", __FILE_NAME__,
-        __func__, __LINE__, __func__);
+    SI_LOG(LOG_PRIORITY_DEBUG, "CSDTParserKorvo::%s", __func__);
     m_DescriptorsMap.clear();
     TCDVBSDTInstance* const instance = m_Parser->DVBSDTFirstInstance();
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mCSDTParserKorvo::%s. m_Parser->DVBSDTInstance() failed.\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR,
+               "\033[31mCSDTParserKorvo::%s. m_Parser->DVBSDTInstance() failed.\033[0m", __func__);
         return;
     }
     const unsigned short onid = instance->OriginalNetworkId();
@@ -52,17 +49,15 @@ void CSDTParserKorvo::m_BuildDescriptorsMap() {
         TCDVBSDTItemService* const service =
             instance->DVBSDTItemServiceOfIndex(static_cast<unsigned int>(s));
         if (service == nullptr) {
-            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-                "%s: %s(%d) > \033[31mCSDTParserKorvo::%s "
-                "SDTParserInstance->DVBSDTItemServiceOfIndex(%d) returned NULL service. "
-                "Skipping\033[0m",
-                __FILE_NAME__, __func__, __LINE__, __func__, s);
+            SI_LOG(LOG_PRIORITY_ERROR,
+                   "\033[31mCSDTParserKorvo::%s SDTParserInstance->DVBSDTItemServiceOfIndex(%d) "
+                   "returned NULL service. Skipping\033[0m",
+                   __func__, s);
             continue;
         }
         const ServiceTriplet key(onid, tsid, service->ServiceId());
-        LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-            "%s: %s(%d) > CSDTParserKorvo::%s onid: %d, tsid: %d, sid: %d", __FILE_NAME__, __func__,
-            __LINE__, __func__, onid, tsid, key.m_sid);
+        SI_LOG(LOG_PRIORITY_DEBUG, "CSDTParserKorvo::%s onid: %d, tsid: %d, sid: %d", __func__,
+               onid, tsid, key.m_sid);
         bool isPrivate = false;
         unsigned int specifier = 0;
         for (int d = 0; d < service->NumOfDescriptors(); ++d) {
@@ -92,12 +87,11 @@ void CSDTParserKorvo::m_BuildDescriptorsMap() {
                 record.m_hasExtendedTag = true;
                 record.m_extendedTag = record.m_data.size() > 3 ? record.m_data[3] : 0;
             }
-            LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-                "%s: %s(%d) > CSDTParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? "
-                "%s, Private? %s",
-                __FILE_NAME__, __func__, __LINE__, __func__, record.m_tag, length,
-                record.m_hasExtendedTag ? "Yes" : "No",
-                record.m_hasPrivateDataSpecifier ? "Yes" : "No");
+            SI_LOG(LOG_PRIORITY_DEBUG,
+                   "CSDTParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? %s, "
+                   "Private? %s",
+                   __func__, record.m_tag, length, record.m_hasExtendedTag ? "Yes" : "No",
+                   record.m_hasPrivateDataSpecifier ? "Yes" : "No");
             m_DescriptorsMap.emplace(key, std::move(record));
         }
     }
@@ -112,15 +106,12 @@ void CSDTParserKorvo::Initialize() {
 
 bool CSDTParserKorvo::IsComplete(unsigned short onid, unsigned short tsid) {
     if (!m_Parser) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31m%s parser error (null)\033[0m",
-            __FILE_NAME__, __func__, __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s parser error (null)\033[0m", __func__);
         return false;
     }
     TCDVBSDTInstance* const instance = m_Parser->DVBSDTInstance(onid, tsid);
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31m%s SDT instance not available\033[0m", __FILE_NAME__, __func__,
-            __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s SDT instance not available\033[0m", __func__);
         return false;
     }
     return instance->IsValid();
@@ -129,19 +120,13 @@ bool CSDTParserKorvo::IsComplete(unsigned short onid, unsigned short tsid) {
 bool CSDTParserKorvo::IsServiceListed(unsigned short onid, unsigned short tsid, int sid) {
     TCDVBSDTInstance* const instance = m_Parser ? m_Parser->DVBSDTInstance(onid, tsid) : nullptr;
     if (instance == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31m%s SDT instance not available\033[0m", __FILE_NAME__, __func__,
-            __LINE__, __func__);
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s SDT instance not available\033[0m", __func__);
         return false;
     }
     if (instance->DVBSDTItemServiceBySID(static_cast<unsigned short>(sid)) == nullptr) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mSDT does not contain a reference to the currently tuned "
-            "service\033[0m",
-            __FILE_NAME__, __func__, __LINE__);
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mThis must be a non MPEG broadcast service\033[0m", __FILE_NAME__,
-            __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_ERROR,
+               "\033[31mSDT does not contain a reference to the currently tuned service\033[0m");
+        SI_LOG(LOG_PRIORITY_ERROR, "\033[31mThis must be a non MPEG broadcast service\033[0m");
         return false;
     }
     return true;

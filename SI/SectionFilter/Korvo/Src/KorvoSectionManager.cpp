@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "SI/Common/Log.h"
 #include "SI/SectionFilter/Korvo/Src/SectionSubscription.h"
-#include "platform/Log.h"
 #include "platform/TVServiceAPI.h"
 
 namespace TORVEL_MW {
@@ -44,15 +44,14 @@ CKorvoSectionManager::CKorvoSectionManager() : m_nextId(kFirstId), m_subscriber(
 unsigned int CKorvoSectionManager::Subscribe(unsigned short pid, unsigned int tableId,
                                              ISectionObserver& observer, EFilterMode mode,
                                              unsigned int timeout, bool fromCache) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > id: %d, pid: %d, tableId: %d, mode: %d",
-        __FILE_NAME__, __func__, 121, m_NextId(), pid, tableId, mode);
+    SI_LOG_LINE(121, LOG_PRIORITY_DEBUG, "id: %d, pid: %d, tableId: %d, mode: %d", m_NextId(), pid,
+                tableId, mode);
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
         m_subscriber, observer, pid, static_cast<unsigned char>(tableId),
         static_cast<unsigned short>(m_NextId()), mode, timeout, fromCache);
     if (!subscription) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mFailed with id: %d\033[0m",
-            __FILE_NAME__, __func__, 139, m_NextId());
+        SI_LOG_LINE(139, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_NextId());
         return 0;
     }
     return m_Store(std::move(subscription));
@@ -61,17 +60,15 @@ unsigned int CKorvoSectionManager::Subscribe(unsigned short pid, unsigned int ta
 unsigned int CKorvoSectionManager::Subscribe(unsigned short pid, unsigned int tableId,
                                              unsigned int tableIdExt, ISectionObserver& observer,
                                              EFilterMode mode, unsigned int timeout) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-        "%s: %s(%d) > id: %d, pid: %d, tableId: %d, tableIdExt: %d, mode: %d", __FILE_NAME__,
-        __func__, 148, m_NextId(), pid, tableId, tableIdExt, mode);
+    SI_LOG_LINE(148, LOG_PRIORITY_DEBUG, "id: %d, pid: %d, tableId: %d, tableIdExt: %d, mode: %d",
+                m_NextId(), pid, tableId, tableIdExt, mode);
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
         m_subscriber, observer, pid, static_cast<unsigned char>(tableId),
         static_cast<unsigned short>(tableIdExt), static_cast<unsigned short>(m_NextId()), mode,
         timeout);
     if (!subscription) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mFailed with id: %d\033[0m",
-            __FILE_NAME__, __func__, 167, m_NextId());
+        SI_LOG_LINE(167, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_NextId());
         return 0;
     }
     return m_Store(std::move(subscription));
@@ -88,15 +85,13 @@ unsigned int CKorvoSectionManager::Subscribe(unsigned short pid,
     AppendHex(bytes, pattern);
     bytes += '\n';
     AppendHex(bytes, mask);
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-        "%s: %s(%d) > id: %d, pid: %d, mode: %d, pattern/mask:\n%s", __FILE_NAME__, __func__, 186,
-        m_NextId(), pid, filterMode, bytes.c_str());
+    SI_LOG_LINE(186, LOG_PRIORITY_DEBUG, "id: %d, pid: %d, mode: %d, pattern/mask:\n%s", m_NextId(),
+                pid, filterMode, bytes.c_str());
     std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
         m_subscriber, observer, pid, pattern, mask, mode, static_cast<unsigned short>(m_NextId()),
         filterMode, timeout);
     if (!subscription) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mFailed with id: %d\033[0m",
-            __FILE_NAME__, __func__, 204, m_NextId());
+        SI_LOG_LINE(204, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_NextId());
         return 0;
     }
     return m_Store(std::move(subscription));
@@ -113,14 +108,13 @@ void CKorvoSectionManager::Unsubscribe(unsigned int id) {
         }
     }
     if (useCount == 0) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mFailed to find %d in m_subscriptions\033[0m", __FILE_NAME__,
-            __func__, 222, id);
+        SI_LOG_LINE(222, LOG_PRIORITY_ERROR, "\033[31mFailed to find %d in m_subscriptions\033[0m",
+                    id);
         return;
     }
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-        "%s: %s(%d) > \033[32mRemoving %u from m_subscriptions refcount %lu\033[0m", __FILE_NAME__,
-        __func__, 217, id, static_cast<unsigned long>(useCount));
+    SI_LOG_LINE(217, LOG_PRIORITY_INFO,
+                "\033[32mRemoving %u from m_subscriptions refcount %lu\033[0m", id,
+                static_cast<unsigned long>(useCount));
     decltype(m_subscriptions)::node_type entry;  // destroyed after the inner lock
     std::lock_guard<std::mutex> tableLock(s_tableMutex);
     entry = m_subscriptions.extract(id);
@@ -142,8 +136,7 @@ void CKorvoSectionManager::m_EventLoop() {
     for (;;) {
         const std::unique_ptr<SectionData> section = m_eventQueue.Pop();
         if (!section) {
-            LOG(0, LOG_PRIORITY_ERROR, "TORVEL", "%s: %s(%d) > \033[31mNULL data\033[0m",
-                __FILE_NAME__, __func__, 55);
+            SI_LOG_LINE(55, LOG_PRIORITY_ERROR, "\033[31mNULL data\033[0m");
             continue;
         }
         // Not cut to 16 bits and not widened: the platform's id is the key, as it stands.
@@ -158,9 +151,9 @@ void CKorvoSectionManager::m_EventLoop() {
             }
         }
         if (!subscription) {
-            LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-                "%s: %s(%d) > \033[31mCouldn't find section subscription for id: %d\033[0m",
-                __FILE_NAME__, __func__, 71, section->m_id);
+            SI_LOG_LINE(71, LOG_PRIORITY_ERROR,
+                        "\033[31mCouldn't find section subscription for id: %d\033[0m",
+                        section->m_id);
             continue;
         }
         lock.unlock();
@@ -170,9 +163,7 @@ void CKorvoSectionManager::m_EventLoop() {
 
         const EFilterMode filterMode = subscription->FilterMode();
         if (filterMode == EOneShot) {
-            LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-                "%s: %s(%d) > \033[33mOneShot filter completed\033[0m", __FILE_NAME__, __func__,
-                83);
+            SI_LOG_LINE(83, LOG_PRIORITY_WARNING, "\033[33mOneShot filter completed\033[0m");
             decltype(m_subscriptions)::node_type entry;  // destroyed after the inner lock
             std::lock_guard<std::mutex> tableLock(s_tableMutex);
             entry = m_subscriptions.extract(id);

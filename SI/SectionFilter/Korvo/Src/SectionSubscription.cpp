@@ -5,8 +5,8 @@
 #include <mutex>
 #include <sstream>
 
+#include "SI/Common/Log.h"
 #include "platform/ISectionSubscriber.h"
-#include "platform/Log.h"
 #include "platform/TCSectionCriteriaHelper.h"
 #include "platform/TCSectionFilterCriteriaHelper.h"
 
@@ -61,10 +61,8 @@ std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
     ISectionSubscriber* subscriber, ISectionObserver& observer, unsigned short pid,
     unsigned char tableId, unsigned short id, EFilterMode mode, unsigned int timeout,
     bool fromCache) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-        "%s: %s(%d) > pid: %d, tableId: %d, id: %d, mode: %d, timeout: %d, fromCache: %s",
-        __FILE_NAME__, __func__, __LINE__, pid, tableId, id, mode, timeout,
-        fromCache ? "true" : "false");
+    SI_LOG(LOG_PRIORITY_DEBUG, "pid: %d, tableId: %d, id: %d, mode: %d, timeout: %d, fromCache: %s",
+           pid, tableId, id, mode, timeout, fromCache ? "true" : "false");
 
     TCSectionCriteriaHelper criteria;
     criteria.m_pid = pid;
@@ -75,14 +73,12 @@ std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
     int tvsHandle = kNoHandle;
     if (subscriber == nullptr ||
         subscriber->SubscribeTable(id, &criteria, &tvsHandle) != kSubscribed) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-            "%s: %s(%d) > \033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m",
-            __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+        SI_LOG(LOG_PRIORITY_WARNING,
+               "\033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m", id, tvsHandle);
         return nullptr;
     }
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-        "%s: %s(%d) > \033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
-        __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+    SI_LOG(LOG_PRIORITY_INFO, "\033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
+           id, tvsHandle);
     // Not make_shared: when the control block cannot be allocated, a finished subscription is
     // destroyed and gives its handle back.
     return std::shared_ptr<CSectionSubscription>(
@@ -93,9 +89,9 @@ std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
     ISectionSubscriber* subscriber, ISectionObserver& observer, unsigned short pid,
     unsigned char tableId, unsigned short tableIdExt, unsigned short id, EFilterMode mode,
     unsigned int timeout) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-        "%s: %s(%d) > pid: %d, tableId: %d, tableIdExt: %d, id: %d, mode: %d, timeout: %d",
-        __FILE_NAME__, __func__, __LINE__, pid, tableId, tableIdExt, id, mode, timeout);
+    SI_LOG(LOG_PRIORITY_DEBUG,
+           "pid: %d, tableId: %d, tableIdExt: %d, id: %d, mode: %d, timeout: %d", pid, tableId,
+           tableIdExt, id, mode, timeout);
 
     // Aligned to the section header; the two bytes of section_length are never compared.
     const std::vector<unsigned char> pattern = {tableId, 0x00, 0x00,
@@ -105,14 +101,12 @@ std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
     const std::vector<unsigned char> matchMode(pattern.size(), 0);
     int tvsHandle = kNoHandle;
     if (!SubscribeFilter(subscriber, id, pid, pattern, mask, matchMode, tvsHandle)) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-            "%s: %s(%d) > \033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m",
-            __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+        SI_LOG(LOG_PRIORITY_WARNING,
+               "\033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m", id, tvsHandle);
         return nullptr;
     }
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-        "%s: %s(%d) > \033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
-        __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+    SI_LOG(LOG_PRIORITY_INFO, "\033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
+           id, tvsHandle);
     return std::shared_ptr<CSectionSubscription>(new CSectionSubscription(
         subscriber, observer, pid, tableId, tableIdExt, id, tvsHandle, mode, timeout));
 }
@@ -122,19 +116,17 @@ std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
     const std::vector<unsigned char>& pattern, const std::vector<unsigned char>& mask,
     const std::vector<unsigned char>& mode, unsigned short id, EFilterMode filterMode,
     unsigned int timeout) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > pid: %d, id: %d, mode: %d, timeout: %d",
-        __FILE_NAME__, __func__, __LINE__, pid, id, filterMode, timeout);
+    SI_LOG(LOG_PRIORITY_DEBUG, "pid: %d, id: %d, mode: %d, timeout: %d", pid, id, filterMode,
+           timeout);
 
     int tvsHandle = kNoHandle;
     if (!SubscribeFilter(subscriber, id, pid, pattern, mask, mode, tvsHandle)) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-            "%s: %s(%d) > \033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m",
-            __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+        SI_LOG(LOG_PRIORITY_WARNING,
+               "\033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m", id, tvsHandle);
         return nullptr;
     }
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-        "%s: %s(%d) > \033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
-        __FILE_NAME__, __func__, __LINE__, id, tvsHandle);
+    SI_LOG(LOG_PRIORITY_INFO, "\033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
+           id, tvsHandle);
     return std::shared_ptr<CSectionSubscription>(new CSectionSubscription(
         subscriber, observer, pid, pattern, mask, mode, id, tvsHandle, filterMode, timeout));
 }
@@ -154,19 +146,15 @@ CSectionSubscription::CSectionSubscription(ISectionSubscriber* subscriber,
       m_filterMode(filterMode),
       m_timeout(timeout) {
     if (m_timeout != kNoTimeout) {
-        LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-            "%s: %s(%d) > \033[32mSet timer for %dms for id: %d\033[0m", __FILE_NAME__, __func__,
-            __LINE__, m_timeout, m_id);
+        SI_LOG(LOG_PRIORITY_INFO, "\033[32mSet timer for %dms for id: %d\033[0m", m_timeout, m_id);
         m_ArmTimer();
     }
     const int refCount = s_AddHandleRef(m_tvsHandle);
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32m%s refcount=%d\033[0m", __FILE_NAME__,
-        __func__, __LINE__, m_Info().c_str(), refCount);
+    SI_LOG(LOG_PRIORITY_INFO, "\033[32m%s refcount=%d\033[0m", m_Info().c_str(), refCount);
     if (m_filterMode == ISectionManager::EToggle) {
-        LOG(0, LOG_PRIORITY_ERROR, "TORVEL",
-            "%s: %s(%d) > \033[31mEToggle mode used for tableid/tableid_ext filter! Resetting to "
-            "EContinuous\033[0m",
-            __FILE_NAME__, __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_ERROR,
+               "\033[31mEToggle mode used for tableid/tableid_ext filter! Resetting to "
+               "EContinuous\033[0m");
         m_filterMode = ISectionManager::EContinuous;
     }
 }
@@ -177,9 +165,8 @@ CSectionSubscription::CSectionSubscription(ISectionSubscriber* subscriber,
                                            EFilterMode filterMode, unsigned int timeout)
     : CSectionSubscription(subscriber, observer, pid, tableId, 0, id, tvsHandle, filterMode,
                            timeout) {
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL",
-        "%s: %s(%d) > Subscribed successfully. pid: %d, TVS handle: %d", __FILE_NAME__, __func__,
-        __LINE__, m_pid, m_tvsHandle);
+    SI_LOG(LOG_PRIORITY_DEBUG, "Subscribed successfully. pid: %d, TVS handle: %d", m_pid,
+           m_tvsHandle);
 }
 
 CSectionSubscription::CSectionSubscription(ISectionSubscriber* subscriber,
@@ -202,58 +189,44 @@ CSectionSubscription::CSectionSubscription(ISectionSubscriber* subscriber,
       m_filterMode(filterMode),
       m_timeout(timeout) {
     if (m_timeout != kNoTimeout) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-            "%s: %s(%d) > \033[33mSet timer for %dms for id: %d\033[0m", __FILE_NAME__, __func__,
-            __LINE__, m_timeout, m_id);
+        SI_LOG(LOG_PRIORITY_WARNING, "\033[33mSet timer for %dms for id: %d\033[0m", m_timeout,
+               m_id);
         m_ArmTimer();
     }
     const int refCount = s_AddHandleRef(m_tvsHandle);
-    LOG(0, LOG_PRIORITY_DEBUG, "TORVEL", "%s: %s(%d) > %s refcount=%d", __FILE_NAME__, __func__,
-        __LINE__, m_Info().c_str(), refCount);
+    SI_LOG(LOG_PRIORITY_DEBUG, "%s refcount=%d", m_Info().c_str(), refCount);
 }
 
 CSectionSubscription::~CSectionSubscription() {
     const int refCount = s_RemoveHandleRef(m_tvsHandle);
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32m%s refcount: %d\033[0m",
-        __FILE_NAME__, __func__, __LINE__, m_Info().c_str(), refCount);
+    SI_LOG(LOG_PRIORITY_INFO, "\033[32m%s refcount: %d\033[0m", m_Info().c_str(), refCount);
     if (refCount < 1) {
-        LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-            "%s: %s(%d) > \033[32mrefcount = 0, unsubscribe section\033[0m", __FILE_NAME__,
-            __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_INFO, "\033[32mrefcount = 0, unsubscribe section\033[0m");
         if (!m_subscriber->Unsubscribe(m_tvsHandle)) {
-            LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-                "%s: %s(%d) > \033[33mUnsubscribe section failed\033[0m", __FILE_NAME__, __func__,
-                __LINE__);
+            SI_LOG(LOG_PRIORITY_WARNING, "\033[33mUnsubscribe section failed\033[0m");
         }
     } else {
-        LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-            "%s: %s(%d) > \033[32mrefcount > 0, do not unsubscribe section\033[0m", __FILE_NAME__,
-            __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_INFO, "\033[32mrefcount > 0, do not unsubscribe section\033[0m");
     }
 }
 
 void CSectionSubscription::OnCallback(unsigned short length, unsigned char* pData) {
     if (length == 0) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL", "%s: %s(%d) > \033[33mLength is 0\033[0m",
-            __FILE_NAME__, __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_WARNING, "\033[33mLength is 0\033[0m");
         return;
     }
     if (pData == nullptr) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL", "%s: %s(%d) > \033[33mpData is NULL\033[0m",
-            __FILE_NAME__, __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_WARNING, "\033[33mpData is NULL\033[0m");
         return;
     }
     if (m_filterMode == ISectionManager::EToggle &&
         (pData[0] & m_mask[0]) != (m_pattern[0] & m_mask[0])) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-            "%s: %s(%d) > \033[33mOld section data from previous filter, ignore it\033[0m",
-            __FILE_NAME__, __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_WARNING,
+               "\033[33mOld section data from previous filter, ignore it\033[0m");
         return;
     }
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32m%s length: %d\033[0m", __FILE_NAME__,
-        __func__, __LINE__, m_Info().c_str(), length);
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL", "%s: %s(%d) > \033[32mCancel the timer for id: %d\033[0m",
-        __FILE_NAME__, __func__, __LINE__, m_id);
+    SI_LOG(LOG_PRIORITY_INFO, "\033[32m%s length: %d\033[0m", m_Info().c_str(), length);
+    SI_LOG(LOG_PRIORITY_INFO, "\033[32mCancel the timer for id: %d\033[0m", m_id);
     m_timer.CancelTimer();
     m_observer->OnSectionReceived(m_id, m_pid, length, pData);
 }
@@ -262,14 +235,13 @@ bool CSectionSubscription::Toggle(unsigned char tableId) {
     if (m_filterMode != ISectionManager::EToggle) {
         return true;
     }
-    LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-        "%s: %s(%d) > \033[32mToggle mode filter. current tableId: %X, current pattern: %X, "
-        "current mask: %X\033[0m",
-        __FILE_NAME__, __func__, __LINE__, tableId, m_pattern[0], m_mask[0]);
+    SI_LOG(LOG_PRIORITY_INFO,
+           "\033[32mToggle mode filter. current tableId: %X, current pattern: %X, current mask: "
+           "%X\033[0m",
+           tableId, m_pattern[0], m_mask[0]);
     if ((m_mask[0] & tableId) != (m_pattern[0] & m_mask[0])) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-            "%s: %s(%d) > \033[33mOld section data from previous filter, ignore it\033[0m",
-            __FILE_NAME__, __func__, __LINE__);
+        SI_LOG(LOG_PRIORITY_WARNING,
+               "\033[33mOld section data from previous filter, ignore it\033[0m");
         return true;
     }
 
@@ -280,29 +252,25 @@ bool CSectionSubscription::Toggle(unsigned char tableId) {
     // Exactly 0: a handle that was given up once too often is not released again from here.
     if (s_RemoveHandleRef(m_tvsHandle) == 0) {
         if (m_subscriber->Unsubscribe(m_tvsHandle)) {
-            LOG(0, LOG_PRIORITY_INFO, "TORVEL",
-                "%s: %s(%d) > \033[32mUnsubscribe previous section filter\033[0m", __FILE_NAME__,
-                __func__, __LINE__);
+            SI_LOG(LOG_PRIORITY_INFO, "\033[32mUnsubscribe previous section filter\033[0m");
         } else {
-            LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-                "%s: %s(%d) > \033[33mUnsubscribe section failed\033[0m", __FILE_NAME__, __func__,
-                __LINE__);
+            SI_LOG(LOG_PRIORITY_WARNING, "\033[33mUnsubscribe section failed\033[0m");
         }
     }
 
     int tvsHandle = kNoHandle;
     if (!SubscribeFilter(m_subscriber, m_id, m_pid, m_pattern, m_mask, m_mode, tvsHandle)) {
-        LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-            "%s: %s(%d) > \033[33mRe-subscribe section failed id: %d, TVS handle: %d\033[0m",
-            __FILE_NAME__, __func__, __LINE__, m_id, tvsHandle);
+        SI_LOG(LOG_PRIORITY_WARNING,
+               "\033[33mRe-subscribe section failed id: %d, TVS handle: %d\033[0m", m_id,
+               tvsHandle);
         return false;
     }
     m_tvsHandle = tvsHandle;
     s_AddHandleRef(m_tvsHandle);
-    LOG(0, LOG_PRIORITY_WARNING, "TORVEL",
-        "%s: %s(%d) > \033[33mToggle mode filter. Resubscribed, just received tableId: %X, new "
-        "pattern: %X, new mask: %X, TVS handle: %d\033[0m",
-        __FILE_NAME__, __func__, __LINE__, tableId, m_pattern[0], m_mask[0], m_tvsHandle);
+    SI_LOG(LOG_PRIORITY_WARNING,
+           "\033[33mToggle mode filter. Resubscribed, just received tableId: %X, new pattern: %X, "
+           "new mask: %X, TVS handle: %d\033[0m",
+           tableId, m_pattern[0], m_mask[0], m_tvsHandle);
     return true;
 }
 
