@@ -10,6 +10,7 @@
 #include "platform/Log.h"
 #include "platform/TCSectionCriteriaHelper.h"
 #include "platform/TCSectionFilterCriteriaHelper.h"
+#include "tests/support/FakeLogFormats.h"
 #include "tests/support/FakeTables.h"
 
 namespace fake {
@@ -24,8 +25,8 @@ bool HasFixedNumbers(const std::string& file) {
            file == "NITParserKorvo.cpp" || file == "BATParserKorvo.cpp";
 }
 
-// "File.cpp: Function(12) > text" -> "5 File.cpp Function(*) > text"
-std::string Normalised(int priority, const std::string& text) {
+// "File.cpp: Function(12) > text" -> "5 File.cpp Function(*) > text". Checks the format.
+std::string Normalised(int priority, const std::string& format, const std::string& text) {
     const std::size_t colon = text.find(": ");
     const std::size_t open = text.find('(', colon);
     const std::size_t close = text.find(") > ", open);
@@ -36,6 +37,7 @@ std::string Normalised(int priority, const std::string& text) {
     const std::string file = text.substr(0, colon);
     const std::string number = text.substr(open + 1, close - open - 1);
     EXPECT_GT(std::atoi(number.c_str()), 0) << text;
+    EXPECT_TRUE(IsFormatOf(file, format)) << file << " has no log line of the format " << format;
     return std::to_string(priority) + " " + file + " " + text.substr(colon + 2, open - colon - 2) +
            "(" + (HasFixedNumbers(file) ? number : "*") + text.substr(close);
 }
@@ -196,10 +198,11 @@ ISectionSubscriber* FakePlatform::MakeSubscriber(TVServiceAPI::SectionCallback s
     return hasSubscriber_ ? this : nullptr;
 }
 
-void FakePlatform::WriteLog(int bufferId, int priority, const char* tag, const std::string& text) {
+void FakePlatform::WriteLog(int bufferId, int priority, const char* tag, const std::string& format,
+                            const std::string& text) {
     EXPECT_EQ(bufferId, 0);
     EXPECT_STREQ(tag, "TORVEL");
-    const std::string line = Normalised(priority, text);
+    const std::string line = Normalised(priority, format, text);
     {
         std::lock_guard<std::mutex> lock(mutex_);
         log_.push_back(line);
@@ -219,7 +222,7 @@ int LOG(int bufferId, int priority, const char* tag, const char* format, ...) {
     const int size = std::vsnprintf(text, sizeof(text), format, arguments);
     va_end(arguments);
     EXPECT_LT(size, static_cast<int>(sizeof(text)));
-    fake::FakePlatform::Get().WriteLog(bufferId, priority, tag, text);
+    fake::FakePlatform::Get().WriteLog(bufferId, priority, tag, format, text);
     return -1;
 }
 

@@ -88,8 +88,10 @@ class FakePlatform final : public ISectionSubscriber {
 
     /// The log since the last call, one string a line: "5 SectionSubscription.cpp OnCallback(*) >
     /// Length is 0", with priority, file, function and line number; the number is replaced by *
-    /// in files whose numbers are not fixed. Buffer and tag are
-    /// checked here.
+    /// in files whose numbers are not fixed.
+    ///
+    /// What does not show in the text fails the running test when the line is written: another
+    /// buffer or tag, or a printf format that the source file does not have (FakeLogFormats.h).
     std::vector<std::string> TakeLog();
     /// Waits until such a line has been written since the last TakeLog.
     bool WaitForLog(const std::string& line);
@@ -112,7 +114,8 @@ class FakePlatform final : public ISectionSubscriber {
     // --- The platform's own entries
     ISectionSubscriber* MakeSubscriber(TVServiceAPI::SectionCallback callback, int profile,
                                        int parameter);
-    void WriteLog(int bufferId, int priority, const char* tag, const std::string& text);
+    void WriteLog(int bufferId, int priority, const char* tag, const std::string& format,
+                  const std::string& text);
 
   private:
     int Answer(Request request, int* handle);
