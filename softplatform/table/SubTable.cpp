@@ -32,6 +32,33 @@ bool SubTable::IsOfThisState(SectionView section) const {
            section.last_section_number() == last_section_number();
 }
 
+bool SubTable::complete() const {
+    if (sections_.empty()) {
+        return false;
+    }
+    const size_t count = last_section_number() / 8 + size_t{1};
+    return std::all_of(segments_.begin(), segments_.begin() + count, [](const Segment& segment) {
+        const unsigned needed = (2u << segment.last) - 1;
+        return (segment.held & needed) == needed;
+    });
+}
+
+// A segment_last_section_number outside its segment, which the standard does not allow, is taken
+// for the end of the segment.
+uint8_t SubTable::LastOfSegment(SectionView section) {
+    constexpr uint8_t kFirstScheduleTableId = 0x50;
+    constexpr uint8_t kLastScheduleTableId = 0x6F;
+    constexpr size_t kSegmentLastAt = 4;  // behind transport_stream_id and original_network_id
+    const int first = section.section_number() & ~7;
+    const int end = std::min<int>(first + 7, section.last_section_number());
+    int last = end;
+    if (section.table_id() >= kFirstScheduleTableId && section.table_id() <= kLastScheduleTableId) {
+        const int told = section.body().U8(kSegmentLastAt);
+        last = told >= first && told <= end ? told : end;
+    }
+    return static_cast<uint8_t>(last - first);
+}
+
 SubTable::Change SubTable::Judge(SectionView section) const {
     if (!IsOfThisState(section)) {
         return Change::kAfresh;
@@ -45,7 +72,7 @@ SubTable::Change SubTable::Judge(SectionView section) const {
 SectionView SubTable::Store(SectionView section) {
     std::vector<uint8_t> copy(section.bytes().begin(), section.bytes().end());
     if (!IsOfThisState(section)) {
-        held_.reset();
+        segments_ = {};
         sections_.clear();
         sections_.resize(size_t{section.last_section_number()} + 1);
         tableId_ = section.table_id();
@@ -57,7 +84,9 @@ SectionView SubTable::Store(SectionView section) {
     bytes_ -= sections_[number].size();
     bytes_ += copy.size();
     sections_[number] = std::move(copy);
-    held_.set(number);
+    Segment& segment = segments_[number / 8];
+    segment.held = static_cast<uint8_t>(segment.held | 1 << number % 8);
+    segment.last = LastOfSegment(section);
     return *SectionView::From(sections_[number].data(), sections_[number].size());
 }
 
@@ -66,7 +95,7 @@ void SubTable::Clear() {
 }
 
 std::optional<SectionView> SubTable::section(size_t number) const {
-    if (number >= sections_.size() || !held_.test(number)) {
+    if (!IsHeld(number)) {
         return std::nullopt;
     }
     return SectionView::From(sections_[number].data(), sections_[number].size());

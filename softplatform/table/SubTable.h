@@ -1,6 +1,6 @@
 #pragma once
 
-#include <bitset>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -50,8 +50,11 @@ class SubTable {
         return BytesOfSlots(section) + section.bytes().size();
     }
 
-    // Whether sections 0 to last_section_number are all held.
-    bool complete() const { return !sections_.empty() && held_.count() == sections_.size(); }
+    // Whether sections 0 to last_section_number are all held. An EIT schedule (table_id 0x50 to
+    // 0x6F) is sent in segments of 8 section numbers of which the last ones may be unused (ETSI EN
+    // 300 468 5.2.4): of each segment only the sections up to segment_last_section_number are
+    // needed, as the newest section of the segment gives it.
+    bool complete() const;
 
     // 0 when nothing is held.
     uint8_t version_number() const { return version_; }
@@ -63,7 +66,19 @@ class SubTable {
     std::optional<SectionView> section(size_t number) const;
 
   private:
+    // The sections of which section_number / 8 is the same: all tables are counted in segments, but
+    // only EIT schedules have them.
+    struct Segment {
+        uint8_t held = 0;  // a bit for each section_number, modulo 8
+        uint8_t last = 0;  // the last section_number needed, modulo 8; of the newest section
+    };
+
+    static uint8_t LastOfSegment(SectionView section);
+
     bool IsOfThisState(SectionView section) const;
+    bool IsHeld(size_t number) const {
+        return number < sections_.size() && (segments_[number / 8].held >> (number % 8) & 1) != 0;
+    }
 
     static size_t BytesOfSlots(SectionView section) {
         return (size_t{section.last_section_number()} + 1) * sizeof(std::vector<uint8_t>);
@@ -73,7 +88,7 @@ class SubTable {
     uint16_t extension_ = 0;
     uint8_t version_ = 0;
     size_t bytes_ = 0;
-    std::bitset<256> held_;                       // by section_number
+    std::array<Segment, 32> segments_{};          // by section_number / 8
     std::vector<std::vector<uint8_t>> sections_;  // last_section_number + 1; empty ones not held
 };
 

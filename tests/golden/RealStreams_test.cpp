@@ -16,6 +16,8 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "SI/Include/ISectionManager.h"
@@ -23,6 +25,8 @@
 #include "client/PatTable.h"
 #include "client/SubTableReader.h"
 #include "generator/TsWriter.h"
+#include "platform/TCDVBEITParser.h"
+#include "platform/TVSHandle.h"
 #include "softplatform/service/SoftwarePlatform.h"
 #include "tests/support/Forever.h"
 
@@ -133,6 +137,81 @@ class Counter : public TORVEL_MW::ISectionObserver {
 
   private:
     SectionCounts& counts_;
+};
+
+/// Gives the EIT schedules to the platform's parsers, and works out from the same sections which
+/// sub-tables are complete by ETSI EN 300 468 5.2.4.
+class Schedules : public TORVEL_MW::ISectionObserver {
+  public:
+    void OnSectionReceived(unsigned short, unsigned short pid, unsigned short length,
+                           unsigned char* data) override {
+        constexpr unsigned short kLeast = 18;  // header, fixed part and CRC_32
+        if (data[0] < 0x50 || data[0] > 0x6F || length < kLeast || (data[5] & 1) == 0) {
+            return;
+        }
+        auto& parser = parsers_[data[0]];
+        if (!parser) {
+            parser = std::make_unique<TCDVBEITParser>(data[0], TVSHandle(1, 0));
+        }
+        if (!parser->Parse(static_cast<short>(pid), data)) {
+            return;
+        }
+        SubTable& table = tables_[{data[0], data[10] << 8 | data[11], data[8] << 8 | data[9],
+                                   data[3] << 8 | data[4]}];
+        const int version = data[5] >> 1 & 0x1F;
+        if (table.version != version || table.last != data[7]) {
+            table = {version, data[7], {}, {}};
+        }
+        table.held.insert(data[6]);
+        table.segmentLast[data[6] / 8] = data[12];
+    }
+    void OnSectionTimeout(unsigned int) override {}
+
+    /// Compares the two; the answer is how many sub-tables came and how many are complete.
+    std::pair<int, int> Compare() {
+        int complete = 0;
+        for (const auto& [key, table] : tables_) {
+            const auto& [tableId, onid, tsid, sid] = key;
+            const auto narrow = [](int id) { return static_cast<unsigned short>(id); };
+            TCDVBEITInstance* const instance = parsers_[tableId]->EITInstance(
+                TCServiceKey(narrow(onid), narrow(tsid), narrow(sid)));
+            EXPECT_NE(instance, nullptr);
+            if (instance != nullptr) {
+                EXPECT_EQ(instance->IsValid(), table.IsComplete())
+                    << "table_id " << tableId << ", service " << sid;
+            }
+            complete += table.IsComplete() ? 1 : 0;
+        }
+        return {static_cast<int>(tables_.size()), complete};
+    }
+
+  private:
+    struct SubTable {
+        int version = -1;
+        int last = 0;
+        std::set<int> held;
+        std::map<int, int> segmentLast;
+
+        bool IsComplete() const {
+            for (int first = 0; first <= last; first += 8) {
+                const auto told = segmentLast.find(first / 8);
+                if (told == segmentLast.end()) {
+                    return false;
+                }
+                const int end = std::min(first + 7, last);
+                const bool isInside = told->second >= first && told->second <= end;
+                for (int number = first; number <= (isInside ? told->second : end); ++number) {
+                    if (held.count(number) == 0) {
+                        return false;
+                    }
+                }
+            }
+            return true;
+        }
+    };
+
+    std::map<int, std::unique_ptr<TCDVBEITParser>> parsers_;  // by table_id
+    std::map<std::tuple<int, int, int, int>, SubTable> tables_;
 };
 
 int Number(const std::string& text) {
@@ -248,6 +327,10 @@ TEST_P(RealStream, SectionCountsAndPatAreAsIndependentlyDecoded) {
     ASSERT_NE(ISectionManager::Instance()->Subscribe(
                   0x0000, 0x00, pats, ISectionManager::EContinuous, kNoTimeout, false),
               0u);
+    auto& schedules = Forever<Schedules>();
+    ASSERT_NE(ISectionManager::Instance()->Subscribe(0x0012, {0}, {0}, {0}, schedules,
+                                                     ISectionManager::EContinuous, kNoTimeout),
+              0u);
     const client::Barrier barrier;
     tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
     ASSERT_TRUE(platform.Play(source));
@@ -262,6 +345,9 @@ TEST_P(RealStream, SectionCountsAndPatAreAsIndependentlyDecoded) {
     }
     EXPECT_EQ(platform.Counter("crc_errors"), expected.crcErrors);
     EXPECT_EQ(PatIn(pats), expectation["pat"]);
+    const auto [tables, complete] = schedules.Compare();
+    RecordProperty("schedules", tables);
+    RecordProperty("complete_schedules", complete);
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, RealStream, testing::ValuesIn(Feedings()),

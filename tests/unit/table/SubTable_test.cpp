@@ -62,6 +62,79 @@ TEST_F(SubTableTest, HoldsUpTo256Sections) {
     EXPECT_TRUE(table_.complete());
 }
 
+class ScheduleTest : public SubTableTest {
+  protected:
+    static SectionBytes Schedule(int number, int last, int segmentLast, uint8_t tableId = 0x50) {
+        return {.table_id = tableId,
+                .section_number = static_cast<uint8_t>(number),
+                .last_section_number = static_cast<uint8_t>(last),
+                .body = {0, 1, 0, 2, static_cast<uint8_t>(segmentLast), 0x50}};
+    }
+};
+
+TEST_F(ScheduleTest, NeedsOfEachSegmentTheSectionsUpToItsLastOne) {
+    for (const uint8_t tableId : Bytes{0x50, 0x5F, 0x60, 0x6F}) {
+        table_.Clear();
+        Feed(Schedule(0, 17, 1, tableId));
+        Feed(Schedule(8, 17, 8, tableId));
+        Feed(Schedule(16, 17, 17, tableId));
+        Feed(Schedule(17, 17, 17, tableId));
+        EXPECT_FALSE(table_.complete()) << "section 1 is missing";
+        Feed(Schedule(1, 17, 1, tableId));
+        EXPECT_TRUE(table_.complete());
+    }
+}
+
+TEST_F(ScheduleTest, NeedsASectionOfEverySegment) {
+    Feed(Schedule(0, 23, 0));
+    Feed(Schedule(16, 23, 16));
+    EXPECT_FALSE(table_.complete()) << "nothing of the second segment came";
+    Feed(Schedule(9, 23, 8));
+    EXPECT_FALSE(table_.complete()) << "its first section did not";
+    Feed(Schedule(8, 23, 8));
+    EXPECT_TRUE(table_.complete());
+}
+
+TEST_F(ScheduleTest, TheNewestSectionOfASegmentTellsItsLastOne) {
+    Feed(Schedule(0, 7, 2));
+    Feed(Schedule(1, 7, 1));
+    EXPECT_TRUE(table_.complete());
+    Feed(Schedule(0, 7, 3));
+    EXPECT_FALSE(table_.complete());
+}
+
+TEST_F(ScheduleTest, ALastSectionOutsideItsSegmentIsTheEndOfTheSegment) {
+    for (const int outside : {0, 7, 14, 255}) {
+        table_.Clear();
+        Feed(Schedule(0, 13, 0));
+        for (const int number : {8, 9, 10, 11, 12}) {
+            Feed(Schedule(number, 13, outside));
+        }
+        EXPECT_FALSE(table_.complete()) << outside;
+        Feed(Schedule(13, 13, outside));
+        EXPECT_TRUE(table_.complete()) << outside;
+    }
+}
+
+TEST_F(ScheduleTest, AnotherVersionForgetsTheSegments) {
+    Feed(Schedule(0, 8, 0));
+    Feed(Schedule(8, 8, 8));
+    SectionBytes other = Schedule(0, 8, 0);
+    other.version_number = 9;
+    Feed(other);
+    EXPECT_FALSE(table_.complete());
+}
+
+TEST_F(ScheduleTest, PresentAndFollowingHasNoSegments) {
+    for (const uint8_t tableId : Bytes{0x4E, 0x4F, 0x70}) {
+        table_.Clear();
+        Feed(Schedule(0, 1, 0, tableId));
+        EXPECT_FALSE(table_.complete());
+        Feed(Schedule(1, 1, 0, tableId));
+        EXPECT_TRUE(table_.complete());
+    }
+}
+
 TEST_F(SubTableTest, KnowsARepeat) {
     Feed({.body = Counting(10)});
     EXPECT_EQ(Feed({.body = Counting(10)}), Change::kRepeat);
