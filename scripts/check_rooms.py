@@ -34,9 +34,10 @@ ROOMS = {
     "softplatform/log": ["softplatform/base", PLATFORM],
     "softplatform/service": [PLATFORM, "softplatform"],
     "softplatform/text": ["softplatform/base"],
+    "syntax": ["softplatform/base", "softplatform/text"],
     "generator": ["softplatform/base", "softplatform/text"],
     "client": [SI, PLATFORM, SERVICE_HEADER, "softplatform/text"],
-    "tools": ["client", "generator", SI, PLATFORM, SERVICE_HEADER, "softplatform/text"],
+    "tools": ["client", "generator", "syntax", SI, PLATFORM, SERVICE_HEADER, "softplatform/text"],
     "tests": ["*"],
     "bench": ["*"],
     "fuzz": ["*"],
@@ -119,6 +120,7 @@ def self_test():
         ("softplatform/ts/a.h", "SI/Include/b.h"),
         ("client/a.cpp", "softplatform/service/Pump.h"),
         ("generator/a.cpp", "tools/b.h"),
+        ("syntax/a.cpp", "softplatform/ts/b.h"),
         ("client/a.cpp", "tests/b.h"),
     ]
     for (source, target), include in itertools.product(planted, ('"{}"', "<{}>")):

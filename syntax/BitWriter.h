@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "softplatform/base/ByteView.h"
+
+namespace syntax {
+
+// Writes bits, the most significant first, behind what is in a vector already.
+class BitWriter {
+  public:
+    explicit BitWriter(std::vector<std::uint8_t>& out) : out_(out), position_(out.size() * 8) {}
+
+    // Bits from the beginning of the vector.
+    std::size_t position() const { return position_; }
+    bool aligned() const { return position_ % 8 == 0; }
+    std::vector<std::uint8_t>& bytes() { return out_; }
+
+    // The lowest `count` bits of `value`, at most 64.
+    void Put(std::uint64_t value, std::size_t count) {
+        std::size_t room = (8 - position_ % 8) % 8;
+        position_ += count;
+        if (room >= count) {
+            if (count != 0) {
+                out_.back() =
+                    static_cast<std::uint8_t>(out_.back() | Low(value, count) << (room - count));
+            }
+            return;
+        }
+        if (room != 0) {
+            count -= room;
+            out_.back() = static_cast<std::uint8_t>(out_.back() | Low(value >> count, room));
+        }
+        while (count >= 8) {
+            count -= 8;
+            out_.push_back(static_cast<std::uint8_t>(value >> count));
+        }
+        if (count != 0) {
+            out_.push_back(static_cast<std::uint8_t>(Low(value, count) << (8 - count)));
+        }
+    }
+
+    // From an aligned position on.
+    void PutBytes(tvservice::ByteView bytes) {
+        out_.insert(out_.end(), bytes.begin(), bytes.end());
+        position_ += bytes.size() * 8;
+    }
+
+    // Puts bits in the place of `count` zeros that were written before.
+    void Patch(std::size_t position, std::uint64_t value, std::size_t count) {
+        for (std::size_t bit = 0; bit < count; ++bit) {
+            if ((value >> (count - 1 - bit) & 1) != 0) {
+                const std::size_t at = position + bit;
+                out_[at / 8] = static_cast<std::uint8_t>(out_[at / 8] | 0x80u >> at % 8);
+            }
+        }
+    }
+
+  private:
+    static std::uint64_t Low(std::uint64_t value, std::size_t count) {
+        return value & ((std::uint64_t{1} << count) - 1);
+    }
+
+    std::vector<std::uint8_t>& out_;
+    std::size_t position_;
+};
+
+}  // namespace syntax

@@ -1,0 +1,506 @@
+#include "syntax/Characters.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <unordered_map>
+
+#include "softplatform/base/Mutex.h"
+#include "softplatform/text/Iso6937.h"
+#include "softplatform/text/Text.h"
+#include "syntax/Hex.h"
+
+namespace syntax {
+
+namespace {
+
+using tvservice::ByteView;
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+void PutUtf8(char32_t c, std::string& out) {
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+        return;
+    }
+    if (c < 0x800) {
+        out += static_cast<char>(0xC0 | c >> 6);
+    } else {
+        if (c < 0x10000) {
+            out += static_cast<char>(0xE0 | c >> 12);
+        } else {
+            out += static_cast<char>(0xF0 | c >> 18);
+            out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
+        }
+        out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+    }
+    out += static_cast<char>(0x80 | (c & 0x3F));
+}
+
+// The next character of valid or invalid UTF-8; kReplacement for a byte that begins none.
+char32_t TakeUtf8(std::string_view text, std::size_t& at) {
+    const auto byte = [&text](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
+    const std::uint8_t first = byte(at);
+    const std::size_t more = first < 0x80   ? 0
+                             : first < 0xC2 ? 4
+                             : first < 0xE0 ? 1
+                             : first < 0xF0 ? 2
+                             : first < 0xF5 ? 3
+                                            : 4;
+    if (more == 4 || at + more >= text.size()) {
+        ++at;
+        return kReplacement;
+    }
+    char32_t c = more == 0 ? first : first & (0x3Fu >> more);
+    for (std::size_t i = 1; i <= more; ++i) {
+        if ((byte(at + i) & 0xC0) != 0x80) {
+            ++at;
+            return kReplacement;
+        }
+        c = c << 6 | (byte(at + i) & 0x3Fu);
+    }
+    static constexpr char32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
+    if (c < kLeast[more] || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
+        ++at;
+        return kReplacement;
+    }
+    at += 1 + more;
+    return c;
+}
+
+constexpr bool IsControl(char32_t c) {
+    return c >= 0x80 && c <= 0x9F;
+}
+
+// --- Tables of one byte a character, and ISO/IEC 6937 with its accents
+
+struct SingleTable {
+    std::array<char32_t, 256> characters{};  // 0: none
+    std::unordered_map<char32_t, std::uint16_t>
+        codes;  // accents: code of the accent, then the letter
+    bool accents = false;
+};
+
+void AddControls(SingleTable& table) {
+    for (unsigned code = 0x80; code <= 0x9F; ++code) {
+        table.characters[code] = code == 0x8A ? U'\n' : code;
+    }
+    for (unsigned code = 1; code < 256; ++code) {
+        if (table.characters[code] != 0) {
+            table.codes.emplace(table.characters[code], static_cast<std::uint16_t>(code));
+        }
+    }
+    table.characters['\n'] = U'\n';  // seen in streams; the line break of the standard is 0x8A
+}
+
+const SingleTable& Iso6937() {
+    static const SingleTable& table = *[] {
+        auto* made = new SingleTable;
+        made->accents = true;
+        for (unsigned code = 0x20; code < 256; ++code) {
+            if (tvservice::Iso6937Accent(static_cast<std::uint8_t>(code)) == 0) {
+                made->characters[code] =
+                    tvservice::Iso6937Character(static_cast<std::uint8_t>(code));
+            }
+        }
+        AddControls(*made);
+        for (unsigned accent = 0xC1; accent <= 0xCF; ++accent) {
+            for (unsigned letter = 0x20; letter < 0x7F; ++letter) {
+                const char32_t composed = tvservice::Iso6937Composed(
+                    static_cast<std::uint8_t>(accent), static_cast<std::uint8_t>(letter));
+                if (composed != 0) {
+                    made->codes.emplace(composed, static_cast<std::uint16_t>(accent << 8 | letter));
+                }
+            }
+        }
+        return made;
+    }();
+    return table;
+}
+
+// Part `part` of ISO/IEC 8859, which TextToUtf8 knows.
+const SingleTable& Iso8859(unsigned part) {
+    static tvservice::Mutex& mutex = *new tvservice::Mutex;
+    static std::array<std::unique_ptr<SingleTable>, 16>& tables =
+        *new std::array<std::unique_ptr<SingleTable>, 16>;
+    const tvservice::MutexLock lock(mutex);
+    std::unique_ptr<SingleTable>& table = tables[part];
+    if (table == nullptr) {
+        table = std::make_unique<SingleTable>();
+        for (unsigned code = 0x20; code < 256; ++code) {
+            const std::uint8_t text[] = {0x10, 0, static_cast<std::uint8_t>(part),
+                                         static_cast<std::uint8_t>(code)};
+            const std::string utf8 = tvservice::TextToUtf8(text, sizeof text);
+            std::size_t at = 0;
+            const char32_t c = utf8.empty() ? kReplacement : TakeUtf8(utf8, at);
+            table->characters[code] = c == kReplacement ? 0 : c;
+        }
+        AddControls(*table);
+    }
+    return *table;
+}
+
+void DecodeSingle(ByteView text, const SingleTable& table, std::string& utf8) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const std::uint8_t code = text.data()[at];
+        char32_t c = table.characters[code];
+        if (c == 0 && table.accents && tvservice::Iso6937Accent(code) != 0 && text.Has(at + 1, 1)) {
+            c = tvservice::Iso6937Composed(code, text.U8(at + 1));
+            if (c == 0) {
+                if (const char32_t base = tvservice::Iso6937Character(text.U8(at + 1))) {
+                    PutUtf8(base, utf8);
+                    c = tvservice::Iso6937Accent(code);
+                }
+            }
+            if (c != 0) {
+                ++at;
+            }
+        }
+        PutUtf8(c == 0 ? kReplacement : c, utf8);
+    }
+}
+
+bool EncodeSingle(std::string_view utf8, const SingleTable& table,
+                  std::vector<std::uint8_t>& bytes) {
+    for (std::size_t at = 0; at < utf8.size();) {
+        const auto code = table.codes.find(TakeUtf8(utf8, at));
+        if (code == table.codes.end()) {
+            return false;
+        }
+        if (code->second > 0xFF) {
+            bytes.push_back(static_cast<std::uint8_t>(code->second >> 8));
+        }
+        bytes.push_back(static_cast<std::uint8_t>(code->second));
+    }
+    return true;
+}
+
+// --- Tables of two bytes a character
+
+// KS X 1001 and GB 2312 have ASCII in one byte, and rows and columns 0xA1 to 0xFE in two; the
+// control codes follow the Latin ones.
+const std::unordered_map<char32_t, std::uint16_t>& EastAsian(std::uint8_t selector) {
+    static const auto make = [](std::uint8_t which) {
+        auto* codes = new std::unordered_map<char32_t, std::uint16_t>;
+        for (unsigned row = 0xA1; row <= 0xFE; ++row) {
+            for (unsigned column = 0xA1; column <= 0xFE; ++column) {
+                const std::uint8_t text[] = {which, static_cast<std::uint8_t>(row),
+                                             static_cast<std::uint8_t>(column)};
+                const std::string utf8 = tvservice::TextToUtf8(text, sizeof text);
+                std::size_t at = 0;
+                const char32_t c = utf8.empty() ? kReplacement : TakeUtf8(utf8, at);
+                if (c != kReplacement && at == utf8.size()) {
+                    codes->emplace(c, static_cast<std::uint16_t>(row << 8 | column));
+                }
+            }
+        }
+        return codes;
+    };
+    static const auto& korean = *make(0x12);
+    static const auto& chinese = *make(0x13);
+    return selector == 0x12 ? korean : chinese;
+}
+
+bool EncodeEastAsian(std::string_view utf8, std::uint8_t selector,
+                     std::vector<std::uint8_t>& bytes) {
+    for (std::size_t at = 0; at < utf8.size();) {
+        const char32_t c = TakeUtf8(utf8, at);
+        if (c >= 0x20 && c < 0x7F) {
+            bytes.push_back(static_cast<std::uint8_t>(c));
+            continue;
+        }
+        const auto& codes = EastAsian(selector);
+        const auto code = codes.find(c);
+        if (code == codes.end()) {
+            return false;
+        }
+        bytes.push_back(static_cast<std::uint8_t>(code->second >> 8));
+        bytes.push_back(static_cast<std::uint8_t>(code->second));
+    }
+    return true;
+}
+
+void DecodeUcs2(ByteView text, std::string& utf8) {
+    std::size_t at = 0;
+    for (; text.Has(at, 2); at += 2) {
+        const char32_t c = text.U16(at);
+        if (c == 0xE08A) {
+            utf8 += '\n';
+        } else if (c >= 0xE080 && c <= 0xE09F) {
+            PutUtf8(c - 0xE000, utf8);
+        } else if (c == 0 || (c >= 0xD800 && c <= 0xDFFF)) {
+            PutUtf8(kReplacement, utf8);
+        } else {
+            PutUtf8(c, utf8);
+        }
+    }
+    if (at != text.size()) {
+        PutUtf8(kReplacement, utf8);
+    }
+}
+
+bool EncodeUcs2(std::string_view utf8, std::vector<std::uint8_t>& bytes) {
+    for (std::size_t at = 0; at < utf8.size();) {
+        char32_t c = TakeUtf8(utf8, at);
+        if (c == '\n') {
+            c = 0xE08A;
+        } else if (IsControl(c)) {
+            c += 0xE000;
+        }
+        if (c > 0xFFFF) {
+            return false;
+        }
+        bytes.push_back(static_cast<std::uint8_t>(c >> 8));
+        bytes.push_back(static_cast<std::uint8_t>(c));
+    }
+    return true;
+}
+
+void DecodeUtf8(ByteView text, std::string& utf8) {
+    const std::string_view chars(reinterpret_cast<const char*>(text.data()), text.size());
+    for (std::size_t at = 0; at < chars.size();) {
+        const char32_t c = TakeUtf8(chars, at);
+        if (c == 0x8A || c == 0xE08A) {
+            utf8 += '\n';
+        } else if (c >= 0xE080 && c <= 0xE09F) {
+            PutUtf8(c - 0xE000, utf8);
+        } else {
+            PutUtf8(c == 0 ? kReplacement : c, utf8);
+        }
+    }
+}
+
+bool EncodeUtf8(std::string_view utf8, std::vector<std::uint8_t>& bytes) {
+    std::string coded;
+    for (std::size_t at = 0; at < utf8.size();) {
+        const char32_t c = TakeUtf8(utf8, at);
+        PutUtf8(c == '\n' ? 0xE08A : IsControl(c) ? c + 0xE000 : c, coded);
+    }
+    bytes.insert(bytes.end(), coded.begin(), coded.end());
+    return true;
+}
+
+// --- Selectors
+
+enum class Coding { kIso6937, kIso8859, kUcs2, kEastAsian, kUtf8, kUnknown };
+
+struct Selector {
+    Coding coding = Coding::kIso6937;
+    unsigned part = 0;     // of ISO/IEC 8859, or the selector of kEastAsian
+    std::size_t size = 0;  // bytes in front of the text
+};
+
+constexpr bool IsPart(unsigned part) {
+    return part >= 1 && part <= 15 && part != 12;
+}
+
+// Figure A.0 and table A.3 of EN 300 468.
+Selector SelectorOf(ByteView text) {
+    const std::uint8_t first = text.U8(0);
+    if (text.empty() || first >= 0x20) {
+        return {};
+    }
+    if (first >= 0x01 && first <= 0x0B && first != 0x08) {
+        return {Coding::kIso8859, first + 4u, 1};
+    }
+    switch (first) {
+        case 0x10:
+            if (text.size() >= 3 && IsPart(text.U16(1))) {
+                return {Coding::kIso8859, text.U16(1), 3};
+            }
+            return {Coding::kUnknown, 0, std::min<std::size_t>(3, text.size())};
+        case 0x11:
+        case 0x14:
+            return {Coding::kUcs2, first, 1};
+        case 0x12:
+        case 0x13:
+            return {Coding::kEastAsian, first, 1};
+        case 0x15:
+            return {Coding::kUtf8, 0, 1};
+        case 0x1F:
+            return {Coding::kUnknown, 0, std::min<std::size_t>(2, text.size())};
+        default:
+            return {Coding::kUnknown, 0, 1};
+    }
+}
+
+struct NamedTable {
+    std::string_view name;
+    std::uint8_t selector;
+};
+
+constexpr NamedTable kNamed[] = {
+    {"ucs-2", 0x11}, {"ksx1001", 0x12}, {"gb2312", 0x13}, {"big5", 0x14}, {"utf-8", 0x15},
+};
+
+constexpr std::string_view kIso8859Prefix = "iso8859-";
+constexpr std::string_view kLongPrefix = "10:";
+constexpr std::string_view kRawPrefix = "0x";
+
+// The part that "iso8859-9" names; 0 for none.
+unsigned PartOf(std::string_view name) {
+    if (name.substr(0, kIso8859Prefix.size()) != kIso8859Prefix) {
+        return 0;
+    }
+    unsigned part = 0;
+    for (const char c : name.substr(kIso8859Prefix.size())) {
+        if (c < '0' || c > '9' || part > 9) {
+            return 0;
+        }
+        part = part * 10 + static_cast<unsigned>(c - '0');
+    }
+    return IsPart(part) ? part : 0;
+}
+
+void DecodeAs(const Selector& selector, ByteView text, std::string& utf8) {
+    switch (selector.coding) {
+        case Coding::kIso6937:
+            return DecodeSingle(text, Iso6937(), utf8);
+        case Coding::kIso8859:
+            return DecodeSingle(text, Iso8859(selector.part), utf8);
+        case Coding::kUcs2:
+            return DecodeUcs2(text, utf8);
+        case Coding::kUtf8:
+            return DecodeUtf8(text, utf8);
+        case Coding::kEastAsian: {
+            std::vector<std::uint8_t> whole{static_cast<std::uint8_t>(selector.part)};
+            whole.insert(whole.end(), text.begin(), text.end());
+            utf8 += tvservice::TextToUtf8(whole.data(), whole.size());
+            return;
+        }
+        case Coding::kUnknown:
+            return AppendHex(text, utf8);
+    }
+}
+
+bool EncodeAs(const Selector& selector, std::string_view utf8, std::vector<std::uint8_t>& bytes) {
+    switch (selector.coding) {
+        case Coding::kIso6937:
+            return EncodeSingle(utf8, Iso6937(), bytes);
+        case Coding::kIso8859:
+            return EncodeSingle(utf8, Iso8859(selector.part), bytes);
+        case Coding::kUcs2:
+            return EncodeUcs2(utf8, bytes);
+        case Coding::kUtf8:
+            return EncodeUtf8(utf8, bytes);
+        case Coding::kEastAsian:
+            return EncodeEastAsian(utf8, static_cast<std::uint8_t>(selector.part), bytes);
+        case Coding::kUnknown:
+            return ParseHex(utf8, bytes);
+    }
+    return false;
+}
+
+// How a text is read that selects no table.
+Selector Default(const TextRules& rules) {
+    if (const unsigned part = PartOf(rules.defaultTable)) {
+        return {Coding::kIso8859, part, 0};
+    }
+    for (const NamedTable& named : kNamed) {
+        if (named.name == rules.defaultTable) {
+            const Selector selector = SelectorOf({&named.selector, 1});
+            return {selector.coding, selector.part, 0};
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string TextTable(ByteView text, const TextRules& rules) {
+    if (rules.arib) {
+        return text.empty() ? "" : "arib";
+    }
+    const Selector selector = SelectorOf(text);
+    if (selector.size == 0) {
+        return {};
+    }
+    if (selector.coding == Coding::kIso8859) {
+        const std::string name = std::string(kIso8859Prefix) + std::to_string(selector.part);
+        return selector.size == 3 ? std::string(kLongPrefix) + name : name;
+    }
+    for (const NamedTable& named : kNamed) {
+        if (named.selector == text.U8(0)) {
+            return std::string(named.name);
+        }
+    }
+    std::string name(kRawPrefix);
+    AppendHex(text.Subview(0, selector.size), name);
+    return name;
+}
+
+void DecodeText(ByteView text, const TextRules& rules, std::string& utf8) {
+    if (rules.arib) {
+        return AppendHex(text, utf8);
+    }
+    const Selector selector = SelectorOf(text);
+    DecodeAs(selector.size == 0 ? Default(rules) : selector, text.Subview(selector.size), utf8);
+}
+
+bool EncodeText(std::string_view utf8, std::string_view table, const TextRules& rules,
+                std::vector<std::uint8_t>& bytes) {
+    if (table == "arib" || (rules.arib && table.empty())) {
+        return ParseHex(utf8, bytes);
+    }
+    if (table.empty()) {
+        const std::size_t begin = bytes.size();
+        // The first byte of a text that selects no table is no selector.
+        return EncodeAs(Default(rules), utf8, bytes) &&
+               (bytes.size() == begin || bytes[begin] >= 0x20);
+    }
+    if (table.substr(0, 2) == kRawPrefix) {
+        const std::size_t begin = bytes.size();
+        if (!ParseHex(table.substr(2), bytes)) {
+            return false;
+        }
+        const ByteView selector(bytes.data() + begin, bytes.size() - begin);
+        return SelectorOf(selector).coding == Coding::kUnknown && ParseHex(utf8, bytes);
+    }
+    if (table.substr(0, kLongPrefix.size()) == kLongPrefix) {
+        const unsigned part = PartOf(table.substr(kLongPrefix.size()));
+        bytes.insert(bytes.end(), {0x10, 0, static_cast<std::uint8_t>(part)});
+        return part != 0 && EncodeSingle(utf8, Iso8859(part), bytes);
+    }
+    std::uint8_t selector = 0;
+    if (const unsigned part = PartOf(table); part >= 5) {
+        selector = static_cast<std::uint8_t>(part - 4);
+    }
+    for (const NamedTable& named : kNamed) {
+        selector = named.name == table ? named.selector : selector;
+    }
+    if (selector == 0) {
+        return false;
+    }
+    bytes.push_back(selector);
+    return EncodeAs(SelectorOf({&selector, 1}), utf8, bytes);
+}
+
+bool TextSurvives(ByteView text, const TextRules& rules) {
+    if (std::all_of(text.begin(), text.end(),
+                    [](std::uint8_t c) { return c >= 0x20 && c < 0x7F; })) {
+        return rules.arib || Default(rules).coding != Coding::kUcs2 || text.size() % 2 == 0;
+    }
+    std::string utf8;
+    DecodeText(text, rules, utf8);
+    std::vector<std::uint8_t> bytes;
+    return EncodeText(utf8, TextTable(text, rules), rules, bytes) &&
+           std::equal(bytes.begin(), bytes.end(), text.begin(), text.end());
+}
+
+bool IsTextTable(std::string_view name) {
+    return name == "iso6937" || PartOf(name) != 0 ||
+           std::any_of(std::begin(kNamed), std::end(kNamed),
+                       [name](const NamedTable& named) { return named.name == name; });
+}
+
+bool IsValidUtf8(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t before = at;
+        if (TakeUtf8(text, at) == kReplacement && at - before == 1) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace syntax
