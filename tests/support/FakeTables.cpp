@@ -169,6 +169,13 @@ void Construct(TableScript& script, TVSHandle const& handle, int tableId = -1) {
     script.instance = handle.m_instance;
 }
 
+void Destroy(TableScript& script) {
+    if (script.duringDestruction) {
+        script.duringDestruction();
+    }
+    ++script.destroyed;
+}
+
 bool Take(TableScript& script, short pid, unsigned char* section) {
     script.parsed.emplace_back(pid, section);
     if (script.duringParse) {
@@ -319,7 +326,7 @@ TCPMTParser::TCPMTParser(TVSHandle const& handle) {
     fake::Construct(TheTables().pmt, handle);
 }
 TCPMTParser::~TCPMTParser() {
-    ++TheTables().pmt.destroyed;
+    fake::Destroy(TheTables().pmt);
 }
 bool TCPMTParser::Parse(short pid, unsigned char* section) {
     return fake::Take(TheTables().pmt, pid, section);
@@ -348,7 +355,7 @@ TCDVBCATParser::TCDVBCATParser(TVSHandle const& handle) {
     TVServiceInternals::Of<TCBaseSection>(*this).valid = &TheTables().cat.valid;
 }
 TCDVBCATParser::~TCDVBCATParser() {
-    ++TheTables().cat.destroyed;
+    fake::Destroy(TheTables().cat);
 }
 bool TCDVBCATParser::Parse(short pid, unsigned char* section) {
     return fake::Take(TheTables().cat, pid, section);
@@ -407,7 +414,7 @@ TCDVBSDTParser::TCDVBSDTParser(int tableId, TVSHandle const& handle) {
     fake::Construct(TheTables().sdt, handle, tableId);
 }
 TCDVBSDTParser::~TCDVBSDTParser() {
-    ++TheTables().sdt.destroyed;
+    fake::Destroy(TheTables().sdt);
 }
 bool TCDVBSDTParser::Parse(short pid, unsigned char* section) {
     return fake::Take(TheTables().sdt, pid, section);
@@ -442,16 +449,19 @@ int TCDVBEITItemEvent::DescriptorLoopLength() const {
 TCDVBEITItem::TCDVBEITItem(int serviceId, unsigned short transportStreamId,
                            unsigned short originalNetworkId, TVSHandle const& handle)
     : m_impl(std::make_unique<Impl>()) {
+    ++TheTables().eit.livingItems;
     TheTables().eit.itemsMade.push_back(
         {serviceId, transportStreamId, originalNetworkId, handle.m_access, handle.m_instance});
 }
-TCDVBEITItem::~TCDVBEITItem() = default;
+TCDVBEITItem::~TCDVBEITItem() {
+    --TheTables().eit.livingItems;
+}
 bool TCDVBEITItem::m_Parse(unsigned char* section, int length, int tableId) {
     TheTables().eit.itemsParsed.push_back({section, {length, tableId}});
     for (const fake::EventScript& event : TheTables().eit.events) {
         m_impl->events.push_back(TVServiceInternals::Make<TCDVBEITItemEvent>(event.loop));
     }
-    return !m_impl->events.empty();
+    return TheTables().eit.itemParses.value_or(!m_impl->events.empty());
 }
 TCDVBEITItemEvent* TCDVBEITItem::DVBEITItemEvent(unsigned int index) {
     return index < m_impl->events.size() ? m_impl->events[index].get() : nullptr;
@@ -464,7 +474,7 @@ TCDVBEITParser::TCDVBEITParser(int tableId, TVSHandle const& handle) {
     fake::Construct(TheTables().eit, handle, tableId);
 }
 TCDVBEITParser::~TCDVBEITParser() {
-    ++TheTables().eit.destroyed;
+    fake::Destroy(TheTables().eit);
 }
 bool TCDVBEITParser::Parse(short pid, unsigned char* section) {
     return fake::Take(TheTables().eit, pid, section);
@@ -553,7 +563,7 @@ TCDVBNITParser::TCDVBNITParser(int tableId, const TVSHandle& handle) {
     fake::Construct(TheTables().nit, handle, tableId);
 }
 TCDVBNITParser::~TCDVBNITParser() {
-    ++TheTables().nit.destroyed;
+    fake::Destroy(TheTables().nit);
 }
 bool TCDVBNITParser::Parse(short pid, unsigned char* section) {
     return fake::Take(TheTables().nit, pid, section);
@@ -593,7 +603,7 @@ TCDVBBATParser::TCDVBBATParser(const TVSHandle& handle) {
     fake::Construct(TheTables().bat, handle);
 }
 TCDVBBATParser::~TCDVBBATParser() {
-    ++TheTables().bat.destroyed;
+    fake::Destroy(TheTables().bat);
 }
 bool TCDVBBATParser::Parse(short pid, unsigned char* section) {
     return fake::Take(TheTables().bat, pid, section);

@@ -82,6 +82,7 @@ struct EventScript {
 struct TableScript {
     bool accepts = true;
     std::function<void()> duringParse;
+    std::function<void()> duringDestruction;  ///< runs before anything of the parser is gone
 
     int constructed = 0;
     int destroyed = 0;
@@ -117,6 +118,8 @@ struct EitTable : TableScript {
     Bytes section;
     int sectionLength = 0;
     std::vector<EventScript> events;
+    std::optional<bool> itemParses;  ///< the answer of an item's m_Parse, when not "has events"
+    int livingItems = 0;
     Loop loop;  ///< what TCDescriptor::Parse fills the hash with
     /// Of the item: its four arguments, what m_Parse got; of TCDescriptor::Parse: the rest.
     std::vector<std::vector<int>> itemsMade;

@@ -20,6 +20,8 @@ std::unique_ptr<ICATParser> ICATParser::CreateCATParser() {
 
 CCATParserKorvo::~CCATParserKorvo() {
     SI_LOG(LOG_PRIORITY_DEBUG, "CCATParserKorvo::%s", __func__);
+    // The platform's parser is destroyed before the CA_system_IDs. Without this line it would be
+    // the last, because it is the first member.
     m_Parser.reset();
 }
 

@@ -37,6 +37,8 @@ std::unique_ptr<IPMTParser> IPMTParser::CreatePMTParser() {
 
 CPMTParserKorvo::~CPMTParserKorvo() {
     SI_LOG(LOG_PRIORITY_DEBUG, "~CPMTParserKorvo");
+    // The platform's parser is destroyed before the caches. Without this line it would be the
+    // last, because it is the first member.
     m_Parser.reset();
 }
 

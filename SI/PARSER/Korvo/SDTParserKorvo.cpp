@@ -20,6 +20,12 @@ std::unique_ptr<ISDTParser> ISDTParser::CreateSDTParser() {
     return parser;
 }
 
+CSDTParserKorvo::~CSDTParserKorvo() {
+    // The platform's parser is destroyed before the descriptors. Without this line it would be the
+    // last, because it is the first member.
+    m_Parser.reset();
+}
+
 bool CSDTParserKorvo::Create() {
     m_Parser = std::make_unique<TCDVBSDTParser>(kSdtActualTableId, TVSHandle(1, 0));
     return true;

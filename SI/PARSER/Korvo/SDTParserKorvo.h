@@ -13,6 +13,8 @@ namespace TORVEL_MW {
 /// Adapter over the platform's SDT parser.
 class CSDTParserKorvo : public ISDTParser {
   public:
+    ~CSDTParserKorvo() override;
+
     bool Create() override;
     bool Parse(unsigned short pid, unsigned char* data) override;
     void Initialize() override;

@@ -342,6 +342,53 @@ TEST_F(RecordAllocationTest, BouquetSnapshotThatFailsLeavesNothing) {
     EXPECT_GE(FailEachAllocationTracelessly(prepare, takeAll), 15);
 }
 
+/// Destroys a parser whose caches hold about 100 blocks. True when none of them was freed before
+/// the platform's parser was destroyed.
+template <class Parser>
+bool FreesItsCachesLast(fake::TableScript& table, std::unique_ptr<Parser>& parser) {
+    const int before = t_heap.blocks;
+    int whenDestroyed = 0;
+    table.duringDestruction = [&whenDestroyed] { whenDestroyed = t_heap.blocks; };
+    parser.reset();
+    EXPECT_EQ(table.destroyed, 1);
+    EXPECT_LT(t_heap.blocks, before - 90) << "the caches hold something";
+    return whenDestroyed >= before;  // more when a line of the log was kept
+}
+
+TEST_F(RecordAllocationTest, ParsersFreeTheirCachesBehindThePlatformsParser) {
+    unsigned char section[3] = {};
+    fake::Tables& tables = fake::TheTables();
+
+    fake::Loop& services = tables.sdt.AddSubTable(1, 2).AddService(3).loop;
+    fake::PmtScript& program = tables.pmt.AddProgram(5);
+    tables.pmt.programNumber = 5;
+    for (unsigned char i = 0; i < 100; ++i) {
+        services.Add(fake::PlainDesc(0x48, {0x48, 1, i}));
+        program.AddStream(0x0B, i).loop.Add(fake::StreamIdentifierDesc(i));
+        tables.cat.loop.Add(fake::PlainDesc(0x09, {0x09, 2, 0, i}));
+    }
+    auto sdtParser = ISDTParser::CreateSDTParser();
+    pmtParser = IPMTParser::CreatePMTParser();
+    catParser = ICATParser::CreateCATParser();
+    EXPECT_TRUE(sdtParser->Parse(17, section));
+    EXPECT_TRUE(pmtParser->Parse(256, section));
+    EXPECT_TRUE(catParser->Parse(1, section));
+
+    EXPECT_TRUE(FreesItsCachesLast(tables.sdt, sdtParser));
+    EXPECT_TRUE(FreesItsCachesLast(tables.pmt, pmtParser)) << "the carousels";
+    EXPECT_TRUE(FreesItsCachesLast(tables.cat, catParser));
+
+    platform.Reset();
+    tables.pmt.programNumber = 5;
+    fake::Loop& programLoop = tables.pmt.AddProgram(5).loop;
+    for (unsigned short i = 0; i < 100; ++i) {
+        programLoop.Add(fake::CADesc(i));
+    }
+    pmtParser = IPMTParser::CreatePMTParser();
+    EXPECT_TRUE(pmtParser->Parse(256, section));
+    EXPECT_TRUE(FreesItsCachesLast(tables.pmt, pmtParser)) << "the CA_system_IDs";
+}
+
 TEST_F(RecordAllocationTest, OfferThatFailsIsKeptWholeOrNotAtAll) {
     fake::PmtTable& pmt = fake::TheTables().pmt;
     pmt.programNumber = 5;
