@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <typeinfo>
 #include <utility>
 
 #include "platform/TCDescCA.h"
@@ -102,6 +105,18 @@ unsigned int FrequencyIn(const unsigned char* payload, int length) {
         frequency = frequency << 8 | payload[index];
     }
     return frequency;
+}
+
+// Ends the program when `desc` is an object of another class: somebody made it a T by a cast that
+// does not look, and what it would answer is garbage.
+template <class T>
+void CheckClass(const T& desc) {
+    const TCBaseDesc& base = desc;
+    if (dynamic_cast<const T*>(&base) == nullptr) {
+        std::fprintf(stderr, "a descriptor of class %s is used as one of class %s\n",
+                     typeid(base).name(), typeid(T).name());
+        std::abort();
+    }
 }
 
 template <class T>
@@ -244,6 +259,7 @@ TCDescCA::TCDescCA(const TCDescCA& other)
     : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
 TCDescCA::~TCDescCA() = default;
 unsigned short TCDescCA::CASystemId() const {
+    fake::CheckClass(*this);
     return m_impl->caSystemId;
 }
 TCBaseDesc* TCDescCA::Fork() const {
@@ -258,6 +274,7 @@ TCDescStreamIdentifier::TCDescStreamIdentifier(const TCDescStreamIdentifier& oth
     : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
 TCDescStreamIdentifier::~TCDescStreamIdentifier() = default;
 unsigned char TCDescStreamIdentifier::ComponentTag() const {
+    fake::CheckClass(*this);
     return m_impl->componentTag;
 }
 TCBaseDesc* TCDescStreamIdentifier::Fork() const {
@@ -272,6 +289,7 @@ TCDescCarouselIdentifier::TCDescCarouselIdentifier(const TCDescCarouselIdentifie
     : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
 TCDescCarouselIdentifier::~TCDescCarouselIdentifier() = default;
 unsigned int TCDescCarouselIdentifier::CarouselId() const {
+    fake::CheckClass(*this);
     return m_impl->carouselId;
 }
 TCBaseDesc* TCDescCarouselIdentifier::Fork() const {
@@ -286,6 +304,7 @@ TCDescPrivateDataSpecifier::TCDescPrivateDataSpecifier(const TCDescPrivateDataSp
     : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
 TCDescPrivateDataSpecifier::~TCDescPrivateDataSpecifier() = default;
 unsigned int TCDescPrivateDataSpecifier::PrivateDataSpecifier() const {
+    fake::CheckClass(*this);
     return m_impl->specifier;
 }
 TCBaseDesc* TCDescPrivateDataSpecifier::Fork() const {
@@ -315,6 +334,7 @@ TCDescDataBroadcastId::TCDescDataBroadcastId(const TCDescDataBroadcastId& other)
 }
 TCDescDataBroadcastId::~TCDescDataBroadcastId() = default;
 unsigned short TCDescDataBroadcastId::DataBroadcastId() const {
+    fake::CheckClass(*this);
     return m_impl->id;
 }
 int TCDescDataBroadcastId::NumOfSSUInfoLoop() const {
@@ -363,6 +383,7 @@ unsigned short TCDescLinkage::ServiceId() const {
     return m_impl->script.sid;
 }
 int TCDescLinkage::LinkageType() const {
+    fake::CheckClass(*this);
     return m_impl->script.linkageType;
 }
 int TCDescLinkage::TableType() const {

@@ -207,4 +207,29 @@ TEST_F(CATParserTest, MembersAndSlotsStandInTheirOrder) {
     EXPECT_EQ(Slot(&ICATParser::GetCASystemIds), kDestructorSlots + 4);
 }
 
+TEST_F(CATParserTest, ACATWithoutCADescriptorsIsTakenAndTold) {
+    EXPECT_TRUE(Parse());
+    EXPECT_THAT(CAs(), IsEmpty());
+    EXPECT_THAT(
+        platform.TakeLog(),
+        ElementsAre(CatLine(3, "Parse", "CCATParserKorvo::Parse Number of CA Descriptors: 0")));
+}
+
+TEST_F(CATParserTest, AnIdIsToldBeforeItIsHeld) {
+    cat.loop.Add(CaBytes({0, 1})).Add(CaBytes({0, 2}));
+    std::vector<std::size_t> sizes;
+    platform.duringLog = [&](const std::string&) { sizes.push_back(CAs().size()); };
+    EXPECT_TRUE(Parse());
+    platform.duringLog = nullptr;
+    EXPECT_THAT(sizes, ElementsAre(0u, 0u, 1u)) << "the count, the first id, the second id";
+}
+
+TEST_F(CATParserTest, AnIdBehindADescriptorWithoutOneIsTaken) {
+    cat.loop.Add(CaBytes({0x09})).Add(CaBytes({0, 1}));                               // too short
+    cat.loop.AddMissing(0x09).Add(CaBytes({0, 2}));                                   // missing
+    cat.loop.Add(fake::PlainDesc(0x09, {0x09, 2, 1, 2}, true)).Add(CaBytes({0, 3}));  // not copied
+    EXPECT_TRUE(Parse());
+    EXPECT_THAT(CAs(), ElementsAre(1, 2, 3));
+}
+
 }  // namespace

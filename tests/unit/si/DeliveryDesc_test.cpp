@@ -211,9 +211,11 @@ TEST_F(DeliveryDescTest, WhatThePlatformTakesForAnotherTagIsRefused) {
 TEST_F(DeliveryDescTest, KeepsAForkAndDestroysTheRest) {
     for (const Kind& kind : Kinds()) {
         const int before = fake::LivingDescriptors();
+        const int forks = fake::Forks();
         auto delivery = Parse(kind.bytes);
         ASSERT_TRUE(delivery);
         EXPECT_EQ(fake::LivingDescriptors(), before + 1);
+        EXPECT_EQ(fake::Forks(), forks + 1);
         EXPECT_NE(fake::ForkedFrom(*delivery->PlatformDesc()), nullptr);
         auto holder = delivery;
         delivery.reset();

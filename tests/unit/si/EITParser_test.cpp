@@ -386,4 +386,37 @@ TEST_F(EITParserTest, LinesComeBeforeWhatTheyTell) {
     EXPECT_THAT(sizes, ElementsAre(3u, 0u, 1u));
 }
 
+TEST_F(EITParserTest, PrivateDataSpecifierIsKnownByAll16BitsOfThePlatformsTag) {
+    auto desc = std::make_shared<OtherTag<TCDescPrivateDataSpecifier, 0x015F>>();
+    HoldEvent({desc, PlainDesc(0x83, {0x83, 0})});
+    EXPECT_THAT(Descriptors(), ElementsAre(Public(0x5F, {}), Public(0x83, {0x83, 0})));
+}
+
+TEST_F(EITParserTest, ItemIsAskedForItsEventWhateverItsDecodingAnswered) {
+    HoldEvent({PlainDesc(0x4D, {0x4D, 0})});
+    eit.itemParses = false;
+    EXPECT_THAT(Descriptors(), ElementsAre(Public(0x4D, {0x4D, 0})));
+    eit.events.clear();
+    eit.itemParses = true;
+    platform.TakeLog();
+    std::vector<IEITParser::EITDescriptor> out;
+    EXPECT_FALSE(parser->GetDescriptors(1, 2, 3, out));
+    EXPECT_THAT(platform.TakeLog(), ElementsAre(kAsked, kNoEvent));
+}
+
+TEST_F(EITParserTest, ItemLivesAsLongAsTheQuery) {
+    HoldEvent({PlainDesc(0x4D, {0x4D, 0})});
+    int livingWhenTold = 0;
+    platform.duringLog = [&](const std::string&) { livingWhenTold = eit.livingItems; };
+    EXPECT_THAT(Descriptors(), ElementsAre(Public(0x4D, {0x4D, 0})));
+    EXPECT_EQ(livingWhenTold, 1);
+    EXPECT_EQ(eit.livingItems, 0);
+    eit.events.clear();
+    std::vector<IEITParser::EITDescriptor> out;
+    EXPECT_FALSE(parser->GetDescriptors(1, 2, 3, out));
+    EXPECT_EQ(livingWhenTold, 1);
+    EXPECT_EQ(eit.livingItems, 0);
+    platform.duringLog = nullptr;
+}
+
 }  // namespace

@@ -67,7 +67,7 @@ inline std::vector<std::pair<int, bool>> ServicesOf(const ScanLinkages& linkages
     return services;
 }
 
-/// Linkages of another implementation.
+/// Linkages of another implementation. Read as one of ours they would pass for an empty one.
 class ForeignLinkage : public ISSULinkageDesc {
   public:
     void GetOUIs(std::list<unsigned int>&) override {}
@@ -75,11 +75,17 @@ class ForeignLinkage : public ISSULinkageDesc {
     void GetSelectorBytes(unsigned int,
                           std::vector<std::shared_ptr<std::vector<unsigned char>>>&) override {}
     void GetLocation(unsigned short&, unsigned short&, unsigned short&) override {}
+
+  private:
+    const unsigned char zeros_[128] = {};
 };
 class ForeignScanLinkage : public ISSUScanLinkageDesc {
   public:
     bool operator==(const ISSUScanLinkageDesc&) const override { return false; }
     void GetLocation(bool&, unsigned short&, unsigned short&, unsigned short&) override {}
+
+  private:
+    const unsigned char zeros_[128] = {};
 };
 
 template <class Table>
@@ -130,27 +136,31 @@ TYPED_TEST_P(LinkageContract, LinkagesAreSortedByTypeAndKeepTheOrderOfTheLoop) {
     EXPECT_THAT(this->platform.TakeLog(), IsEmpty());
 }
 
-TYPED_TEST_P(LinkageContract, ScanLinkageOfAnotherTableTypeIsNotKept) {
+TYPED_TEST_P(LinkageContract, ScanLinkageOfAnotherTableTypeIsNotKeptAndWhatFollowsIs) {
     fake::Loop& loop = this->table->loop;
     for (const int tableType : {0, 3, 4, 0xFF}) {
         loop.Add(Linkage(0x0A, 1, tableType));
     }
+    loop.Add(Linkage(0x0A, 2, 1)).Add(Linkage(0x09, 3));
     const auto snapshot = this->Snapshot();
-    EXPECT_THAT(TypeParam::SSUScanLinkages(*snapshot), IsEmpty());
-    EXPECT_THAT(TypeParam::SSULinkages(*snapshot), IsEmpty());
+    EXPECT_THAT(ServicesOf(TypeParam::SSUScanLinkages(*snapshot)),
+                ElementsAre(std::make_pair(2, true)));
+    EXPECT_THAT(ServicesOf(TypeParam::SSULinkages(*snapshot)), ElementsAre(3));
     EXPECT_THAT(this->platform.TakeLog(), IsEmpty());
 }
 
-TYPED_TEST_P(LinkageContract, LinkageOfAnotherTypeIsSkippedSilently) {
+TYPED_TEST_P(LinkageContract, LinkageOfAnotherTypeIsSkippedSilentlyAndWhatFollowsIsKept) {
     fake::Loop& loop = this->table->loop;
     for (int linkageType = 0; linkageType <= 0xFF; ++linkageType) {
         if (linkageType != 0x09 && linkageType != 0x0A) {
             loop.Add(Linkage(linkageType, 1, 1, {{0x00015A, {}}}));
         }
     }
+    loop.Add(Linkage(0x0A, 2, 2)).Add(Linkage(0x09, 3));
     const auto snapshot = this->Snapshot();
-    EXPECT_THAT(TypeParam::SSUScanLinkages(*snapshot), IsEmpty());
-    EXPECT_THAT(TypeParam::SSULinkages(*snapshot), IsEmpty());
+    EXPECT_THAT(ServicesOf(TypeParam::SSUScanLinkages(*snapshot)),
+                ElementsAre(std::make_pair(2, false)));
+    EXPECT_THAT(ServicesOf(TypeParam::SSULinkages(*snapshot)), ElementsAre(3));
     EXPECT_THAT(this->platform.TakeLog(), IsEmpty());
 }
 
@@ -167,10 +177,13 @@ TYPED_TEST_P(LinkageContract, MissingLinkageIsSkippedSilentlyAndOtherDescriptors
 }
 
 TYPED_TEST_P(LinkageContract, LinkageThatThePlatformCouldNotDecodeIsSkippedSilently) {
-    this->table->loop.Add(fake::PlainDesc(0x4A, {0x4A, 2, 0, 0})).Add(Linkage(0x09, 1));
+    this->table->loop.Add(fake::PlainDesc(0x4A, {0x4A, 2, 0, 0}))
+        .Add(Linkage(0x09, 1))
+        .Add(Linkage(0x0A, 2, 1));
     const auto snapshot = this->Snapshot();
     EXPECT_THAT(ServicesOf(TypeParam::SSULinkages(*snapshot)), ElementsAre(1));
-    EXPECT_THAT(TypeParam::SSUScanLinkages(*snapshot), IsEmpty());
+    EXPECT_THAT(ServicesOf(TypeParam::SSUScanLinkages(*snapshot)),
+                ElementsAre(std::make_pair(2, true)));
     EXPECT_THAT(this->platform.TakeLog(), IsEmpty());
 }
 
@@ -308,15 +321,18 @@ TYPED_TEST_P(LinkageContract, TableWithoutLinkageGivesNothing) {
     EXPECT_THAT(this->platform.TakeLog(), IsEmpty());
 }
 
-REGISTER_TYPED_TEST_SUITE_P(
-    LinkageContract, LinkagesAreSortedByTypeAndKeepTheOrderOfTheLoop,
-    ScanLinkageOfAnotherTableTypeIsNotKept, LinkageOfAnotherTypeIsSkippedSilently,
-    MissingLinkageIsSkippedSilentlyAndOtherDescriptorsAreNotLinkages,
-    LinkageThatThePlatformCouldNotDecodeIsSkippedSilently, OuiTakesOnlyLinkagesThatListIt,
-    OuiAllOnesTakesEveryLinkageAlsoThoseWithoutAny, NoOtherOuiIsAWildcard,
-    OuiThatNoLinkageListsGivesNothingButRoomForAll, RoomIsForTheLinkagesStoredWhateverTheVectorHeld,
-    ScanLinkagesAreGivenWithRoomForThemWhateverTheVectorHeld, LinkagesAreAppended,
-    LinkagesGivenAreCopiesThatShareTheirSelectorBytes, LinkagesOfAnotherImplementationAreNotGiven,
-    TableWithoutLinkageGivesNothing);
+REGISTER_TYPED_TEST_SUITE_P(LinkageContract, LinkagesAreSortedByTypeAndKeepTheOrderOfTheLoop,
+                            ScanLinkageOfAnotherTableTypeIsNotKeptAndWhatFollowsIs,
+                            LinkageOfAnotherTypeIsSkippedSilentlyAndWhatFollowsIsKept,
+                            MissingLinkageIsSkippedSilentlyAndOtherDescriptorsAreNotLinkages,
+                            LinkageThatThePlatformCouldNotDecodeIsSkippedSilently,
+                            OuiTakesOnlyLinkagesThatListIt,
+                            OuiAllOnesTakesEveryLinkageAlsoThoseWithoutAny, NoOtherOuiIsAWildcard,
+                            OuiThatNoLinkageListsGivesNothingButRoomForAll,
+                            RoomIsForTheLinkagesStoredWhateverTheVectorHeld,
+                            ScanLinkagesAreGivenWithRoomForThemWhateverTheVectorHeld,
+                            LinkagesAreAppended, LinkagesGivenAreCopiesThatShareTheirSelectorBytes,
+                            LinkagesOfAnotherImplementationAreNotGiven,
+                            TableWithoutLinkageGivesNothing);
 
 }  // namespace

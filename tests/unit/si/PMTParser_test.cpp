@@ -4,6 +4,7 @@
 #include <set>
 
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
+#include "platform/TCDescDataBroadcastId.h"
 #include "tests/support/FakeTables.h"
 #include "tests/unit/si/SiFixture.h"
 #include "tests/unit/si/Slot.h"
@@ -204,6 +205,7 @@ TEST_F(PMTParserTest, WithoutAnInstanceTheCASetIsEmptiedAndTheCarouselsAreBuilt)
     StreamScript& stream = pmt.byIndex[0]->AddStream(0x0A, 0x300);
     stream.loop.Add(fake::StreamIdentifierDesc(9));
     EXPECT_TRUE(Parse());
+    EXPECT_EQ(parser->ProgramNumber(), 6);
     EXPECT_THAT(CAs(), IsEmpty());
     unsigned short pid = 0;
     EXPECT_THAT(
@@ -236,8 +238,8 @@ TEST_F(PMTParserTest, WithoutAnyInstanceTheCarouselMapIsEmptied) {
 
 TEST_F(PMTParserTest, CASystemIdsComeFromBothLoopsOnce) {
     PmtScript& program = Program(5);
-    program.loop.Add(fake::CADesc(3)).Add(fake::CADesc(1)).AddMissing(0x09);
-    program.AddStream(2, 0x200).loop.Add(fake::CADesc(2)).Add(fake::CADesc(1)).AddMissing(0x09);
+    program.loop.Add(fake::CADesc(3)).AddMissing(0x09).Add(fake::CADesc(1));
+    program.AddStream(2, 0x200).loop.AddMissing(0x09).Add(fake::CADesc(2)).Add(fake::CADesc(1));
     ParseSilently();
     EXPECT_THAT(CAs(), ElementsAre(1, 2, 3));
     program.loop.entries.clear();
@@ -329,7 +331,8 @@ TEST_F(PMTParserTest, OfEqualComponentTagsInTwoProgramsTheLastWins) {
 }
 
 TEST_F(PMTParserTest, AStreamWithoutComponentTagIsUnderNoTag) {
-    Program(5).AddStream(0x0B, 0x200).loop.Add(fake::CarouselIdentifierDesc(1));
+    PmtScript& program = Program(5);
+    program.AddStream(0x0B, 0x200).loop.Add(fake::CarouselIdentifierDesc(1));
     ParseSilently();
     for (int tag = 0; tag < 256; ++tag) {
         unsigned short pid = 77;
@@ -339,6 +342,11 @@ TEST_F(PMTParserTest, AStreamWithoutComponentTagIsUnderNoTag) {
         EXPECT_EQ(pid, 77);
         EXPECT_EQ(carousel, 77ul);
     }
+    program.AddStream(0x0B, 0x201).loop.Add(fake::StreamIdentifierDesc(7));
+    ParseSilently();
+    unsigned short pid = 0;
+    EXPECT_TRUE(parser->GetPID(7, pid)) << "of the stream behind it";
+    EXPECT_EQ(pid, 0x201);
 }
 
 TEST_F(PMTParserTest, OfAStreamsIdentifiersTheFirstCount) {
@@ -464,7 +472,10 @@ TEST_F(PMTParserTest, SSUInfosComeFromTheRightDataBroadcastIdOnly) {
     StreamScript& stream = Program(5).AddStream(0x0B, 0x200);
     stream.loop.Add(fake::DataBroadcastIdDesc(0x0005, {{0x10, {1}}}));
     stream.loop.Add(fake::DataBroadcastIdDesc(0x0123, {{0x10, {1}}}));
+    stream.loop.Add(fake::DataBroadcastIdDesc(0x010A, {{0x10, {1}}}));
+    stream.loop.Add(fake::DataBroadcastIdDesc(0x0A00, {{0x10, {1}}}));
     stream.loop.AddMissing(0x66);
+    stream.loop.Add(fake::PlainDesc(0x66, {0x66, 2, 0, 0x0A}));
     ParseSilently();
     EXPECT_THAT(SsuPids(kAny), IsEmpty());
     EXPECT_THAT(PMTParserKorvoPeer::SSUInfos(Ours()), IsEmpty());
@@ -529,12 +540,25 @@ TEST_F(PMTParserTest, GetSSUInfoSkipsNullsAndOtherImplementations) {
         bool ContainsOUI(unsigned int) override { return true; }
         void GetSelectorBytes(unsigned int, std::vector<SelectorBytes>&) override {}
         void GetPID(unsigned short&) override {}
+        const unsigned char zeros_[128] = {};  // read as one of ours it would pass for an empty one
+    };
+    const auto addOurs = [this](unsigned short pid) {
+        const auto desc = fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}});
+        PMTParserKorvoPeer::SSUInfos(Ours())[5].push_back(
+            std::make_unique<CSSUInfo>(pid, dynamic_cast<TCDescDataBroadcastId&>(*desc)));
     };
     auto& infos = PMTParserKorvoPeer::SSUInfos(Ours())[5];
     infos.push_back(nullptr);
     infos.push_back(std::make_unique<Other>());
     EXPECT_THAT(SsuPids(kAny), IsEmpty());
     EXPECT_THAT(SsuPids(5, 0x10), IsEmpty()) << "null is tested before its OUIs";
+    addOurs(0x500);
+    infos.push_back(nullptr);
+    addOurs(0x501);
+    infos.push_back(std::make_unique<Other>());
+    addOurs(0x502);
+    EXPECT_THAT(SsuPids(kAny), ElementsAre(0x500, 0x501, 0x502));
+    EXPECT_THAT(SsuPids(5, 0x10), ElementsAre(0x500, 0x501, 0x502));
 }
 
 TEST_F(PMTParserTest, QueriesOnAProgramThatThePlatformDoesNotHoldTellSo) {
@@ -600,6 +624,52 @@ TEST_F(PMTParserTest, SlotOrder) {
     EXPECT_EQ(Slot(&IPMTParser::GetSSUInfo), slot++);
     EXPECT_EQ(Slot(&IPMTParser::ProgramNumber), slot++);
     EXPECT_EQ(Slot(&IPMTParser::GetCASystemIds), slot++);
+}
+
+TEST_F(PMTParserTest, DescriptorsThatThePlatformCouldNotDecodeArePassedOver) {
+    PmtScript& program = Program(5);
+    program.loop.Add(fake::PlainDesc(0x09, {0x09, 1, 0})).Add(fake::CADesc(1));
+    program.AddStream(0x0B, 0x200).loop.Add(fake::PlainDesc(0x52, {0x52, 0}));
+    StreamScript& stream = program.AddStream(0x0B, 0x201);
+    stream.loop.Add(fake::PlainDesc(0x09, {0x09, 0})).Add(fake::CADesc(2));
+    stream.loop.Add(fake::PlainDesc(0x66, {0x66, 0}))
+        .Add(fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}}));
+    stream.loop.Add(fake::StreamIdentifierDesc(7)).Add(fake::PlainDesc(0x13, {0x13, 0}));
+    ParseSilently();
+    EXPECT_THAT(CAs(), ElementsAre(1, 2));
+    EXPECT_THAT(SsuPids(kAny), ElementsAre(0x201));
+    unsigned short pid = 0;
+    unsigned long carousel = 0;
+    EXPECT_TRUE(parser->GetPID(7, pid));
+    EXPECT_EQ(pid, 0x201);
+    EXPECT_TRUE(parser->GetCarouselID(7, carousel));
+    EXPECT_EQ(carousel, 4294967295ul) << "no carousel identifier";
+}
+
+TEST_F(PMTParserTest, PidsHaveAllThe16BitsThatThePlatformGives) {
+    StreamScript& stream = Program(5).AddStream(0x0B, 0xE201);
+    stream.loop.Add(fake::StreamIdentifierDesc(7))
+        .Add(fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}}));
+    ParseSilently();
+    EXPECT_EQ(parser->ElementaryPID(5, 0), 0xE201);
+    unsigned short pid = 0;
+    EXPECT_TRUE(parser->GetPID(7, pid));
+    EXPECT_EQ(pid, 0xE201);
+    EXPECT_THAT(SsuPids(kAny), ElementsAre(0xE201));
+}
+
+TEST_F(PMTParserTest, OffersOfAStreamAreTakenBeforeItsCASystemIds) {
+    PmtScript& program = Program(5);
+    program.loop.Add(fake::CADesc(1));
+    fake::Loop& loop = program.AddStream(1, 0x500).loop;
+    loop.Add(fake::CADesc(2)).Add(fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}}));
+    std::vector<std::pair<std::size_t, std::size_t>> offersAndIds;
+    loop.duringCount = [&](fake::Loop&) {
+        offersAndIds.emplace_back(SsuPids(kAny).size(), CAs().size());
+    };
+    ParseSilently();
+    // Counted for the offers once, then for the ids before each of them and at the end.
+    EXPECT_THAT(offersAndIds, ElementsAre(std::pair(0u, 1u), std::pair(1u, 1u), std::pair(1u, 2u)));
 }
 
 }  // namespace

@@ -536,4 +536,10 @@ TEST_F(SDTParserTest, LinesComeBeforeWhatTheyTell) {
     EXPECT_THAT(sizes, ElementsAre(2u, 0u, 0u, 1u));
 }
 
+TEST_F(SDTParserTest, PrivateDataSpecifierIsKnownByAll16BitsOfThePlatformsTag) {
+    auto desc = std::make_shared<OtherTag<TCDescPrivateDataSpecifier, 0x015F>>();
+    FeedService({desc, PlainDesc(0x83, {0x83, 0})});
+    EXPECT_THAT(Saved(), ElementsAre(Public(0x5F, {}), Public(0x83, {0x83, 0})));
+}
+
 }  // namespace

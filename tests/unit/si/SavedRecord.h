@@ -23,6 +23,13 @@ inline Record Extended(int extendedTag, fake::Bytes data) {
     return {0x7F, false, 0, true, extendedTag, std::move(data)};
 }
 
+/// A descriptor of a class whose tag is not that of the class.
+template <class Descriptor, unsigned short kTag>
+class OtherTag : public Descriptor {
+  public:
+    unsigned short Tag() const override { return kTag; }
+};
+
 template <class Descriptor>
 std::vector<Record> Records(const std::vector<Descriptor>& saved) {
     std::vector<Record> records;

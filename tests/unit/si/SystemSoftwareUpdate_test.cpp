@@ -561,4 +561,33 @@ TEST_F(SSULinkageTest, ParseRefusesEveryOtherLinkageType) {
     }
 }
 
+TYPED_TEST(OuiRecordTest, OuisHaveAllThe32BitsThatThePlatformGives) {
+    const auto record = RecordOf<TypeParam>(LoopOf({{0xAB00015A, {1}}, {0x15A, {2}}}));
+    EXPECT_THAT(this->Ouis(*record), ElementsAre(0x15Au, 0xAB00015Au));
+    EXPECT_TRUE(record->ContainsOUI(0xAB00015A));
+    EXPECT_FALSE(record->ContainsOUI(0xCD00015A));
+    const auto selectors = this->Selectors(*record, 0xAB00015A);
+    ASSERT_EQ(selectors.size(), 1u);
+    EXPECT_THAT(*selectors[0], ElementsAre(1));
+    EXPECT_THAT(this->Selectors(*record, 0xCD00015A), IsEmpty());
+}
+
+TYPED_TEST(OuiRecordTest, EntriesBehindOnesThatAreMissingRefusedOrWithoutSelectorAreKept) {
+    const auto record = RecordOf<TypeParam>(LoopOf({{0x10, {}},
+                                                    {0x20, {2}},
+                                                    {0x30, {3}, true, false},
+                                                    {0x40, {4}},
+                                                    {0, {}, false, true},
+                                                    {0x50, {5}}}));
+    EXPECT_THAT(this->Ouis(*record), ElementsAre(0x10u, 0x20u, 0x40u, 0x50u));
+}
+
+TEST_F(SSUInfoTest, PidHasAllThe16BitsThatThePlatformGives) {
+    const auto desc = fake::DataBroadcastIdDesc(0x000A);
+    CSSUInfo info(0xFFFE, dynamic_cast<TCDescDataBroadcastId&>(*desc));
+    unsigned short pid = 0;
+    info.GetPID(pid);
+    EXPECT_EQ(pid, 0xFFFE);
+}
+
 }  // namespace
