@@ -82,6 +82,10 @@ struct SingleTable {
 };
 
 void AddControls(SingleTable& table) {
+    // No text has these by the standard; streams have.
+    for (unsigned code = 1; code < 0x20; ++code) {
+        table.characters[code] = code;
+    }
     for (unsigned code = 0x80; code <= 0x9F; ++code) {
         table.characters[code] = code == 0x8A ? U'\n' : code;
     }
@@ -90,7 +94,7 @@ void AddControls(SingleTable& table) {
             table.codes.emplace(table.characters[code], static_cast<std::uint16_t>(code));
         }
     }
-    table.characters['\n'] = U'\n';  // seen in streams; the line break of the standard is 0x8A
+    table.codes[U'\n'] = 0x8A;
 }
 
 const SingleTable& Iso6937() {

@@ -38,7 +38,7 @@ template <std::size_t... Ns>
 constexpr Steps<(Ns + ... + 0)> Sequence(const Steps<Ns>&... parts) {
     Steps<(Ns + ... + 0)> result;
     std::size_t at = 0;
-    const auto append = [&](const auto& part) {
+    [[maybe_unused]] const auto append = [&](const auto& part) {
         for (const Op& op : part.ops) {
             result.ops[at++] = op;
         }

@@ -1,7 +1,6 @@
 #include "syntax/Encoder.h"
 
 #include <array>
-#include <charconv>
 
 #include "softplatform/base/Crc32.h"
 #include "syntax/BitWriter.h"
@@ -650,7 +649,16 @@ bool SaysTheSame(const Node& decoded, const Node& given, const TextRules& rules)
                    left.type != Scalar::Type::kNull && right.type != Scalar::Type::kNull &&
                    number(left) == number(right);
         }
-        return left.number == right.number && left.real == right.real && left.text == right.text;
+        switch (left.type) {
+            case Scalar::Type::kNull:
+                return true;
+            case Scalar::Type::kReal:
+                return left.real == right.real;
+            case Scalar::Type::kString:
+                return left.text == right.text;
+            default:
+                return left.number == right.number;
+        }
     }
     if (given.type != NodeType::kObject) {
         return false;

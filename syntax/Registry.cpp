@@ -20,8 +20,15 @@ struct Lists {
 const Lists& TheLists() {
     static const Lists& lists = *[] {
         auto* made = new Lists;
-        const GroupView groups[] = {MpegTables(), DvbTables(), OtherTables(), MpegDescriptors(),
-                                    DvbDescriptors()};
+        const GroupView groups[] = {MpegTables(),
+                                    DvbTables(),
+                                    OtherTables(),
+                                    MpegDescriptors(),
+                                    MpegExtensionDescriptors(),
+                                    DvbDescriptors(),
+                                    DvbExtensionDescriptors(),
+                                    ApplicationDescriptors(),
+                                    PrivateDescriptors()};
         for (const GroupView& group : groups) {
             for (const Head& head : group.heads) {
                 made->all.push_back({head, group.ops.subspan(head.first, head.count)});

@@ -1,4 +1,4 @@
-// The groups of declarations, one a file of this folder.
+// The groups of declarations, and where each stands in this folder.
 #pragma once
 
 #include "syntax/Declare.h"
@@ -9,6 +9,10 @@ GroupView MpegTables();
 GroupView DvbTables();
 GroupView OtherTables();
 GroupView MpegDescriptors();
+GroupView MpegExtensionDescriptors();  // MpegDescriptors.cpp
 GroupView DvbDescriptors();
+GroupView DvbExtensionDescriptors();  // DvbExtensions.cpp
+GroupView ApplicationDescriptors();   // Applications.cpp
+GroupView PrivateDescriptors();       // Private.cpp
 
 }  // namespace syntax
