@@ -1,7 +1,8 @@
 #include "client/Acquisition.h"
 
 #include <algorithm>
-#include <string>
+#include <iterator>
+#include <map>
 #include <tuple>
 #include <utility>
 
@@ -16,14 +17,11 @@ using TORVEL_MW::ISectionObserver;
 
 namespace {
 
-// Names each sub-table that was begun and never became whole.
+// Names each sub-table of a kind that is told apart by one id and was never complete.
 template <class Reader>
-void NameUnfinished(const Reader& reader, const char* table, std::vector<std::string>& missing) {
-    const auto whole = reader.Whole();
-    for (const auto& key : reader.Begun()) {
-        if (whole.count(key) == 0) {
-            missing.push_back(table + std::to_string(key));
-        }
+void NameUnfinished(const Reader& reader, Missing::What what, std::vector<Missing>& missing) {
+    for (auto& [id, sections] : reader.Unfinished()) {
+        missing.push_back({.what = what, .id = id, .sections = std::move(sections)});
     }
 }
 
@@ -199,68 +197,94 @@ Multiplex Acquisition::Look() const {
 void Acquisition::FillPrograms(Multiplex& multiplex) const {
     const auto pats = pats_.Whole();
     if (pats.empty()) {
-        multiplex.missing.emplace_back("pat");
+        Missing missing{.what = Missing::kPat};
+        for (auto& pat : pats_.Unfinished()) {
+            missing.sections = std::move(pat.second);
+        }
+        multiplex.missing.push_back(std::move(missing));
         return;
     }
-    multiplex.pat = pats.begin()->second;
+    multiplex.pat = *pats.begin()->second;
     const auto pmts = pmts_.Whole();
+    const auto unfinished = pmts_.Unfinished();
     for (const PatProgram& program : multiplex.pat->programs) {
-        const auto found = pmts.find({static_cast<unsigned int>(program.pmtPid),
-                                      static_cast<unsigned int>(program.programNumber)});
-        if (found == pmts.end()) {
-            multiplex.missing.push_back("pmt " + std::to_string(program.programNumber));
-        } else {
+        const auto pid = static_cast<unsigned int>(program.pmtPid);
+        const auto number = static_cast<unsigned int>(program.programNumber);
+        const auto found = pmts.find({pid, number});
+        if (found != pmts.end()) {
             multiplex.programs.push_back(found->second);
+            continue;
         }
+        Missing missing{.what = Missing::kPmt, .pid = pid, .id = number};
+        if (const auto begun = unfinished.find({pid, number}); begun != unfinished.end()) {
+            missing.sections = begun->second;
+        }
+        multiplex.missing.push_back(std::move(missing));
     }
 }
 
 void Acquisition::FillConditionalAccess(Multiplex& multiplex) const {
     const auto cats = cats_.Whole();
     if (!cats.empty()) {
-        multiplex.caSystemIds = cats.begin()->second;
+        multiplex.caSystemIds = *cats.begin()->second;
         return;
     }
+    auto unfinished = cats_.Unfinished();
     const bool scrambled = tvservice::SoftwarePlatform::Instance().Counter("scrambled_packets") > 0;
-    if (scrambled || std::any_of(multiplex.programs.begin(), multiplex.programs.end(),
-                                 [](const Program& program) { return program.hasCaDescriptor; })) {
-        multiplex.missing.emplace_back("cat");
+    if (!unfinished.empty()) {
+        multiplex.missing.push_back(
+            {.what = Missing::kCat, .sections = std::move(unfinished.begin()->second)});
+    } else if (scrambled || WasRefused(kCatTableId) ||
+               std::any_of(multiplex.programs.begin(), multiplex.programs.end(),
+                           [](const auto& program) { return program->hasCaDescriptor; })) {
+        multiplex.missing.push_back({.what = Missing::kCat});
     }
 }
 
 void Acquisition::FillServices(Multiplex& multiplex) const {
-    // The own transport stream's, should there be others under the same table_id; where none of it
-    // came, as behind a multiplexer that renumbers only the PAT, what says that it is the actual.
+    // The SDT of this transport stream, should there be others under the same table_id. Where no
+    // section of it came, any SDT counts: a multiplexer may renumber only the PAT.
     const auto sdts = sdts_.Whole();
-    const auto begun = sdts_.Begun();
-    const auto isOwn = [&multiplex](unsigned int tsid) {
-        return multiplex.pat && tsid == multiplex.pat->transportStreamId;
+    const auto unfinished = sdts_.Unfinished();
+    const auto isOwn = [&multiplex](const auto& sdt) {
+        return multiplex.pat && sdt.first.second == multiplex.pat->transportStreamId;
     };
-    const auto own = std::find_if(sdts.begin(), sdts.end(),
-                                  [&isOwn](const auto& sdt) { return isOwn(sdt.first.second); });
-    if (own == sdts.end() &&
-        (sdts.empty() || std::any_of(begun.begin(), begun.end(),
-                                     [&isOwn](const auto& key) { return isOwn(key.second); }))) {
-        multiplex.missing.emplace_back("sdt");
-        return;
+    const auto own = std::find_if(sdts.begin(), sdts.end(), isOwn);
+    const auto ownUnfinished = std::find_if(unfinished.begin(), unfinished.end(), isOwn);
+    if (own != sdts.end()) {
+        multiplex.services = own->second;
+    } else if (!sdts.empty() && ownUnfinished == unfinished.end()) {
+        multiplex.services = sdts.begin()->second;
+    } else if (!unfinished.empty()) {
+        const auto& lacking =
+            ownUnfinished != unfinished.end() ? *ownUnfinished : *unfinished.begin();
+        multiplex.missing.push_back({.what = Missing::kSdt,
+                                     .originalNetworkId = lacking.first.first,
+                                     .transportStreamId = lacking.first.second,
+                                     .sections = lacking.second});
+    } else {
+        Missing missing{.what = Missing::kSdt};
+        if (multiplex.pat) {
+            missing.transportStreamId = multiplex.pat->transportStreamId;
+        }
+        multiplex.missing.push_back(missing);
     }
-    multiplex.services = (own != sdts.end() ? own : sdts.begin())->second;
-    std::stable_sort(multiplex.services.begin(), multiplex.services.end(),
-                     [](const Service& a, const Service& b) { return a.serviceId < b.serviceId; });
 }
 
 void Acquisition::FillNetworks(Multiplex& multiplex) const {
     const auto actualNits = actualNits_.Whole();
-    const bool needsNit = (multiplex.pat && multiplex.pat->networkPid) ||
-                          tvservice::SoftwarePlatform::Instance().Seen(kNitPid);
-    if (actualNits.empty() && actualNits_.Begun().empty() && needsNit) {
-        multiplex.missing.emplace_back("nit");
+    const bool isAnnounced = (multiplex.pat && multiplex.pat->networkPid) ||
+                             tvservice::SoftwarePlatform::Instance().Seen(kNitPid);
+    // Networks of a PID whose filter was refused are missing even if those of another PID came.
+    if (WasRefused(kNitActualTableId) ||
+        (actualNits.empty() && actualNits_.Unfinished().empty() && isAnnounced)) {
+        multiplex.missing.push_back({.what = Missing::kNitActual});
     }
-    NameUnfinished(actualNits_, "nit ", multiplex.missing);
-    NameUnfinished(otherNits_, "nit other ", multiplex.missing);
-    if (WasRefused(kNitOtherTableId) && otherNits_.Begun().empty()) {
-        multiplex.missing.emplace_back("nit other");
+    NameUnfinished(actualNits_, Missing::kNitActual, multiplex.missing);
+    if (WasRefused(kNitOtherTableId)) {
+        multiplex.missing.push_back({.what = Missing::kNitOther});
     }
+    NameUnfinished(otherNits_, Missing::kNitOther, multiplex.missing);
     for (const auto& network : actualNits) {
         multiplex.networks.push_back(network.second);
     }
@@ -268,14 +292,14 @@ void Acquisition::FillNetworks(Multiplex& multiplex) const {
         multiplex.networks.push_back(network.second);
     }
     std::stable_sort(multiplex.networks.begin(), multiplex.networks.end(),
-                     [](const Network& a, const Network& b) { return a.networkId < b.networkId; });
+                     [](const auto& a, const auto& b) { return a->networkId < b->networkId; });
 }
 
 void Acquisition::FillBouquets(Multiplex& multiplex) const {
-    NameUnfinished(bats_, "bat ", multiplex.missing);
-    if (WasRefused(kBatTableId) && bats_.Begun().empty()) {
-        multiplex.missing.emplace_back("bat");
+    if (WasRefused(kBatTableId)) {
+        multiplex.missing.push_back({.what = Missing::kBat});
     }
+    NameUnfinished(bats_, Missing::kBat, multiplex.missing);
     for (const auto& bouquet : bats_.Whole()) {
         multiplex.bouquets.push_back(bouquet.second);
     }
@@ -283,20 +307,47 @@ void Acquisition::FillBouquets(Multiplex& multiplex) const {
 
 void Acquisition::FillEvents(Multiplex& multiplex) const {
     const auto eits = eits_.Whole();
-    for (const Service& service : multiplex.services) {
-        if (service.hasPresentFollowing &&
-            eits.count({service.originalNetworkId, service.transportStreamId, service.serviceId}) ==
-                0) {
-            multiplex.missing.push_back("eit " + std::to_string(service.serviceId));
+    // By service, the sections that are missing.
+    std::map<EitTable::Key, std::optional<std::vector<unsigned char>>> missing;
+    for (const Service& service : *multiplex.services) {
+        const EitTable::Key key{service.originalNetworkId, service.transportStreamId,
+                                service.serviceId};
+        if (service.hasPresentFollowing && eits.count(key) == 0) {
+            missing[key];
         }
     }
-    for (const auto& eit : eits) {
-        multiplex.events.insert(multiplex.events.end(), eit.second.begin(), eit.second.end());
+    for (auto& [key, sections] : eits_.Unfinished()) {
+        missing[key] = std::move(sections);
     }
-    std::stable_sort(multiplex.events.begin(), multiplex.events.end(),
-                     [](const Event& a, const Event& b) {
-                         return std::tie(a.serviceId, a.section) < std::tie(b.serviceId, b.section);
-                     });
+    if (WasRefused(kEitPresentFollowingTableId)) {
+        multiplex.missing.push_back({.what = Missing::kEit});
+    }
+    for (auto& [key, sections] : missing) {
+        multiplex.missing.push_back({.what = Missing::kEit,
+                                     .originalNetworkId = std::get<0>(key),
+                                     .transportStreamId = std::get<1>(key),
+                                     .id = std::get<2>(key),
+                                     .sections = std::move(sections)});
+    }
+    for (const auto& eit : eits) {
+        multiplex.events.push_back(eit.second);
+    }
+    for (auto& eit : eits_.Partial(kEitPid)) {
+        auto table = std::make_shared<EventTable>(std::move(eit.second.front()));
+        for (std::size_t i = 1; i < eit.second.size(); ++i) {
+            std::vector<Event>& events = eit.second[i].events;
+            table->events.insert(table->events.end(), std::make_move_iterator(events.begin()),
+                                 std::make_move_iterator(events.end()));
+        }
+        multiplex.partialEvents.insert(table);
+        multiplex.events.push_back(std::move(table));
+    }
+    std::sort(multiplex.events.begin(), multiplex.events.end(), [](const auto& a, const auto& b) {
+        const auto ids = [](const EventTable& table) {
+            return std::tuple(table.serviceId, table.originalNetworkId, table.transportStreamId);
+        };
+        return ids(*a) < ids(*b);
+    });
 }
 
 }  // namespace client

@@ -1,8 +1,9 @@
 #include "client/BatTable.h"
 
+#include "SI/Include/IBATParser.h"
 #include "client/Linkages.h"
 #include "client/Records.h"
-#include "client/SubTableReader.h"
+#include "platform/TCDVBBATParser.h"
 #include "platform/TCDescBouquetName.h"
 #include "platform/TVSHandle.h"
 
@@ -12,25 +13,24 @@ namespace {
 constexpr int kBouquetNameTag = 0x47;
 }
 
-BatTable::BatTable()
-    : parser_(TORVEL_MW::IBATParser::CreateBATParser()), platformParser_(TVSHandle(1, 0)) {
-    parser_->Initialize();
-}
-
 BatTable::Key BatTable::KeyOf(unsigned short, const unsigned char* data, unsigned short) {
     return SectionHeader(data).tableIdExtension;
 }
 
-bool BatTable::Take(unsigned short pid, unsigned char* data, Snapshot& bouquet) {
-    if (!parser_->Parse(pid, data) || !platformParser_.Parse(static_cast<short>(pid), data)) {
-        return false;
+std::optional<Bouquet> BatTable::Read(unsigned short pid, Sections& sections) {
+    const auto parser = TORVEL_MW::IBATParser::CreateBATParser();
+    TCDVBBATParser platformParser(TVSHandle(1, 0));
+    parser->Initialize();
+    if (!ParseAll(pid, sections, *parser, &platformParser)) {
+        return std::nullopt;
     }
-    const unsigned short bouquetId = parser_->BouquetId();
-    if (!parser_->IsRecv(bouquetId)) {
-        return false;
+    const unsigned short bouquetId = parser->BouquetId();
+    if (!parser->IsRecv(bouquetId)) {
+        return std::nullopt;
     }
-    const auto instance = parser_->GetInstance(bouquetId);
-    TCDVBBATInstance& platformInstance = *platformParser_.GetInstance(bouquetId);
+    const auto instance = parser->GetInstance(bouquetId);
+    TCDVBBATInstance& platformInstance = *platformParser.GetInstance(bouquetId);
+    Bouquet bouquet{};
     bouquet.bouquetId = bouquetId;
     bouquet.version = platformInstance.VersionNumber();
     if (const auto* const name =
@@ -39,7 +39,7 @@ bool BatTable::Take(unsigned short pid, unsigned char* data, Snapshot& bouquet) 
     }
     bouquet.ssuLinkages = SsuLinkagesOf(*instance);
     bouquet.ssuScanLinkages = SsuScanLinkagesOf(*instance);
-    return true;
+    return bouquet;
 }
 
 }  // namespace client

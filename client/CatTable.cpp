@@ -2,20 +2,20 @@
 
 #include <set>
 
+#include "SI/Include/ICATParser.h"
+#include "client/Records.h"
+
 namespace client {
 
-CatTable::CatTable() : parser_(TORVEL_MW::ICATParser::CreateCATParser()) {
-    parser_->Initialize();
-}
-
-bool CatTable::Take(unsigned short pid, unsigned char* data, Snapshot& caSystemIds) {
-    if (!parser_->Parse(pid, data) || !parser_->IsComplete()) {
-        return false;
+std::optional<CatTable::Snapshot> CatTable::Read(unsigned short pid, Sections& sections) {
+    const auto parser = TORVEL_MW::ICATParser::CreateCATParser();
+    parser->Initialize();
+    if (!ParseAll(pid, sections, *parser) || !parser->IsComplete()) {
+        return std::nullopt;
     }
     std::set<unsigned short> ids;
-    parser_->GetCASystemIds(ids);
-    caSystemIds.assign(ids.begin(), ids.end());
-    return true;
+    parser->GetCASystemIds(ids);
+    return Snapshot(ids.begin(), ids.end());
 }
 
 }  // namespace client

@@ -1,24 +1,19 @@
 #pragma once
 
-#include <memory>
+#include <optional>
 #include <vector>
 
-#include "SI/Include/ICATParser.h"
+#include "client/SectionSet.h"
 
 namespace client {
 
 /// The CAT, for `SubTableReader`: its CA_system_IDs, ascending.
-class CatTable {
-  public:
+struct CatTable {
     using Key = int;  // there is one
     using Snapshot = std::vector<unsigned int>;
 
-    CatTable();
     static Key KeyOf(unsigned short, const unsigned char*, unsigned short) { return 0; }
-    bool Take(unsigned short pid, unsigned char* data, Snapshot& caSystemIds);
-
-  private:
-    std::unique_ptr<TORVEL_MW::ICATParser> parser_;
+    static std::optional<Snapshot> Read(unsigned short pid, Sections& sections);
 };
 
 }  // namespace client

@@ -1,24 +1,17 @@
 #include "client/EitTable.h"
 
+#include <utility>
+#include <vector>
+
+#include "SI/Include/IEITParser.h"
 #include "client/Records.h"
-#include "client/SubTableReader.h"
 #include "client/TableIds.h"
+#include "platform/TCDVBEITParser.h"
 #include "platform/TCDescShortEvent.h"
 #include "platform/TVSHandle.h"
 #include "softplatform/text/Time.h"
 
 namespace client {
-
-namespace {
-constexpr int kHeaderSize = 3;  // what section_length does not count
-constexpr unsigned char kShortEventTag = 0x4D;
-}  // namespace
-
-EitTable::EitTable()
-    : parser_(TORVEL_MW::IEITParser::CreateEITParser()),
-      platformParser_(kEitPresentFollowingTableId, TVSHandle(1, 0)) {
-    parser_->Initialize();
-}
 
 EitTable::Key EitTable::KeyOf(unsigned short, const unsigned char* data, unsigned short length) {
     // ETSI EN 300 468 5.2.4: transport_stream_id and original_network_id behind the header
@@ -28,57 +21,58 @@ EitTable::Key EitTable::KeyOf(unsigned short, const unsigned char* data, unsigne
     return {data[10] << 8 | data[11], data[8] << 8 | data[9], SectionHeader(data).tableIdExtension};
 }
 
-bool EitTable::Take(unsigned short pid, unsigned char* data, Snapshot& events) {
-    if (!parser_->Parse(pid, data) || !platformParser_.Parse(static_cast<short>(pid), data)) {
-        return false;
-    }
-    const SectionHeader header(data);
-    const auto [onid, tsid, sid] = KeyOf(
-        pid, data, static_cast<unsigned short>(platformParser_.SectionLength() + kHeaderSize));
-    const auto narrow = [](unsigned int id) { return static_cast<unsigned short>(id); };
-    TCDVBEITItem item(static_cast<int>(sid), narrow(tsid), narrow(onid), TVSHandle(1, 0));
-    item.m_Parse(data, platformParser_.SectionLength() + kHeaderSize, kEitPresentFollowingTableId);
-    std::vector<Event>& inSection = events_[header.sectionNumber];
-    inSection.clear();
-    for (int index = 0; index < item.NumOfDVBEITItemEvent(); ++index) {
-        const TCDVBEITItemEvent& coded = *item.DVBEITItemEvent(static_cast<unsigned int>(index));
-        Event event{};
-        event.originalNetworkId = onid;
-        event.transportStreamId = tsid;
-        event.serviceId = sid;
-        event.section = header.sectionNumber;
-        event.eventId = coded.EventId();
-        event.start = tvservice::DecodeTime(coded.StartTime());
-        event.duration = tvservice::DecodeDuration(coded.Duration());
-        event.runningStatus = coded.RunningStatus();
-        // The SI layer gives the descriptors of the first event; more are against the standard,
-        // and seen.
-        std::vector<TORVEL_MW::IEITParser::EITDescriptor> saved;
-        if (index == 0) {
-            parser_->GetDescriptors(narrow(onid), narrow(tsid), narrow(sid), saved);
-            for (const auto& descriptor : saved) {
-                event.descriptors.push_back(ToDescriptor(descriptor));
+std::optional<EventTable> EitTable::Read(unsigned short pid, Sections& sections) {
+    EventTable table{};
+    for (auto& [number, section] : sections) {
+        const auto parser = TORVEL_MW::IEITParser::CreateEITParser();
+        parser->Initialize();
+        if (!parser->Parse(pid, section.data())) {
+            return std::nullopt;
+        }
+        const auto length = static_cast<unsigned short>(section.size());
+        const auto [onid, tsid, sid] = KeyOf(pid, section.data(), length);
+        table.originalNetworkId = static_cast<std::uint16_t>(onid);
+        table.transportStreamId = static_cast<std::uint16_t>(tsid);
+        table.serviceId = static_cast<std::uint16_t>(sid);
+        TCDVBEITItem item(table.serviceId, table.transportStreamId, table.originalNetworkId,
+                          TVSHandle(1, 0));
+        item.m_Parse(section.data(), length, kEitPresentFollowingTableId);
+        for (int index = 0; index < item.NumOfDVBEITItemEvent(); ++index) {
+            const TCDVBEITItemEvent& coded =
+                *item.DVBEITItemEvent(static_cast<unsigned int>(index));
+            Event event{};
+            event.section = number;
+            event.eventId = coded.EventId();
+            event.start = tvservice::DecodeTime(coded.StartTime());
+            event.duration = tvservice::DecodeDuration(coded.Duration());
+            event.runningStatus = static_cast<std::uint8_t>(coded.RunningStatus());
+            // The SI layer gives the descriptors of the first event. The standard allows no other,
+            // but broadcasts have them.
+            if (index == 0) {
+                std::vector<TORVEL_MW::IEITParser::EITDescriptor> saved;
+                parser->GetDescriptors(table.originalNetworkId, table.transportStreamId,
+                                       table.serviceId, saved);
+                event.descriptors = ToDescriptors(saved);
+            } else {
+                event.descriptors =
+                    SavedDescriptors(coded.DescriptorLoop(), coded.DescriptorLoopLength(),
+                                     kEitPresentFollowingTableId);
             }
-        } else {
-            event.descriptors = SavedDescriptors(
-                coded.DescriptorLoop(), coded.DescriptorLoopLength(), kEitPresentFollowingTableId);
+            event.descriptors.ShrinkToFit();
+            table.events.push_back(std::move(event));
         }
-        if (const auto desc = FirstOf<TCDescShortEvent>(event.descriptors, kShortEventTag)) {
-            event.name = Utf8(desc->EventName());
-            event.text = Utf8(desc->Text());
-            event.language = LanguageOf(desc->LanguageCode());
-        }
-        inSection.push_back(std::move(event));
     }
-    TCDVBEITInstance* const instance =
-        platformParser_.EITInstance(TCServiceKey(narrow(onid), narrow(tsid), narrow(sid)));
-    if (instance == nullptr || !instance->IsValid()) {
-        return false;
+    table.events.shrink_to_fit();
+    return table;
+}
+
+EventText TextOf(const Event& event) {
+    constexpr unsigned char kShortEventTag = 0x4D;
+    const auto desc = FirstOf<TCDescShortEvent>(event.descriptors, kShortEventTag);
+    if (!desc) {
+        return {};
     }
-    for (const auto& section : events_) {
-        events.insert(events.end(), section.second.begin(), section.second.end());
-    }
-    return true;
+    return {Utf8(desc->EventName()), Utf8(desc->Text()), LanguageOf(desc->LanguageCode())};
 }
 
 }  // namespace client

@@ -4,16 +4,14 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "SI/Include/IDeliveryDesc.h"
+#include "client/Descriptors.h"
 #include "softplatform/service/SoftwarePlatform.h"
 
 namespace client {
-
-/// Whole bytes of something, as broadcast.
-using Bytes = std::vector<unsigned char>;
 
 /// One entry of the program loop (ISO/IEC 13818-1 2.4.4.5).
 struct PatProgram {
@@ -29,14 +27,6 @@ struct Pat {
     std::optional<int> networkPid;     ///< the PID of program 0
 };
 
-/// One descriptor, without what does not apply to its loop.
-struct Descriptor {
-    unsigned char tag;
-    std::optional<unsigned int> privateDataSpecifier;
-    std::optional<unsigned char> extensionTag;
-    Bytes data;  ///< tag and length bytes first
-};
-
 /// One manufacturer's entry of a system software update (ETSI TS 102 006).
 struct SsuOffer {
     unsigned int oui;  ///< 24 bits
@@ -46,18 +36,18 @@ struct SsuOffer {
 
 /// One elementary stream of a program.
 struct ElementaryStream {
-    unsigned int pid;  ///< 13 bits
-    unsigned int streamType;
-    std::optional<unsigned int> componentTag;
-    std::optional<unsigned long> carouselId;
+    std::uint16_t pid;  ///< 13 bits
+    std::uint8_t streamType;
+    std::optional<std::uint8_t> componentTag;
     bool isApplication;  ///< carries application signalling
-    std::vector<Descriptor> descriptors;
+    std::optional<std::uint32_t> carouselId;
+    DescriptorList descriptors;  ///< with the private data specifiers themselves
 };
 
 /// One DSM-CC carousel of a program.
 struct Carousel {
     unsigned int componentTag;
-    std::optional<unsigned long> carouselId;
+    std::optional<std::uint32_t> carouselId;
     unsigned int pid;
 };
 
@@ -79,30 +69,46 @@ struct Program {
     std::vector<Carousel> carousels;  ///< ascending by component_tag
     std::vector<SsuStream> ssu;
     bool hasCaDescriptor;
+    DescriptorList descriptors;  ///< of the program, with the private data specifiers themselves
 };
 
 /// One service of the last complete current SDT.
 struct Service {
-    unsigned int originalNetworkId, transportStreamId, serviceId;
-    std::optional<std::string> name, provider;  ///< UTF-8
-    std::optional<unsigned int> serviceType;
-    unsigned int runningStatus;
+    std::uint16_t originalNetworkId, transportStreamId, serviceId;
+    std::uint8_t runningStatus;
     bool freeCaMode;
     bool hasPresentFollowing;  ///< EIT_present_following_flag
-    std::vector<Descriptor> descriptors;
+    DescriptorList descriptors;
 };
 
-/// One event of the last complete current EIT present/following.
+/// What the service descriptor of a service says; nothing without one.
+struct ServiceName {
+    std::optional<std::string> name, provider;  ///< UTF-8
+    std::optional<unsigned int> serviceType;
+};
+ServiceName NameOf(const Service& service);
+
+/// One event of an EIT present/following.
 struct Event {
-    unsigned int originalNetworkId, transportStreamId, serviceId;
     unsigned int section;  ///< 0 present, 1 following
-    unsigned int eventId;
-    std::optional<std::int64_t> start;     ///< seconds since 1970-01-01T00:00:00Z
+    std::uint16_t eventId;
+    std::uint8_t runningStatus;
     std::optional<unsigned int> duration;  ///< seconds
-    unsigned int runningStatus;
+    std::optional<std::int64_t> start;     ///< seconds since 1970-01-01T00:00:00Z
+    DescriptorList descriptors;
+};
+
+/// What the first short event descriptor of an event says; nothing without one.
+struct EventText {
     std::optional<std::string> name, text;  ///< UTF-8
     std::optional<std::string> language;    ///< ISO 639 code
-    std::vector<Descriptor> descriptors;
+};
+EventText TextOf(const Event& event);
+
+/// The EIT present/following of one service.
+struct EventTable {
+    std::uint16_t originalNetworkId, transportStreamId, serviceId;
+    std::vector<Event> events;  ///< ascending by section
 };
 
 /// A service that carries system software updates.
@@ -121,8 +127,8 @@ struct SsuScanLinkage {
 
 /// One transport stream of a network.
 struct TransportStream {
-    unsigned int originalNetworkId, transportStreamId;
-    std::vector<std::shared_ptr<TORVEL_MW::IDeliveryDesc>> delivery;
+    std::uint16_t originalNetworkId, transportStreamId;
+    DescriptorList delivery;  ///< delivery system descriptors that the SI layer knows
 };
 
 /// The last complete current NIT of one network.
@@ -153,22 +159,44 @@ struct InputFacts {
     std::uint64_t bytes;
 };
 
-/// What a scan found: values with no connection to the scanner. Lists ascend by their ids (of
-/// networks with one id the actual comes first); loops keep the order of the broadcast.
+/// Something that the result lacks: a table, some sections of it, or the end of the input.
+struct Missing {
+    enum What { kPat, kCat, kPmt, kSdt, kNitActual, kNitOther, kBat, kEit, kRestOfInput };
+    What what;
+
+    /// As far as they are known and the table has them: PID and number of the program (PMT),
+    /// network_id, bouquet_id, or service_id (EIT) in `id`.
+    std::optional<unsigned int> pid = {};
+    std::optional<unsigned int> originalNetworkId = {}, transportStreamId = {};
+    std::optional<unsigned int> id = {};
+
+    /// The section_numbers that never came, ascending. Empty: all sections came, and they make no
+    /// valid table. Nothing: no section came at all, or the receiver refused the filter.
+    std::optional<std::vector<unsigned char>> sections = {};
+};
+
+/// What a scan found: values with no connection to the scanner; tables are shared, and never
+/// change. Lists ascend by their ids (of networks with one id the actual comes first); loops keep
+/// the order of the broadcast. Never null.
 struct Multiplex {
-    bool complete = false;             ///< nothing is missing
-    std::vector<std::string> missing;  ///< what was not begun or is not whole: "pat", "pmt 1025"
+    bool complete = false;         ///< nothing is missing
+    std::vector<Missing> missing;  ///< by kind of table, then by id
     InputFacts input = {};
     std::vector<tvservice::CounterValue> counters;
     std::vector<tvservice::CounterValue>
         faults;  ///< injected on purpose; empty: none were asked for
     std::optional<Pat> pat;
     std::optional<std::vector<unsigned int>> caSystemIds;  ///< of the CAT, ascending
-    std::vector<Program> programs;
-    std::vector<Service> services;
-    std::vector<Event> events;
-    std::vector<Network> networks;
-    std::vector<Bouquet> bouquets;
+    std::vector<std::shared_ptr<const Program>> programs;
+    std::shared_ptr<const std::vector<Service>> services =
+        std::make_shared<const std::vector<Service>>();
+    std::vector<std::shared_ptr<const EventTable>> events;
+
+    /// Those of which sections are missing. They come in `events` too, by service_id like all.
+    std::set<std::shared_ptr<const EventTable>> partialEvents;
+
+    std::vector<std::shared_ptr<const Network>> networks;
+    std::vector<std::shared_ptr<const Bouquet>> bouquets;
 };
 
 }  // namespace client

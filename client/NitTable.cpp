@@ -1,43 +1,42 @@
 #include "client/NitTable.h"
 
+#include <memory>
 #include <set>
+#include <utility>
+#include <vector>
 
+#include "SI/Include/IDeliveryDesc.h"
+#include "SI/Include/INITParser.h"
 #include "client/Linkages.h"
 #include "client/Records.h"
-#include "client/SubTableReader.h"
 #include "client/TableIds.h"
+#include "platform/TCDVBNITParser.h"
 #include "platform/TCDescNetworkName.h"
 #include "platform/TVSHandle.h"
 
 namespace client {
 
 namespace {
+
 constexpr int kNetworkNameTag = 0x40;
-}  // namespace
 
-NitTable::NitTable(bool isActual)
-    : isActual_(isActual),
-      parser_(TORVEL_MW::INITParser::CreateNITParser(isActual)),
-      platformParser_(isActual ? kNitActualTableId : kNitOtherTableId, TVSHandle(1, 0)) {
-    parser_->Initialize();
-}
-
-NitTable::Key NitTable::KeyOf(unsigned short, const unsigned char* data, unsigned short) {
-    return SectionHeader(data).tableIdExtension;
-}
-
-bool NitTable::Take(unsigned short pid, unsigned char* data, Snapshot& network) {
-    if (!parser_->Parse(pid, data) || !platformParser_.Parse(static_cast<short>(pid), data)) {
-        return false;
+std::optional<Network> ReadNetwork(bool isActual, unsigned short pid, Sections& sections) {
+    const auto parser = TORVEL_MW::INITParser::CreateNITParser(isActual);
+    TCDVBNITParser platformParser(isActual ? kNitActualTableId : kNitOtherTableId, TVSHandle(1, 0));
+    parser->Initialize();
+    if (sections.empty() || !ParseAll(pid, sections, *parser, &platformParser)) {
+        return std::nullopt;
     }
-    const auto networkId = static_cast<unsigned short>(KeyOf(pid, data, 0));
-    if (!parser_->IsRecv(networkId)) {
-        return false;
+    const unsigned short networkId =
+        SectionHeader(sections.begin()->second.data()).tableIdExtension;
+    if (!parser->IsRecv(networkId)) {
+        return std::nullopt;
     }
-    const auto instance = parser_->GetInstance(networkId);
-    TCDVBNITInstance& platformInstance = *platformParser_.GetInstance(networkId);
+    const auto instance = parser->GetInstance(networkId);
+    TCDVBNITInstance& platformInstance = *platformParser.GetInstance(networkId);
+    Network network{};
     network.networkId = networkId;
-    network.isActual = isActual_;
+    network.isActual = isActual;
     network.version = platformInstance.VersionNumber();
     if (const auto* const name =
             dynamic_cast<TCDescNetworkName*>(platformInstance.Descriptor(kNetworkNameTag, 0))) {
@@ -51,13 +50,30 @@ bool NitTable::Take(unsigned short pid, unsigned char* data, Snapshot& network) 
             *platformInstance.DVBItemMuxOfIndex(static_cast<unsigned int>(index));
         TransportStream stream{mux.OriginalNetworkId(), mux.TransportStreamId(), {}};
         // Entries of the same transport stream share their delivery descriptors in the SI layer.
-        if (seen.emplace(stream.originalNetworkId, stream.transportStreamId).second) {
-            instance->GetDeliveryDescs(mux.OriginalNetworkId(), mux.TransportStreamId(),
-                                       stream.delivery);
-            network.transportStreams.push_back(std::move(stream));
+        if (!seen.emplace(stream.originalNetworkId, stream.transportStreamId).second) {
+            continue;
         }
+        std::vector<std::shared_ptr<TORVEL_MW::IDeliveryDesc>> delivery;
+        instance->GetDeliveryDescs(mux.OriginalNetworkId(), mux.TransportStreamId(), delivery);
+        std::optional<unsigned int> noSpecifier;
+        for (const auto& desc : delivery) {
+            AddBroadcast(*desc->PlatformDesc(), noSpecifier, stream.delivery);
+        }
+        stream.delivery.ShrinkToFit();
+        network.transportStreams.push_back(std::move(stream));
     }
-    return true;
+    network.transportStreams.shrink_to_fit();
+    return network;
 }
+
+}  // namespace
+
+template <bool isActual>
+std::optional<Network> NitTable<isActual>::Read(unsigned short pid, Sections& sections) {
+    return ReadNetwork(isActual, pid, sections);
+}
+
+template struct NitTable<true>;
+template struct NitTable<false>;
 
 }  // namespace client

@@ -1,37 +1,25 @@
 #pragma once
 
-#include <memory>
+#include <optional>
 
-#include "SI/Include/INITParser.h"
 #include "client/Multiplex.h"
-#include "platform/TCDVBNITParser.h"
+#include "client/SectionSet.h"
 
 namespace client {
 
-/// NITs, for `SubTableReader`; of the actual network and of others by two classes.
-class NitTable {
-  public:
+/// NITs, for `SubTableReader`: of the actual network, or of others.
+template <bool isActual>
+struct NitTable {
     using Key = unsigned int;  // network_id
     using Snapshot = Network;
 
-    explicit NitTable(bool isActual);
-    static Key KeyOf(unsigned short pid, const unsigned char* data, unsigned short length);
-    bool Take(unsigned short pid, unsigned char* data, Snapshot& network);
-
-  private:
-    bool isActual_;
-    std::unique_ptr<TORVEL_MW::INITParser> parser_;
-    TCDVBNITParser platformParser_;
+    static Key KeyOf(unsigned short, const unsigned char* data, unsigned short) {
+        return SectionHeader(data).tableIdExtension;
+    }
+    static std::optional<Snapshot> Read(unsigned short pid, Sections& sections);
 };
 
-class NitActualTable : public NitTable {
-  public:
-    NitActualTable() : NitTable(true) {}
-};
-
-class NitOtherTable : public NitTable {
-  public:
-    NitOtherTable() : NitTable(false) {}
-};
+using NitActualTable = NitTable<true>;
+using NitOtherTable = NitTable<false>;
 
 }  // namespace client

@@ -2,33 +2,36 @@
 
 #include <map>
 
+#include "SI/Include/IPATParser.h"
+#include "client/Records.h"
+#include "platform/TCPATParser.h"
 #include "platform/TVSHandle.h"
 
 namespace client {
 
-PatTable::PatTable()
-    : parser_(TORVEL_MW::IPATParser::CreatePATParser()), platformParser_(TVSHandle(1, 0)) {
-    parser_->Initialize();
-}
-
-bool PatTable::Take(unsigned short pid, unsigned char* data, Snapshot& pat) {
-    if (!parser_->Parse(pid, data) || !platformParser_.Parse(static_cast<short>(pid), data) ||
-        !parser_->IsComplete()) {
-        return false;
+std::optional<Pat> PatTable::Read(unsigned short pid, Sections& sections) {
+    // The SI layer's parser answers what its interface offers; the platform's, fed the same
+    // sections, the rest. So in the other tables.
+    const auto parser = TORVEL_MW::IPATParser::CreatePATParser();
+    TCPATParser platformParser(TVSHandle(1, 0));
+    parser->Initialize();
+    if (!ParseAll(pid, sections, *parser, &platformParser) || !parser->IsComplete()) {
+        return std::nullopt;
     }
-    pat.transportStreamId = parser_->TransportStreamId();
-    pat.version = platformParser_.VersionNumber();
+    Pat pat{};
+    pat.transportStreamId = parser->TransportStreamId();
+    pat.version = platformParser.VersionNumber();
     std::map<int, int> programs;
-    parser_->GetProgramList(programs);
+    parser->GetProgramList(programs);
     for (const auto& [programNumber, pmtPid] : programs) {
         pat.programs.push_back({programNumber, pmtPid});
     }
-    for (int index = 0; index < parser_->NumOfProgramList(); ++index) {
-        if (parser_->ProgramNumber(index) == 0) {
-            pat.networkPid = parser_->ProgramPID(0);
+    for (int index = 0; index < parser->NumOfProgramList(); ++index) {
+        if (parser->ProgramNumber(index) == 0) {
+            pat.networkPid = parser->ProgramPID(0);
         }
     }
-    return true;
+    return pat;
 }
 
 }  // namespace client

@@ -1,27 +1,20 @@
 #pragma once
 
-#include <memory>
+#include <optional>
 #include <utility>
 
-#include "SI/Include/IPMTParser.h"
 #include "client/Multiplex.h"
-#include "platform/TCPMTParser.h"
+#include "client/SectionSet.h"
 
 namespace client {
 
 /// PMTs, for `SubTableReader`.
-class PmtTable {
-  public:
+struct PmtTable {
     using Key = std::pair<unsigned int, unsigned int>;  // PID, program_number
     using Snapshot = Program;
 
-    PmtTable();
     static Key KeyOf(unsigned short pid, const unsigned char* data, unsigned short length);
-    bool Take(unsigned short pid, unsigned char* data, Snapshot& program);
-
-  private:
-    std::unique_ptr<TORVEL_MW::IPMTParser> parser_;
-    TCPMTParser platformParser_;
+    static std::optional<Snapshot> Read(unsigned short pid, Sections& sections);
 };
 
 }  // namespace client

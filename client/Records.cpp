@@ -18,12 +18,12 @@ Bytes BytesOf(TCBaseDesc& desc) {
     return bytes;
 }
 
-std::vector<Descriptor> SavedDescriptors(unsigned char* loop, int length, unsigned char tableId) {
+DescriptorList SavedDescriptors(unsigned char* loop, int length, unsigned char tableId) {
     constexpr unsigned char kExtensionTag = 0x7F;
     constexpr std::size_t kExtensionSize = 3;  // the least of an extension descriptor
     TCDescriptorHash hash;
     TCDescriptor(TVSHandle(1, 0)).Parse(loop, length, hash, tableId);
-    std::vector<Descriptor> saved;
+    DescriptorList saved;
     std::optional<unsigned int> specifier;
     for (int index = 0; index < hash.NumOfDescriptors(); ++index) {
         TCBaseDesc* const desc = hash.DescriptorByIndex(static_cast<unsigned int>(index));
@@ -34,15 +34,24 @@ std::vector<Descriptor> SavedDescriptors(unsigned char* loop, int length, unsign
         if (desc == nullptr) {
             continue;
         }
+        const Bytes bytes = BytesOf(*desc);
         Descriptor descriptor{
-            static_cast<unsigned char>(desc->Tag()), specifier, {}, BytesOf(*desc)};
-        if (descriptor.tag == kExtensionTag && descriptor.data.size() >= kExtensionSize) {
-            descriptor.extensionTag =
-                descriptor.data.size() > kExtensionSize ? descriptor.data[kExtensionSize] : 0;
+            static_cast<unsigned char>(desc->Tag()), specifier, {}, bytes.data(), bytes.size()};
+        if (descriptor.tag == kExtensionTag && descriptor.size >= kExtensionSize) {
+            descriptor.recordedExtension =
+                descriptor.size > kExtensionSize ? descriptor.data[kExtensionSize] : 0;
         }
-        saved.push_back(std::move(descriptor));
+        saved.Add(descriptor);
     }
     return saved;
+}
+
+void AddBroadcast(TCBaseDesc& desc, std::optional<unsigned int>& specifier, DescriptorList& list) {
+    const Bytes bytes = BytesOf(desc);
+    if (const auto* const pds = dynamic_cast<const TCDescPrivateDataSpecifier*>(&desc)) {
+        specifier = pds->PrivateDataSpecifier();
+    }
+    list.Add({static_cast<unsigned char>(desc.Tag()), specifier, {}, bytes.data(), bytes.size()});
 }
 
 std::string Utf8(const Bytes& text) {

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "client/Multiplex.h"
+#include "client/SectionSet.h"
+#include "platform/TCSectionParser.h"
 
 class TCBaseDesc;
 
@@ -24,31 +26,54 @@ std::string Utf8(const Bytes& text);
 /// not printable ASCII becomes a question mark.
 std::string LanguageOf(unsigned int code);
 
+/// Gives sections to a parser of the SI layer and, unless it is null, to one of the platform's, in
+/// the order of their numbers. False when one refuses a section.
+template <class Parser>
+bool ParseAll(unsigned short pid, Sections& sections, Parser& parser,
+              TCSectionParser* platformParser = nullptr) {
+    for (auto& section : sections) {
+        unsigned char* const data = section.second.data();
+        if (!parser.Parse(pid, data) ||
+            (platformParser != nullptr && !platformParser->Parse(static_cast<short>(pid), data))) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// The descriptors of a loop that the SI layer does not save, as it would save them: without the
 /// private data specifiers, each with the latest one before it.
-std::vector<Descriptor> SavedDescriptors(unsigned char* loop, int length, unsigned char tableId);
+DescriptorList SavedDescriptors(unsigned char* loop, int length, unsigned char tableId);
 
-/// A saved descriptor of the SI layer.
+/// Appends a descriptor of a loop to a list, with the private data specifier in force. A private
+/// data specifier is appended too, and is in force from itself on.
+void AddBroadcast(TCBaseDesc& desc, std::optional<unsigned int>& specifier, DescriptorList& list);
+
+/// The saved descriptors of the SI layer.
 template <class Saved>
-Descriptor ToDescriptor(const Saved& saved) {
-    Descriptor descriptor{saved.m_tag, {}, {}, saved.m_data};
-    if (saved.m_hasPrivateDataSpecifier) {
-        descriptor.privateDataSpecifier = saved.m_privateDataSpecifier;
+DescriptorList ToDescriptors(const std::vector<Saved>& saved) {
+    DescriptorList descriptors;
+    for (const Saved& record : saved) {
+        Descriptor descriptor{record.m_tag, {}, {}, record.m_data.data(), record.m_data.size()};
+        if (record.m_hasPrivateDataSpecifier) {
+            descriptor.privateDataSpecifier = record.m_privateDataSpecifier;
+        }
+        if (record.m_hasExtendedTag) {
+            descriptor.recordedExtension = record.m_extendedTag;
+        }
+        descriptors.Add(descriptor);
     }
-    if (saved.m_hasExtendedTag) {
-        descriptor.extensionTag = saved.m_extendedTag;
-    }
-    return descriptor;
+    return descriptors;
 }
 
 /// The platform's object of a class over the first descriptor of that tag; null when there is none
 /// or it is malformed.
 template <class Desc>
-std::unique_ptr<Desc> FirstOf(const std::vector<Descriptor>& descriptors, unsigned char tag) {
+std::unique_ptr<Desc> FirstOf(const DescriptorList& descriptors, unsigned char tag) {
     for (const Descriptor& descriptor : descriptors) {
         if (descriptor.tag == tag) {
             auto desc = std::make_unique<Desc>();
-            Bytes bytes = descriptor.data;
+            Bytes bytes(descriptor.data, descriptor.data + descriptor.size);
             return !bytes.empty() && desc->Parse(bytes.data()) != 0 ? std::move(desc) : nullptr;
         }
     }

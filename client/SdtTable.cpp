@@ -1,24 +1,17 @@
 #include "client/SdtTable.h"
 
+#include <algorithm>
+#include <map>
 #include <set>
 
+#include "SI/Include/ISDTParser.h"
 #include "client/Records.h"
-#include "client/SubTableReader.h"
 #include "client/TableIds.h"
+#include "platform/TCDVBSDTParser.h"
 #include "platform/TCDescService.h"
 #include "platform/TVSHandle.h"
 
 namespace client {
-
-namespace {
-constexpr unsigned char kServiceTag = 0x48;
-}  // namespace
-
-SdtTable::SdtTable()
-    : parser_(TORVEL_MW::ISDTParser::CreateSDTParser()),
-      platformParser_(kSdtActualTableId, TVSHandle(1, 0)) {
-    parser_->Initialize();
-}
 
 SdtTable::Key SdtTable::KeyOf(unsigned short, const unsigned char* data, unsigned short length) {
     // ETSI EN 300 468 5.2.3: original_network_id behind the header
@@ -26,44 +19,61 @@ SdtTable::Key SdtTable::KeyOf(unsigned short, const unsigned char* data, unsigne
     return {onid, SectionHeader(data).tableIdExtension};
 }
 
-bool SdtTable::Take(unsigned short pid, unsigned char* data, Snapshot& services) {
-    if (!parser_->Parse(pid, data) || !platformParser_.Parse(static_cast<short>(pid), data)) {
-        return false;
-    }
-    TCDVBSDTInstance& instance = *platformParser_.DVBSDTFirstInstance();
-    const unsigned short onid = instance.OriginalNetworkId();
-    const unsigned short tsid = instance.TransportStreamId();
-    if (!parser_->IsComplete(onid, tsid)) {
-        return false;
-    }
-    std::set<unsigned short> seen;
-    for (int index = 0; index < instance.NumOfDVBSDTItemService(); ++index) {
-        const TCDVBSDTItemService& item =
-            *instance.DVBSDTItemServiceOfIndex(static_cast<unsigned int>(index));
-        // Entries of the same service share their descriptors in the SI layer.
-        if (!seen.insert(item.ServiceId()).second) {
-            continue;
+std::optional<SdtTable::Snapshot> SdtTable::Read(unsigned short pid, Sections& sections) {
+    Snapshot services;
+    std::map<unsigned short, std::size_t> places;  // of services, by service_id
+    for (auto& section : sections) {
+        // With every section that it is given, the SI layer's parser reads all that it holds again.
+        // So each section gets parsers of its own.
+        const auto parser = TORVEL_MW::ISDTParser::CreateSDTParser();
+        TCDVBSDTParser platformParser(kSdtActualTableId, TVSHandle(1, 0));
+        parser->Initialize();
+        unsigned char* const data = section.second.data();
+        if (!parser->Parse(pid, data) || !platformParser.Parse(static_cast<short>(pid), data)) {
+            return std::nullopt;
         }
-        Service service{};
-        service.originalNetworkId = onid;
-        service.transportStreamId = tsid;
-        service.serviceId = item.ServiceId();
-        service.runningStatus = item.RunningStatus();
-        service.freeCaMode = item.FreeCAMode();
-        service.hasPresentFollowing = item.EITPresentFollowingFlag();
-        std::vector<TORVEL_MW::ISDTParser::SDTDescriptor> saved;
-        parser_->GetDescriptors(onid, tsid, item.ServiceId(), saved);
-        for (const auto& descriptor : saved) {
-            service.descriptors.push_back(ToDescriptor(descriptor));
+        TCDVBSDTInstance& instance = *platformParser.DVBSDTFirstInstance();
+        const unsigned short onid = instance.OriginalNetworkId();
+        const unsigned short tsid = instance.TransportStreamId();
+        std::set<unsigned short> seen;
+        for (int index = 0; index < instance.NumOfDVBSDTItemService(); ++index) {
+            const TCDVBSDTItemService& item =
+                *instance.DVBSDTItemServiceOfIndex(static_cast<unsigned int>(index));
+            // Entries of the same service share their descriptors in the SI layer.
+            if (!seen.insert(item.ServiceId()).second) {
+                continue;
+            }
+            const auto [place, isNew] = places.emplace(item.ServiceId(), services.size());
+            if (isNew) {
+                services.push_back({onid,
+                                    tsid,
+                                    item.ServiceId(),
+                                    static_cast<std::uint8_t>(item.RunningStatus()),
+                                    item.FreeCAMode(),
+                                    item.EITPresentFollowingFlag(),
+                                    {}});
+            }
+            std::vector<TORVEL_MW::ISDTParser::SDTDescriptor> saved;
+            parser->GetDescriptors(onid, tsid, item.ServiceId(), saved);
+            services[place->second].descriptors.Append(ToDescriptors(saved));
         }
-        if (const auto desc = FirstOf<TCDescService>(service.descriptors, kServiceTag)) {
-            service.name = Utf8(desc->ServiceName());
-            service.provider = Utf8(desc->ServiceProviderName());
-            service.serviceType = desc->ServiceType();
-        }
-        services.push_back(std::move(service));
     }
-    return true;
+    for (Service& service : services) {
+        service.descriptors.ShrinkToFit();
+    }
+    services.shrink_to_fit();
+    std::sort(services.begin(), services.end(),
+              [](const Service& a, const Service& b) { return a.serviceId < b.serviceId; });
+    return services;
+}
+
+ServiceName NameOf(const Service& service) {
+    constexpr unsigned char kServiceTag = 0x48;
+    const auto desc = FirstOf<TCDescService>(service.descriptors, kServiceTag);
+    if (!desc) {
+        return {};
+    }
+    return {Utf8(desc->ServiceName()), Utf8(desc->ServiceProviderName()), desc->ServiceType()};
 }
 
 }  // namespace client

@@ -1,75 +1,57 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "SI/Include/ISectionObserver.h"
-#include "client/TableIds.h"
+#include "client/SectionSet.h"
 
 namespace client {
 
-/// Whether `data` holds what its section_length tells of (ISO/IEC 13818-1 2.4.4.11). A platform may
-/// deliver less; parsers, which are not told `length`, would read what lies behind.
-inline bool IsWhole(const unsigned char* data, unsigned short length) {
+/// The bytes that a section has by its section_length (ISO/IEC 13818-1 2.4.4.11); 0 when fewer were
+/// delivered. Parsers are not told how many there are and would read beyond the end.
+inline unsigned short WholeLength(const unsigned char* data, unsigned short delivered) {
     constexpr int kUpToSectionLength = 3;
-    return length >= kUpToSectionLength &&
-           length >= kUpToSectionLength + ((data[1] & 0x0F) << 8 | data[2]);
+    if (delivered < kUpToSectionLength) {
+        return 0;
+    }
+    const int length = kUpToSectionLength + ((data[1] & 0x0F) << 8 | data[2]);
+    return length <= delivered ? static_cast<unsigned short>(length) : 0;
 }
 
-/// The header of a section with section_syntax_indicator (ISO/IEC 13818-1 2.4.4.11).
-struct SectionHeader {
-    static constexpr int kSize = 8;
-
-    unsigned short tableIdExtension;  // 0 in a CAT, where it is reserved (2.4.4.6)
-    unsigned char version;
-    bool currentNext;
-    unsigned char sectionNumber, lastSectionNumber;
-
-    /// Of at least kSize bytes.
-    explicit SectionHeader(const unsigned char* data)
-        : tableIdExtension(
-              data[0] == kCatTableId ? 0 : static_cast<unsigned short>(data[3] << 8 | data[4])),
-          version(static_cast<unsigned char>(data[5] >> 1 & 0x1F)),
-          currentNext((data[5] & 1) != 0),
-          sectionNumber(data[6]),
-          lastSectionNumber(data[7]) {}
-
-    bool IsOfStateOf(const SectionHeader& other) const {
-        return tableIdExtension == other.tableIdExtension && version == other.version &&
-               lastSectionNumber == other.lastSectionNumber;
-    }
-};
-
-/// Keeps the last complete current version of every sub-table of one kind that an observer is fed.
+/// Keeps the last complete current version of every sub-table of one kind.
 ///
-/// Each version of a sub-table gets a fresh `Table`, which is fed each section of it once. A
-/// section that differs from the one held under its number, version or not, begins the sub-table
-/// anew. `Table` is one file pair a table; it has
+/// It collects the sections of a version and parses them when all have come (`SectionSet`), in the
+/// order of their numbers. A section that differs from the one that is held under its number begins
+/// the sub-table anew, whether its version_number changed or not. `Table` tells how the table is
+/// parsed; each table has one in a file of its own:
 ///
 ///     using Key = ...;       // what tells sub-tables apart
-///     using Snapshot = ...;  // what is kept of a complete one
+///     using Snapshot = ...;  // what is kept of one
 ///     static Key KeyOf(unsigned short pid, const unsigned char* data, unsigned short length);
-///     bool Take(unsigned short pid, unsigned char* data, Snapshot& snapshot);
+///     static std::optional<Snapshot> Read(unsigned short pid, Sections& sections);
 ///
-/// where `Take` parses a section and answers whether the table is complete now, and then what it
-/// holds. Fed on the event thread; what was found may be asked on any thread.
+/// `Read` parses the sections of one version, all of them. It answers nothing when a parser refuses
+/// one. A table that is asked for `Partial` must accept a single section as well.
 ///
-/// What a stream makes up is bounded: beyond kMaxBytes of sections and kMaxSubTables nothing more
-/// is taken, and the first sub-table that this befalls counts as begun and does not become whole.
-/// A complete version counts until another one takes its place.
+/// Memory is bounded whatever the stream holds: a section beyond kMaxBytes of sections or
+/// kMaxSubTables is not taken. The first sub-table that loses a section this way counts as
+/// unfinished from then on. A complete version counts against kMaxBytes until another one has taken
+/// its place.
+///
+/// Sections come on the event thread; results may be asked for on any thread.
 template <class Table>
 class SubTableReader : public TORVEL_MW::ISectionObserver {
   public:
     using Key = typename Table::Key;
     using Snapshot = typename Table::Snapshot;
+    using SnapshotPtr = std::shared_ptr<const Snapshot>;
 
     static constexpr std::size_t kMaxBytes = std::size_t{4} << 20;
     static constexpr std::size_t kMaxSubTables = 4096;
@@ -80,7 +62,8 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
 
     void OnSectionReceived(unsigned short, unsigned short pid, unsigned short length,
                            unsigned char* data) override {
-        if (length < SectionHeader::kSize || !IsWhole(data, length)) {
+        length = WholeLength(data, length);
+        if (length < SectionHeader::kSize) {
             return;
         }
         const SectionHeader header(data);
@@ -88,94 +71,158 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
             return;
         }
         const Key key = Table::KeyOf(pid, data, length);
-        if (!HasRoomFor(key, length)) {
-            Refuse(key);
-            return;
-        }
-        State& state = states_[key];
-        const auto known = state.sections.find(header.sectionNumber);
-        const bool isOfState = state.table && header.IsOfStateOf(state.header);
-        if (isOfState && known != state.sections.end() &&
-            std::equal(known->second.begin(), known->second.end(), data, data + length)) {
-            return;
-        }
-        if (!isOfState || known != state.sections.end()) {
-            if (state.isWhole) {
-                state.keptBytes = state.bytes;
-            } else {
-                bytes_ -= state.bytes;
-            }
-            state = State{header, std::make_unique<Table>(), {}, 0, false, state.keptBytes};
-        }
-        state.sections[header.sectionNumber].assign(data, data + length);
-        state.bytes += length;
-        bytes_ += length;
-        Snapshot snapshot{};
-        const bool isWhole = state.table->Take(pid, data, snapshot);
+        Sections complete;
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            begun_.insert(key);
-            if (isWhole) {
-                whole_[key] = snapshot;
+            if (!Take(key, header, data, length)) {
+                return;
             }
+            const SectionSet& sections = *states_.at(key).sections;
+            if (!sections.Missing().empty()) {
+                return;
+            }
+            complete = sections.Held();
         }
-        if (isWhole) {
+        std::optional<Snapshot> snapshot = Table::Read(pid, complete);
+        if (!snapshot) {
+            return;
+        }
+        const auto whole = std::make_shared<const Snapshot>(*std::move(snapshot));
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            State& state = states_.at(key);
+            state.whole = whole;
             state.isWhole = true;
             bytes_ -= state.keptBytes;
             state.keptBytes = 0;
         }
-        if (isWhole && onWhole_) {
-            onWhole_(snapshot);
+        if (onWhole_) {
+            onWhole_(*whole);
         }
     }
 
     void OnSectionTimeout(unsigned int) override {}
 
     /// The last complete version of each sub-table.
-    std::map<Key, Snapshot> Whole() const {
+    std::map<Key, SnapshotPtr> Whole() const {
         std::lock_guard<std::mutex> lock(mutex_);
-        return whole_;
+        std::map<Key, SnapshotPtr> whole;
+        for (const auto& [key, state] : states_) {
+            if (state.whole) {
+                whole.emplace_hint(whole.end(), key, state.whole);
+            }
+        }
+        return whole;
     }
 
-    /// Every sub-table of which a section came.
-    std::set<Key> Begun() const {
+    /// The sub-tables of which sections came and no version was ever complete, and the numbers of
+    /// the sections that they lack. They lack none when a parser refused them.
+    std::map<Key, std::vector<unsigned char>> Unfinished() const {
         std::lock_guard<std::mutex> lock(mutex_);
-        return begun_;
+        std::map<Key, std::vector<unsigned char>> unfinished;
+        for (const auto& [key, state] : states_) {
+            if (!state.whole) {
+                unfinished.emplace_hint(unfinished.end(), key, state.sections->Missing());
+            }
+        }
+        if (refused_) {
+            const auto state = states_.find(refused_->first);
+            if (state == states_.end() ||
+                (!state->second.whole &&
+                 !refused_->second.IsOfVersionOf(state->second.sections->Header()))) {
+                unfinished[refused_->first] = SectionSet(refused_->second).Missing();
+            }
+        }
+        return unfinished;
+    }
+
+    /// What the sections that came of unfinished sub-tables hold, each section by itself, by
+    /// section_number. Sections that a parser refuses are left out.
+    std::map<Key, std::vector<Snapshot>> Partial(unsigned short pid) const {
+        std::map<Key, std::vector<Snapshot>> partial;
+        for (const auto& unfinished : Unfinished()) {
+            for (auto& section : HeldOf(unfinished.first)) {
+                Sections alone{std::move(section)};
+                if (std::optional<Snapshot> snapshot = Table::Read(pid, alone)) {
+                    partial[unfinished.first].push_back(*std::move(snapshot));
+                }
+            }
+        }
+        return partial;
     }
 
   private:
     struct State {
-        SectionHeader header{kNoSection};
-        std::unique_ptr<Table> table;
-        std::map<unsigned char, std::vector<unsigned char>> sections;
-        std::size_t bytes = 0;  // of the sections
-        bool isWhole = false;
-        std::size_t keptBytes = 0;  // of the sections of the complete version before, which is kept
+        std::optional<SectionSet> sections;  // of the newest version; always there
+        std::size_t bytes = 0;               // of these sections
+        bool isWhole = false;                // `whole` was made of these sections
+        SnapshotPtr whole;
+        std::size_t keptBytes = 0;  // of the sections of `whole` when that is an earlier version
     };
-    static constexpr unsigned char kNoSection[SectionHeader::kSize] = {};
 
-    bool HasRoomFor(const Key& key, std::size_t length) const {
-        return bytes_ + length <= kMaxBytes &&
-               (states_.size() < kMaxSubTables || states_.count(key) != 0);
+    Sections HeldOf(const Key& key) const {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const auto state = states_.find(key);
+        return state != states_.end() ? state->second.sections->Held() : Sections();
     }
 
-    void Refuse(const Key& key) {
+    // Holds the section. False when it is held already, finds no room or has a number above
+    // last_section_number. With the lock.
+    bool Take(const Key& key, const SectionHeader& header, const unsigned char* data,
+              std::size_t length) {
+        const auto known = states_.find(key);
+        const bool isKnown = known != states_.end();
+        const bool isOfVersion = isKnown && header.IsOfVersionOf(known->second.sections->Header());
+        if (isOfVersion && known->second.sections->Holds(header.sectionNumber, data, length)) {
+            return false;
+        }
+        if (bytes_ + length > kMaxBytes || (!isKnown && states_.size() >= kMaxSubTables)) {
+            Refuse(key, header);
+            return false;
+        }
+        State& state = isKnown ? known->second : states_[key];
+        if (!isOfVersion || state.sections->Held().count(header.sectionNumber) != 0) {
+            Begin(state, header);
+        }
+        if (header.sectionNumber > header.lastSectionNumber) {
+            return false;
+        }
+        state.sections->Add(data, length);
+        state.bytes += length;
+        bytes_ += length;
+        return true;
+    }
+
+    void Begin(State& state, const SectionHeader& header) {
+        if (state.isWhole) {
+            state.keptBytes = state.bytes;
+        } else {
+            bytes_ -= state.bytes;
+        }
+        state.sections.emplace(header);
+        state.bytes = 0;
+        state.isWhole = false;
+    }
+
+    void Refuse(const Key& key, const SectionHeader& header) {
         if (!refused_) {
-            refused_ = true;
-            std::lock_guard<std::mutex> lock(mutex_);
-            begun_.insert(key);
-            whole_.erase(key);
+            refused_.emplace(key, header);
+            const auto state = states_.find(key);
+            if (state != states_.end()) {
+                state->second.whole.reset();
+                state->second.isWhole = false;
+                bytes_ -= state->second.keptBytes;
+                state->second.keptBytes = 0;
+            }
         }
     }
 
     const std::function<void(const Snapshot&)> onWhole_;
-    std::map<Key, State> states_;  // the event thread's, like the two below
-    std::size_t bytes_ = 0;        // of all states, and of what was kept before them
-    bool refused_ = false;
 
     mutable std::mutex mutex_;
-    std::map<Key, Snapshot> whole_;  // guarded by mutex_
-    std::set<Key> begun_;            // guarded by mutex_
+    std::map<Key, State> states_;  // guarded by mutex_, like the two below
+    std::size_t bytes_ = 0;        // of all states, and of what was kept before them
+    std::optional<std::pair<Key, SectionHeader>> refused_;  // the first that found no room
 };
 
 }  // namespace client

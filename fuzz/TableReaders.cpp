@@ -1,5 +1,8 @@
 #include "fuzz/TableReaders.h"
 
+#include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "client/TableIds.h"
@@ -47,19 +50,25 @@ void TableReaders::TakeForAll(unsigned short pid, unsigned char* section, unsign
 client::Multiplex TableReaders::Found() const {
     client::Multiplex found;
     for (const auto& entry : pat_.Whole()) {
-        found.pat = entry.second;
+        found.pat = *entry.second;
     }
     for (const auto& entry : cat_.Whole()) {
-        found.caSystemIds = entry.second;
+        found.caSystemIds = *entry.second;
     }
     for (const auto& entry : pmt_.Whole()) {
         found.programs.push_back(entry.second);
     }
     for (const auto& entry : sdt_.Whole()) {
-        found.services.insert(found.services.end(), entry.second.begin(), entry.second.end());
+        found.services = entry.second;
     }
     for (const auto& entry : eit_.Whole()) {
-        found.events.insert(found.events.end(), entry.second.begin(), entry.second.end());
+        found.events.push_back(entry.second);
+    }
+    for (auto& entry : eit_.Partial(client::kEitPid)) {
+        for (client::EventTable& table : entry.second) {
+            found.events.push_back(std::make_shared<client::EventTable>(std::move(table)));
+            found.partialEvents.insert(found.events.back());
+        }
     }
     for (const auto& entry : nitActual_.Whole()) {
         found.networks.push_back(entry.second);
@@ -74,8 +83,11 @@ client::Multiplex TableReaders::Found() const {
 }
 
 void Print(const client::Multiplex& multiplex) {
-    static_cast<void>(tool::ScanDocument(multiplex).dump());
-    static_cast<void>(tool::ScanText(multiplex));
+    tool::WriteScanDocument(multiplex, [](std::string_view) {});
+    std::string text;
+    tool::WriteScanText(multiplex, [&](std::string_view piece) { text += piece; });
+    // The document gets U+FFFD for what is no UTF-8; the text is as the decoders made it.
+    static_cast<void>(tool::Json(text).dump());
 }
 
 }  // namespace fuzzing

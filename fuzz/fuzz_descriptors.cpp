@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size >= 2 && size >= 2u + data[1]) {
         std::vector<std::uint8_t> exact(data, data + 2 + data[1]);
         if (const auto delivery = TORVEL_MW::IDeliveryDesc::Parse(exact.data())) {
-            tool::DeliveryToJson(*delivery);
+            tool::DeliveryToJson({exact[0], {}, {}, exact.data(), exact.size()});
         }
         if (const auto linkage = TORVEL_MW::ISSULinkageDesc::Parse(exact.data())) {
             std::list<unsigned int> ouis;

@@ -16,6 +16,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -56,10 +57,12 @@ class World {
         const auto end = scanner.Scan(tvservice::MemorySource("world", std::move(bytes), piece));
         EXPECT_EQ(end.reason, tvservice::InputEnd::kEndOfInput) << end.error;
         const client::Multiplex multiplex = scanner.Result();
-        document_ = tool::ScanDocument(multiplex);
+        std::string document;
+        tool::WriteScanDocument(multiplex, [&](std::string_view text) { document += text; });
+        document_ = Json::parse(document);
         document_.erase("input");
         document_.erase("counters");
-        text_ = tool::ScanText(multiplex);
+        tool::WriteScanText(multiplex, [this](std::string_view text) { text_ += text; });
         text_.erase(text_.find("\nCounters ("));
         text_.erase(0, text_.find('\n') + 1);  // the input
         for (const tvservice::CounterValue& counter : multiplex.counters) {

@@ -276,7 +276,7 @@ json PatIn(const client::SubTableReader<client::PatTable>& pats) {
     if (whole.empty()) {
         return nullptr;
     }
-    const client::Pat& pat = whole.begin()->second;
+    const client::Pat& pat = *whole.begin()->second;
     json programs = json::object();
     for (const client::PatProgram& program : pat.programs) {
         if (program.programNumber != 0) {  // the NIT's

@@ -8,7 +8,7 @@ import jsonschema
 
 from scan_expectations import ANYTHING
 
-SCHEMA = json.loads((pathlib.Path(__file__).parents[2] / "docs" / "torvelsi-scan-1.schema.json")
+SCHEMA = json.loads((pathlib.Path(__file__).parents[2] / "docs" / "torvelsi-scan-2.schema.json")
                     .read_text("utf-8"))
 
 
@@ -27,7 +27,7 @@ def misplaced_keys(path, schema, document):
         choices = [SCHEMA["$defs"][choice["$ref"].rsplit("/", 1)[1]] for choice in schema["oneOf"]
                    if "$ref" in choice]
         schema = next(choice for choice in choices if len(choices) == 1 or
-                      choice["properties"]["system"]["const"] == document["system"])
+                      set(choice["required"]) == set(document))
     if isinstance(document, list):
         for i, entry in enumerate(document):
             yield from misplaced_keys(f"{path}[{i}]", schema["items"], entry)

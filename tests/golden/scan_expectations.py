@@ -71,6 +71,20 @@ def number(hexadecimal):
     return int(hexadecimal, 16)
 
 
+def specifier(descriptor):
+    return number(descriptor["pds"]) if "pds" in descriptor else None
+
+
+def tag_extension(descriptor):
+    return number(descriptor["ext"]) if "ext" in descriptor else None
+
+
+def broadcast_descriptors(loop):
+    return [{"tag": number(descriptor["tag"]), "private_data_specifier": specifier(descriptor),
+             "descriptor_tag_extension": tag_extension(descriptor), "data": descriptor["hex"]}
+            for descriptor in loop]
+
+
 def descriptors(loop):
     wanted = []
     for descriptor in loop:
@@ -83,9 +97,10 @@ def descriptors(loop):
             # Not descriptor_tag_extension, which `ext` holds, but the byte behind it.
             extension = data[3] if len(data) > 3 else 0
         wanted.append({"tag": tag,
-                       "private_data_specifier":
-                           number(descriptor["pds"]) if "pds" in descriptor else None,
-                       "extension_tag": extension, "data": descriptor["hex"]})
+                       "private_data_specifier": specifier(descriptor),
+                       "extension_tag": extension,
+                       "descriptor_tag_extension": tag_extension(descriptor),
+                       "data": descriptor["hex"]})
     return wanted
 
 
@@ -127,13 +142,14 @@ def program(program_number, pmt, pmt_pid):
     return {
         "program_number": program_number, "pmt_pid": pmt_pid, "pcr_pid": pmt["pcr_pid"],
         "version": pmt["version"], "ca_system_ids": sorted(map(number, pmt["ca_system_ids"])),
+        "descriptors": broadcast_descriptors(pmt["descriptors"]),
         "streams": [{
             "pid": stream["pid"], "stream_type": number(stream["type"]),
             "component_tag": stream["component_tag"], "carousel_id": carousel_id(stream),
             # An application is signalled in private sections.
             "application": number(stream["type"]) == 0x05 and stream["pid"] in applications,
-            "descriptors": [{"tag": number(d["tag"]), "data": d["hex"]}
-                            for d in stream["descriptors"]]} for stream in pmt["streams"]],
+            "descriptors": broadcast_descriptors(stream["descriptors"])}
+            for stream in pmt["streams"]],
         "carousels": [carousels[tag] for tag in sorted(carousels)],
         "ssu": [{"pid": entry["pid"], "offers": offers(entry["ssu"])}
                 for entry in pmt.get("data_broadcast_ids", [])
@@ -171,7 +187,8 @@ def events(eits):
                 name, text = text_of(name), text_of(take(payload, at)[0])
             wanted.append({
                 "original_network_id": eit["onid"], "transport_stream_id": eit["tsid"],
-                "service_id": int(service_id), "section": event["section"],
+                "service_id": int(service_id), "table_complete": True,
+                "section": event["section"],
                 "event_id": event["event_id"],
                 "start": event["start"], "duration_s": event["duration_s"],
                 "running_status": event["running"], "name": name, "text": text,
@@ -207,19 +224,23 @@ def name_of(table, key):
 
 def hertz_of_tens(coded):
     """A frequency in units of 10 Hz; all ones are none."""
-    return 0 if coded == 0xFFFFFFFF else coded * 10
+    return None if coded == 0xFFFFFFFF else coded * 10
 
 
 def delivery(data, fields):
     kind = fields["kind"]
     wanted = {"system": kind, "data": data}
     if kind == "satellite":
+        is_s2 = bool(fields["s2"])
         wanted.update({
             "frequency_hz": fields["frequency_kHz"] * 1000,
             "orbital_position_tenth_degrees": fields["orbital_0.1deg"],
             "west_east_flag": bool(fields["east"]), "polarization": fields["polarisation"],
-            "roll_off": fields["roll_off"], "modulation_system": fields["s2"],
-            "modulation_type": fields["modulation"],
+            # Of DVB-S2 only; ISDB has other fields in their place.
+            "roll_off": fields["roll_off"] if is_s2 else None,
+            "modulation_system": 1 if is_s2 else None,
+            "modulation_type":
+                fields["modulation"] if is_s2 or fields["roll_off"] == 0 else None,
             "symbol_rate_symbols_per_s": fields["symbol_rate_100sps"] * 100,
             "fec_inner": fields["fec_inner"]})
     elif kind == "cable":

@@ -158,27 +158,29 @@ TEST_F(CutSectionsTest, ParsersReadNoFurtherThanSectionLength) {
 std::string Summary(const client::Multiplex& multiplex) {
     std::ostringstream text;
     text << multiplex.complete;
-    for (const client::Program& program : multiplex.programs) {
-        text << " program " << program.programNumber << '/' << program.pmtPid;
-        for (const client::ElementaryStream& stream : program.streams) {
-            text << ' ' << stream.pid << ':' << stream.streamType << ':'
+    for (const auto& program : multiplex.programs) {
+        text << " program " << program->programNumber << '/' << program->pmtPid;
+        for (const client::ElementaryStream& stream : program->streams) {
+            text << ' ' << stream.pid << ':' << int{stream.streamType} << ':'
                  << stream.descriptors.size();
         }
     }
-    for (const client::Service& service : multiplex.services) {
-        text << " service " << service.serviceId << ' ' << service.name.value_or("-") << ':'
+    for (const client::Service& service : *multiplex.services) {
+        text << " service " << service.serviceId << ' ' << NameOf(service).name.value_or("-") << ':'
              << service.descriptors.size();
     }
-    for (const client::Event& event : multiplex.events) {
-        text << " event " << event.serviceId << '/' << event.section << ' ' << event.eventId << ' '
-             << event.name.value_or("-");
+    for (const auto& table : multiplex.events) {
+        for (const client::Event& event : table->events) {
+            text << " event " << table->serviceId << '/' << event.section << ' ' << event.eventId
+                 << ' ' << TextOf(event).name.value_or("-");
+        }
     }
-    for (const client::Network& network : multiplex.networks) {
-        text << " network " << network.networkId << ' ' << network.name.value_or("-") << ':'
-             << network.transportStreams.size();
+    for (const auto& network : multiplex.networks) {
+        text << " network " << network->networkId << ' ' << network->name.value_or("-") << ':'
+             << network->transportStreams.size();
     }
-    for (const client::Bouquet& bouquet : multiplex.bouquets) {
-        text << " bouquet " << bouquet.bouquetId << ' ' << bouquet.name.value_or("-");
+    for (const auto& bouquet : multiplex.bouquets) {
+        text << " bouquet " << bouquet->bouquetId << ' ' << bouquet->name.value_or("-");
     }
     return text.str();
 }

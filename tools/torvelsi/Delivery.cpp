@@ -1,4 +1,4 @@
-#include "client/Records.h"
+#include "client/Descriptors.h"
 #include "platform/TCDescCableDeliverySystem.h"
 #include "platform/TCDescSatelliteDeliverySystem.h"
 #include "platform/TCDescT2SystemDelivery.h"
@@ -9,38 +9,39 @@ namespace tool {
 
 namespace {
 
-using TORVEL_MW::IDeliveryDesc;
-
-// A number that is coded in decimal digits: null when `coded` has one above nine. The platform
-// answers 0 then, which zeros alone give otherwise.
+// A number that is coded in decimal digits, or a frequency. The platform answers 0 where the coded
+// field has a digit above nine, or is all ones and stands for no frequency; it is then null.
 template <class Number>
-Json Decimal(Number number, unsigned int coded) {
+Json Valid(Number number, unsigned int coded) {
     return number == 0 && coded != 0 ? Json() : Json(number);
 }
 
 void Add(Json& json, const TCDescSatelliteDeliverySystem& desc) {
-    json["frequency_hz"] = Decimal(desc.FrequencyHz(), desc.Frequency());
+    json["frequency_hz"] = Valid(desc.FrequencyHz(), desc.Frequency());
     json["orbital_position_tenth_degrees"] =
-        Decimal(desc.OrbitalPositionTenthDegrees(), desc.OrbitalPosition());
+        Valid(desc.OrbitalPositionTenthDegrees(), desc.OrbitalPosition());
     json["west_east_flag"] = desc.WestEastFlag();
     json["polarization"] = desc.Polarization();
-    json["roll_off"] = desc.RollOff();
-    json["modulation_system"] = desc.ModulationSystem();
-    json["modulation_type"] = desc.ModulationType();
-    json["symbol_rate_symbols_per_s"] = Decimal(desc.SymbolsPerSecond(), desc.SymbolRate());
+    // ETSI EN 300 468 6.2.13.2: without DVB-S2 the bits of roll_off are zero. ISDB has the same
+    // descriptor, and codes a modulation in five bits there: nothing then tells it from DVB-S.
+    const bool isS2 = desc.ModulationSystem() == 1;
+    json["roll_off"] = isS2 ? Json(desc.RollOff()) : Json();
+    json["modulation_system"] = isS2 ? Json(desc.ModulationSystem()) : Json();
+    json["modulation_type"] = isS2 || desc.RollOff() == 0 ? Json(desc.ModulationType()) : Json();
+    json["symbol_rate_symbols_per_s"] = Valid(desc.SymbolsPerSecond(), desc.SymbolRate());
     json["fec_inner"] = desc.FECInner();
 }
 
 void Add(Json& json, const TCDescCableDeliverySystem& desc) {
-    json["frequency_hz"] = Decimal(desc.FrequencyHz(), desc.Frequency());
+    json["frequency_hz"] = Valid(desc.FrequencyHz(), desc.Frequency());
     json["fec_outer"] = desc.FECOuter();
     json["modulation"] = desc.Modulation();
-    json["symbol_rate_symbols_per_s"] = Decimal(desc.SymbolsPerSecond(), desc.SymbolRate());
+    json["symbol_rate_symbols_per_s"] = Valid(desc.SymbolsPerSecond(), desc.SymbolRate());
     json["fec_inner"] = desc.FECInner();
 }
 
 void Add(Json& json, const TCDescTerrestrialDeliverySystem& desc) {
-    json["centre_frequency_hz"] = desc.CentreFrequencyHz();
+    json["centre_frequency_hz"] = Valid(desc.CentreFrequencyHz(), desc.CentreFrequency());
     json["bandwidth"] = desc.Bandwidth();
     json["priority"] = desc.Priority();
     json["time_slicing_indicator"] = desc.TimeSlicingIndicator();
@@ -57,13 +58,15 @@ void Add(Json& json, const TCDescTerrestrialDeliverySystem& desc) {
 Json CellToJson(const TCT2Cell& cell) {
     Json frequencies = Json::array();
     for (int i = 0; i < cell.NumOfCentreFrequencies(); ++i) {
-        frequencies.push_back(cell.CentreFrequencyHz(static_cast<unsigned int>(i)));
+        const auto index = static_cast<unsigned int>(i);
+        frequencies.push_back(Valid(cell.CentreFrequencyHz(index), cell.CentreFrequency(index)));
     }
     Json subCells = Json::array();
     for (int i = 0; i < cell.NumOfSubCells(); ++i) {
         const auto index = static_cast<unsigned int>(i);
         subCells.push_back({{"cell_id_extension", cell.CellIdExtension(index)},
-                            {"transposer_frequency_hz", cell.TransposerFrequencyHz(index)}});
+                            {"transposer_frequency_hz", Valid(cell.TransposerFrequencyHz(index),
+                                                              cell.TransposerFrequency(index))}});
     }
     return {{"cell_id", cell.CellId()},
             {"centre_frequencies_hz", std::move(frequencies)},
@@ -86,41 +89,38 @@ void Add(Json& json, const TCDescT2SystemDelivery& desc) {
     }
 }
 
-// Adds the fields when the platform could decode them: of a descriptor whose fixed part does not
-// fit there are only the bytes.
+// Adds the fields of a descriptor that has room for them; of another only that it has none.
 template <class Desc>
-void AddFields(Json& json, const TCBaseDesc& desc) {
-    if (const auto* const decoded = dynamic_cast<const Desc*>(&desc)) {
-        Add(json, *decoded);
+Json WithFields(Json json, Desc desc, client::Bytes bytes) {
+    if (desc.Parse(bytes.data()) != 0) {
+        Add(json, desc);
+    } else {
+        json["malformed"] = true;
     }
+    return json;
 }
 
 }  // namespace
 
-Json DeliveryToJson(const IDeliveryDesc& delivery) {
-    TCBaseDesc& desc = *delivery.PlatformDesc();
-    const client::Bytes bytes = client::BytesOf(desc);
-    Json json;
-    switch (delivery.Type()) {
-        case IDeliveryDesc::DELIVERY_SATELLITE:
-            json["system"] = "satellite";
-            break;
-        case IDeliveryDesc::DELIVERY_CABLE:
-            json["system"] = "cable";
-            break;
-        case IDeliveryDesc::DELIVERY_TERRESTRIAL:
-            json["system"] = "terrestrial";
-            break;
-        case IDeliveryDesc::DELIVERY_T2:
-            json["system"] = "t2";
-            break;
+Json DeliveryToJson(const client::Descriptor& delivery) {
+    constexpr unsigned char kSatelliteTag = 0x43;
+    constexpr unsigned char kCableTag = 0x44;
+    constexpr unsigned char kTerrestrialTag = 0x5A;
+    const client::Bytes bytes(delivery.data, delivery.data + delivery.size);
+    const auto json = [&](const char* system) -> Json {
+        return {{"system", system}, {"data", Hex(bytes.data(), bytes.size())}};
+    };
+    switch (delivery.tag) {
+        case kSatelliteTag:
+            return WithFields(json("satellite"), TCDescSatelliteDeliverySystem(kSatelliteTag),
+                              bytes);
+        case kCableTag:
+            return WithFields(json("cable"), TCDescCableDeliverySystem(), bytes);
+        case kTerrestrialTag:
+            return WithFields(json("terrestrial"), TCDescTerrestrialDeliverySystem(), bytes);
+        default:  // the only other one that the SI layer knows, by its descriptor_tag_extension
+            return WithFields(json("t2"), TCDescT2SystemDelivery(), bytes);
     }
-    json["data"] = Hex(bytes.data(), bytes.size());
-    AddFields<TCDescSatelliteDeliverySystem>(json, desc);
-    AddFields<TCDescCableDeliverySystem>(json, desc);
-    AddFields<TCDescTerrestrialDeliverySystem>(json, desc);
-    AddFields<TCDescT2SystemDelivery>(json, desc);
-    return json;
 }
 
 }  // namespace tool

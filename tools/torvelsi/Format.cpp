@@ -108,7 +108,12 @@ std::string CountersToText(const std::vector<tvservice::CounterValue>& counters)
 }
 
 std::string Named(const std::string& name) {
-    return name.empty() ? "(empty name)" : Printable(name);
+    if (name.empty()) {
+        return "(empty name)";
+    }
+    std::string line = name;
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return Printable(line);
 }
 
 std::string Printable(const std::string& text) {

@@ -43,7 +43,7 @@ std::string CountersToText(const std::vector<tvservice::CounterValue>& counters)
 /// there to control and not to be seen (C1, line separators, directions of writing) as \uNNNN.
 std::string Printable(const std::string& text);
 
-/// A name of a stream, `Printable`; one that is empty in words.
+/// A name of a stream in one line, `Printable`; "(empty name)" for one that is empty.
 std::string Named(const std::string& name);
 
 }  // namespace tool

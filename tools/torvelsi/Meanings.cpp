@@ -17,14 +17,32 @@ std::string Meaning(const Words& words, unsigned int value) {
 }  // namespace
 
 std::string StreamTypeMeaning(unsigned int streamType) {
-    static const Words kWords{
-        {0x01, "MPEG-1 video"},  {0x02, "MPEG-2 video"},     {0x03, "MPEG-1 audio"},
-        {0x04, "MPEG-2 audio"},  {0x05, "private sections"}, {0x06, "private PES"},
-        {0x08, "DSM-CC"},        {0x0A, "DSM-CC type A"},    {0x0B, "DSM-CC type B"},
-        {0x0C, "DSM-CC type C"}, {0x0D, "DSM-CC type D"},    {0x0F, "AAC audio"},
-        {0x10, "MPEG-4 video"},  {0x11, "LATM AAC audio"},   {0x15, "metadata in PES"},
-        {0x1B, "H.264 video"},   {0x20, "H.264 MVC video"},  {0x24, "H.265 video"},
-        {0x33, "H.266 video"}};
+    static const Words kWords{{0x01, "MPEG-1 video"},
+                              {0x02, "MPEG-2 video"},
+                              {0x03, "MPEG-1 audio"},
+                              {0x04, "MPEG-2 audio"},
+                              {0x05, "private sections"},
+                              {0x06, "private PES"},
+                              {0x08, "DSM-CC"},
+                              {0x0A, "DSM-CC type A"},
+                              {0x0B, "DSM-CC type B"},
+                              {0x0C, "DSM-CC type C"},
+                              {0x0D, "DSM-CC type D"},
+                              {0x0F, "AAC audio"},
+                              {0x10, "MPEG-4 video"},
+                              {0x11, "LATM AAC audio"},
+                              {0x12, "MPEG-4 SL in PES"},
+                              {0x15, "metadata in PES"},
+                              {0x1B, "H.264 video"},
+                              {0x20, "H.264 MVC video"},
+                              {0x24, "H.265 video"},
+                              {0x2D, "MPEG-H 3D audio"},
+                              {0x33, "H.266 video"},
+                              // User private: what they are in common use for.
+                              {0x81, "AC-3 audio"},
+                              {0x86, "SCTE 35 splicing"},
+                              {0x87, "E-AC-3 audio"},
+                              {0x90, "PGS subtitles"}};
     return Meaning(kWords, streamType);
 }
 
@@ -36,9 +54,13 @@ std::string ServiceTypeMeaning(unsigned int serviceType) {
                               {0x05, "NVOD time-shifted"},
                               {0x06, "mosaic"},
                               {0x07, "FM radio"},
+                              {0x08, "DVB SRM"},
                               {0x0A, "advanced codec digital radio sound"},
                               {0x0B, "H.264 mosaic"},
                               {0x0C, "data broadcast"},
+                              {0x0D, "Common Interface"},
+                              {0x0E, "RCS map"},
+                              {0x0F, "RCS FLS"},
                               {0x10, "DVB MHP"},
                               {0x11, "MPEG-2 HD television"},
                               {0x16, "H.264 SD television"},
@@ -48,8 +70,12 @@ std::string ServiceTypeMeaning(unsigned int serviceType) {
                               {0x1A, "H.264 HD NVOD time-shifted"},
                               {0x1B, "H.264 HD NVOD reference"},
                               {0x1C, "H.264 3D HD television"},
+                              {0x1D, "H.264 3D HD NVOD time-shifted"},
+                              {0x1E, "H.264 3D HD NVOD reference"},
                               {0x1F, "HEVC television"},
-                              {0x20, "HEVC UHD television"}};
+                              {0x20, "HEVC UHD television"},
+                              {0x21, "VVC television"},
+                              {0x22, "AVS3 television"}};
     return Meaning(kWords, serviceType);
 }
 
@@ -78,7 +104,7 @@ std::string DeliveryMeaning(const std::string& system, const std::string& field,
             {2, "circular left"},
             {3, "circular right"}}},
           {"roll_off", {{0, "0.35"}, {1, "0.25"}, {2, "0.20"}}},
-          {"modulation_system", {{0, "DVB-S"}, {1, "DVB-S2"}}},
+          {"modulation_system", {{1, "DVB-S2"}}},
           {"modulation_type", {{0, "auto"}, {1, "QPSK"}, {2, "8PSK"}, {3, "16-QAM"}}},
           {"fec_inner", kFecInner}}},
         {"cable",

@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "client/MultiplexScanner.h"
 #include "softplatform/service/SoftwarePlatform.h"
@@ -40,14 +41,13 @@ int Scan(const ReceiverOptions& options, bool json,
     client::Multiplex multiplex = scanner.Result();
     if (end.reason != tvservice::InputEnd::kEndOfInput) {
         multiplex.complete = false;
-        multiplex.missing.emplace_back("rest of the input");
+        multiplex.missing.push_back({.what = client::Missing::kRestOfInput});
     }
-    if (json) {
-        fmt::print("{}\n",
-                   ScanDocument(multiplex).dump(2, ' ', false, Json::error_handler_t::replace));
-    } else {
-        fmt::print("{}", ScanText(multiplex));
-    }
+    const Output output = [](std::string_view text) {
+        // Main asks the stream whether anything failed.
+        static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout));
+    };
+    (json ? WriteScanDocument : WriteScanText)(multiplex, output);
     if (const auto refused =
             tvservice::SoftwarePlatform::Instance().Counter("refused_subscriptions");
         refused > 0) {
@@ -80,8 +80,9 @@ void AddScanCommand(CLI::App& app, Run& run) {
     const CLI::Option* given =
         command
             ->add_option("--timeout", options->timeout,
-                         "how long to wait for a live input to be complete, e.g. 500ms, 30s, 2min; "
-                         "if given, also for a pipe, which is read to its end otherwise")
+                         "time-out for a live input (500ms, 30s, 2min): the scan ends when it has "
+                         "passed, or before as soon as nothing is missing. If it is given, it "
+                         "holds for a pipe too, which is otherwise read to its end")
             ->capture_default_str();
     command->callback([options, receiver, given, &run] {
         std::optional<std::chrono::milliseconds> timeout;

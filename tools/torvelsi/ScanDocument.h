@@ -1,20 +1,23 @@
 #pragma once
 
-#include <string>
-
 #include "client/Multiplex.h"
 #include "tools/torvelsi/Format.h"
+#include "tools/torvelsi/Output.h"
 
 namespace tool {
 
-/// The document of `scan --format json`, as docs/torvelsi-scan-1.schema.json has it.
-Json ScanDocument(const client::Multiplex& multiplex);
+/// Writes the document of `scan --format json`, as docs/torvelsi-scan-2.schema.json describes it.
+void WriteScanDocument(const client::Multiplex& multiplex, const Output& output);
 
-/// The same content for people: aligned, identifiers as `1031 (0x0407)`, meanings in words.
-std::string ScanText(const client::Multiplex& multiplex);
+/// Writes the same content for people: aligned, identifiers as `1031 (0x0407)`, meanings in words.
+void WriteScanText(const client::Multiplex& multiplex, const Output& output);
 
 /// The fields of a delivery system descriptor by their names in ETSI EN 300 468, units in the name:
-/// {"system", "data", ...}.
-Json DeliveryToJson(const TORVEL_MW::IDeliveryDesc& delivery);
+/// {"system", "data", ...}. One that is too short for its fields is {"system", "data",
+/// "malformed": true}.
+Json DeliveryToJson(const client::Descriptor& delivery);
+
+/// What a table is called in `missing`.
+const char* TableName(client::Missing::What what);
 
 }  // namespace tool

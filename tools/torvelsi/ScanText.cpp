@@ -11,23 +11,24 @@ namespace tool {
 
 namespace {
 
-// Text that grows line by line.
+// Writes text line by line.
 class Page {
   public:
+    explicit Page(const Output& output) : output_(output) {}
+
+    // Leaves out blanks at the end of the line.
     template <class... Args>
     void Line(fmt::format_string<Args...> format, Args&&... args) {
-        text_ += fmt::format(format, std::forward<Args>(args)...);
-        while (!text_.empty() && text_.back() == ' ') {
-            text_.pop_back();
-        }
-        text_ += '\n';
+        std::string line = fmt::format(format, std::forward<Args>(args)...);
+        line.erase(line.find_last_not_of(' ') + 1);
+        line += '\n';
+        output_(line);
     }
-    void Blank() { text_ += '\n'; }
-    void Add(const std::string& text) { text_ += text; }
-    const std::string& text() const { return text_; }
+    void Blank() { output_("\n"); }
+    void Add(const std::string& text) { output_(text); }
 
   private:
-    std::string text_;
+    const Output& output_;
 };
 
 std::string Count(std::size_t count, const char* what) {
@@ -69,17 +70,22 @@ void AddLinkages(Page& page, const std::vector<client::SsuLinkage>& linkages,
     }
 }
 
-void AddDescriptors(Page& page, const std::vector<client::Descriptor>& descriptors) {
+// The meaning of these tags depends on the private data specifier in force (ETSI EN 300 468 6.1).
+bool IsPrivate(unsigned char tag) {
+    return tag >= 0x80 && tag <= 0xFE;
+}
+
+void AddDescriptors(Page& page, const client::DescriptorList& descriptors) {
     for (const client::Descriptor& descriptor : descriptors) {
         std::string notes;
-        if (descriptor.privateDataSpecifier) {
+        if (descriptor.privateDataSpecifier && IsPrivate(descriptor.tag)) {
             notes += fmt::format("  private data of 0x{:08X}", *descriptor.privateDataSpecifier);
         }
-        if (descriptor.extensionTag) {
-            notes += fmt::format("  extension {}", Id8(*descriptor.extensionTag));
+        if (const auto extension = descriptor.TagExtension()) {
+            notes += fmt::format("  extension {}", Id8(*extension));
         }
         page.Line("      descriptor {:<12}{}{}", Id8(descriptor.tag),
-                  Hex(descriptor.data.data(), descriptor.data.size()), notes);
+                  Hex(descriptor.data, descriptor.size), notes);
     }
 }
 
@@ -89,6 +95,7 @@ void AddProgram(Page& page, const client::Program& program) {
     if (!program.caSystemIds.empty()) {
         page.Line("    CA systems {}", Ids(program.caSystemIds));
     }
+    AddDescriptors(page, program.descriptors);
     for (const client::ElementaryStream& stream : program.streams) {
         std::string notes;
         if (stream.componentTag) {
@@ -116,37 +123,72 @@ void AddProgram(Page& page, const client::Program& program) {
 }
 
 void AddService(Page& page, const client::Service& service) {
+    const client::ServiceName name = NameOf(service);
     page.Line("  {:<16} {}  {}", Id16(service.serviceId),
-              service.name ? Named(*service.name) : "(no name)",
-              service.provider ? "by " + Named(*service.provider) : "");
+              name.name ? Named(*name.name) : "(no name)",
+              name.provider ? "by " + Named(*name.provider) : "");
     page.Line("    {}, {}, {}",
-              service.serviceType ? ServiceTypeMeaning(*service.serviceType) : "of unknown type",
+              name.serviceType ? ServiceTypeMeaning(*name.serviceType) : "of unknown type",
               RunningStatusMeaning(service.runningStatus),
               service.freeCaMode ? "scrambled" : "in the clear");
     AddDescriptors(page, service.descriptors);
 }
 
-void AddEvent(Page& page, const client::Event& event) {
-    page.Line("  {:<16} {:<9} event {:<16} {}  {}  {}", Id16(event.serviceId),
+// A text of several lines: those behind the first are indented further.
+void AddLines(Page& page, const std::string& text) {
+    std::size_t begin = 0;
+    for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
+        end = text.find('\n', begin);
+        page.Line("    {}{}", begin == 0 ? "" : "  ", Printable(text.substr(begin, end - begin)));
+    }
+}
+
+void AddEvent(Page& page, const client::EventTable& table, const client::Event& event,
+              bool isComplete) {
+    page.Line("  {:<16} {:<9} event {:<16} {}  {}  {}{}", Id16(table.serviceId),
               event.section == 0   ? std::string("present")
               : event.section == 1 ? std::string("following")
                                    : fmt::format("section {}", event.section),
               Id16(event.eventId), event.start ? Iso8601(*event.start) : "time undefined",
               event.duration ? fmt::format("{} s", *event.duration) : "duration undefined",
-              RunningStatusMeaning(event.runningStatus));
-    page.Line("    {}", Place(event.originalNetworkId, event.transportStreamId));
-    if (event.name) {
-        page.Line("    {}  ({})", Named(*event.name), Printable(event.language.value_or("")));
+              RunningStatusMeaning(event.runningStatus), isComplete ? "" : "  (table incomplete)");
+    page.Line("    {}", Place(table.originalNetworkId, table.transportStreamId));
+    const client::EventText text = TextOf(event);
+    if (text.name) {
+        page.Line("    {}  ({})", Named(*text.name), Printable(text.language.value_or("")));
     }
-    if (event.text && !event.text->empty()) {
-        page.Line("    {}", Printable(*event.text));
+    if (text.text && !text.text->empty()) {
+        AddLines(page, *text.text);
     }
     AddDescriptors(page, event.descriptors);
 }
 
+void AddEvents(Page& page, const client::Multiplex& multiplex) {
+    bool isFirst = true;
+    for (const auto& table : multiplex.events) {
+        const bool isComplete = multiplex.partialEvents.count(table) == 0;
+        for (const client::Event& event : table->events) {
+            if (isFirst) {
+                page.Blank();
+                page.Line("Events");
+                isFirst = false;
+            }
+            AddEvent(page, *table, event, isComplete);
+        }
+    }
+}
+
+// What stands for a field without a value.
+std::string NullText(const std::string& field) {
+    const bool isNumber = field.find("_hz") != std::string::npos ||
+                          field.find("_per_s") != std::string::npos ||
+                          field == "orbital_position_tenth_degrees";
+    return isNumber ? "not valid as coded" : "not given";
+}
+
 std::string FieldText(const std::string& system, const std::string& field, const Json& value) {
     if (value.is_null()) {
-        return "not defined";
+        return NullText(field);
     }
     if (value.is_string()) {
         return value.get<std::string>();
@@ -164,31 +206,43 @@ std::string FieldText(const std::string& system, const std::string& field, const
                                : DeliveryMeaning(system, field, value.get<unsigned int>());
 }
 
+std::string Hertz(const Json& frequency) {
+    return frequency.is_null() ? "frequency not valid as coded"
+                               : fmt::format("{} Hz", frequency.get<std::uint64_t>());
+}
+
 void AddCells(Page& page, const Json& cells) {
     page.Line("        {:<31}{}", "cells", cells.empty() ? "none" : "");
     for (const Json& cell : cells) {
         std::string frequencies;
         for (const Json& frequency : cell["centre_frequencies_hz"]) {
-            frequencies += fmt::format("{}{} Hz", frequencies.empty() ? "" : ", ",
-                                       frequency.get<std::uint64_t>());
+            frequencies += (frequencies.empty() ? "" : ", ") + Hertz(frequency);
         }
         page.Line("          cell {:<24}{}", Id16(cell["cell_id"].get<unsigned int>()),
                   frequencies.empty() ? "no frequency" : frequencies);
         for (const Json& subCell : cell["sub_cells"]) {
-            page.Line("            sub-cell {:<18}transposer {} Hz",
+            page.Line("            sub-cell {:<18}transposer {}",
                       Id8(subCell["cell_id_extension"].get<unsigned int>()),
-                      subCell["transposer_frequency_hz"].get<std::uint64_t>());
+                      Hertz(subCell["transposer_frequency_hz"]));
         }
     }
 }
 
+// Whether a field without a value is left out: only DVB-S2 has these, and modulation_type has no
+// known meaning without them.
+bool IsOfS2(const std::string& field) {
+    return field == "roll_off" || field == "modulation_system" || field == "modulation_type";
+}
+
 void AddDelivery(Page& page, const Json& delivery) {
     const std::string system = delivery["system"];
-    page.Line("      {}", system);
+    const bool isMalformed = delivery.contains("malformed");
+    page.Line("      {}{}", system, isMalformed ? ", malformed: too short for its fields" : "");
     for (const auto& [field, value] : delivery.items()) {
         if (field == "cells") {
             AddCells(page, value);
-        } else if (field != "system") {
+        } else if (field != "system" && field != "malformed" &&
+                   !(value.is_null() && IsOfS2(field))) {
             page.Line("        {:<31}{}", field, FieldText(system, field, value));
         }
     }
@@ -201,8 +255,8 @@ void AddNetwork(Page& page, const client::Network& network) {
     AddLinkages(page, network.ssuLinkages, network.ssuScanLinkages);
     for (const client::TransportStream& stream : network.transportStreams) {
         page.Line("    {}", Place(stream.originalNetworkId, stream.transportStreamId));
-        for (const auto& delivery : stream.delivery) {
-            AddDelivery(page, DeliveryToJson(*delivery));
+        for (const client::Descriptor& delivery : stream.delivery) {
+            AddDelivery(page, DeliveryToJson(delivery));
         }
     }
 }
@@ -232,10 +286,52 @@ void AddCounters(Page& page, const char* title,
     page.Add(text);
 }
 
+// "1, 3-7": ascending numbers, those that follow each other as a range.
+std::string Ranges(const std::vector<unsigned char>& numbers) {
+    std::string text;
+    for (std::size_t at = 0; at < numbers.size();) {
+        std::size_t end = at + 1;
+        while (end < numbers.size() && numbers[end] == numbers[end - 1] + 1) {
+            ++end;
+        }
+        text += fmt::format("{}{}", text.empty() ? "" : ", ", numbers[at]);
+        if (end - at > 1) {
+            text += fmt::format("-{}", numbers[end - 1]);
+        }
+        at = end;
+    }
+    return text;
+}
+
+// "eit 7 (section 1)"; of a table of which nothing came just "eit 7".
+std::string MissingText(const client::Missing& missing) {
+    std::string text = TableName(missing.what);
+    if (missing.id) {
+        text += fmt::format(" {}", *missing.id);
+    }
+    if (!missing.sections) {
+        return text;
+    }
+    if (missing.sections->empty()) {
+        return text + " (all sections came, but make no valid table)";
+    }
+    return text + fmt::format(" (section{} {})", missing.sections->size() == 1 ? "" : "s",
+                              Ranges(*missing.sections));
+}
+
+void AddMissing(Page& page, const std::vector<client::Missing>& missing) {
+    std::string text;
+    for (const client::Missing& entry : missing) {
+        text += (text.empty() ? "" : ", ") + MissingText(entry);
+    }
+    page.Blank();
+    page.Line("Missing: {}", text);
+}
+
 }  // namespace
 
-std::string ScanText(const client::Multiplex& multiplex) {
-    Page page;
+void WriteScanText(const client::Multiplex& multiplex, const Output& output) {
+    Page page(output);
     const client::InputFacts& input = multiplex.input;
     page.Line("Input {}, {} bytes, {} packets of {} bytes", Printable(input.uri), input.bytes,
               input.packets, input.packetSize);
@@ -256,16 +352,19 @@ std::string ScanText(const client::Multiplex& multiplex) {
         page.Blank();
         page.Line("CAT: CA systems {}", Ids(*multiplex.caSystemIds));
     }
-    AddList(page, multiplex.programs, "Programs", AddProgram);
-    if (!multiplex.services.empty()) {
-        const client::Service& first = multiplex.services.front();
+    AddList(page, multiplex.programs, "Programs",
+            [](Page& to, const auto& program) { AddProgram(to, *program); });
+    if (!multiplex.services->empty()) {
+        const client::Service& first = multiplex.services->front();
         const std::string title =
             "Services of " + Place(first.originalNetworkId, first.transportStreamId);
-        AddList(page, multiplex.services, title.c_str(), AddService);
+        AddList(page, *multiplex.services, title.c_str(), AddService);
     }
-    AddList(page, multiplex.events, "Events", AddEvent);
-    AddList(page, multiplex.networks, "Networks", AddNetwork);
-    AddList(page, multiplex.bouquets, "Bouquets", AddBouquet);
+    AddEvents(page, multiplex);
+    AddList(page, multiplex.networks, "Networks",
+            [](Page& to, const auto& network) { AddNetwork(to, *network); });
+    AddList(page, multiplex.bouquets, "Bouquets",
+            [](Page& to, const auto& bouquet) { AddBouquet(to, *bouquet); });
     page.Blank();
     AddCounters(page, "Counters (those that are not 0)", multiplex.counters);
     if (!multiplex.faults.empty()) {
@@ -273,10 +372,8 @@ std::string ScanText(const client::Multiplex& multiplex) {
         AddCounters(page, "Faults on purpose", multiplex.faults);
     }
     if (!multiplex.missing.empty()) {
-        page.Blank();
-        page.Line("Missing: {}", fmt::join(multiplex.missing, ", "));
+        AddMissing(page, multiplex.missing);
     }
-    return page.text();
 }
 
 }  // namespace tool

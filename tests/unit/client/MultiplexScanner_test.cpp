@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <string>
 #include <vector>
 
 #include "client/Acquisition.h"
@@ -61,7 +60,7 @@ TEST_F(MultiplexScannerTest, WhatWasCompleteStaysSoWhateverComesBehind) {
     const std::size_t bouquets = acquisition.Found().bouquets.size();
     EXPECT_GT(bouquets, 0u);
     Play(HalfABat());
-    EXPECT_EQ(acquisition.Found().missing, std::vector<std::string>());
+    EXPECT_TRUE(acquisition.Found().missing.empty());
     EXPECT_EQ(acquisition.Found().bouquets.size(), bouquets);
 }
 
@@ -71,7 +70,11 @@ TEST_F(MultiplexScannerTest, WhatIsBegunIsMissingAsLongAsNothingWasComplete) {
     acquisition.Subscribe(nullptr);
     Play(HalfABat());
     Play(generator::MakeScenario("demo"));
-    EXPECT_EQ(acquisition.Found().missing, std::vector<std::string>{"bat 62207"});
+    const std::vector<Missing> missing = acquisition.Found().missing;
+    ASSERT_EQ(missing.size(), 1u);
+    EXPECT_EQ(missing[0].what, Missing::kBat);
+    EXPECT_EQ(missing[0].id, 62207u);
+    EXPECT_EQ(missing[0].sections, std::vector<unsigned char>{1});
 }
 
 // The first answer lets the platform go on, so that a section may still be queued for a scanner

@@ -4,129 +4,213 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <optional>
 
 #include "tests/support/TsBytes.h"
 
 namespace client {
 namespace {
 
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
 using testsupport::SectionBytes;
 
-/// A sub-table is whole with its section 0; what is kept of it is its version and how many sections
-/// it was fed.
+constexpr unsigned char kRefusedVersion = 31;
+
+/// What is kept of a sub-table is its version and how many sections it was read from. Sections with
+/// kRefusedVersion are refused.
 struct CountingTable {
     using Key = unsigned short;
     struct Snapshot {
-        int version = -1;
-        int fed = 0;
+        int version;
+        std::size_t sections;
     };
 
     static Key KeyOf(unsigned short, const unsigned char* data, unsigned short) {
         return SectionHeader(data).tableIdExtension;
     }
-    bool Take(unsigned short, unsigned char* data, Snapshot& snapshot) {
-        isWhole_ = isWhole_ || SectionHeader(data).sectionNumber == 0;
-        snapshot = {SectionHeader(data).version, ++fed_};
-        return isWhole_;
+    static std::optional<Snapshot> Read(unsigned short, Sections& sections) {
+        const SectionHeader header(sections.begin()->second.data());
+        if (header.version == kRefusedVersion) {
+            return std::nullopt;
+        }
+        ++timesRead;
+        return Snapshot{header.version, sections.size()};
     }
 
-  private:
-    bool isWhole_ = false;
-    int fed_ = 0;
+    static inline int timesRead = 0;
 };
 
 class SubTableReaderTest : public testing::Test {
   protected:
-    void Feed(unsigned extension, unsigned number = 0, size_t bodySize = 0, uint8_t version = 0) {
-        testsupport::Bytes section =
+    SubTableReaderTest() { CountingTable::timesRead = 0; }
+
+    struct Section {
+        unsigned extension = 7;
+        unsigned number = 0;
+        unsigned last = 0;
+        size_t bodySize = 0;
+        uint8_t version = 0;
+        uint8_t filling = 0;
+        size_t cutBy = 0;  // bytes that are not delivered
+    };
+
+    void Feed(const Section& section) {
+        testsupport::Bytes bytes =
             SectionBytes{.table_id = 0x40,
-                         .table_id_extension = static_cast<uint16_t>(extension),
-                         .version_number = version,
-                         .section_number = static_cast<uint8_t>(number),
-                         .last_section_number = 255,
-                         .body = testsupport::Bytes(bodySize)}
+                         .table_id_extension = static_cast<uint16_t>(section.extension),
+                         .version_number = section.version,
+                         .section_number = static_cast<uint8_t>(section.number),
+                         .last_section_number = static_cast<uint8_t>(section.last),
+                         .body = testsupport::Bytes(section.bodySize, section.filling)}
                 .Build();
-        reader_.OnSectionReceived(1, 0x10, static_cast<unsigned short>(section.size()),
-                                  section.data());
+        bytes.resize(bytes.size() - section.cutBy);
+        reader_.OnSectionReceived(1, 0x10, static_cast<unsigned short>(bytes.size()), bytes.data());
     }
 
-    int FedTo(unsigned short extension) const { return reader_.Whole().at(extension).fed; }
+    // A sub-table of 256 large sections.
+    void FeedLarge(unsigned extension) {
+        for (unsigned number = 0; number < 256; ++number) {
+            Feed({.extension = extension, .number = number, .last = 255, .bodySize = kLarge});
+        }
+    }
+
+    bool IsWhole(unsigned short extension) const { return reader_.Whole().count(extension) != 0; }
+    int VersionOf(unsigned short extension) const { return reader_.Whole().at(extension)->version; }
 
     using Reader = SubTableReader<CountingTable>;
+    static constexpr size_t kLarge = 4000;
+    static constexpr unsigned kFit = Reader::kMaxBytes / (256 * (kLarge + 12));  // large sub-tables
     Reader reader_;
 };
 
-TEST_F(SubTableReaderTest, FeedsEachDistinctSectionOnce) {
-    Feed(7);
-    Feed(7);
-    Feed(7, 1);
-    Feed(7);
-    EXPECT_EQ(FedTo(7), 2);
+TEST_F(SubTableReaderTest, ReadsASubTableOnceWhenAllItsSectionsHaveCome) {
+    Feed({.number = 1, .last = 2});
+    Feed({.number = 2, .last = 2});
+    Feed({.number = 1, .last = 2});
+    EXPECT_THAT(reader_.Whole(), IsEmpty());
+    EXPECT_THAT(reader_.Unfinished(), ElementsAre(Pair(7, ElementsAre(0))));
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        Feed({.number = 0, .last = 2});
+        Feed({.number = 1, .last = 2});
+    }
+    EXPECT_EQ(reader_.Whole().at(7)->sections, 3u);
+    EXPECT_THAT(reader_.Unfinished(), IsEmpty());
+    EXPECT_EQ(CountingTable::timesRead, 1);
 }
 
-TEST_F(SubTableReaderTest, AnotherVersionGetsAFreshTable) {
-    Feed(7);
-    Feed(7, 1);
-    Feed(7, 0, 0, 5);
-    EXPECT_EQ(reader_.Whole().at(7).version, 5);
-    EXPECT_EQ(FedTo(7), 1);
+TEST_F(SubTableReaderTest, AVersionCountsUntilTheNextOneIsComplete) {
+    Feed({});
+    Feed({.number = 0, .last = 1, .version = 5});
+    EXPECT_EQ(VersionOf(7), 0);
+    EXPECT_THAT(reader_.Unfinished(), IsEmpty()) << "a complete version is there";
+    Feed({.number = 1, .last = 1, .version = 5});
+    EXPECT_EQ(VersionOf(7), 5);
+}
+
+TEST_F(SubTableReaderTest, ASectionThatChangedWithinAVersionBeginsItAnew) {
+    Feed({.number = 0, .last = 1, .bodySize = 1});
+    Feed({.number = 0, .last = 1, .bodySize = 1, .filling = 9});
+    Feed({.number = 1, .last = 1, .bodySize = 1});
+    EXPECT_TRUE(IsWhole(7));
+    Feed({.number = 1, .last = 1, .bodySize = 1, .filling = 9});
+    Feed({.number = 0, .last = 1, .bodySize = 1});
+    EXPECT_EQ(CountingTable::timesRead, 2);
+}
+
+TEST_F(SubTableReaderTest, ASubTableThatAParserRefusesLacksNoSection) {
+    Feed({.version = kRefusedVersion});
+    EXPECT_THAT(reader_.Unfinished(), ElementsAre(Pair(7, IsEmpty())));
+    EXPECT_THAT(reader_.Partial(0x10), IsEmpty());
+}
+
+TEST_F(SubTableReaderTest, PartialReadsEachSectionOfAnUnfinishedSubTableByItself) {
+    Feed({.extension = 6});
+    Feed({.number = 3, .last = 3, .version = 2});
+    Feed({.number = 0, .last = 3, .version = 2});
+    const auto partial = reader_.Partial(0x10);
+    ASSERT_EQ(partial.size(), 1u);
+    ASSERT_EQ(partial.at(7).size(), 2u);
+    EXPECT_EQ(partial.at(7)[1].sections, 1u);
+    EXPECT_EQ(partial.at(7)[1].version, 2);
+}
+
+TEST_F(SubTableReaderTest, ASectionNumberAboveTheLastOneIsNotHeld) {
+    Feed({.number = 2, .last = 1});
+    EXPECT_THAT(reader_.Unfinished(), ElementsAre(Pair(7, ElementsAre(0, 1))));
+}
+
+TEST_F(SubTableReaderTest, LeavesOutASectionThatWasDeliveredInPart) {
+    Feed({.bodySize = 20, .cutBy = 1});
+    EXPECT_THAT(reader_.Unfinished(), IsEmpty());
+    EXPECT_THAT(reader_.Whole(), IsEmpty());
 }
 
 TEST_F(SubTableReaderTest, TakesSoManySubTablesAndNamesTheFirstThatFindsNoRoom) {
     const unsigned most = Reader::kMaxSubTables;
     for (unsigned extension = 0; extension < most + 500; ++extension) {
-        Feed(extension);
+        Feed({.extension = extension});
     }
     EXPECT_EQ(reader_.Whole().size(), most);
-    EXPECT_EQ(reader_.Begun().size(), most + 1);
-    EXPECT_EQ(reader_.Begun().count(static_cast<unsigned short>(most)), 1u);
-    EXPECT_EQ(reader_.Whole().count(static_cast<unsigned short>(most)), 0u);
-    Feed(3, 1);
-    EXPECT_EQ(FedTo(3), 2) << "a sub-table that is known goes on";
+    EXPECT_THAT(reader_.Unfinished(), ElementsAre(Pair(most, ElementsAre(0))));
+    Feed({.extension = 3, .version = 1});
+    EXPECT_EQ(VersionOf(3), 1) << "a sub-table that is known goes on";
 }
 
 TEST_F(SubTableReaderTest, TakesSoManyBytesAndANewVersionGivesThemBack) {
-    constexpr size_t kBodySize = 4000;
-    constexpr unsigned kSections = 256;
-    constexpr unsigned kFit = Reader::kMaxBytes / (kSections * (kBodySize + 12));  // sub-tables
-    for (unsigned n = 0; n < (kFit + 2) * kSections; ++n) {
-        Feed(n / kSections, n % kSections, kBodySize);
+    for (unsigned extension = 0; extension < kFit + 2; ++extension) {
+        FeedLarge(extension);
     }
     EXPECT_EQ(reader_.Whole().size(), kFit);
-    EXPECT_EQ(reader_.Begun().size(), kFit + 1) << "the one that was cut short is named";
-    EXPECT_EQ(FedTo(0), 256);
-    EXPECT_EQ(FedTo(kFit - 1), 256);
+    ASSERT_EQ(reader_.Unfinished().size(), 1u) << "the one that was cut short is named";
+    EXPECT_EQ(reader_.Unfinished().begin()->first, kFit);
+    for (unsigned extension = 0; extension < kFit; ++extension) {
+        FeedLarge(extension);
+    }
+    EXPECT_EQ(reader_.Whole().size(), kFit) << "repeats need no room";
 
-    Feed(1000, 0, kBodySize);
-    EXPECT_EQ(reader_.Whole().count(1000), 0u);
-    Feed(0, 0, 0, 1);  // in the place of 256 sections
-    EXPECT_EQ(reader_.Whole().at(0).version, 1);
-    Feed(1000, 0, kBodySize);
-    EXPECT_EQ(reader_.Whole().count(1000), 1u);
+    Feed({.extension = 1000, .bodySize = kLarge});
+    EXPECT_FALSE(IsWhole(1000));
+    Feed({.extension = 0, .version = 1});  // in the place of 256 sections
+    EXPECT_EQ(VersionOf(0), 1);
+    Feed({.extension = 1000, .bodySize = kLarge});
+    EXPECT_TRUE(IsWhole(1000));
+}
+
+TEST_F(SubTableReaderTest, ACompleteVersionThatLosesAChangeForLackOfRoomIsUnfinished) {
+    for (unsigned extension = 0; extension < kFit; ++extension) {
+        FeedLarge(extension);
+    }
+    for (unsigned number = 0; number < 30; ++number) {
+        Feed({.extension = 0, .number = number, .last = 255, .bodySize = kLarge, .version = 1});
+    }
+    EXPECT_FALSE(IsWhole(0));
+    EXPECT_EQ(reader_.Unfinished().count(0), 1u);
 }
 
 TEST_F(SubTableReaderTest, CountsACompleteVersionUntilAnotherOneIsComplete) {
-    constexpr size_t kBodySize = 4000;
-    constexpr unsigned kSections = 256;
-    constexpr unsigned kFit = Reader::kMaxBytes / (kSections * (kBodySize + 12));
-    for (unsigned n = 0; n < kFit * kSections; ++n) {
-        Feed(n / kSections, n % kSections, kBodySize);
+    for (unsigned extension = 0; extension < kFit; ++extension) {
+        FeedLarge(extension);
     }
     for (unsigned round = 1; round <= 3; ++round) {
         for (unsigned extension = 0; extension < kFit; ++extension) {
-            Feed(extension, 1, 0, static_cast<uint8_t>(round));  // begun, not complete
+            Feed({.extension = extension,  // begun, not complete
+                  .number = 1,
+                  .last = 1,
+                  .version = static_cast<uint8_t>(round)});
         }
         EXPECT_EQ(reader_.Whole().size(), kFit);
     }
-    for (unsigned number = 1; number < 25; ++number) {
-        Feed(1000, number, kBodySize);  // what room is left
+    for (unsigned number = 1; number < 25; ++number) {  // what room is left
+        Feed({.extension = 1000, .number = number, .last = 255, .bodySize = kLarge});
     }
-    Feed(1001, 0, kBodySize);
-    EXPECT_EQ(reader_.Whole().count(1001), 0u) << "all that was complete is still held";
-    Feed(0, 0, 0, 3);
-    EXPECT_EQ(reader_.Whole().at(0).version, 3);
-    Feed(1001, 0, kBodySize);
-    EXPECT_EQ(reader_.Whole().count(1001), 1u);
+    Feed({.extension = 1001, .bodySize = kLarge});
+    EXPECT_FALSE(IsWhole(1001)) << "all that was complete is still held";
+    Feed({.extension = 0, .number = 0, .last = 1, .version = 3});
+    EXPECT_EQ(VersionOf(0), 3);
+    Feed({.extension = 1001, .bodySize = kLarge});
+    EXPECT_TRUE(IsWhole(1001));
 }
 
 }  // namespace

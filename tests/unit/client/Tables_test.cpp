@@ -6,6 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "client/CatTable.h"
@@ -24,8 +27,32 @@ namespace {
 
 using testing::ElementsAre;
 using testing::Pair;
+using testing::Pointee;
 using testsupport::Join;
 using testsupport::SectionBytes;
+
+template <class Table>
+std::optional<typename Table::Snapshot> Read(unsigned short pid,
+                                             const generator::Sections& sections) {
+    Sections byNumber;
+    for (const generator::Bytes& section : sections) {
+        byNumber[section[6]] = section;
+    }
+    return Table::Read(pid, byNumber);
+}
+
+// A descriptor as a list has it: its tag, specifier, recorded extension, and bytes.
+using Shown = std::tuple<int, std::optional<unsigned>, std::optional<unsigned char>, Bytes>;
+
+std::vector<Shown> ShownOf(const DescriptorList& list) {
+    std::vector<Shown> shown;
+    for (const Descriptor& descriptor : list) {
+        shown.emplace_back(descriptor.tag, descriptor.privateDataSpecifier,
+                           descriptor.recordedExtension,
+                           Bytes(descriptor.data, descriptor.data + descriptor.size));
+    }
+    return shown;
+}
 
 // Counts how often two of its kind are compared.
 struct Counted {
@@ -67,12 +94,59 @@ TEST(SdtTable, AServiceThatIsRepeatedIsOneWithTheDescriptorsOfAll) {
                             .services = std::vector<generator::SdtService>(kEntries, service)},
                            {.max_section_size = 4096});
     ASSERT_EQ(sections.size(), 1u);
-    SdtTable table;
-    SdtTable::Snapshot services;
-    ASSERT_TRUE(table.Take(0x11, sections[0].data(), services));
-    ASSERT_EQ(services.size(), 1u);
-    EXPECT_EQ(services[0].serviceId, 7u);
-    EXPECT_EQ(services[0].descriptors.size(), kEntries);
+    const auto services = Read<SdtTable>(0x11, sections);
+    ASSERT_TRUE(services);
+    ASSERT_EQ(services->size(), 1u);
+    EXPECT_EQ((*services)[0].serviceId, 7u);
+    EXPECT_EQ((*services)[0].descriptors.size(), kEntries);
+}
+
+TEST(SdtTable, TheSectionsOfAServiceComeTogetherInTheOrderOfTheirNumbers) {
+    const auto service = [](unsigned id, unsigned char tag) {
+        return generator::SdtService{.service_id = static_cast<std::uint16_t>(id),
+                                     .descriptors = {{tag, 0}}};
+    };
+    const generator::Sections sections = generator::MakeSdt(
+        generator::Scope::kActual,
+        {.transport_stream_id = 2,
+         .original_network_id = 3,
+         .services = {service(9, 0x81), service(7, 0x82), service(9, 0x83), service(1, 0x84)}},
+        {.entries_per_section = 1});
+    ASSERT_EQ(sections.size(), 4u);
+    const auto services =
+        Read<SdtTable>(0x11, {sections[2], sections[0], sections[3], sections[1]});
+    ASSERT_TRUE(services);
+    ASSERT_EQ(services->size(), 3u);
+    EXPECT_EQ((*services)[0].serviceId, 1u);
+    EXPECT_EQ((*services)[1].serviceId, 7u);
+    EXPECT_EQ((*services)[2].serviceId, 9u);
+    EXPECT_THAT(ShownOf((*services)[2].descriptors),
+                ElementsAre(Shown(0x81, {}, {}, {0x81, 0}), Shown(0x83, {}, {}, {0x83, 0})));
+}
+
+TEST(DescriptorList, GivesBackWhatItWasGiven) {
+    DescriptorList list;
+    EXPECT_TRUE(list.empty());
+    const Bytes longest(257, 0xAB);
+    const Bytes shortest{0x7F, 0};
+    list.Add({0xAB, 0xFFFFFFFF, {}, longest.data(), longest.size()});
+    list.Add({0x7F, {}, {}, shortest.data(), shortest.size()});
+    list.Add({0x7F, 0x12345678, 0xFE, shortest.data(), shortest.size()});
+    list.Add({0x01, {}, 0x00, nullptr, 0});
+    DescriptorList twice = list;
+    twice.Append(list);
+    EXPECT_EQ(list.size(), 4u);
+    EXPECT_EQ(twice.size(), 8u);
+    EXPECT_THAT(ShownOf(list),
+                ElementsAre(Shown(0xAB, 0xFFFFFFFF, {}, longest), Shown(0x7F, {}, {}, shortest),
+                            Shown(0x7F, 0x12345678, 0xFE, shortest), Shown(0x01, {}, 0x00, {})));
+}
+
+TEST(Descriptor, TellsItsTagExtensionFromTheByteBehindTag127) {
+    const Bytes bytes{0x7F, 2, 0x06, 0x11};
+    EXPECT_EQ((Descriptor{0x7F, {}, 0x11, bytes.data(), 4}.TagExtension()), 0x06);
+    EXPECT_EQ((Descriptor{0x7F, {}, {}, bytes.data(), 2}.TagExtension()), std::nullopt);
+    EXPECT_EQ((Descriptor{0x7E, {}, {}, bytes.data(), 4}.TagExtension()), std::nullopt);
 }
 
 TEST(NitTable, LinkagesAreThereOnceEachInTheirOrder) {
@@ -85,13 +159,12 @@ TEST(NitTable, LinkagesAreThereOnceEachInTheirOrder) {
         generator::Scope::kActual,
         {.id = 9, .descriptors = {otherOffer, first, scan, first, otherScan, scan, otherOffer}});
     ASSERT_EQ(sections.size(), 1u);
-    NitTable table(true);
-    NitTable::Snapshot network{};
-    ASSERT_TRUE(table.Take(0x10, sections[0].data(), network));
-    ASSERT_EQ(network.ssuLinkages.size(), 2u);
-    EXPECT_EQ(network.ssuLinkages[0].offers, (std::vector<SsuOffer>{{0x00015A, Bytes{2}}}));
-    EXPECT_EQ(network.ssuLinkages[1].offers, (std::vector<SsuOffer>{{0x00015A, Bytes{1}}}));
-    EXPECT_EQ(network.ssuScanLinkages,
+    const auto network = Read<NitActualTable>(0x10, sections);
+    ASSERT_TRUE(network);
+    ASSERT_EQ(network->ssuLinkages.size(), 2u);
+    EXPECT_EQ(network->ssuLinkages[0].offers, (std::vector<SsuOffer>{{0x00015A, Bytes{2}}}));
+    EXPECT_EQ(network->ssuLinkages[1].offers, (std::vector<SsuOffer>{{0x00015A, Bytes{1}}}));
+    EXPECT_EQ(network->ssuScanLinkages,
               (std::vector<SsuScanLinkage>{{false, 5, 4, 6}, {true, 5, 4, 6}}));
 }
 
@@ -109,7 +182,7 @@ TEST(CatTable, ItsReservedBytesDoNotBeginItAnew) {
         cats.OnSectionReceived(1, 0x0001, static_cast<unsigned short>(section.size()),
                                section.data());
     }
-    EXPECT_THAT(cats.Whole(), ElementsAre(Pair(0, ElementsAre(0x0500u, 0x0501u))));
+    EXPECT_THAT(cats.Whole(), ElementsAre(Pair(0, Pointee(ElementsAre(0x0500u, 0x0501u)))));
 }
 
 class PmtTableTest : public testing::Test {
@@ -134,17 +207,18 @@ class PmtTableTest : public testing::Test {
 
     // Whether a PMT of so many sections becomes complete.
     bool Take(unsigned count) {
-        bool isWhole = false;
+        generator::Sections sections;
         for (unsigned number = 0; number < count; ++number) {
-            std::vector<std::uint8_t> section = Section(number, count);
-            program_ = {};
-            isWhole = table_.Take(0x100, section.data(), program_);
+            sections.push_back(Section(number, count));
         }
-        return isWhole;
+        std::optional<Program> program = Read<PmtTable>(0x100, sections);
+        if (program) {
+            program_ = *std::move(program);
+        }
+        return program.has_value();
     }
 
-    PmtTable table_;
-    PmtTable::Snapshot program_{};
+    Program program_{};
 };
 
 TEST_F(PmtTableTest, TheUpdatesOfSeveralSectionsAreThereOnceEach) {
@@ -154,6 +228,33 @@ TEST_F(PmtTableTest, TheUpdatesOfSeveralSectionsAreThereOnceEach) {
     for (unsigned number = 0; number < 16; ++number) {
         EXPECT_EQ(program_.ssu[number].pid, 0x100 + number);
     }
+}
+
+// The specifier holds in its own loop and from there on; the program's loop is another one.
+TEST_F(PmtTableTest, DescriptorsBearTheSpecifierInForce) {
+    const Bytes lone{0x83, 2, 0x12, 0x34};
+    const Bytes specifier{0x5F, 4, 0, 0, 0, 0x28};
+    const Bytes extension{0x7F, 2, 0x06, 0x11};
+    const generator::Bytes section = SectionBytes{.table_id = 0x02,
+                                                  .table_id_extension = 1,
+                                                  .body = Join({{0xE1, 0x00, 0xF0, 0x06},
+                                                                specifier,
+                                                                {0x02, 0xE1, 0x01, 0xF0, 18},
+                                                                lone,
+                                                                specifier,
+                                                                lone,
+                                                                extension,
+                                                                {0x02, 0xE1, 0x02, 0xF0, 4},
+                                                                lone})}
+                                         .Build();
+    const auto program = Read<PmtTable>(0x100, {section});
+    ASSERT_TRUE(program);
+    ASSERT_EQ(program->streams.size(), 2u);
+    EXPECT_THAT(ShownOf(program->descriptors), ElementsAre(Shown(0x5F, 0x28, {}, specifier)));
+    EXPECT_THAT(ShownOf(program->streams[0].descriptors),
+                ElementsAre(Shown(0x83, {}, {}, lone), Shown(0x5F, 0x28, {}, specifier),
+                            Shown(0x83, 0x28, {}, lone), Shown(0x7F, 0x28, {}, extension)));
+    EXPECT_THAT(ShownOf(program->streams[1].descriptors), ElementsAre(Shown(0x83, {}, {}, lone)));
 }
 
 TEST_F(PmtTableTest, OneOfMoreSectionsThanSixteenIsRefused) {
