@@ -1,10 +1,9 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <list>
-#include <map>
-#include <tuple>
 #include <vector>
 
 #include "softplatform/section/SectionView.h"
@@ -21,11 +20,13 @@ namespace tvservice {
 //
 // Bounded in bytes: when there is no more room, the sub-table of which nothing has come for the
 // longest time goes. Every section counts its bytes and kSectionCost, every sub-table
-// kSubTableCost. Used by one thread at a time.
+// kSubTableCost. Up to kSpareBytes more are buffers that wait for the next section. Used by one
+// thread at a time.
 class SectionCache {
   public:
     static constexpr size_t kSectionCost = 64;
     static constexpr size_t kSubTableCost = 192;
+    static constexpr size_t kSpareBytes = 64 * 1024;
 
     // With room for so many bytes; 0 keeps nothing.
     explicit SectionCache(size_t limit = 0) : limit_(limit) {}
@@ -36,19 +37,22 @@ class SectionCache {
     // What is kept beyond the new limit goes at once, the oldest first.
     void SetLimit(size_t limit);
 
-    // A section that came on `pid`, its CRC good. Its bytes are copied unless it is there already.
+    // A section that came on `pid`, its CRC not checked yet. Returns whether the same bytes came
+    // before and are kept: then the CRC_32 is good, because it was when they were put, and nothing
+    // is left to do. Else nothing has changed.
+    bool Renew(uint16_t pid, SectionView section);
+
+    // A section that came on `pid`, its CRC good. Its bytes are copied unless they are kept
+    // already.
     void Put(uint16_t pid, SectionView section);
 
     // Calls visit(SectionView) for each section of that PID and table_id, in the order of their
     // sub-tables and section_numbers. `visit` must not change the cache.
     template <class Visit>
     void VisitTable(uint16_t pid, uint8_t table_id, Visit visit) const {
-        for (auto entry = byKey_.lower_bound(Key(pid, table_id, 0, 0));
-             entry != byKey_.end() && std::get<0>(entry->first) == pid &&
-             std::get<1>(entry->first) == table_id;
-             ++entry) {
-            for (const auto& [number, bytes] : entry->second->sections) {
-                visit(*SectionView::From(bytes.data(), bytes.size()));
+        for (const size_t place : PlacesOf(pid, table_id)) {
+            for (const Section& section : subTables_[place].sections) {
+                visit(*SectionView::From(section.bytes.data(), section.bytes.size()));
             }
         }
     }
@@ -63,26 +67,69 @@ class SectionCache {
     size_t bytes() const { return bytes_; }
 
   private:
-    // PID, table_id, table_id_extension, and what else tells sub-tables of this table apart.
-    using Key = std::tuple<uint16_t, uint8_t, uint16_t, uint32_t>;
+    // What tells sub-tables apart: PID, table_id and table_id_extension in one number, and what
+    // else the table has for that.
+    struct Key {
+        uint64_t table;
+        uint32_t more;
+        friend bool operator==(const Key& a, const Key& b) {
+            return a.table == b.table && a.more == b.more;
+        }
+        friend bool operator<(const Key& a, const Key& b) {
+            return a.table != b.table ? a.table < b.table : a.more < b.more;
+        }
+    };
+
+    struct Section {
+        uint8_t number;
+        std::vector<uint8_t> bytes;
+    };
+
+    static constexpr size_t kNone = SIZE_MAX;
 
     struct SubTable {
-        Key key;
-        uint8_t version;
-        uint8_t last_section_number;
-        std::map<uint8_t, std::vector<uint8_t>> sections;  // by section_number
+        Key key{};
+        bool isUsed = false;
+        uint8_t version = 0;
+        uint8_t last_section_number = 0;
+        size_t following = 0;    // where in `sections` the next one is expected
+        size_t younger = kNone;  // the neighbours in the order in which they were renewed
+        size_t older = kNone;
+        std::vector<Section> sections;  // by number
     };
-    using SubTables = std::list<SubTable>;
 
     static bool HasVersions(SectionView section);
     static Key KeyOf(uint16_t pid, SectionView section);
+    static size_t Hash(const Key& key);
+
+    size_t Find(const Key& key) const;
+    size_t AddSubTable(const Key& key);
+    void RemoveSubTable(size_t place);
+    void Enter(size_t place);
+    void GrowSlots();
+    void Unlink(size_t place);
+    void MakeYoungest(size_t place);
+    std::vector<size_t> PlacesOf(uint16_t pid, uint8_t table_id) const;
+
+    static size_t FindSection(const SubTable& subTable, uint8_t number);
+    static bool AreEqual(const std::vector<uint8_t>& bytes, SectionView section);
+    void Store(std::vector<uint8_t>& bytes, SectionView section);
+    void PutAside(std::vector<uint8_t>& bytes);
     void DropSections(SubTable& subTable);
     void MakeRoom();
 
     size_t limit_;
     size_t bytes_ = 0;
-    SubTables subTables_;  // that of which a section came last first
-    std::map<Key, SubTables::iterator> byKey_;
+    std::vector<SubTable> subTables_;  // a place in it is the name of a sub-table
+    std::vector<size_t> freePlaces_;
+    std::vector<size_t> slots_;  // places by hash, kNone where there is none; half full at most
+    size_t youngest_ = kNone;
+    size_t oldest_ = kNone;
+
+    // Buffers that are not in use, by their capacity in steps of kBufferStep.
+    static constexpr size_t kBufferStep = 128;
+    std::array<std::vector<std::vector<uint8_t>>, kMaxSectionSize / kBufferStep> spares_;
+    size_t spareBytes_ = 0;
 };
 
 }  // namespace tvservice
