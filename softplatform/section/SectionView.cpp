@@ -12,15 +12,21 @@ std::optional<SectionView> SectionView::From(ByteView bytes) {
     if (length > kMaxSectionLength || !bytes.Has(kSectionHeaderSize, length)) {
         return std::nullopt;
     }
-    const SectionView section(bytes.Subview(0, kSectionHeaderSize + length));
-    if (section.section_syntax_indicator() && length < kMinSyntaxSectionLength) {
+    if (IsTooShort(bytes)) {
         return std::nullopt;
     }
-    return section;
+    return SectionView(bytes.Subview(0, kSectionHeaderSize + length));
+}
+
+bool IsTooShort(ByteView bytes) {
+    const bool section_syntax_indicator = (bytes.U8(1) & 0x80) != 0;
+    const size_t section_length = bytes.U16(1) & 0x0FFF;
+    return bytes.Has(0, kSectionHeaderSize) && section_syntax_indicator &&
+           section_length < kMinSyntaxSectionLength;
 }
 
 bool CrcIsGood(SectionView section) {
-    return !section.section_syntax_indicator() || Crc32(section.data(), section.size()) == 0;
+    return !HasCrc(section) || Crc32(section.data(), section.size()) == 0;
 }
 
 }  // namespace tvservice

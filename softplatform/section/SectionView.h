@@ -60,8 +60,18 @@ class SectionView {
     ByteView bytes_;
 };
 
-// Whether CRC_32 is right. True also for a section without section_syntax_indicator, of which the
-// header does not say whether it has one (of ETSI EN 300 468 the TOT alone, 5.2.6).
+// Whether the section_length of a section is too small for its header and CRC_32: below 9 although
+// section_syntax_indicator is 1. False where `bytes` do not hold the first three.
+bool IsTooShort(ByteView bytes);
+
+// Whether a section ends in a CRC_32: with section_syntax_indicator 1, and in a TOT, which has one
+// although that indicator is 0 (ETSI EN 300 468 5.2.6).
+inline bool HasCrc(SectionView section) {
+    constexpr uint8_t kTimeOffsetTableId = 0x73;
+    return section.section_syntax_indicator() || section.table_id() == kTimeOffsetTableId;
+}
+
+// Whether CRC_32 is right; true also for a section that has none.
 bool CrcIsGood(SectionView section);
 
 }  // namespace tvservice

@@ -103,6 +103,31 @@ TEST(CrcIsGood, IsFalseWhenAnyByteIsWrong) {
     }
 }
 
+TEST(SectionView, TellsWhatIsTooShortFromWhatIsNotWhole) {
+    const auto isTooShort = [](const Bytes& bytes) {
+        return IsTooShort(ByteView(bytes.data(), bytes.size()));
+    };
+    EXPECT_TRUE(isTooShort({0x42, 0xB0, 0x08, 1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_FALSE(isTooShort({0x42, 0x30, 0x08, 1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_FALSE(isTooShort({0x42, 0xB0, 0x09, 1, 2}));
+    EXPECT_FALSE(isTooShort({0x42, 0xB0}));
+    EXPECT_FALSE(isTooShort({}));
+}
+
+// ETSI EN 300 468 5.2.6
+TEST(CrcIsGood, LooksAtTheCrcOfATotAlthoughItHasNoSyntax) {
+    Bytes tot = PlainSection(0x73, {0xC0, 0x79, 0x12, 0x45, 0x00, 0xF0, 0x00, 0, 0, 0, 0});
+    EXPECT_FALSE(CrcIsGood(*View(tot)));
+    const uint32_t CRC_32 = testsupport::Crc32Bitwise(tot.data(), tot.size() - 4);
+    for (size_t i = 0; i < 4; ++i) {
+        tot[tot.size() - 4 + i] = static_cast<uint8_t>(CRC_32 >> (24 - 8 * i));
+    }
+    EXPECT_TRUE(CrcIsGood(*View(tot)));
+    tot[5] ^= 0x01;
+    EXPECT_FALSE(CrcIsGood(*View(tot)));
+    EXPECT_FALSE(CrcIsGood(*View(PlainSection(0x73, {})))) << "no room for it";
+}
+
 TEST(CrcIsGood, IsTrueOfEverySectionWithoutSyntax) {
     const Bytes bytes = PlainSection(0x70, {0xC0, 0x79, 0x12, 0x45, 0x00});
     EXPECT_TRUE(CrcIsGood(*View(bytes)));
