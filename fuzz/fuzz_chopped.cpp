@@ -36,11 +36,11 @@ Result Feed(const std::uint8_t* data, std::size_t size, std::size_t piece) {
         if (!assembler) {
             assembler = std::make_unique<SectionAssembler>(counters);
         }
-        assembler->Feed(view.payload(), view.payload_unit_start_indicator(),
-                        [&](const std::uint8_t* section, std::size_t length) {
-                            result.sections.insert(result.sections.end(), section,
-                                                   section + length);
-                        });
+        assembler->Feed(
+            view.payload(), view.payload_unit_start_indicator(), [&](SectionView section) {
+                const ByteView bytes = section.bytes();
+                result.sections.insert(result.sections.end(), bytes.begin(), bytes.end());
+            });
         return true;
     };
     for (std::size_t at = 0; at < size; at += piece) {

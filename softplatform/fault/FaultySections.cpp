@@ -12,7 +12,8 @@ constexpr int kHighestId = 0xFFFF;
 
 }  // namespace
 
-FaultySections::FaultySections(std::shared_ptr<FaultPlan> plan, SectionSink& next) : next_(next) {
+FaultySections::FaultySections(std::shared_ptr<FaultPlan> plan, Callback callback)
+    : callback_(std::move(callback)) {
     Use(std::move(plan));
 }
 
@@ -30,12 +31,13 @@ void FaultySections::Use(std::shared_ptr<FaultPlan> plan) {
     isIdle_ = !hasLate_ && faults_.empty() && held_.empty();
 }
 
-void FaultySections::OnSection(int id, const uint8_t* section, size_t size) {
+void FaultySections::OnSection(int id, SectionView section) {
+    const uint8_t* const bytes = section.data();
     if (isIdle_) {
-        next_.OnSection(id, section, size);
+        callback_(id, bytes, section.size());
         return;
     }
-    const Decision decision = Decide(section, size);
+    const Decision decision = Decide(section);
     uint64_t number = 0;
     std::vector<int> extraIds;
     {
@@ -51,10 +53,10 @@ void FaultySections::OnSection(int id, const uint8_t* section, size_t size) {
         }
     }
     for (unsigned i = 0; i < decision.zeroLengths; ++i) {
-        next_.OnSection(id, section, 0);
+        callback_(id, bytes, 0);
     }
     for (const int unknownId : extraIds) {
-        next_.OnSection(unknownId, section, decision.size);
+        callback_(unknownId, bytes, decision.size);
     }
 
     bool isDelivered = false;
@@ -64,26 +66,26 @@ void FaultySections::OnSection(int id, const uint8_t* section, size_t size) {
         if (!isReleased_) {
             if (decision.delay > 0) {
                 held_.push_back(
-                    {id, {section, section + decision.size}, number + decision.delay, false});
+                    {id, {bytes, bytes + decision.size}, number + decision.delay, false});
             } else {
                 isDelivered = true;
-                Remember(id, section, decision.size);
+                Remember(id, bytes, decision.size);
             }
         }
     }
     if (isDelivered) {
-        next_.OnSection(id, section, decision.size);
+        callback_(id, bytes, decision.size);
     }
     DeliverHeld(number);
 }
 
-FaultySections::Decision FaultySections::Decide(const uint8_t* section, size_t size) {
+FaultySections::Decision FaultySections::Decide(SectionView section) {
     Decision decision;
-    decision.size = size;
+    decision.size = section.size();
     uint64_t cuts = 0;
     for (Fault& fault : faults_) {
         FaultTrigger& trigger = fault.trigger;
-        if (!trigger.LooksAt(section[0])) {
+        if (!trigger.LooksAt(section.table_id())) {
             continue;
         }
         const bool happens = trigger.Next();
@@ -109,8 +111,8 @@ FaultySections::Decision FaultySections::Decide(const uint8_t* section, size_t s
                 decision.unknownIds.push_back(amount);
                 break;
             case FaultKind::kCut: {
-                const auto kept =
-                    static_cast<size_t>(amount ? *amount : 1 + trigger.random().Below(size - 1));
+                const auto kept = static_cast<size_t>(
+                    amount ? *amount : 1 + trigger.random().Below(section.size() - 1));
                 if (kept < decision.size) {
                     decision.size = kept;
                     cuts = 1;
@@ -160,12 +162,7 @@ void FaultySections::Unsubscribed(int handle) {
         isReleased_ = isReleased_ || id == deliveringId_;
         PlanLate(id);
     }
-    if (callingId_ && caller_ != std::this_thread::get_id() && released.count(*callingId_) != 0) {
-        const uint64_t call = callNumber_;
-        while (callingId_ && callNumber_ == call) {
-            callEnded_.Wait(mutex_);
-        }
-    }
+    delayedCall_.WaitForEnd(mutex_, [&released](int id) { return released.count(id) != 0; });
 }
 
 int FaultySections::UnusedId() {
@@ -199,30 +196,27 @@ void FaultySections::PlanLate(int id) {
 }
 
 void FaultySections::DeliverHeld(uint64_t due) {
-    mutex_.Lock();
+    MutexLock lock(mutex_);
     for (;;) {
         const auto first = std::min_element(
             held_.begin(), held_.end(), [](const Held& a, const Held& b) { return a.due < b.due; });
         if (first == held_.end() || first->due > due) {
-            break;
+            return;
         }
         const Held held = std::move(*first);
         held_.erase(first);
+        const auto call = [&] { callback_(held.id, held.section.data(), held.section.size()); };
         if (held.isLate) {
+            // Nobody waits for a late one: its id was released long ago.
             plan_->Count(FaultKind::kLate);
+            mutex_.Unlock();
+            call();
+            mutex_.Lock();
         } else {
             Remember(held.id, held.section.data(), held.section.size());
-            callingId_ = held.id;
-            caller_ = std::this_thread::get_id();
-            ++callNumber_;
+            delayedCall_.Make(mutex_, held.id, call);
         }
-        mutex_.Unlock();
-        next_.OnSection(held.id, held.section.data(), held.section.size());
-        mutex_.Lock();
-        callingId_.reset();
-        callEnded_.NotifyAll();
     }
-    mutex_.Unlock();
 }
 
 }  // namespace tvservice

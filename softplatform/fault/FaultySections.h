@@ -2,25 +2,28 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
-#include <thread>
 #include <vector>
 
 #include "softplatform/base/Mutex.h"
+#include "softplatform/base/RunningCall.h"
 #include "softplatform/fault/FaultPlan.h"
-#include "softplatform/section/FilterEngine.h"
+#include "softplatform/section/SectionSink.h"
+#include "softplatform/section/SectionView.h"
 
 namespace tvservice {
 
-// Stands between the filter engine and a sink, and does to the deliveries what the plan says.
+// Stands between the filter engine and the client's callback, and does to the deliveries what the
+// plan says.
 //
 // Every delivery is looked at by all faults, in this order: `silent` swallows it, and nothing else
 // happens at it. `zero-length` and `unknown-id` are deliveries of their own before the section's.
-// `cut` keeps the first `to` bytes, else some chosen at random, 1 at least; section_length stays as
-// it is, and a section that is no longer anyway is none cut.
+// `cut` keeps the first `to` bytes, or without `to` a random number of them, at least 1;
+// section_length stays as it is. A section already that short is not counted as cut.
 // `delay` holds a copy back until `by` later deliveries have come, swallowed ones included. Then
 // follows what is due of the held ones. Without planned delivery faults everything passes as it is.
 //
@@ -32,8 +35,11 @@ namespace tvservice {
 // thread, also inside a callback.
 class FaultySections final : public SectionSink {
   public:
-    // `next` is borrowed and outlives this. It is called with no lock held, on the delivery thread.
-    FaultySections(std::shared_ptr<FaultPlan> plan, SectionSink& next);
+    // What gets the deliveries: any number of bytes, because they may be cut or empty.
+    using Callback = std::function<void(int id, const uint8_t* bytes, size_t size)>;
+
+    // `callback` is called with no lock held, on the delivery thread.
+    FaultySections(std::shared_ptr<FaultPlan> plan, Callback callback);
     FaultySections(const FaultySections&) = delete;
     FaultySections& operator=(const FaultySections&) = delete;
 
@@ -41,8 +47,8 @@ class FaultySections final : public SectionSink {
     // nothing is delivered.
     void Use(std::shared_ptr<FaultPlan> plan) TV_EXCLUDES(mutex_);
 
-    // One delivery. `size` is at least 3, as the engine has it.
-    void OnSection(int id, const uint8_t* section, size_t size) override TV_EXCLUDES(mutex_);
+    // One delivery.
+    void OnSection(int id, SectionView section) override TV_EXCLUDES(mutex_);
 
     // The source has ended, no later delivery will come: delivers all that is held.
     void Flush() TV_EXCLUDES(mutex_);
@@ -77,13 +83,13 @@ class FaultySections final : public SectionSink {
         bool isLate;
     };
 
-    Decision Decide(const uint8_t* section, size_t size);
+    Decision Decide(SectionView section);
     int UnusedId() TV_REQUIRES(mutex_);
     void Remember(int id, const uint8_t* section, size_t size) TV_REQUIRES(mutex_);
     void DeliverHeld(uint64_t due) TV_EXCLUDES(mutex_);
     void PlanLate(int id) TV_REQUIRES(mutex_);
 
-    SectionSink& next_;
+    const Callback callback_;
 
     // Change with the plan, while nothing is delivered.
     std::shared_ptr<FaultPlan> plan_;
@@ -101,11 +107,7 @@ class FaultySections final : public SectionSink {
     bool isReleased_ TV_GUARDED_BY(mutex_) = false;  // the id of this delivery, while it lasts
     int deliveringId_ TV_GUARDED_BY(mutex_) = 0;     // of the last delivery
 
-    // The delayed callback that runs now.
-    std::optional<int> callingId_ TV_GUARDED_BY(mutex_);
-    std::thread::id caller_ TV_GUARDED_BY(mutex_);
-    uint64_t callNumber_ TV_GUARDED_BY(mutex_) = 0;
-    CondVar callEnded_;
+    RunningCall<int> delayedCall_ TV_GUARDED_BY(mutex_);  // by id
 };
 
 }  // namespace tvservice

@@ -1,46 +1,29 @@
 #pragma once
 
-#include <array>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <thread>
-#include <vector>
 
 #include "softplatform/base/ByteView.h"
 #include "softplatform/base/Counters.h"
-#include "softplatform/base/Mutex.h"
-#include "softplatform/section/HandlePool.h"
-#include "softplatform/section/SectionAssembler.h"
-#include "softplatform/section/SectionCache.h"
+#include "softplatform/section/CachePolicy.h"
+#include "softplatform/section/FilterRegistry.h"
+#include "softplatform/section/FilterSet.h"
+#include "softplatform/section/PidDemux.h"
 #include "softplatform/section/SectionFilter.h"
+#include "softplatform/section/SectionSink.h"
 #include "softplatform/section/SectionView.h"
-#include "softplatform/ts/Continuity.h"
 #include "softplatform/ts/PacketView.h"
 #include "softplatform/ts/PidTable.h"
+#include "softplatform/ts/SeenPids.h"
 
 namespace tvservice {
 
-// Takes the sections of a filter.
-class SectionSink {
-  public:
-    // One section that matched, whole and with a good CRC (CrcIsGood): `size` bytes (3 to
-    // 4096), borrowed for the call. `id` is what the subscription named. On the delivery thread,
-    // one call at a time, with no lock of the engine's held; may call Subscribe and Unsubscribe.
-    virtual void OnSection(int id, const uint8_t* section, size_t size) = 0;
-
-  protected:
-    SectionSink() = default;
-    SectionSink(const SectionSink&) = default;
-    SectionSink& operator=(const SectionSink&) = default;
-    ~SectionSink() = default;
-};
-
-// Everything between the packets and the callbacks: the wanted PIDs, continuity, assembly, CRC, and
-// the filters, which come and go while packets flow.
+// Everything between the packets and the callbacks. It joins five parts: FilterRegistry (the
+// filters and what clients ask for), PidDemux (packets to sections, for each PID), FilterSet (which
+// filters a section matches), CachePolicy and SeenPids.
 //
 // Two sides. Subscribe, Unsubscribe and SetSlots may be called on any thread, at any time. All else
 // belongs to one thread at a time, the delivery thread. What the first side asks for is queued and
@@ -50,9 +33,7 @@ class SectionSink {
 // Unsubscribe.
 class FilterEngine {
   public:
-    static constexpr int kNoHandle = -1;
-    static constexpr uint16_t kCachedPids = 0x20;  // the tables of ETSI EN 300 468 5.1.3
-    static constexpr size_t kKeptPids = 256;
+    static constexpr int kNoHandle = FilterRegistry::kNoHandle;
 
     // `counters` is borrowed and outlives the engine. `onChange` is called, on the thread that asks
     // for a change and with no lock held, when the delivery thread has something to apply and was
@@ -61,7 +42,6 @@ class FilterEngine {
                  unsigned slots = kDefaultFilterSlots);
     FilterEngine(const FilterEngine&) = delete;
     FilterEngine& operator=(const FilterEngine&) = delete;
-    ~FilterEngine();
 
     // Sets a filter on a PID. Those of 0x2000 and above match no packet, see DeliverTo.
     //
@@ -73,40 +53,51 @@ class FilterEngine {
     // `sink` is borrowed until Unsubscribe has returned. With `fromCache` it first gets what the
     // cache holds of the PID and of the table_id with which the criteria begin.
     int Subscribe(uint16_t pid, const SectionFilter& criteria, SectionSink& sink, int id,
-                  bool fromCache = false) TV_EXCLUDES(mutex_);
+                  bool fromCache = false) {
+        return registry_.Subscribe(pid, criteria, sink, id, fromCache);
+    }
 
     // Releases a filter for all that share it. After it has returned no callback of that handle
     // begins. A callback of it that runs on another thread is waited for; nothing else is.
     //
     // Returns false for a handle that is not in use. A value that could have been in use is then
     // retired and counted (retired_handles): somebody keeps books on it that no longer balance.
-    bool Unsubscribe(int handle) TV_EXCLUDES(mutex_);
+    bool Unsubscribe(int handle) { return registry_.Unsubscribe(handle); }
 
     // How many filters can be set at once, 1 to kMaxFilterSlots. Returns false, and changes
     // nothing, when out of range or when more are in use.
-    bool SetSlots(unsigned slots) TV_EXCLUDES(mutex_);
+    bool SetSlots(unsigned slots) { return registry_.SetSlots(slots); }
 
-    // Room for the cache; 0: none. While there is some, the PIDs below kCachedPids are assembled
-    // whether or not a filter is set on them, and others from their first filter on, after its
-    // release only as long as there are no more than kKeptPids such. From the next change on.
-    void SetCacheLimit(size_t bytes) TV_EXCLUDES(mutex_);
+    // Room for the cache in bytes; 0: none. CachePolicy says what it keeps.
+    void SetCacheLimit(size_t bytes) { registry_.SetCacheLimit(bytes); }
 
     // Whether a packet with payload came on `pid` since the last Reset while a filter was set on
     // it.
-    bool Seen(uint16_t pid) const {
-        return pid < kPidCount &&
-               (seen_[pid / 64].load(std::memory_order_relaxed) >> (pid % 64) & 1) != 0;
-    }
+    bool Seen(uint16_t pid) const { return seen_.Has(pid); }
 
     // The remaining operations are the delivery thread's.
 
     // Takes the next packet. Of one whose PID nobody wants only the header is looked at. Returns
     // the number of callbacks made.
-    size_t OnPacket(PacketView packet);
+    size_t OnPacket(PacketView packet) {
+        size_t calls = ApplyChanges();
+        // ISO/IEC 13818-1 2.4.3.3: nothing in this packet can be relied on, its PID included.
+        if (packet.transport_error_indicator()) {
+            counters_.Add(Counter::kTransportErrors);
+            return calls;
+        }
+        if (packet.transport_scrambling_control() != 0) {
+            counters_.Add(Counter::kScrambledPackets);
+        }
+        if (Stream* const stream = byPid_.Find(packet.PID())) {
+            calls += OnWantedPacket(*stream, packet);
+        }
+        return calls;
+    }
 
-    // Takes a section of `pid` that a device has assembled: `size` bytes, not looked at yet. It is
-    // checked and counted as those from packets are. Returns the number of callbacks made.
-    size_t OnDeviceSection(uint16_t pid, const uint8_t* section, size_t size);
+    // Takes what a device gave as a section of `pid`; nothing of it was checked. It is checked and
+    // counted as those from packets are. Returns the number of callbacks made.
+    size_t OnDeviceSection(uint16_t pid, ByteView bytes);
 
     // Offers a section that no packet carried to the filters of `pid`, at a packet boundary.
     // Returns the number of callbacks made; they do not count as delivered_sections.
@@ -114,7 +105,7 @@ class FilterEngine {
 
     // Applies what was asked for since, at a packet boundary. OnPacket and DeliverTo do that by
     // themselves. Returns the number of callbacks made from the cache.
-    size_t ApplyChanges() TV_EXCLUDES(mutex_);
+    size_t ApplyChanges() { return registry_.HasChanges() ? ApplyQueuedChanges() : 0; }
 
     // Whether a filter is set on `pid`, as of the last change that was applied.
     bool IsWanted(uint16_t pid) const {
@@ -127,98 +118,49 @@ class FilterEngine {
     template <class Visit>
     void VisitFilters(Visit visit) const {
         for (const auto& [pid, stream] : streams_) {
-            for (const std::unique_ptr<Filter>& filter : stream->filters) {
+            for (const std::unique_ptr<Filter>& filter : stream->filters.all()) {
                 visit(pid, filter->criteria);
             }
         }
     }
     uint64_t changes() const { return changes_; }
 
-    // What a source consists of.
-    enum class Feed { kPackets, kDeviceSections };
-
-    // A new source: forgets open sections, continuity and the cache. Filters stay. A device gives
-    // only what filters ask for: then the cache takes only what a filter asks for in every version,
-    // and of a PID that loses a filter it forgets what it held, because nobody might see that
-    // change.
+    // A new source: forgets open sections, continuity and the cache. Filters stay.
     void Reset(Feed feed = Feed::kPackets);
 
     // Has the cache forget a PID of which something was lost, or of which nothing comes any more.
     void Forget(uint16_t pid) { cache_.Forget(pid); }
 
   private:
-    struct Receiver {
-        SectionSink* sink;
-        int id;
-    };
-
-    struct Filter {
-        const uint16_t pid;
-        const SectionFilter criteria;
-        // Both under the engine's mutex_, which an annotation here has no name for.
-        std::vector<Receiver> receivers;  // each once; grows only
-        bool released = false;
-    };
-
-    // What a new receiver shall get from the cache.
-    struct CacheRequest {
-        Filter* filter;
-        Receiver receiver;
-    };
-
-    // One wanted PID.
+    // One PID that is assembled, or to which DeliverTo can deliver.
     struct Stream {
-        explicit Stream(Counters& counters) : assembler(counters) {}
+        explicit Stream(Counters& counters) : demux(counters) {}
 
-        Continuity continuity;
-        SectionAssembler assembler;
-        std::vector<std::unique_ptr<Filter>> filters;  // in the order of their subscription
-        bool isSeen = false;                           // see Seen
-        bool isKept = false;                           // for the cache, without a filter
+        PidDemux demux;
+        FilterSet filters;
     };
 
-    void See(Stream& stream, uint16_t pid);
+    size_t OnWantedPacket(Stream& stream, PacketView packet);
+    size_t OnSection(Stream& stream, uint16_t pid, SectionView section);
+    size_t Offer(Stream& stream, SectionView section);
+
+    size_t ApplyQueuedChanges();
+    void LimitCache(size_t bytes);
+    void Remove(const Filter& filter);
+    size_t ServeFromCache(const CacheRequest& request);
     Stream& StreamOf(uint16_t pid);
     void DropStream(uint16_t pid);
-    void LimitCache(size_t bytes);
-    // Adds the receiver unless it is there.
-    static void Join(Filter& filter, const Receiver& receiver);
-    size_t ServeFromCache(const CacheRequest& request) TV_EXCLUDES(mutex_);
-    void Remove(const Filter& filter);
-    size_t OnSection(Stream& stream, uint16_t pid, const uint8_t* bytes, size_t size);
-    bool SeesChanges(const Stream& stream, SectionView section) const;
-    size_t Offer(Stream& stream, SectionView section);
-    size_t Call(Filter& filter, SectionView section) TV_EXCLUDES(mutex_);
-    void Call(const Filter& filter, const Receiver& receiver, SectionView section)
-        TV_REQUIRES(mutex_);
 
     Counters& counters_;
-    const std::function<void()> onChange_;
+    FilterRegistry registry_;
 
     // The delivery thread's. A filter lives here from the boundary at which it takes effect to the
     // one after its release.
     std::map<uint16_t, std::unique_ptr<Stream>> streams_;
     PidTable<Stream> byPid_;  // those of streams_ that a packet can reach
-    std::array<std::atomic<uint64_t>, kPidCount / 64> seen_{};  // read on any thread
+    SeenPids seen_;           // read on any thread
+    CachePolicy cache_;
     uint64_t changes_ = 0;
-    SectionCache cache_;
-    size_t keptPids_ = 0;
-    Feed feed_ = Feed::kPackets;
-
-    Mutex mutex_;
-    HandlePool handles_ TV_GUARDED_BY(mutex_);
-    std::map<int, Filter*> inUse_ TV_GUARDED_BY(mutex_);  // by handle, none of them released
-    std::vector<std::unique_ptr<Filter>> toAdd_ TV_GUARDED_BY(mutex_);
-    std::vector<Filter*> toRemove_ TV_GUARDED_BY(mutex_);
-    std::vector<CacheRequest> toServe_ TV_GUARDED_BY(mutex_);
-    size_t cacheLimit_ TV_GUARDED_BY(mutex_) = 0;
-    std::atomic<bool> changesQueued_{false};  // set under mutex_ when there is any of these
-
-    // The callback that runs now, null when none does.
-    const Filter* calling_ TV_GUARDED_BY(mutex_) = nullptr;
-    std::thread::id caller_ TV_GUARDED_BY(mutex_);
-    uint64_t callNumber_ TV_GUARDED_BY(mutex_) = 0;
-    CondVar callEnded_;
 };
 
 }  // namespace tvservice

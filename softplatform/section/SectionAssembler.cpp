@@ -12,12 +12,6 @@ size_t SectionSize(const uint8_t* section) {
     return kSectionHeaderSize + sectionLength;
 }
 
-bool IsShort(const uint8_t* section) {
-    const bool sectionSyntaxIndicator = (section[1] & 0x80) != 0;
-    return sectionSyntaxIndicator &&
-           SectionSize(section) < kSectionHeaderSize + kMinSyntaxSectionLength;
-}
-
 }  // namespace
 
 SectionAssembler::Division SectionAssembler::Divide(ByteView payload,
@@ -42,9 +36,9 @@ SectionAssembler::Division SectionAssembler::Divide(ByteView payload,
     return {bytes.Subview(0, pointerField), bytes.Subview(pointerField)};
 }
 
-ByteView SectionAssembler::Continue(ByteView bytes) {
+std::optional<SectionView> SectionAssembler::Continue(ByteView bytes) {
     if (held_ == 0) {
-        return {};
+        return std::nullopt;
     }
     uint8_t* const section = buffer_.get();
     const auto append = [&](size_t upTo) {
@@ -56,38 +50,42 @@ ByteView SectionAssembler::Continue(ByteView bytes) {
     };
     // The header itself may be split: until it is whole, nobody knows the size.
     if (held_ < kSectionHeaderSize && !append(kSectionHeaderSize)) {
-        return {};
+        return std::nullopt;
     }
     const size_t size = SectionSize(section);
     if (size > kMaxSectionSize) {
         counters_.Add(Counter::kOversizeSections);
         held_ = 0;
-        return {};
+        return std::nullopt;
     }
     if (!append(size)) {
-        return {};
+        return std::nullopt;
     }
     held_ = 0;
-    if (IsShort(section)) {
-        counters_.Add(Counter::kShortSections);
-        return {};
-    }
-    return {section, size};
+    return Checked({section, size});
 }
 
-ByteView SectionAssembler::TakeWhole(ByteView& rest) {
+std::optional<SectionView> SectionAssembler::TakeWhole(ByteView& rest) {
     while (rest.size() >= kSectionHeaderSize && rest.U8(0) != kStuffingTableId) {
-        const ByteView section = rest.Subview(0, SectionSize(rest.data()));
-        if (section.size() < SectionSize(rest.data())) {
+        const size_t size = SectionSize(rest.data());
+        if (rest.size() < size) {
             break;
         }
-        rest = rest.Subview(section.size());
-        if (!IsShort(section.data())) {
+        const ByteView whole = rest.Subview(0, size);
+        rest = rest.Subview(size);
+        if (const std::optional<SectionView> section = Checked(whole)) {
             return section;
         }
+    }
+    return std::nullopt;
+}
+
+std::optional<SectionView> SectionAssembler::Checked(ByteView whole) {
+    const std::optional<SectionView> section = SectionView::From(whole);
+    if (!section) {
         counters_.Add(Counter::kShortSections);
     }
-    return {};
+    return section;
 }
 
 void SectionAssembler::Begin(ByteView bytes) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "softplatform/base/ByteView.h"
 #include "softplatform/base/Counters.h"
@@ -30,21 +31,20 @@ class SectionAssembler {
     explicit SectionAssembler(Counters& counters) : counters_(counters) {}
 
     // Takes the payload of the next packet. For each section that it completes, in order,
-    // `sink(const uint8_t* section, size_t size)` is called before Feed returns; the bytes, 3 to
-    // 4096 of them, are borrowed for that call only. The sink must not call Feed of this assembler;
-    // Discontinuity it may.
+    // `sink(SectionView)` is called before Feed returns; its bytes are borrowed for that call only,
+    // its CRC was not checked. The sink must not call Feed of this assembler; Discontinuity it may.
     template <class Sink>
     void Feed(ByteView payload, bool payload_unit_start_indicator, Sink&& sink) {
         const Division parts = Divide(payload, payload_unit_start_indicator);
-        if (const ByteView section = Continue(parts.end); !section.empty()) {
-            sink(section.data(), section.size());
+        if (const std::optional<SectionView> section = Continue(parts.end)) {
+            sink(*section);
         }
         if (!parts.starts.empty()) {
             CutOff();
         }
         ByteView rest = parts.starts;
-        for (ByteView section = TakeWhole(rest); !section.empty(); section = TakeWhole(rest)) {
-            sink(section.data(), section.size());
+        while (const std::optional<SectionView> section = TakeWhole(rest)) {
+            sink(*section);
         }
         Begin(rest);
     }
@@ -65,10 +65,13 @@ class SectionAssembler {
 
     // Appends to the open section and returns it when that made it whole and good (in the buffer,
     // until the next call), else nothing.
-    ByteView Continue(ByteView bytes);
+    std::optional<SectionView> Continue(ByteView bytes);
 
     // Takes the first good section off `rest` and returns it; nothing when none lies there whole.
-    ByteView TakeWhole(ByteView& rest);
+    std::optional<SectionView> TakeWhole(ByteView& rest);
+
+    // Counts the section as too short, if that is why there is none.
+    std::optional<SectionView> Checked(ByteView whole);
 
     // Opens a section with its first bytes; none when `bytes` is empty.
     void Begin(ByteView bytes);

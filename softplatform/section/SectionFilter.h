@@ -30,6 +30,16 @@ class SectionFilter {
     // mask bit never does. Reads nothing past `size`, allocates nothing.
     bool Matches(const uint8_t* section, size_t size) const;
 
+    // Eight positions, in the byte order of memory.
+    struct Word {
+        uint64_t pattern;
+        uint64_t equal;   // bits that must be as in the pattern
+        uint64_t differ;  // bits of which one must not be
+    };
+
+    // The first eight positions; those that ask nothing, and those past the end, as zeros.
+    Word first_word() const { return words()[0]; }
+
     // The criteria as they were given; an empty mode as zeros.
     const std::vector<uint8_t>& pattern() const { return pattern_; }
     const std::vector<uint8_t>& mask() const { return mask_; }
@@ -41,12 +51,6 @@ class SectionFilter {
     }
 
   private:
-    // Eight positions, in the byte order of memory.
-    struct Word {
-        uint64_t pattern;
-        uint64_t equal;   // bits that must be as in the pattern
-        uint64_t differ;  // bits of which one must not be
-    };
     static constexpr size_t kInlineWords = 4;
 
     SectionFilter() = default;

@@ -15,7 +15,7 @@ DvbFeed::DvbFeed(const DvbSource& source, FilterEngine& engine, Counters& counte
     AskForWhatIsWanted();
 }
 
-bool DvbFeed::Turn(int wake, std::string& error) {
+bool DvbFeed::WaitAndDeliver(int wake, std::string& error) {
     if (changes_ != engine_.changes()) {
         AskForWhatIsWanted();
     }
@@ -53,7 +53,7 @@ void DvbFeed::AskForWhatIsWanted() {
 
 void DvbFeed::OnSection(uint16_t pid, const uint8_t* section, size_t size) {
     counters_.Add(Counter::kBytes, size);
-    onSection_(size, engine_.OnDeviceSection(pid, section, size));
+    onSection_(size, engine_.OnDeviceSection(pid, {section, size}));
 }
 
 void DvbFeed::OnWarning(uint16_t pid, const std::string& line) {

@@ -27,7 +27,7 @@ class DvbFeed final : private DvbDemuxSink {
 
     // Waits until there are sections or `wake` is readable, and offers what there is; see
     // DvbDemux::Turn. False when the device failed; `error` then receives the line.
-    bool Turn(int wake, std::string& error);
+    bool WaitAndDeliver(int wake, std::string& error);
 
   private:
     using Criteria = std::tuple<uint16_t, std::vector<uint8_t>, std::vector<uint8_t>,

@@ -148,8 +148,7 @@ std::optional<Pump::Job> Pump::NextJob() {
 
 InputEnd Pump::PlayThrough(const Job& job) {
     const DvbSource* const dvb = job.source->dvb();
-    engine_.Reset(dvb != nullptr ? FilterEngine::Feed::kDeviceSections
-                                 : FilterEngine::Feed::kPackets);
+    engine_.Reset(dvb != nullptr ? Feed::kDeviceSections : Feed::kPackets);
     sinceBarrier_ = 0;
     return dvb != nullptr ? PlayDvb(*dvb, job.options) : PlayPackets(*job.source, job.options);
 }
@@ -203,7 +202,7 @@ InputEnd Pump::PlayDvb(const DvbSource& source, const PlayOptions& options) {
                  [&](size_t bytes, size_t calls) { PassBarrierWhenDue(options, bytes, calls); });
     while (!interrupt_.load(std::memory_order_relaxed)) {
         std::string error;
-        if (!feed.Turn(event_.descriptor(), error)) {
+        if (!feed.WaitAndDeliver(event_.descriptor(), error)) {
             return End({InputEnd::kFailed, error});
         }
         event_.Clear();

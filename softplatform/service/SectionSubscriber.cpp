@@ -25,7 +25,8 @@ SectionSubscriber::SectionSubscriber(FilterEngine& engine, Counters& counters,
       counters_(counters),
       callback_(callback),
       subscriptions_(faults),
-      sections_(std::move(faults), *this) {}
+      sections_(std::move(faults),
+                [this](int id, const uint8_t* bytes, size_t size) { Call(id, bytes, size); }) {}
 
 int SectionSubscriber::SubscribeTable(int id, TCSectionCriteriaHelper* criteria, int* handle) {
     if (criteria == nullptr || criteria->m_tableId > 0xFF) {
@@ -96,9 +97,9 @@ void SectionSubscriber::Use(const std::shared_ptr<FaultPlan>& faults) {
     sections_.Use(faults);
 }
 
-void SectionSubscriber::OnSection(int id, const uint8_t* section, size_t size) {
+void SectionSubscriber::Call(int id, const uint8_t* bytes, size_t size) const {
     // The bytes lie in a buffer of this library's own; the callback's type is older than const.
-    callback_(false, static_cast<unsigned short>(size), const_cast<unsigned char*>(section), id);
+    callback_(false, static_cast<unsigned short>(size), const_cast<unsigned char*>(bytes), id);
 }
 
 }  // namespace tvservice

@@ -41,7 +41,10 @@ class SectionSubscriber final : public ISectionSubscriber, private SectionSink {
   private:
     int Subscribe(int id, uint16_t pid, const SectionFilter& filter, bool fromCache, int* handle);
     int Refuse(int* handle);
-    void OnSection(int id, const uint8_t* section, size_t size) override;
+    void OnSection(int id, SectionView section) override {
+        Call(id, section.data(), section.size());
+    }
+    void Call(int id, const uint8_t* bytes, size_t size) const;
 
     FilterEngine& engine_;
     Counters& counters_;

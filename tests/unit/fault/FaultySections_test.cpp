@@ -40,9 +40,9 @@ struct Delivery {
 };
 
 // Keeps every delivery, and does on top what a test asks for.
-class Recorder final : public SectionSink {
+class Recorder {
   public:
-    void OnSection(int id, const uint8_t* section, size_t size) override {
+    void OnDelivery(int id, const uint8_t* section, size_t size) {
         EXPECT_NE(section, nullptr);
         deliveries_.push_back({id, Bytes(section, section + size)});
         if (then_) {
@@ -73,14 +73,17 @@ class FaultySectionsTest : public testing::Test {
   protected:
     void Faults(const std::vector<std::string>& specs, uint64_t seed = 1) {
         plan_ = Plan(specs, seed);
-        sections_ = std::make_unique<FaultySections>(plan_, recorder_);
+        sections_ = std::make_unique<FaultySections>(
+            plan_, [this](int id, const uint8_t* bytes, size_t size) {
+                recorder_.OnDelivery(id, bytes, size);
+            });
         for (const int id : {1, 2}) {
             sections_->Subscribed(100 + id, id);
         }
     }
 
     void Feed(int id, const Bytes& section) {
-        sections_->OnSection(id, section.data(), section.size());
+        sections_->OnSection(id, *SectionView::From(section.data(), section.size()));
     }
 
     // Sections `first` to `end` - 1, all to the same id.
@@ -119,12 +122,11 @@ TEST_F(FaultySectionsTest, PassesEverythingUnchangedWithoutFaults) {
 TEST_F(FaultySectionsTest, PassesTheBorrowedBytesThemselves) {
     Faults({});
     const Bytes section = Section(0);
-    struct PointerSink final : SectionSink {
-        void OnSection(int, const uint8_t* bytes, size_t) override { section = bytes; }
-        const uint8_t* section = nullptr;
-    } sink;
-    FaultySections(plan_, sink).OnSection(1, section.data(), section.size());
-    EXPECT_EQ(sink.section, section.data());
+    const uint8_t* delivered = nullptr;
+    FaultySections(plan_, [&](int, const uint8_t* bytes, size_t) {
+        delivered = bytes;
+    }).OnSection(1, *SectionView::From(section.data(), section.size()));
+    EXPECT_EQ(delivered, section.data());
 }
 
 TEST_F(FaultySectionsTest, CutsSectionsToASize) {
@@ -394,18 +396,13 @@ TEST_F(FaultySectionsTest, NoCallbackBeginsAfterAReleaseWhileAStreamRuns) {
     FilterEngine engine(counters, nullptr, 64);
     constexpr int kRounds = 2000;
     std::atomic<int> released{0};  // ids up to here
-    struct CheckingSink final : SectionSink {
-        explicit CheckingSink(std::atomic<int>& ids) : released_(ids) {}
-        void OnSection(int id, const uint8_t*, size_t) override {
-            EXPECT_TRUE(id == 0 || id > released_.load());
-            ++(id == 0 ? steady_ : others_);
-        }
-        std::atomic<int>& released_;
-        std::atomic<int> steady_{0};
-        std::atomic<int> others_{0};
-    } sink(released);
+    std::atomic<int> steady{0};
+    std::atomic<int> others{0};
     const auto plan = Plan({"delay=1/3:by=5"});
-    FaultySections sections(plan, sink);
+    FaultySections sections(plan, [&](int id, const uint8_t*, size_t) {
+        EXPECT_TRUE(id == 0 || id > released.load());
+        ++(id == 0 ? steady : others);
+    });
     const auto subscribe = [&](int id) {
         const int handle =
             engine.Subscribe(0x0100, *SectionFilter::Compile({0x42}, {0xFF}, {}), sections, id);
@@ -426,8 +423,8 @@ TEST_F(FaultySectionsTest, NoCallbackBeginsAfterAReleaseWhileAStreamRuns) {
     });
     for (int id = 1; id <= kRounds; ++id) {
         const int handle = subscribe(id);
-        const int before = sink.steady_;
-        while (id % 100 == 0 && sink.steady_ < before + 10) {
+        const int before = steady;
+        while (id % 100 == 0 && steady < before + 10) {
             std::this_thread::yield();
         }
         EXPECT_TRUE(engine.Unsubscribe(handle));
@@ -436,9 +433,9 @@ TEST_F(FaultySectionsTest, NoCallbackBeginsAfterAReleaseWhileAStreamRuns) {
     }
     done = true;
     delivery.join();
-    EXPECT_GT(sink.others_, 0);
+    EXPECT_GT(others, 0);
     EXPECT_GT(plan->count(FaultKind::kDelay), 0u);
-    EXPECT_EQ(sink.steady_, static_cast<int>(counters.Get(Counter::kSections)))
+    EXPECT_EQ(steady, static_cast<int>(counters.Get(Counter::kSections)))
         << "the steady filter loses nothing";
 }
 

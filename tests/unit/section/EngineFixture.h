@@ -17,8 +17,8 @@ namespace testsupport {
 // Keeps every section with its id, and does on top what a test asks for.
 class Recorder final : public tvservice::SectionSink {
   public:
-    void OnSection(int id, const uint8_t* section, size_t size) override {
-        sections_.push_back({id, Bytes(section, section + size)});
+    void OnSection(int id, tvservice::SectionView section) override {
+        sections_.push_back({id, Bytes(section.data(), section.data() + section.size())});
         if (const auto then = onSection_) {  // a copy: it may be replaced from inside
             then(id);
         }

@@ -50,6 +50,26 @@ TEST_F(FilterEngineCacheTest, TellsThePacketThatFindsTheRequestOfItsCallbacks) {
     EXPECT_EQ(Feed(), 1u);
 }
 
+TEST_F(FilterEngineCacheTest, CountsAndDeliversRepetitionsAsIfTheyWereNew) {
+    Subscribe(0x0011, 0x42, 7);
+    writer_.Section(0x0011, first_).Section(0x0011, first_).Section(0x0011, first_);
+    EXPECT_EQ(Feed(), 3u);
+    EXPECT_THAT(recorder_.sections(),
+                ElementsAre(Pair(7, first_), Pair(7, first_), Pair(7, first_)));
+    EXPECT_EQ(Count(Counter::kSections), 3u);
+    EXPECT_EQ(Count(Counter::kDeliveredSections), 3u);
+}
+
+TEST_F(FilterEngineCacheTest, LeavesTheCacheAloneWhenARepetitionIsDamaged) {
+    writer_.Section(0x0011, first_).Section(0x0011, first_).FlipBit(4 + 1 + 5, 1);  // its version
+    Feed();
+    EXPECT_EQ(Count(Counter::kCrcErrors), 1u);
+    EXPECT_EQ(Count(Counter::kSections), 1u);
+    SubscribeFromCache(0x0011, 0x42, 7);
+    engine_.ApplyChanges();
+    EXPECT_THAT(recorder_.sections(), ElementsAre(Pair(7, first_)));
+}
+
 TEST_F(FilterEngineCacheTest, GivesNothingOfThePastToWhoDidNotAsk) {
     writer_.Section(0x0011, first_);
     Feed();
@@ -85,7 +105,7 @@ TEST_F(FilterEngineCacheTest, KnowsOtherPidsFromTheirFirstFilterOn) {
 
 TEST_F(FilterEngineCacheTest, KeepsOnlySoManyPidsWithoutAFilter) {
     constexpr uint16_t kFirst = 0x0100;
-    constexpr uint16_t kCount = FilterEngine::kKeptPids + 10;
+    constexpr uint16_t kCount = CachePolicy::kKeptPids + 10;
     for (uint16_t pid = kFirst; pid < kFirst + kCount; ++pid) {
         const int handle = Subscribe(pid, 0x42, 1);
         engine_.ApplyChanges();
@@ -96,7 +116,7 @@ TEST_F(FilterEngineCacheTest, KeepsOnlySoManyPidsWithoutAFilter) {
         writer_.Section(pid, first_);
     }
     Feed();
-    EXPECT_EQ(Count(Counter::kSections), FilterEngine::kKeptPids);
+    EXPECT_EQ(Count(Counter::kSections), CachePolicy::kKeptPids);
 }
 
 TEST_F(FilterEngineCacheTest, MakesRoomForAnotherPidWhenAKeptOneGetsAFilter) {
@@ -109,7 +129,7 @@ TEST_F(FilterEngineCacheTest, MakesRoomForAnotherPidWhenAKeptOneGetsAFilter) {
         engine_.Unsubscribe(handle);
         engine_.ApplyChanges();
     };
-    for (uint16_t pid = 0x0100; pid < 0x0100 + FilterEngine::kKeptPids; ++pid) {
+    for (uint16_t pid = 0x0100; pid < 0x0100 + CachePolicy::kKeptPids; ++pid) {
         go(come(pid));
     }
     come(0x0100);
@@ -220,7 +240,7 @@ TEST_F(FilterEngineCacheTest, LooksAtNothingThatNobodyWantsOnceItIsTurnedOff) {
 }  // namespace
 TEST_F(FilterEngineCacheTest, ForgetsAPidThatItNoLongerLooksAt) {
     constexpr uint16_t kFirst = 0x0100;
-    constexpr uint16_t kLast = kFirst + FilterEngine::kKeptPids;
+    constexpr uint16_t kLast = kFirst + CachePolicy::kKeptPids;
     for (uint16_t pid = kFirst; pid <= kLast; ++pid) {
         const int handle = Subscribe(pid, 0x42, 7);
         engine_.ApplyChanges();

@@ -13,7 +13,7 @@ namespace tvservice {
 namespace {
 
 struct DeafSink final : SectionSink {
-    void OnSection(int, const uint8_t*, size_t) override {}
+    void OnSection(int, SectionView) override {}
 };
 
 class FilterEngineOutOfMemory : public testing::TestWithParam<bool> {

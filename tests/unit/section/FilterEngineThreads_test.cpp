@@ -25,7 +25,7 @@ using testsupport::Signal;
 class CallingSink final : public SectionSink {
   public:
     explicit CallingSink(std::function<void(int)> call) : call_(std::move(call)) {}
-    void OnSection(int id, const uint8_t*, size_t) override { call_(id); }
+    void OnSection(int id, SectionView) override { call_(id); }
 
   private:
     const std::function<void(int)> call_;

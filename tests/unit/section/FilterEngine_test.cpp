@@ -189,6 +189,33 @@ TEST_F(FilterEngineTest, DeliversSectionsWithoutSyntaxUnchecked) {
     EXPECT_THAT(recorder_.TakeIds(), ElementsAre(1));
 }
 
+TEST_F(FilterEngineTest, DropsAndCountsATotWithAWrongCrc) {
+    Subscribe(0x0014, 0x73, 1);
+    writer_.Section(0x0014, PlainSection(0x73, Bytes(11)));
+    Feed();
+    EXPECT_EQ(Count(Counter::kCrcErrors), 1u);
+    EXPECT_THAT(recorder_.TakeIds(), IsEmpty());
+}
+
+TEST_F(FilterEngineTest, ChecksWhatADeviceGivesAndCountsWhatIsNoSection) {
+    Subscribe(0x0100, 0x42, 1);
+    const auto give = [&](const Bytes& bytes) {
+        return engine_.OnDeviceSection(0x0100, {bytes.data(), bytes.size()});
+    };
+    EXPECT_EQ(give(short_), 1u);
+    EXPECT_EQ(give({0x42, 0xB0, 0x08, 1, 2, 3, 4, 5, 6, 7, 8}), 0u);
+    EXPECT_EQ(Count(Counter::kShortSections), 1u);
+    EXPECT_EQ(give(Slice(short_, 0, 49)), 0u);
+    EXPECT_EQ(give({0x42, 0xB0}), 0u);
+    EXPECT_EQ(Count(Counter::kMalformedReads), 2u);
+    Bytes damaged = short_;
+    damaged[20] ^= 0x01;
+    EXPECT_EQ(give(damaged), 0u);
+    EXPECT_EQ(Count(Counter::kCrcErrors), 1u);
+    EXPECT_EQ(Count(Counter::kSections), 1u);
+    EXPECT_TRUE(engine_.Seen(0x0100));
+}
+
 TEST_F(FilterEngineTest, ReachesPidsBeyondThoseOfPacketsByDeliverToAlone) {
     Subscribe(0x2000, 0x42, 1);
     Subscribe(0x2100, 0x42, 2);

@@ -35,10 +35,11 @@ class SectionAssemblerTest : public testing::Test {
 
     void Feed(const Bytes& payload, bool payload_unit_start_indicator) {
         assembler_.Feed({payload.data(), payload.size()}, payload_unit_start_indicator,
-                        [&](const uint8_t* section, size_t size) {
-                            sections_.emplace_back(section, section + size);
-                            inPlace_ = section >= payload.data() &&
-                                       section + size <= payload.data() + payload.size();
+                        [&](SectionView section) {
+                            const ByteView bytes = section.bytes();
+                            sections_.emplace_back(bytes.begin(), bytes.end());
+                            inPlace_ = bytes.begin() >= payload.data() &&
+                                       bytes.end() <= payload.data() + payload.size();
                         });
     }
 
@@ -354,11 +355,10 @@ TEST_F(SectionAssemblerTest, ASinkMayDropWhatComesLater) {
     const Bytes first = SectionOfSize(60, 0x4E);
     const Bytes second = SectionOfSize(400, 0x4F);
     const Bytes payload = Join({{0}, first, Slice(second, 0, 123)});
-    assembler_.Feed({payload.data(), payload.size()}, true,
-                    [&](const uint8_t* section, size_t size) {
-                        sections_.emplace_back(section, section + size);
-                        assembler_.Discontinuity();  // nothing is open at this moment
-                    });
+    assembler_.Feed({payload.data(), payload.size()}, true, [&](SectionView section) {
+        sections_.emplace_back(section.data(), section.data() + section.size());
+        assembler_.Discontinuity();  // nothing is open at this moment
+    });
     ExpectNoLosses();
     FeedMore(Slice(second, 123, 184));
     FeedMore(Stuffed(Slice(second, 307)));

@@ -36,11 +36,11 @@ using testsupport::Signal;
 // Takes sections on the delivery thread and hands them to the test's.
 class Inbox final : public SectionSink {
   public:
-    void OnSection(int id, const uint8_t* section, size_t size) override {
+    void OnSection(int id, SectionView section) override {
         std::function<void()> hook;
         {
             MutexLock lock(mutex_);
-            sections_.push_back({id, Bytes(section, section + size)});
+            sections_.push_back({id, Bytes(section.data(), section.data() + section.size())});
             changed_.NotifyAll();
             hook.swap(hook_);
         }

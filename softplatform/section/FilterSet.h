@@ -1,0 +1,75 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "softplatform/section/FilterRegistry.h"
+#include "softplatform/section/SectionView.h"
+
+namespace tvservice {
+
+// The filters of one PID. Finds those that a section matches, in the order of their subscription.
+//
+// For each table_id that comes there is a list of the filters that can match it, in which the first
+// eight positions of all of them lie side by side: one pass over these words leaves the few filters
+// whose remaining positions have to be looked at. A list is made when the first section of its
+// table_id comes after a change; else nothing is allocated. Used by one thread.
+class FilterSet {
+  public:
+    bool empty() const { return filters_.empty(); }
+    const std::vector<std::unique_ptr<Filter>>& all() const { return filters_; }
+
+    void Add(std::unique_ptr<Filter> filter);
+
+    // Frees a filter of this set.
+    void Remove(const Filter& filter);
+
+    // Calls visit(Filter&) for each filter that the section matches. `visit` must not change the
+    // set.
+    template <class Visit>
+    void VisitMatching(SectionView section, Visit&& visit) {
+        if (filters_.empty()) {
+            return;
+        }
+        const Candidates& candidates = CandidatesOf(section.table_id());
+        const uint64_t word = FirstWord(section.data(), section.size());
+        for (size_t i = candidates.Next(0, word); i < candidates.filters.size();
+             i = candidates.Next(i + 1, word)) {
+            if (candidates.filters[i]->criteria.Matches(section.data(), section.size())) {
+                visit(*candidates.filters[i]);
+            }
+        }
+    }
+
+  private:
+    // The filters that can match a table_id.
+    struct Candidates {
+        // The first from `start` on whose first word allows `word`; past the end when there is
+        // none.
+        size_t Next(size_t start, uint64_t word) const;
+
+        uint64_t change = 0;  // of the set, when this was made
+        std::vector<Filter*> filters;
+        // By filter; then some more that allow no word, up to a multiple of kBlock.
+        std::vector<uint64_t> equal;   // bits that must be as in the pattern
+        std::vector<uint64_t> wanted;  // these bits of the pattern
+    };
+    static constexpr size_t kBlock = 8;
+
+    // The first eight bytes of a section, in the byte order of memory; zeros past its end.
+    static uint64_t FirstWord(const uint8_t* section, size_t size);
+
+    const Candidates& CandidatesOf(uint8_t table_id);
+    void Fill(Candidates& candidates, uint8_t table_id) const;
+
+    std::vector<std::unique_ptr<Filter>> filters_;  // in the order of their subscription
+    uint64_t change_ = 1;                           // grows with every change of filters_
+    std::vector<Candidates> candidates_;
+    // By table_id: 1 + the place in candidates_; 0 when there is none yet. Empty at first.
+    std::vector<uint16_t> places_;
+};
+
+}  // namespace tvservice

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "softplatform/base/Counters.h"
+#include "softplatform/section/SectionAssembler.h"
+#include "softplatform/section/SectionView.h"
+#include "softplatform/ts/Continuity.h"
+#include "softplatform/ts/PacketView.h"
+
+namespace tvservice {
+
+// Makes sections of the packets of one PID: follows their continuity and joins their payloads. Used
+// by one thread.
+//
+// Adds to the counters of Continuity's verdicts (continuity_gaps, duplicate_packets,
+// announced_discontinuities), to malformed_packets, and to those of SectionAssembler.
+class PidDemux {
+  public:
+    // `counters` is borrowed and outlives this object.
+    explicit PidDemux(Counters& counters) : counters_(counters), assembler_(counters) {}
+
+    // Takes the next packet of the PID, one without transport_error_indicator. If it carries a
+    // payload that did not come before, `onPayload()` is called, then `onSection(SectionView)` for
+    // each section that ends in it. The bytes are borrowed for that call; the CRC was not checked.
+    // A scrambled payload cannot be read, so that it ends the open section.
+    template <class OnPayload, class OnSection>
+    void Feed(PacketView packet, OnPayload&& onPayload, OnSection&& onSection) {
+        if (!TakePayload(packet)) {
+            return;
+        }
+        onPayload();
+        if (packet.transport_scrambling_control() != 0) {
+            assembler_.Discontinuity();
+            return;
+        }
+        assembler_.Feed(packet.payload(), packet.payload_unit_start_indicator(), onSection);
+    }
+
+  private:
+    // Whether the packet has a payload that is to be looked at. Ends the open section where packets
+    // are missing before it.
+    bool TakePayload(PacketView packet);
+
+    Counters& counters_;
+    Continuity continuity_;
+    SectionAssembler assembler_;
+};
+
+}  // namespace tvservice
