@@ -3,9 +3,15 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-mapfile -t sources < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
+# Git knows which files are ours. Without it, as in an unpacked tarball, it is all but the build.
+if git rev-parse --is-inside-work-tree >/dev/null 2>&1 && [ -e .git ]; then
+    mapfile -t sources < <(git ls-files --cached --others --exclude-standard --deduplicate \
+        '*.h' '*.cpp' | while read -r file; do [ ! -e "$file" ] || echo "$file"; done)
+else
+    mapfile -t sources < <(find . -path ./build -prune -o \( -name '*.h' -o -name '*.cpp' \) -print)
+fi
 if [ ${#sources[@]} -eq 0 ]; then
-    echo "check: git lists no sources here" >&2
+    echo "check: there are no sources here" >&2
     exit 1
 fi
 

@@ -5,6 +5,7 @@
 # software platform alone.
 # usage: package_test.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
+export CMAKE_GENERATOR=Ninja  # the one that ./run installs
 source_dir=$1
 build_dir=$2
 work=$build_dir/package_test
@@ -23,9 +24,12 @@ shows README.md pat_programs.cpp
 shows docs/faults.md faults.cpp
 
 cmake --install "$build_dir" --prefix "$prefix" >"$work/install.log"
-for file in include/torvelsi/ISectionManager.h include/tvservice/SoftwarePlatform.h bin/torvelsi; do
+for file in include/torvelsi/ISectionManager.h include/tvservice/SoftwarePlatform.h bin/torvelsi \
+    share/doc/torvelsi/LICENSE share/doc/torvelsi/README.md share/doc/torvelsi/docs/limits.md; do
     [ -e "$prefix/$file" ] || fail "$file was not installed"
 done
+schemas=("$prefix"/share/torvelsi/torvelsi-scan-*.schema.json)
+[ -s "${schemas[0]}" ] || fail "no schema was installed"
 lib=$(dirname "$(find "$prefix" -name libtorvelsi.so.0)")
 [ -e "$lib/libtvservice.so.0" ] || fail "libtvservice.so.0 was not installed beside libtorvelsi.so.0"
 readelf -d "$lib/libtorvelsi.so.0" | grep -q 'SONAME.*\[libtorvelsi.so.0\]' || fail "wrong SONAME"
