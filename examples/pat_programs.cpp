@@ -25,6 +25,10 @@ int main(int argc, char** argv) {
     tvservice::SoftwarePlatform::Instance().Start();
     TORVEL_MW::ISectionManager::Instance()->Subscribe(
         0x0000, 0x00, observer, TORVEL_MW::ISectionManager::EContinuous, 5000, false);
-    tvservice::SoftwarePlatform::Instance().Play(tvservice::OpenSource(argv[argc - 1], error));
+    const auto source = tvservice::OpenSource(argv[argc - 1], error);
+    if (!tvservice::SoftwarePlatform::Instance().Play(source)) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        std::quick_exit(EXIT_FAILURE);
+    }
     std::this_thread::sleep_for(std::chrono::seconds(9));  // the observer ends the program
 }

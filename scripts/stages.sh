@@ -68,7 +68,7 @@ why_it_failed() {
 stage() {
     local name=${planned[0]} time=$1 log=$2 start=$SECONDS status=0
     planned=("${planned[@]:1}")
-    mkdir -p "$(dirname "$log")"
+    build_folder "$(dirname "$log")"
     say "run: [$((stages - ${#planned[@]}))/$stages] $name ($time; log: $log)"
     { "${@:3}" 2>&1 || echo "$?" >"$log.status"; } | follow "$log"
     if [ -e "$log.status" ]; then

@@ -92,10 +92,16 @@ for compiler in g++ clang++; do
     for program in "${programs[@]}"; do
         # shellcheck disable=SC2046
         "$compiler" -std=c++17 "${options[@]}" "$program" -o "$build/$(basename "$program" .cpp)" \
-            $(pkg-config --cflags --libs torvelsi) || fail "pkg-config with $compiler: $program"
+            $(pkg-config --cflags --libs torvelsi) -Wl,-rpath,"$(pkg-config --variable=libdir torvelsi)" ||
+            fail "pkg-config with $compiler: $program"
     done
-    check "$build"
+    lib='' check "$build"  # as the README tells: the programs know where the libraries are
 done
+
+# The README's program says what is wrong with its input.
+LD_LIBRARY_PATH=$lib "$work/pkg-config-g++/pat_programs" "$work/no-such-file" 2>"$work/error" &&
+    fail "pat_programs took a file that does not exist"
+grep -q no-such-file "$work/error" || fail "pat_programs said: $(cat "$work/error")"
 
 platform_program=$source_dir/tests/package/consumer/platform_alone/platform_alone.cpp
 build=$work/platform_alone
