@@ -109,7 +109,7 @@ Sections PresentFollowing(Random& random, std::uint16_t index,
                                                                   .component_type = 0x0B,
                                                                   .component_tag = 1,
                                                                   .language_code = "eng",
-                                                                  .text = Words(random, 89)}));
+                                                                  .text = Words(random, 103)}));
     return MakeEitPresentFollowing(generator::Scope::kActual, Service(index), {present},
                                    {Event(random, 2, kMidnight + kHour, 190)}, options);
 }
@@ -119,7 +119,7 @@ Sections Schedule(Random& random, std::uint16_t index, generator::TableOptions o
                   std::uint32_t events) {
     std::vector<generator::EitEvent> list;
     for (std::uint32_t i = 0; i < events; ++i) {
-        list.push_back(Event(random, static_cast<std::uint16_t>(100 + i), kMidnight + 60 * i, 190));
+        list.push_back(Event(random, static_cast<std::uint16_t>(100 + i), kMidnight + 60 * i, 194));
     }
     options.max_section_size = 4096;
     return MakeEitSchedule(generator::Scope::kActual, Service(index), kMidnight, list, options);

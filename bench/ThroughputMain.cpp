@@ -27,7 +27,7 @@ using Section = generator::Bytes;
 
 constexpr char kHelp[] =
     "torvelsi-throughput MODE FILE [--no-cache] [--passes N]\n"
-    "torvelsi-throughput t\n"
+    "torvelsi-throughput t [KIND COUNT]\n"
     "torvelsi-throughput make CONTENT FILE MIB [SEED]\n"
     "\n"
     "The file is read once, then N times (2), of which the fastest counts. MODE:\n"
@@ -38,7 +38,8 @@ constexpr char kHelp[] =
     "  d  every section reaches an empty observer of the section manager\n"
     "  c  and is parsed by the SI layer's parsers, and everything in it is read\n"
     "  C  the same, but the client skips repeats by comparing\n"
-    "  t  needs no file: one section of each kind of table, parsed, read and freed\n"
+    "  t  needs no file: one section of each kind of table, parsed, read and freed;\n"
+    "     with KIND and COUNT only so many sections of one kind, untimed\n"
     "It prints, with ITEMS the entries of loops and descriptors that were read:\n"
     "  R torvelsi MODE BASENAME SECONDS BYTES SECTIONS SI_BYTES ITEMS 0\n"
     "  T torvelsi KIND NS_WITH_CRC NS_WITHOUT_CRC SECTION_BYTES MALLOCS\n"
@@ -76,39 +77,76 @@ Cost Measure(const std::vector<Section>& sections,
     return best;
 }
 
-/// The reader is told nothing but the section; the CRC_32 comes first, as in the receiver.
+/// A reader with what it found, so that nothing can be left out.
 template <class Reader>
-void PrintTable(const bench::SampleTable& table, const std::string& kind) {
+struct Reading {
     Reader reader;
     std::uint64_t items = 0;
-    std::uint32_t crc = 0;
-    const auto read = [&](const Section& section) {
+    void Read(const bench::SampleTable& table, const Section& section) {
         // Parsers take sections that may be written to, and leave them alone.
         items += reader.Read(table.pid, const_cast<std::uint8_t*>(section.data()),
                              static_cast<unsigned short>(section.size()));
-    };
-    const Cost plain = Measure(table.versions, read);
+    }
+};
+
+/// 0 when the CRC_32 is right.
+std::uint32_t Crc(const Section& section) {
+    return tvservice::Crc32(section.data(), section.size(), tvservice::kCrc32Initial);
+}
+
+template <class Reader>
+void PrintTable(const bench::SampleTable& table, const std::string& kind) {
+    Reading<Reader> reading;
+    std::uint32_t crc = 0;
+    const Cost plain =
+        Measure(table.versions, [&](const Section& section) { reading.Read(table, section); });
     const Cost checked = Measure(table.versions, [&](const Section& section) {
-        crc |= tvservice::Crc32(section.data(), section.size(), tvservice::kCrc32Initial);
-        read(section);
+        crc |= Crc(section);
+        reading.Read(table, section);
     });
-    if (items == 0 || crc != 0) {
+    if (reading.items == 0 || crc != 0) {
         throw std::runtime_error(kind + ": nothing was read, or a CRC_32 was wrong");
     }
     std::printf("T torvelsi %s %.0f %.0f %zu %.0f\n", kind.c_str(), checked.nanoseconds,
                 plain.nanoseconds, table.versions.front().size(), checked.mallocs);
 }
 
+/// Reads so many sections, for those who count instructions.
+template <class Reader>
+void ReadTable(const bench::SampleTable& table, std::uint64_t count) {
+    Reading<Reader> reading;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const Section& section = table.versions[i % table.versions.size()];
+        if (Crc(section) == 0) {
+            reading.Read(table, section);
+        }
+    }
+    std::printf("%llu items\n", static_cast<unsigned long long>(reading.items));
+}
+
+constexpr char kSiSuffix[] = "-si";
+
 void PrintTables() {
-    tvservice::SetLogPriority(7);
     for (const bench::SampleTable& table : bench::SampleTables()) {
         PrintTable<bench::PlatformReader>(table, table.kind);
     }
     for (const bench::SampleTable& table : bench::SampleTables()) {
         if (table.hasSiParser) {
-            PrintTable<bench::SiReader>(table, table.kind + "-si");
+            PrintTable<bench::SiReader>(table, table.kind + kSiSuffix);
         }
     }
+}
+
+void ReadTables(const std::string& kind, std::uint64_t count) {
+    for (const bench::SampleTable& table : bench::SampleTables()) {
+        if (kind == table.kind) {
+            return ReadTable<bench::PlatformReader>(table, count);
+        }
+        if (table.hasSiParser && kind == table.kind + kSiSuffix) {
+            return ReadTable<bench::SiReader>(table, count);
+        }
+    }
+    throw std::runtime_error(kind + ": no such table");
 }
 
 void PrintThroughput(const std::string& letter, bench::Mode mode, const std::string& file,
@@ -157,8 +195,13 @@ int Main(const std::vector<std::string>& arguments) {
         std::fputs(kHelp, stdout);
         return 0;
     }
-    if (mode == "t" && arguments.size() == 1) {
-        PrintTables();
+    if (mode == "t" && (arguments.size() == 1 || arguments.size() == 3)) {
+        tvservice::SetLogPriority(7);
+        if (arguments.size() == 1) {
+            PrintTables();
+        } else {
+            ReadTables(arguments[1], std::stoull(arguments[2]));
+        }
         return 0;
     }
     bench::Content content{};
