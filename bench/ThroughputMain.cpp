@@ -29,6 +29,7 @@ constexpr char kHelp[] =
     "torvelsi-throughput MODE FILE [--no-cache] [--passes N]\n"
     "torvelsi-throughput t [KIND COUNT]\n"
     "torvelsi-throughput make CONTENT FILE MIB [SEED]\n"
+    "torvelsi-throughput pids FILE\n"
     "\n"
     "The file is read once, then N times (2), of which the fastest counts. MODE:\n"
     "  a  packets are scanned, nothing is subscribed\n"
@@ -44,7 +45,8 @@ constexpr char kHelp[] =
     "  R torvelsi MODE BASENAME SECONDS BYTES SECTIONS SI_BYTES ITEMS 0\n"
     "  T torvelsi KIND NS_WITH_CRC NS_WITHOUT_CRC SECTION_BYTES MALLOCS\n"
     "make writes a stream: CONTENT is mixed (5 % service information), si (nothing else, each\n"
-    "table in a new version) or repeats (always the same version).\n";
+    "table in a new version) or repeats (always the same version). pids prints the PIDs whose\n"
+    "sections the other modes ask for.\n";
 
 struct Cost {
     double nanoseconds;
@@ -209,6 +211,13 @@ int Main(const std::vector<std::string>& arguments) {
         bench::ContentOf(arguments[1], content)) {
         WriteStream(content, arguments[2], std::stoull(arguments[3]) << 20,
                     arguments.size() == 5 ? std::stoull(arguments[4]) : 1);
+        return 0;
+    }
+    if (mode == "pids" && arguments.size() == 2) {
+        for (const unsigned short pid :
+             bench::Throughput(arguments[1], bench::Mode::kScan, 0).pids()) {
+            std::printf("%u\n", unsigned{pid});
+        }
         return 0;
     }
     bench::Mode known{};

@@ -130,8 +130,8 @@ void FiltersNaive(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-BENCHMARK(FiltersCompiled)->RangeMultiplier(4)->Range(1, 64);
-BENCHMARK(FiltersNaive)->RangeMultiplier(4)->Range(1, 64);
+BENCHMARK(FiltersCompiled)->RangeMultiplier(2)->Range(1, 256);
+BENCHMARK(FiltersNaive)->RangeMultiplier(2)->Range(1, 256);
 
 // --- From bytes to sections: items are packets
 
@@ -162,6 +162,57 @@ Bytes Multiplex(int64_t sectionPackets) {
     }
     return stream;
 }
+
+// Packet boundaries alone.
+void Sync(benchmark::State& state) {
+    const Bytes stream = Multiplex(0);
+    Counters counters;
+    size_t packets = 0;
+    for ([[maybe_unused]] const auto _ : state) {
+        PacketSync sync(counters);
+        packets = 0;
+        const auto onPacket = [&](const uint8_t* bytes) {
+            benchmark::DoNotOptimize(bytes);
+            ++packets;
+            return true;
+        };
+        sync.Feed(stream.data(), stream.size(), onPacket);
+        sync.Finish(onPacket);
+    }
+    if (packets != kPackets) {
+        state.SkipWithError("packets are missing");
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(stream.size()));
+}
+BENCHMARK(Sync);
+
+// The same, and each packet's PID is looked up among so many that are wanted.
+void Demux(benchmark::State& state) {
+    const Bytes stream = Multiplex(5);
+    Counters counters;
+    SectionAssembler assembler(counters);
+    PidTable<SectionAssembler> wanted;
+    for (int64_t pid = 0; pid < state.range(0); ++pid) {
+        wanted.Set(static_cast<uint16_t>(0x1000 + pid), &assembler);
+    }
+    wanted.Set(kSectionPid, &assembler);
+    size_t found = 0;
+    for ([[maybe_unused]] const auto _ : state) {
+        PacketSync sync(counters);
+        found = 0;
+        const auto onPacket = [&](const uint8_t* bytes) {
+            found += wanted.Find(PacketView(bytes).PID()) != nullptr ? 1 : 0;
+            return true;
+        };
+        sync.Feed(stream.data(), stream.size(), onPacket);
+        sync.Finish(onPacket);
+    }
+    if (found != kPackets / 20) {
+        state.SkipWithError("packets are missing");
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(stream.size()));
+}
+BENCHMARK(Demux)->ArgName("wanted_pids")->Arg(1)->Arg(64)->Arg(1024)->Arg(4000);
 
 void PacketsToSections(benchmark::State& state) {
     const Bytes stream = Multiplex(state.range(0));
