@@ -7,16 +7,23 @@
 
 namespace TORVEL_MW {
 
-/// Section acquisition: sets section filters on PIDs of the transport stream and delivers what they
-/// let through to observers, on one event thread.
+/// Section acquisition: sets section filters on PIDs of the transport stream and delivers the
+/// sections that match to observers, on one event thread.
 ///
-/// All operations may be called on any thread, also from inside `OnSectionReceived`.
+/// All operations may be called on any thread, also from inside `OnSectionReceived`. `Subscribe`
+/// and `Unsubscribe` hold one lock, the manager's, for the whole of their work, so one of them
+/// waits until another has returned.
 ///
 /// **Process end.** The one manager lives as long as the process and its event thread is never
 /// stopped. A process that used it and returns from `main`, or calls `exit`, therefore ends through
-/// the termination handler (SIGABRT), promptly, once the static objects are destroyed. A program
-/// that wants an exit status of its own flushes its output and leaves by `std::quick_exit` or
-/// `_Exit`.
+/// the termination handler (SIGABRT), promptly, once the static objects are destroyed. The same
+/// happens when the library is unloaded after the manager was used. A program that wants an exit
+/// status of its own flushes its output and leaves by `std::quick_exit` or `_Exit`.
+///
+/// **Ids** count up from 1. After 4294967294 they begin at 1 again. If an old subscription still
+/// holds the id that comes next, `Subscribe` ends that subscription and takes its id. Ending it
+/// joins its timer thread, with the manager's lock held: if its `OnSectionTimeout` is running, the
+/// call waits until that has returned.
 class TORVELSI_API ISectionManager {
   public:
     enum EFilterMode {
@@ -60,8 +67,11 @@ class TORVELSI_API ISectionManager {
                                    ISectionObserver& observer, EFilterMode filterMode,
                                    unsigned int timeout) = 0;
 
-    /// Ends a subscription. An unknown id is reported in the log, nothing else. One delivery that
-    /// is already running on the event thread may still finish afterwards.
+    /// Ends a subscription. An unknown id is reported in the log and has no other effect.
+    ///
+    /// One delivery may still come after this has returned: the event thread may have looked up the
+    /// subscription for a section before, and calls `OnSectionReceived` only now. Called from
+    /// inside `OnSectionReceived` of this subscription, that call is the last.
     virtual void Unsubscribe(unsigned int id) = 0;
 
     virtual ~ISectionManager() = default;

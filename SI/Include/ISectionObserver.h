@@ -7,12 +7,14 @@ namespace TORVEL_MW {
 /// What a client implements to receive sections. The library borrows observers: it never makes or
 /// deletes one.
 ///
-/// **Lifetime.** An observer must outlive its subscription, and a little more: after
-/// `ISectionManager::Unsubscribe` has returned, one delivery that was already running on the event
-/// thread may still finish, and until it has, a time-out may still come. An observer that
-/// unsubscribes inside its own `OnSectionReceived` gets no further section of that subscription.
+/// **Lifetime.** An observer must outlive its subscription by one delivery. When
+/// `ISectionManager::Unsubscribe` returns on another thread, the event thread may be inside
+/// `OnSectionReceived`, or may have looked up the subscription for a section already and call
+/// `OnSectionReceived` only afterwards. Until that call has returned, a time-out may come too. An
+/// observer that unsubscribes inside its own `OnSectionReceived` gets no further section of that
+/// subscription.
 ///
-/// The id that both operations see is the low 16 bits of the one that `Subscribe` returned.
+/// Both operations are given the low 16 bits of the id that `Subscribe` returned.
 class TORVELSI_API ISectionObserver {
   public:
     virtual ~ISectionObserver() = default;
@@ -31,11 +33,13 @@ class TORVELSI_API ISectionObserver {
     /// No section was accepted within the subscription's time-out. Called at most once, on the
     /// subscription's own timer thread, possibly just before a first section arrives after all.
     ///
-    /// The timer's lock is held during the call. Do not drop the last hold on the subscription from
-    /// here: the timer would have to join itself, which ends the process. And an observer that
-    /// calls `Subscribe` or `Unsubscribe` from here can deadlock with an `Unsubscribe` of this
-    /// subscription on another thread, which holds the manager's lock and waits for this call to
-    /// end. Hand such work to another thread.
+    /// Call neither `Subscribe` nor `Unsubscribe` from here; hand such work to another thread. The
+    /// timer's lock is held during this call, and the subscription ends by joining this thread:
+    /// - An `Unsubscribe` of this subscription from here would join its own thread, which ends the
+    ///   process.
+    /// - On another thread, an `Unsubscribe` of this subscription, or a `Subscribe` that takes over
+    ///   its id (see `ISectionManager`), holds the manager's lock and waits until this call has
+    ///   returned. If this call waits for the manager's lock, neither ever returns.
     ///
     /// @param id  the subscription
     virtual void OnSectionTimeout(unsigned int id) = 0;

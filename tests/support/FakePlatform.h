@@ -87,11 +87,12 @@ class FakePlatform final : public ISectionSubscriber {
     int SubscribersMade() const;
 
     /// The log since the last call, one string a line: "5 SectionSubscription.cpp OnCallback(*) >
-    /// Length is 0", with priority, file, function and line number; the number is replaced by *
-    /// in files whose numbers are not fixed.
+    /// Length is 0", with priority, file, function and line number. In files whose numbers are not
+    /// fixed the number is replaced by *.
     ///
     /// What does not show in the text fails the running test when the line is written: another
-    /// buffer or tag, or a printf format that the source file does not have (FakeLogFormats.h).
+    /// buffer or tag, a printf format that the source file does not have (FakeLogFormats.h), or a
+    /// number that is not the one of a log statement in the source.
     std::vector<std::string> TakeLog();
     /// Waits until such a line has been written since the last TakeLog.
     bool WaitForLog(const std::string& line);

@@ -150,6 +150,30 @@ TEST_P(AllocationTest, FailureWhileTheTimerIsArmedLeavesTheCountOfAKnownHandle) 
     }
 }
 
+TEST_P(AllocationTest, FailureWhileATimeoutOf0IsArmedEndsNothing) {
+    const std::string armed = way.timerLine.substr(0, way.timerLine.find("60000")) + "0" +
+                              way.timerLine.substr(way.timerLine.find("60000") + 5);
+    // If the timer were armed before it has its copy of the callback, its thread could find the
+    // deadline passed and no callback, which ends the process. That is a race: in this many rounds
+    // the thread often wins it.
+    for (int round = 0; round < 500; ++round) {
+        platform.Reset();
+        platform.duringLog = [&](const std::string& line) {
+            t_heap.failAfter = line == armed ? 1 : -1;  // the timer's copy of the callback
+        };
+        EXPECT_THROW(way.subscribe(observer, 0), std::bad_alloc);
+        platform.duringLog = nullptr;
+    }
+    EXPECT_THAT(observer.Timeouts(), IsEmpty());
+}
+
+TEST_P(AllocationTest, TextOfTheSubscriptionTakesOneAllocation) {
+    const auto subscription = way.subscribe(observer, kNoTimeout);
+    const int before = t_heap.allocations;
+    EXPECT_FALSE(SectionSubscriptionPeer::Info(*subscription).empty());
+    EXPECT_EQ(t_heap.allocations - before, 1);
+}
+
 class RecordAllocationTest : public testing::Test {
   protected:
     void SetUp() override { platform.Reset(); }

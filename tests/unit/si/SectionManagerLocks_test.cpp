@@ -410,4 +410,41 @@ TEST_F(SectionManagerLocksTest, ThePlatformWaitsForNoObserver) {
     EXPECT_TRUE(observer.WaitForSections(101));
 }
 
+TEST_P(EachOverload, EndsTheSubscriptionThatItReplacesItselfUnderTheLock) {
+    SubscribeTable(observer);
+    KorvoSectionManagerPeer::SetNextId(manager(), 1);
+    bool isLocked = false;
+    std::thread::id endedOn;
+    platform.duringRelease = [&](int handle) {
+        EXPECT_EQ(handle, 100);
+        isLocked = IsLocked();
+        endedOn = std::this_thread::get_id();
+    };
+    EXPECT_EQ(Subscribe(), 1u);
+    EXPECT_TRUE(isLocked);
+    EXPECT_EQ(endedOn, std::this_thread::get_id());
+}
+
+TEST_F(SectionManagerLocksTest, EventThreadDropsTheLastReferenceWithNoLockOfTheManagers) {
+    static std::atomic<int> moments{0};
+    const auto useTheManager = [] {
+        ++moments;
+        EXPECT_TRUE(ReturnsElsewhere(UnsubscribeUnknown));
+    };
+    observer.duringSection = [](unsigned short id) {
+        ISectionManager::Instance()->Unsubscribe(id);
+    };
+    SubscribeTable(observer);
+    SubscribePattern(observer, ISectionManager::EToggle);
+    During("~CSectionSubscription(", useTheManager);
+    platform.duringRelease = [useTheManager](int) { useTheManager(); };
+    platform.Deliver(1, {0x42});
+    Settle();
+    EXPECT_EQ(moments, 3) << "two lines of the end, release";
+    platform.TakeLog();
+    platform.Deliver(2, {0x4E});
+    Settle();
+    EXPECT_EQ(moments, 7) << "the release of Toggle, and the same three";
+}
+
 }  // namespace

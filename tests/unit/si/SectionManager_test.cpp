@@ -1,5 +1,6 @@
 #include "tests/unit/si/SectionManagerFixture.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -546,6 +547,102 @@ TEST_F(SectionManagerTest, HasNoMemberMore) {
         TORVEL_MW::EventQueue<TORVEL_MW::SectionData> eventQueue;
     };
     EXPECT_EQ(sizeof(CKorvoSectionManager), sizeof(Mirror));
+}
+
+TEST_F(SectionManagerTest, SectionsOfAnyLengthArrive) {
+    SubscribeTable(observer);
+    for (const std::size_t length : {4096u, 4097u, 65535u}) {
+        platform.Deliver(1, Bytes(length, 0x42));
+    }
+    ASSERT_TRUE(observer.WaitForSections(3));
+    EXPECT_EQ(observer.Sections()[0].data.size(), 4096u);
+    EXPECT_EQ(observer.Sections()[1].data.size(), 4097u);
+    EXPECT_EQ(observer.Sections()[2].data.size(), 65535u);
+}
+
+TEST_F(SectionManagerTest, UnsubscribeLooksAtAllBitsOfAnId) {
+    SubscribeTable(observer);
+    platform.TakeLog();
+    ISectionManager::Instance()->Unsubscribe(65536 + 1);
+    EXPECT_THAT(platform.TakeLog(), ElementsAre(FailedToFind("65537")));
+    EXPECT_TRUE(KorvoSectionManagerPeer::Holds(manager(), 1));
+}
+
+TEST_F(SectionManagerTest, IdWhoseLow16BitsAre0IsGivenOut) {
+    KorvoSectionManagerPeer::SetNextId(manager(), 65535);
+    EXPECT_EQ(SubscribeTable(Forever<Recorder>()), 65535u);
+    EXPECT_EQ(SubscribeTable(observer), 65536u);
+    EXPECT_EQ(platform.Requests().at(1).id, 0);
+    platform.Deliver(65536, {0x42});
+    ASSERT_TRUE(observer.WaitForSections(1));
+    EXPECT_EQ(observer.Sections()[0].id, 0);
+    EXPECT_EQ(SubscribeTable(observer), 65537u);
+}
+
+TEST_F(SectionManagerTest, ToggleFollowsThoughTheObserverUnsubscribedItself) {
+    observer.duringSection = [&](unsigned short id) {
+        ISectionManager::Instance()->Unsubscribe(id);
+    };
+    SubscribePattern(observer, ISectionManager::EToggle);
+    platform.Deliver(1, {0x4E});
+    Settle();
+    EXPECT_EQ(platform.Requests().size(), 2u);
+    EXPECT_THAT(platform.Released(), ElementsAre(100, 101));
+}
+
+// A Subscribe inside the platform's call takes the id that the outer one has tried.
+TEST_F(SectionManagerTest, FailureShowsTheNextIdNotTheOneThatWasTried) {
+    ISectionManager& m = *ISectionManager::Instance();
+    const std::function<unsigned int()> ways[] = {
+        [this] { return SubscribeTable(observer); },
+        [&] {
+            return m.Subscribe(0x11, 0x42, 5, observer, ISectionManager::EContinuous, kNoTimeout);
+        },
+        [this] { return SubscribePattern(observer, ISectionManager::EContinuous); }};
+    const int lines[] = {139, 167, 204};
+    for (unsigned int i = 0; i < 3; ++i) {
+        platform.NextReply({0, std::nullopt});
+        platform.duringRequest = [&](const fake::Request&) {
+            platform.duringRequest = nullptr;
+            EXPECT_EQ(SubscribeTable(Forever<Recorder>()), i + 1);
+        };
+        EXPECT_EQ(ways[i](), 0u);
+        EXPECT_EQ(TakeManagerLog().back(),
+                  Line(6, "Subscribe", lines[i], Red("Failed with id: " + std::to_string(i + 2))));
+    }
+}
+
+TEST_F(SectionManagerTest, PatternTextShowsEveryByte) {
+    std::string shown;
+    for (int i = 0; i < 200; ++i) {
+        shown += "a5 ";
+    }
+    ISectionManager::Instance()->Subscribe(0xF012, Bytes(200, 0xA5), Bytes(17, 0xFF), {}, observer,
+                                           ISectionManager::EContinuous, kNoTimeout);
+    std::string mask;
+    for (int i = 0; i < 17; ++i) {
+        mask += "ff ";
+    }
+    EXPECT_EQ(TakeManagerLog().at(0),
+              Line(3, "Subscribe", 186,
+                   "id: 1, pid: 61458, mode: 1, pattern/mask:\n" + shown + "\n" + mask));
+}
+
+TEST_F(SectionManagerTest, PIDIsNotCutTo13Bits) {
+    ISectionManager& m = *ISectionManager::Instance();
+    constexpr auto kMode = ISectionManager::EContinuous;
+    m.Subscribe(0xF011, 0x42, observer, kMode, kNoTimeout, false);
+    m.Subscribe(0xF011, 0x42, 5, observer, kMode, kNoTimeout);
+    m.Subscribe(0xF011, {0x42}, {0xFF}, {}, observer, kMode, kNoTimeout);
+    EXPECT_THAT(
+        TakeManagerLog(),
+        ElementsAre(
+            Line(3, "Subscribe", 121, "id: 1, pid: 61457, tableId: 66, mode: 1"),
+            Line(3, "Subscribe", 148, "id: 2, pid: 61457, tableId: 66, tableIdExt: 5, mode: 1"),
+            Line(3, "Subscribe", 186, "id: 3, pid: 61457, mode: 1, pattern/mask:\n42 \nff ")));
+    for (const fake::Request& request : platform.Requests()) {
+        EXPECT_EQ(request.pid, 0xF011);
+    }
 }
 
 }  // namespace

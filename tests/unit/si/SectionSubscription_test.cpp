@@ -1,4 +1,5 @@
 #include <atomic>
+#include <limits>
 #include <locale>
 #include <stdexcept>
 #include <thread>
@@ -582,6 +583,104 @@ TEST_F(SectionSubscriptionTest, MissingCountIsMadeBeforeItIsLowered) {
     subscription.reset();
     EXPECT_EQ(SectionSubscriptionPeer::HandleCount(304), -1);
     EXPECT_THAT(platform.Released(), ElementsAre(304));
+}
+
+TEST_F(SectionSubscriptionTest, PIDIsNotCutTo13Bits) {
+    constexpr unsigned short kPid = 0xF011;
+    constexpr auto kMode = ISectionManager::EContinuous;
+    const Subscription ways[] = {
+        CSectionSubscription::SubscribeSection(&platform, observer, kPid, 0x42, 7, kMode,
+                                               kNoTimeout, false),
+        CSectionSubscription::SubscribeSection(&platform, observer, kPid, 0x42, 1, 7, kMode,
+                                               kNoTimeout),
+        CSectionSubscription::SubscribeSection(&platform, observer, kPid, {0x42}, {0xFF}, {}, 7,
+                                               kMode, kNoTimeout)};
+    for (const fake::Request& request : platform.Requests()) {
+        EXPECT_EQ(request.pid, kPid);
+    }
+    std::size_t traces = 0;
+    for (const std::string& line : platform.TakeLog()) {
+        traces += line.find("> pid: 61457, ") != std::string::npos ? 1u : 0u;
+    }
+    EXPECT_EQ(traces, 3u);
+    for (const Subscription& subscription : ways) {
+        EXPECT_THAT(SectionSubscriptionPeer::Info(*subscription),
+                    testing::HasSubstr(" pid=61457 "));
+        unsigned char byte = 0x42;
+        subscription->OnCallback(1, &byte);
+        EXPECT_EQ(observer.Sections().back().pid, kPid);
+    }
+}
+
+TEST_F(SectionSubscriptionTest, HandleMinus1IsAHandleLikeAnother) {
+    const std::function<Subscription()> ways[] = {[this] { return SubscribeTable(); },
+                                                  [this] { return SubscribeExtension(); },
+                                                  [this] { return SubscribePattern(); }};
+    for (const auto& subscribe : ways) {
+        platform.Reset();
+        platform.NextReply({1, std::nullopt});
+        Subscription subscription = subscribe();
+        ASSERT_TRUE(subscription);
+        EXPECT_EQ(platform.TakeLog().at(1),
+                  Line(4, "SubscribeSection",
+                       Green("Subscribe section succeeded. id: 7, TVS handle: -1")));
+        EXPECT_EQ(SectionSubscriptionPeer::HandleCount(-1), 1);
+        subscription.reset();
+        EXPECT_EQ(SectionSubscriptionPeer::HandleCount(-1), 0);
+        EXPECT_THAT(platform.Released(), ElementsAre(-1));
+    }
+}
+
+TEST_F(SectionSubscriptionTest, ShortMaskAndEmptyModeAreNotFilledUp) {
+    const Subscription subscription =
+        CSectionSubscription::SubscribeSection(&platform, observer, 0x12, {0x4E, 1, 2}, {0xFE}, {},
+                                               7, ISectionManager::EToggle, kNoTimeout);
+    EXPECT_TRUE(subscription->Toggle(0x4E));
+    const auto requests = platform.Requests();
+    ASSERT_EQ(requests.size(), 2u);
+    EXPECT_EQ(requests[0].mask, Bytes({0xFE}));
+    EXPECT_EQ(requests[1].mask, Bytes({0xFF}));
+    for (const fake::Request& request : requests) {
+        EXPECT_THAT(request.mode, IsEmpty());
+    }
+}
+
+TEST_F(SectionSubscriptionTest, OnlyTheFirstByteMakesASectionStale) {
+    const Subscription toggle = CSectionSubscription::SubscribeSection(
+        &platform, observer, 0x12, {0x4E, 0xF0, 1}, {0xFE, 0xFF, 0xFF}, {}, 7,
+        ISectionManager::EToggle, kNoTimeout);
+    Bytes section = {0x4E, 0x70, 2};
+    toggle->OnCallback(3, section.data());
+    EXPECT_EQ(observer.Sections().size(), 1u);
+    // A section may be shorter than the pattern, too.
+    toggle->OnCallback(1, section.data());
+    EXPECT_EQ(observer.Sections().size(), 2u);
+}
+
+TEST_F(SectionSubscriptionTest, EveryAcceptedSectionTellsThatItCancels) {
+    const Subscription subscription = SubscribeTable(ISectionManager::EContinuous, 3600000);
+    platform.TakeLog();
+    const std::string length =
+        Line(4, "OnCallback", Green(" TVS handle=100 id=7 pid=17 tableid=66 mode=1 length: 1"));
+    const std::string cancel = Line(4, "OnCallback", Green("Cancel the timer for id: 7"));
+    unsigned char byte = 0x42;
+    subscription->OnCallback(1, &byte);
+    subscription->OnCallback(1, &byte);
+    EXPECT_THAT(platform.TakeLog(), ElementsAre(length, cancel, length, cancel));
+}
+
+TEST_F(SectionSubscriptionTest, TextShowsHandlesSignedAndIdsUnsigned) {
+    platform.NextReply({1, std::numeric_limits<int>::min()});
+    const Subscription subscription =
+        CSectionSubscription::SubscribeSection(&platform, observer, 0xFFFF, {0xFF}, {0xFF}, {},
+                                               0xFFFE, ISectionManager::EOneShot, kNoTimeout);
+    EXPECT_EQ(SectionSubscriptionPeer::Info(*subscription),
+              " TVS handle=-2147483648 id=65534 pid=65535 tableid=255 mode=2");
+    platform.NextReply({1, std::numeric_limits<int>::max()});
+    const Subscription other = CSectionSubscription::SubscribeSection(
+        &platform, observer, 0, {0}, {0xFF}, {}, 0, ISectionManager::EToggle, kNoTimeout);
+    EXPECT_EQ(SectionSubscriptionPeer::Info(*other),
+              " TVS handle=2147483647 id=0 pid=0 tableid=0 mode=0");
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -344,6 +346,68 @@ TEST(TimerCallbackTest, CallbackThatIsReplacedCancelledOrLeftIsDestroyedUnderThe
         end(timer);
         EXPECT_TRUE(isLocked);
     }
+}
+
+/// A callback whose copies can fail.
+struct CopyFails {
+    explicit CopyFails(const bool& doesFail) : fails(doesFail) {}
+    CopyFails(const CopyFails& other) : fails(other.fails) {
+        if (fails) {
+            throw std::bad_alloc();
+        }
+    }
+    void operator()() const { Unexpected(); }
+
+    const bool& fails;
+};
+
+TEST(TimerCallbackTest, CallbackThatCannotBeCopiedArmsNothing) {
+    bool fails = false;
+    const std::function<void()> callback = CopyFails(fails);
+    fails = true;
+    TimerCallback timer;
+    // The worker cannot act on what it should not see.
+    const std::lock_guard<std::recursive_mutex> lock(Peer::Mutex(timer));
+    EXPECT_THROW(timer.SetTimer(0, callback), std::bad_alloc);
+    EXPECT_EQ(Peer::Of(timer), (Peer::Flags{false, false, false, false}));
+    EXPECT_EQ(Peer::Deadline(timer), Clock::time_point());
+}
+
+TEST(TimerCallbackTest, CallbackThatCannotBeCopiedLeavesTheArmedOneAndItsDeadline) {
+    bool fails = false;
+    const std::function<void()> callback = CopyFails(fails);
+    fails = true;
+    TimerCallback timer;
+    timer.SetTimer(kAnHour, Unexpected);
+    const Clock::time_point deadline = Peer::Deadline(timer);
+    EXPECT_THROW(timer.SetTimer(0, callback), std::bad_alloc);
+    EXPECT_EQ(Peer::Of(timer), (Peer::Flags{false, false, true, false}));
+    EXPECT_EQ(Peer::Deadline(timer), deadline);
+    EXPECT_TRUE(Peer::HasCallback(timer));
+}
+
+TEST(TimerCallbackTest, CallbackIsCopiedBeforeTheLockIsTaken) {
+    TimerCallback timer;
+    bool isLocked = true;
+    struct Looks {
+        Looks(std::recursive_mutex& of, bool& result) : mutex(of), isLocked(result) {}
+        Looks(const Looks& other) : mutex(other.mutex), isLocked(other.isLocked) {
+            std::thread([this] {
+                isLocked = !mutex.try_lock();
+                if (!isLocked) {
+                    mutex.unlock();
+                }
+            }).join();
+        }
+        void operator()() const { Unexpected(); }
+
+        std::recursive_mutex& mutex;
+        bool& isLocked;
+    };
+    const std::function<void()> callback = Looks(Peer::Mutex(timer), isLocked);
+    isLocked = true;
+    timer.SetTimer(kAnHour, callback);
+    EXPECT_FALSE(isLocked);
 }
 
 }  // namespace

@@ -122,6 +122,7 @@ TEST_F(ToggleTest, RefusedReleaseIsToldAndItGoesOn) {
     EXPECT_TRUE(subscription->Toggle(0x4E));
     EXPECT_EQ(platform.TakeLog().at(1), Line(5, "Toggle", Yellow("Unsubscribe section failed")));
     EXPECT_EQ(SectionSubscriptionPeer::Handle(*subscription), 410);
+    EXPECT_EQ(SectionSubscriptionPeer::HandleCount(409), 0) << "a refusal restores no count";
 }
 
 TEST_F(ToggleTest, RefusedRequestRollsNothingBackAndTheHandleIsGivenUpTwice) {
@@ -153,6 +154,7 @@ TEST_F(ToggleTest, RefusedRequestShowsTheHandleThatThePlatformLeft) {
               Line(5, "Toggle", Yellow("Re-subscribe section failed id: 7, TVS handle: 99")));
     EXPECT_FALSE(SectionSubscriptionPeer::HasHandleCount(99));
     EXPECT_EQ(SectionSubscriptionPeer::Handle(*subscription), 412);
+    EXPECT_THAT(platform.Released(), ElementsAre(412)) << "not the refused request's handle";
 }
 
 TEST_F(ToggleTest, RearmsTheFilterButNotTheTimer) {
@@ -196,6 +198,36 @@ TEST_F(ToggleTest, LinesShowHexWithoutLeadingZeros) {
                     Line(5, "Toggle",
                          Yellow("Toggle mode filter. Resubscribed, just received tableId: 2, new "
                                 "pattern: 3, new mask: FF, TVS handle: 416"))));
+}
+
+TEST_F(ToggleTest, LeavesATimerThatIsArmedAlone) {
+    const auto subscription = CSectionSubscription::SubscribeSection(
+        &platform, observer, 0x12, {0x4E}, {0xFE}, {}, 7, ISectionManager::EToggle, 3600000);
+    EXPECT_TRUE(subscription->Toggle(0x50)) << "stale";
+    EXPECT_TRUE(subscription->Toggle(0x4E));
+    platform.NextReply({0, std::nullopt});
+    EXPECT_FALSE(subscription->Toggle(0x4F));
+    EXPECT_TRUE(SectionSubscriptionPeer::IsArmed(*subscription));
+    EXPECT_FALSE(
+        TORVEL_MW::TimerCallbackPeer::Of(SectionSubscriptionPeer::Timer(*subscription)).cancelled);
+}
+
+TEST_F(ToggleTest, HandleThatComesBackIsCountedAgain) {
+    const auto subscription = Subscribe(417);
+    platform.NextReply({1, 417});
+    EXPECT_TRUE(subscription->Toggle(0x4E));
+    EXPECT_THAT(platform.Released(), ElementsAre(417));
+    EXPECT_EQ(SectionSubscriptionPeer::HandleCount(417), 1);
+}
+
+TEST_F(ToggleTest, HandleMinus1IsAHandleLikeAnother) {
+    auto subscription = Subscribe(418);
+    platform.NextReply({1, std::nullopt});
+    EXPECT_TRUE(subscription->Toggle(0x4E));
+    EXPECT_EQ(SectionSubscriptionPeer::Handle(*subscription), -1);
+    EXPECT_EQ(SectionSubscriptionPeer::HandleCount(-1), 1);
+    subscription.reset();
+    EXPECT_THAT(platform.Released(), ElementsAre(418, -1));
 }
 
 }  // namespace

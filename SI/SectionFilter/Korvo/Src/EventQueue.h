@@ -6,16 +6,7 @@
 #include <mutex>
 #include <utility>
 
-#if defined(__SANITIZE_THREAD__)
-#define TORVEL_THREAD_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define TORVEL_THREAD_SANITIZER 1
-#endif
-#endif
-#if defined(TORVEL_THREAD_SANITIZER)
-#include <sanitizer/tsan_interface.h>
-#endif
+#include "SI/SectionFilter/Korvo/Src/MutexEnd.h"
 
 namespace TORVEL_MW {
 
@@ -42,7 +33,7 @@ class EternalCondition {
 };
 
 /// Unbounded, blocking first-in-first-out queue of owned items, from any number of producers to
-/// one consumer. Items are never looked at: a null pointer goes through like any other.
+/// one consumer. The queue does not look at the items: a null pointer is an item too.
 template <class Item>
 class EventQueue {
   public:
@@ -50,26 +41,20 @@ class EventQueue {
     EventQueue(const EventQueue&) = delete;
     EventQueue& operator=(const EventQueue&) = delete;
 
-    /// Destroys the items still queued, first to last. The queue is not closed: a consumer blocked
-    /// in `Pop` is woken, finds nothing and waits on. The mutex stays locked for ever, so that a
-    /// consumer or producer that comes late (the process is ending, its threads still run) blocks
-    /// on it and never touches what is gone.
+    /// Destroys the items still queued, first to last. The queue is not closed: a consumer that
+    /// waits in `Pop` is woken, finds the queue empty and waits again. The mutex stays locked for
+    /// ever. While the process ends its threads still run, and one that comes to the queue then
+    /// blocks on the mutex instead of touching what is destroyed.
     ~EventQueue() {
         {
             std::lock_guard<std::mutex> lock(m_mutex);
             m_condition.NotifyAll();
         }
         m_mutex.lock();
-        while (!m_queue.empty()) {  // clear() keeps no order
+        while (!m_queue.empty()) {  // clear() promises no order
             m_queue.pop_front();
         }
-#if defined(TORVEL_THREAD_SANITIZER)
-        // To ThreadSanitizer the mutex ends here, or a later queue at this address would seem to
-        // lock it twice. The lock itself is kept.
-        __tsan_mutex_pre_unlock(&m_mutex, 0);
-        __tsan_mutex_post_unlock(&m_mutex, 0);
-        __tsan_mutex_destroy(&m_mutex, 0);
-#endif
+        TellSanitizerThatMutexEnds(m_mutex);
     }
 
     /// Appends an item and wakes the consumer. Waits for nothing but the mutex. When memory runs

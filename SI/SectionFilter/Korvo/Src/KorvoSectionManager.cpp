@@ -15,8 +15,8 @@ namespace {
 constexpr unsigned int kFirstId = 1;
 constexpr unsigned int kLastId = 4294967294;  // 4294967295 is never handed out
 
-// Guards the structure of m_subscriptions, beside m_mutex. Never held across a log line, a platform
-// call or the destruction of a subscription.
+// Guards m_subscriptions beside m_mutex, see the header. Not held while a log line is written, the
+// platform is called or a subscription ends.
 constinit std::mutex s_tableMutex;
 
 void AppendHex(std::string& text, const std::vector<unsigned char>& bytes) {
@@ -44,14 +44,14 @@ CKorvoSectionManager::CKorvoSectionManager() : m_nextId(kFirstId), m_subscriber(
 unsigned int CKorvoSectionManager::Subscribe(unsigned short pid, unsigned int tableId,
                                              ISectionObserver& observer, EFilterMode mode,
                                              unsigned int timeout, bool fromCache) {
-    SI_LOG_LINE(121, LOG_PRIORITY_DEBUG, "id: %d, pid: %d, tableId: %d, mode: %d", m_NextId(), pid,
-                tableId, mode);
+    SI_LOG_LINE(121, LOG_PRIORITY_DEBUG, "id: %d, pid: %d, tableId: %d, mode: %d", m_LoadNextId(),
+                pid, tableId, mode);
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
         m_subscriber, observer, pid, static_cast<unsigned char>(tableId),
-        static_cast<unsigned short>(m_NextId()), mode, timeout, fromCache);
+        static_cast<unsigned short>(m_LoadNextId()), mode, timeout, fromCache);
     if (!subscription) {
-        SI_LOG_LINE(139, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_NextId());
+        SI_LOG_LINE(139, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_LoadNextId());
         return 0;
     }
     return m_Store(std::move(subscription));
@@ -61,14 +61,14 @@ unsigned int CKorvoSectionManager::Subscribe(unsigned short pid, unsigned int ta
                                              unsigned int tableIdExt, ISectionObserver& observer,
                                              EFilterMode mode, unsigned int timeout) {
     SI_LOG_LINE(148, LOG_PRIORITY_DEBUG, "id: %d, pid: %d, tableId: %d, tableIdExt: %d, mode: %d",
-                m_NextId(), pid, tableId, tableIdExt, mode);
+                m_LoadNextId(), pid, tableId, tableIdExt, mode);
     std::lock_guard<std::recursive_mutex> lock(m_mutex);
     std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
         m_subscriber, observer, pid, static_cast<unsigned char>(tableId),
-        static_cast<unsigned short>(tableIdExt), static_cast<unsigned short>(m_NextId()), mode,
+        static_cast<unsigned short>(tableIdExt), static_cast<unsigned short>(m_LoadNextId()), mode,
         timeout);
     if (!subscription) {
-        SI_LOG_LINE(167, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_NextId());
+        SI_LOG_LINE(167, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_LoadNextId());
         return 0;
     }
     return m_Store(std::move(subscription));
@@ -85,13 +85,13 @@ unsigned int CKorvoSectionManager::Subscribe(unsigned short pid,
     AppendHex(bytes, pattern);
     bytes += '\n';
     AppendHex(bytes, mask);
-    SI_LOG_LINE(186, LOG_PRIORITY_DEBUG, "id: %d, pid: %d, mode: %d, pattern/mask:\n%s", m_NextId(),
-                pid, filterMode, bytes.c_str());
+    SI_LOG_LINE(186, LOG_PRIORITY_DEBUG, "id: %d, pid: %d, mode: %d, pattern/mask:\n%s",
+                m_LoadNextId(), pid, filterMode, bytes.c_str());
     std::shared_ptr<CSectionSubscription> subscription = CSectionSubscription::SubscribeSection(
-        m_subscriber, observer, pid, pattern, mask, mode, static_cast<unsigned short>(m_NextId()),
-        filterMode, timeout);
+        m_subscriber, observer, pid, pattern, mask, mode,
+        static_cast<unsigned short>(m_LoadNextId()), filterMode, timeout);
     if (!subscription) {
-        SI_LOG_LINE(204, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_NextId());
+        SI_LOG_LINE(204, LOG_PRIORITY_ERROR, "\033[31mFailed with id: %d\033[0m", m_LoadNextId());
         return 0;
     }
     return m_Store(std::move(subscription));
@@ -139,7 +139,8 @@ void CKorvoSectionManager::m_EventLoop() {
             SI_LOG_LINE(55, LOG_PRIORITY_ERROR, "\033[31mNULL data\033[0m");
             continue;
         }
-        // Not cut to 16 bits and not widened: the platform's id is the key, as it stands.
+        // The platform's id is the key as it is. The platform knows 16 bits of an id, so sections
+        // of ids from 65536 on are not found, or go to an older subscription with those 16 bits.
         const auto id = static_cast<unsigned int>(section->m_id);
         std::unique_lock<std::recursive_mutex> lock(m_mutex);
         std::shared_ptr<CSectionSubscription> subscription;
@@ -174,8 +175,9 @@ void CKorvoSectionManager::m_EventLoop() {
 }
 
 unsigned int CKorvoSectionManager::m_Store(std::shared_ptr<CSectionSubscription> subscription) {
-    // Read again: a nested Subscribe of this thread, inside the platform's call, may have moved it.
-    const unsigned int id = m_NextId();
+    // Read again: inside the platform's call this thread may have called Subscribe once more, which
+    // advanced the id.
+    const unsigned int id = m_LoadNextId();
     std::shared_ptr<CSectionSubscription> replaced = std::move(subscription);
     {
         std::lock_guard<std::mutex> tableLock(s_tableMutex);
@@ -187,7 +189,7 @@ unsigned int CKorvoSectionManager::m_Store(std::shared_ptr<CSectionSubscription>
     return id;
 }
 
-unsigned int CKorvoSectionManager::m_NextId() {
+unsigned int CKorvoSectionManager::m_LoadNextId() {
     return std::atomic_ref<unsigned int>(m_nextId).load(std::memory_order_relaxed);
 }
 

@@ -18,14 +18,16 @@ class CSectionSubscription;
 
 /// The section manager over the platform's section subscriber.
 ///
-/// Sections come in on the platform's delivery thread, which only copies and queues them; the event
-/// thread looks up the subscription and runs its observer. `m_mutex` is held across `Subscribe` and
-/// `Unsubscribe`, platform calls and destructions included, and in the event loop for the lookup
-/// alone, never while a client's code runs.
+/// Sections come in on the platform's delivery thread, which only copies and queues them. The event
+/// thread looks up the subscription and calls its observer.
 ///
-/// The event loop takes a completed one-shot out of `m_subscriptions` without `m_mutex`, so that it
-/// completes while a client sits in `Subscribe`. Each structural access to the map is therefore
-/// guarded by a lock of its own too, held for nothing else.
+/// `m_mutex` is held for the whole of `Subscribe` and `Unsubscribe`: during their platform calls
+/// and while a subscription ends there, which joins its timer thread. The event loop holds it only
+/// to look up a subscription. No client is called with it held.
+///
+/// The event loop erases a completed one-shot from `m_subscriptions` without `m_mutex`, so that the
+/// one-shot completes although another thread is inside `Subscribe`. Therefore a second lock,
+/// inside `m_mutex`, guards each look-up, insertion and erasure in the map.
 class CKorvoSectionManager : public ISectionManager {
   public:
     /// Starts the event thread, then asks the platform for its subscriber.
@@ -42,7 +44,8 @@ class CKorvoSectionManager : public ISectionManager {
                            EFilterMode filterMode, unsigned int timeout) override;
     void Unsubscribe(unsigned int id) override;
 
-    /// Stops nothing: the queue goes, then the event thread's handle, which ends the process.
+    /// Does not stop the event thread. Destroys the queue, then the handle of the running event
+    /// thread, which ends the process.
     ~CKorvoSectionManager() override = default;
 
     /// The platform's section callback. The bytes are copied before it returns.
@@ -54,12 +57,12 @@ class CKorvoSectionManager : public ISectionManager {
     void m_OnSectionData(unsigned short length, unsigned char* data, int id);
     void m_EventLoop();
 
-    /// Stores a new subscription under the next id, in place of an old one that may still hold it,
-    /// and advances the id. Returns the id. The caller holds `m_mutex`.
+    /// Stores a new subscription under the next id and advances the id. An old subscription that
+    /// still holds the id ends here. Returns the id. The caller holds `m_mutex`.
     unsigned int m_Store(std::shared_ptr<CSectionSubscription> subscription);
 
-    /// The id that the next subscription gets. Read without `m_mutex` by the traces.
-    unsigned int m_NextId();
+    /// The id that the next subscription gets. Two log lines read it without `m_mutex`.
+    unsigned int m_LoadNextId();
 
     std::recursive_mutex m_mutex;
     std::map<unsigned int, std::shared_ptr<CSectionSubscription>> m_subscriptions;

@@ -1,9 +1,10 @@
 #include "SI/SectionFilter/Korvo/Src/SectionSubscription.h"
 
+#include <charconv>
 #include <functional>
-#include <locale>
+#include <iterator>
+#include <limits>
 #include <mutex>
-#include <sstream>
 
 #include "SI/Common/Log.h"
 #include "platform/ISectionSubscriber.h"
@@ -23,8 +24,8 @@ constexpr unsigned int kLiveOnly = 2;
 constexpr int kSubscribed = 1;
 constexpr int kNoHandle = -1;
 
-// The event thread counts handles (Toggle, the last reference to a subscription) without the
-// manager's lock, which client threads hold when they do.
+// Guards s_handleRefCount. Client threads count handles with the manager's lock held, but the event
+// thread does so without it, in Toggle and when it drops the last reference to a subscription.
 constinit std::mutex s_handleRefCountMutex;
 
 // Sets a byte filter. True when the platform accepted it and wrote its handle.
@@ -41,6 +42,24 @@ bool SubscribeFilter(ISectionSubscriber* subscriber, unsigned short id, unsigned
     tvsHandle = kNoHandle;
     return subscriber != nullptr &&
            subscriber->SubscribeFilter(id, &criteria, &tvsHandle) == kSubscribed;
+}
+
+// Writes whether the platform set the filter that a factory asked for, in the factory's name.
+void LogAnswer(const LogPlace& factory, bool isSet, unsigned short id, int tvsHandle) {
+    if (isSet) {
+        SI_LOG_AT(factory, LOG_PRIORITY_INFO,
+                  "\033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m", id,
+                  tvsHandle);
+    } else {
+        SI_LOG_AT(factory, LOG_PRIORITY_WARNING,
+                  "\033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m", id, tvsHandle);
+    }
+}
+
+void AppendDecimal(std::string& text, int number) {
+    char digits[std::numeric_limits<int>::digits10 + 2];  // all digits and a sign
+    const std::to_chars_result end = std::to_chars(std::begin(digits), std::end(digits), number);
+    text.append(digits, end.ptr);
 }
 
 }  // namespace
@@ -71,16 +90,14 @@ std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
     criteria.m_selector = fromCache ? kCachedThenLive : kLiveOnly;
     criteria.m_flag = 1;
     int tvsHandle = kNoHandle;
-    if (subscriber == nullptr ||
-        subscriber->SubscribeTable(id, &criteria, &tvsHandle) != kSubscribed) {
-        SI_LOG(LOG_PRIORITY_WARNING,
-               "\033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m", id, tvsHandle);
+    const bool isSet = subscriber != nullptr &&
+                       subscriber->SubscribeTable(id, &criteria, &tvsHandle) == kSubscribed;
+    LogAnswer(SI_LOG_PLACE(__LINE__), isSet, id, tvsHandle);
+    if (!isSet) {
         return nullptr;
     }
-    SI_LOG(LOG_PRIORITY_INFO, "\033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
-           id, tvsHandle);
-    // Not make_shared: when the control block cannot be allocated, a finished subscription is
-    // destroyed and gives its handle back.
+    // Not make_shared: when there is no memory for the control block, the subscription is already
+    // complete. It is destroyed and releases its filter.
     return std::shared_ptr<CSectionSubscription>(
         new CSectionSubscription(subscriber, observer, pid, tableId, id, tvsHandle, mode, timeout));
 }
@@ -93,20 +110,18 @@ std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
            "pid: %d, tableId: %d, tableIdExt: %d, id: %d, mode: %d, timeout: %d", pid, tableId,
            tableIdExt, id, mode, timeout);
 
-    // Aligned to the section header; the two bytes of section_length are never compared.
+    // The first five bytes of a section. The two of section_length are not compared.
     const std::vector<unsigned char> pattern = {tableId, 0x00, 0x00,
                                                 static_cast<unsigned char>(tableIdExt >> 8),
                                                 static_cast<unsigned char>(tableIdExt & 0xFF)};
     const std::vector<unsigned char> mask = {0xFF, 0x00, 0x00, 0xFF, 0xFF};
     const std::vector<unsigned char> matchMode(pattern.size(), 0);
     int tvsHandle = kNoHandle;
-    if (!SubscribeFilter(subscriber, id, pid, pattern, mask, matchMode, tvsHandle)) {
-        SI_LOG(LOG_PRIORITY_WARNING,
-               "\033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m", id, tvsHandle);
+    const bool isSet = SubscribeFilter(subscriber, id, pid, pattern, mask, matchMode, tvsHandle);
+    LogAnswer(SI_LOG_PLACE(__LINE__), isSet, id, tvsHandle);
+    if (!isSet) {
         return nullptr;
     }
-    SI_LOG(LOG_PRIORITY_INFO, "\033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
-           id, tvsHandle);
     return std::shared_ptr<CSectionSubscription>(new CSectionSubscription(
         subscriber, observer, pid, tableId, tableIdExt, id, tvsHandle, mode, timeout));
 }
@@ -120,13 +135,11 @@ std::shared_ptr<CSectionSubscription> CSectionSubscription::SubscribeSection(
            timeout);
 
     int tvsHandle = kNoHandle;
-    if (!SubscribeFilter(subscriber, id, pid, pattern, mask, mode, tvsHandle)) {
-        SI_LOG(LOG_PRIORITY_WARNING,
-               "\033[33mSubscribe section failed. id: %d, TVS handle: %d\033[0m", id, tvsHandle);
+    const bool isSet = SubscribeFilter(subscriber, id, pid, pattern, mask, mode, tvsHandle);
+    LogAnswer(SI_LOG_PLACE(__LINE__), isSet, id, tvsHandle);
+    if (!isSet) {
         return nullptr;
     }
-    SI_LOG(LOG_PRIORITY_INFO, "\033[32mSubscribe section succeeded. id: %d, TVS handle: %d\033[0m",
-           id, tvsHandle);
     return std::shared_ptr<CSectionSubscription>(new CSectionSubscription(
         subscriber, observer, pid, pattern, mask, mode, id, tvsHandle, filterMode, timeout));
 }
@@ -249,7 +262,8 @@ bool CSectionSubscription::Toggle(unsigned char tableId) {
     m_mask[0] = 0xFF;
     m_tableId = m_pattern[0];
 
-    // Exactly 0: a handle that was given up once too often is not released again from here.
+    // Exactly 0, not below: the count is below 0 when a refused Toggle has given the handle up
+    // before, and then it is not released again here.
     if (s_RemoveHandleRef(m_tvsHandle) == 0) {
         if (m_subscriber->Unsubscribe(m_tvsHandle)) {
             SI_LOG(LOG_PRIORITY_INFO, "\033[32mUnsubscribe previous section filter\033[0m");
@@ -275,12 +289,20 @@ bool CSectionSubscription::Toggle(unsigned char tableId) {
 }
 
 std::string CSectionSubscription::m_Info() const {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << " TVS handle=" << m_tvsHandle << " id=" << m_id << " pid=" << m_pid
-         << " tableid=" << static_cast<unsigned int>(m_tableId)
-         << " mode=" << static_cast<int>(m_filterMode);
-    return text.str();
+    // Made for every section that comes, so in one allocation and without a stream.
+    std::string text;
+    text.reserve(80);  // the longest is 71
+    text += " TVS handle=";
+    AppendDecimal(text, m_tvsHandle);
+    text += " id=";
+    AppendDecimal(text, m_id);
+    text += " pid=";
+    AppendDecimal(text, m_pid);
+    text += " tableid=";
+    AppendDecimal(text, m_tableId);
+    text += " mode=";
+    AppendDecimal(text, m_filterMode);
+    return text;
 }
 
 void CSectionSubscription::m_ArmTimer() {

@@ -14,16 +14,18 @@ namespace TORVEL_MW {
 
 /// One live section filter on the platform's section subscriber, with its mode and its time-out.
 ///
-/// Made by the three factories only, which set the filter first; destroying the object releases it,
-/// unless another subscription holds the same platform handle. Factories and destruction run under
-/// the section manager's lock or on its event thread, `OnCallback` and `Toggle` on its event
-/// thread, the time-out on a thread of the subscription's own.
+/// Only the three factories make one, after they have set the filter. Destroying the object
+/// releases the filter, unless another subscription holds the same platform handle.
+///
+/// The factories run on client threads under the section manager's lock. `OnCallback` and `Toggle`
+/// run on its event thread. A subscription is destroyed on either. Its time-out runs on a thread of
+/// its own.
 class CSectionSubscription {
   public:
     using EFilterMode = ISectionManager::EFilterMode;
 
-    /// Sets a filter by table_id. Empty when the platform refuses it. The platform knows the
-    /// subscription by `id`; `timeout` is in milliseconds, 4294967295 for none.
+    /// Sets a filter by table_id. Returns an empty pointer when the platform refuses it. The
+    /// platform delivers sections under `id`; `timeout` is in milliseconds, 4294967295 for none.
     static std::shared_ptr<CSectionSubscription> SubscribeSection(
         ISectionSubscriber* subscriber, ISectionObserver& observer, unsigned short pid,
         unsigned char tableId, unsigned short id, EFilterMode mode, unsigned int timeout,
@@ -47,15 +49,16 @@ class CSectionSubscription {
     CSectionSubscription(const CSectionSubscription&) = delete;
     CSectionSubscription& operator=(const CSectionSubscription&) = delete;
 
-    /// A section arrived: drops malformed and stale ones, cancels the time-out, calls the observer.
-    /// The bytes stay the caller's.
+    /// A section arrived. Drops it when it is empty or, in `EToggle` mode, when it came from the
+    /// filter before; otherwise cancels the time-out and calls the observer. The bytes stay the
+    /// caller's.
     void OnCallback(unsigned short length, unsigned char* pData);
 
-    /// In `EToggle` mode, after a section with that table_id: sets the filter anew for the table_id
-    /// that differs in the lowest bit. False when the platform refused it.
+    /// Called after a section with that table_id. In `EToggle` mode releases the filter and sets
+    /// one for the table_id that differs in the lowest bit. False when the platform refused it.
     bool Toggle(unsigned char tableId);
 
-    /// The mode in force; never `EToggle` for a filter by table_id.
+    /// The mode in force: `EContinuous` where `EToggle` was asked for a filter by table_id.
     EFilterMode FilterMode() const { return m_filterMode; }
 
   private:
@@ -79,8 +82,9 @@ class CSectionSubscription {
 
     void m_ArmTimer();
 
-    /// One subscription more, or less, holds a platform handle. Return the new count. A count is
-    /// never erased: a handle that the platform hands out again continues from it.
+    /// Add 1 to, or subtract 1 from, the number of subscriptions that hold a platform handle.
+    /// Return the new count. A count is never erased: when the platform gives out the handle again,
+    /// it goes on from there.
     static int s_AddHandleRef(int tvsHandle);
     static int s_RemoveHandleRef(int tvsHandle);
 

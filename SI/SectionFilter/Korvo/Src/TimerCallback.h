@@ -6,6 +6,7 @@
 #include <functional>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace TORVEL_MW {
 
@@ -13,7 +14,11 @@ namespace TORVEL_MW {
 ///
 /// `SetTimer` and `CancelTimer` may be called on any thread, also by the callback. The callback
 /// runs on the timer's thread with the timer's lock held: a `CancelTimer` elsewhere waits until it
-/// has returned. When a cancel races the deadline, whoever locks first wins.
+/// has returned. When a cancel and the deadline come at the same time, whichever takes the lock
+/// first wins.
+///
+/// At the deadline the timer's thread makes a copy of the callback and calls that. Nothing catches
+/// what the copy or the call throws there: if memory for the copy runs out, the process ends.
 class TimerCallback {
   public:
     /// Starts the thread. Nothing is armed.
@@ -21,8 +26,8 @@ class TimerCallback {
         m_thread = std::thread(&TimerCallback::waitThreadMethod, this);
     }
 
-    /// Disarms and joins the thread. From inside the callback the join fails, which ends the
-    /// process.
+    /// Disarms and joins the thread. Inside the callback, which runs on that thread, the join fails
+    /// and the process ends.
     ~TimerCallback() {
         {
             std::lock_guard<std::recursive_mutex> lock(m_mutex);
@@ -37,12 +42,15 @@ class TimerCallback {
     TimerCallback(const TimerCallback&) = delete;
     TimerCallback& operator=(const TimerCallback&) = delete;
 
-    /// Arms or re-arms: a previous deadline and callback are replaced.
+    /// Arms or re-arms: a previous deadline and callback are replaced. When the copy of the
+    /// callback throws, nothing has changed.
     ///
     /// @param milliseconds  from now, taken as a signed 32-bit number: 2147483648 and more lie in
     ///                      the past and fire at once
-    /// @param callback      called once at the deadline; never empty
+    /// @param callback      copied, and called once at the deadline; never empty
     void SetTimer(std::uint32_t milliseconds, const std::function<void()>& callback) {
+        // Made first, because it can throw: an armed timer always has a callback to call.
+        std::function<void()> copy(callback);
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
         m_armed = true;
         m_cancelled = false;
@@ -50,17 +58,22 @@ class TimerCallback {
         m_deadline = std::chrono::steady_clock::now() +
                      std::chrono::nanoseconds(
                          std::int64_t{static_cast<std::int32_t>(milliseconds)} * 1000000);
-        m_callback = callback;
+        m_callback = std::move(copy);  // destroys the previous one
         m_condition.notify_all();
     }
 
     /// Disarms; the callback that was pending is never called.
     void CancelTimer() {
         std::lock_guard<std::recursive_mutex> lock(m_mutex);
+        const bool wasArmed = m_armed;
         m_callback = nullptr;
         m_cancelled = true;
         m_armed = false;
-        m_condition.notify_all();
+        // When nothing was armed, the worker waits for a timer to be armed, and a wake-up would
+        // only send it back to sleep. Every section cancels, so that is left out.
+        if (wasArmed) {
+            m_condition.notify_all();
+        }
     }
 
   private:
@@ -73,8 +86,8 @@ class TimerCallback {
                 m_condition.wait(lock);
             }
             while (m_armed) {
-                // The wait reads its argument after it has released the lock, when a re-arm may
-                // write the member.
+                // A copy, because the wait reads the deadline after it has released the lock, and a
+                // re-arm may be writing the member then.
                 const auto deadline = m_deadline;
                 if (m_condition.wait_until(lock, deadline) == std::cv_status::timeout) {
                     break;

@@ -1,5 +1,5 @@
-// How the event queue wakes its consumer. A program of its own: it stands before the C library's
-// wake-ups.
+// When the event queue wakes its consumer, and a timer its worker. A program of its own: it
+// replaces the wake-ups of the C library by some that count.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -10,6 +10,7 @@
 #include <mutex>
 #include <utility>
 
+#include "SI/SectionFilter/Korvo/Src/TimerCallback.h"
 #include "tests/unit/si/Call.h"
 #include "tests/unit/si/EventQueuePeer.h"
 
@@ -75,6 +76,20 @@ TEST_F(EventQueueWakeUp, DestructionWakesAllUnderTheLock) {
     EXPECT_TRUE(WakesUnderTheLock(EventQueuePeer::Mutex(*queue), [this] { queue.reset(); }));
     EXPECT_EQ(t_signals, 0);
     EXPECT_EQ(t_broadcasts, 1);
+}
+
+TEST(TimerCallbackWakeUp, CancelWakesTheWorkerOnlyWhenItWasArmed) {
+    TORVEL_MW::TimerCallback timer;
+    t_broadcasts = 0;
+    timer.CancelTimer();
+    EXPECT_EQ(t_broadcasts, 0);
+
+    timer.SetTimer(3600000, [] {});
+    EXPECT_EQ(t_broadcasts, 1);
+    timer.CancelTimer();
+    EXPECT_EQ(t_broadcasts, 2);
+    timer.CancelTimer();
+    EXPECT_EQ(t_broadcasts, 2);
 }
 
 }  // namespace
