@@ -45,8 +45,7 @@ const FilterSet::Candidates& FilterSet::CandidatesOf(uint8_t table_id) {
 
 void FilterSet::Fill(Candidates& candidates, uint8_t table_id) const {
     candidates.filters.clear();
-    candidates.equal.clear();
-    candidates.wanted.clear();
+    candidates.words.Clear();
     for (const std::unique_ptr<Filter>& filter : filters_) {
         const SectionFilter::Word first = filter->criteria.first_word();
         const uint64_t wanted = first.pattern & first.equal;
@@ -56,39 +55,10 @@ void FilterSet::Fill(Candidates& candidates, uint8_t table_id) const {
         std::memcpy(&wantedBits, &wanted, 1);
         if ((table_id & equalBits) == wantedBits) {
             candidates.filters.push_back(filter.get());
-            candidates.equal.push_back(first.equal);
-            candidates.wanted.push_back(wanted);
+            candidates.words.Add(first);
         }
-    }
-    while (candidates.equal.size() % kBlock != 0) {
-        candidates.equal.push_back(0);
-        candidates.wanted.push_back(1);
     }
     candidates.change = change_;
-}
-
-size_t FilterSet::Candidates::Next(size_t start, uint64_t word) const {
-    const size_t count = filters.size();
-    size_t i = start;
-    const auto allows = [&](size_t at) { return (word & equal[at]) == wanted[at]; };
-    for (; i < count && i % kBlock != 0; ++i) {
-        if (allows(i)) {
-            return i;
-        }
-    }
-    for (; i < count; i += kBlock) {
-        bool any = false;
-        for (size_t j = 0; j < kBlock; ++j) {
-            any |= allows(i + j);
-        }
-        if (any) {
-            while (!allows(i)) {
-                ++i;
-            }
-            return i;
-        }
-    }
-    return count;
 }
 
 }  // namespace tvservice

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 #include "softplatform/section/FilterRegistry.h"
+#include "softplatform/section/FilterWords.h"
 #include "softplatform/section/SectionView.h"
 
 namespace tvservice {
@@ -36,8 +36,8 @@ class FilterSet {
         }
         const Candidates& candidates = CandidatesOf(section.table_id());
         const uint64_t word = FirstWord(section.data(), section.size());
-        for (size_t i = candidates.Next(0, word); i < candidates.filters.size();
-             i = candidates.Next(i + 1, word)) {
+        for (size_t i = candidates.words.Next(0, word); i < candidates.filters.size();
+             i = candidates.words.Next(i + 1, word)) {
             if (candidates.filters[i]->criteria.Matches(section.data(), section.size())) {
                 visit(*candidates.filters[i]);
             }
@@ -47,17 +47,10 @@ class FilterSet {
   private:
     // The filters that can match a table_id.
     struct Candidates {
-        // The first from `start` on whose first word allows `word`; past the end when there is
-        // none.
-        size_t Next(size_t start, uint64_t word) const;
-
         uint64_t change = 0;  // of the set, when this was made
         std::vector<Filter*> filters;
-        // By filter; then some more that allow no word, up to a multiple of kBlock.
-        std::vector<uint64_t> equal;   // bits that must be as in the pattern
-        std::vector<uint64_t> wanted;  // these bits of the pattern
+        FilterWords words;  // theirs
     };
-    static constexpr size_t kBlock = 8;
 
     // The first eight bytes of a section, in the byte order of memory; zeros past its end.
     static uint64_t FirstWord(const uint8_t* section, size_t size);
