@@ -2,12 +2,8 @@
 
 namespace tvservice {
 
-bool PidDemux::TakePayload(PacketView packet) {
-    if (!packet.well_formed()) {
-        counters_.Add(Counter::kMalformedPackets);
-        return false;
-    }
-    switch (continuity_.Check(packet)) {
+bool PidDemux::TakesPayload(ContinuityVerdict verdict, PacketView packet) {
+    switch (verdict) {
         case ContinuityVerdict::kFirst:
         case ContinuityVerdict::kNext:
             return true;

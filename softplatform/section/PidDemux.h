@@ -24,7 +24,12 @@ class PidDemux {
     // A scrambled payload cannot be read, so that it ends the open section.
     template <class OnPayload, class OnSection>
     void Feed(PacketView packet, OnPayload&& onPayload, OnSection&& onSection) {
-        if (!TakePayload(packet)) {
+        if (!packet.well_formed()) {
+            counters_.Add(Counter::kMalformedPackets);
+            return;
+        }
+        const ContinuityVerdict verdict = continuity_.Check(packet);
+        if (verdict != ContinuityVerdict::kNext && !TakesPayload(verdict, packet)) {
             return;
         }
         onPayload();
@@ -36,9 +41,9 @@ class PidDemux {
     }
 
   private:
-    // Whether the packet has a payload that is to be looked at. Ends the open section where packets
-    // are missing before it.
-    bool TakePayload(PacketView packet);
+    // Counts the verdict. Returns whether the packet has a payload that is to be looked at. Ends
+    // the open section where packets are missing before it.
+    bool TakesPayload(ContinuityVerdict verdict, PacketView packet);
 
     Counters& counters_;
     Continuity continuity_;

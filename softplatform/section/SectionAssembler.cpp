@@ -4,16 +4,6 @@
 
 namespace tvservice {
 
-namespace {
-
-// Only of bytes that hold the header.
-size_t SectionSize(const uint8_t* section) {
-    const size_t sectionLength = size_t{section[1] & 0x0Fu} << 8 | section[2];
-    return kSectionHeaderSize + sectionLength;
-}
-
-}  // namespace
-
 SectionAssembler::Division SectionAssembler::Divide(ByteView payload,
                                                     bool payload_unit_start_indicator) {
     // ISO/IEC 13818-1 2.4.4.2: without the indicator there is no pointer_field, and no section

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -35,6 +36,9 @@ class SectionAssembler {
     // its CRC was not checked. The sink must not call Feed of this assembler; Discontinuity it may.
     template <class Sink>
     void Feed(ByteView payload, bool payload_unit_start_indicator, Sink&& sink) {
+        if (!payload_unit_start_indicator && TakeMiddle(payload)) {
+            return;
+        }
         const Division parts = Divide(payload, payload_unit_start_indicator);
         if (const std::optional<SectionView> section = Continue(parts.end)) {
             sink(*section);
@@ -54,6 +58,28 @@ class SectionAssembler {
     void Discontinuity() { CutOff(); }
 
   private:
+    // The shortest way for most packets of long sections: appends a payload that fills its packet
+    // and does not end the open section. Returns false, and does nothing, for any other.
+    bool TakeMiddle(ByteView payload) {
+        constexpr size_t kFullPayload = 184;
+        if (held_ < kSectionHeaderSize || payload.size() != kFullPayload) {
+            return false;
+        }
+        const size_t size = SectionSize(buffer_.get());
+        if (size > kMaxSectionSize || held_ + kFullPayload >= size) {
+            return false;
+        }
+        std::memcpy(buffer_.get() + held_, payload.data(), kFullPayload);
+        held_ += kFullPayload;
+        return true;
+    }
+
+    // Only of bytes that hold the header.
+    static size_t SectionSize(const uint8_t* section) {
+        const size_t sectionLength = size_t{section[1] & 0x0Fu} << 8 | section[2];
+        return kSectionHeaderSize + sectionLength;
+    }
+
     // A payload, divided by pointer_field: what belongs to the section that is open, and the
     // bytes from the first section start on (empty in a packet in which none starts).
     struct Division {

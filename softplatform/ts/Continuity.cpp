@@ -5,7 +5,7 @@
 
 namespace tvservice {
 
-ContinuityVerdict Continuity::Check(PacketView packet) {
+ContinuityVerdict Continuity::CheckAny(PacketView packet) {
     const uint8_t counter = packet.continuity_counter();
     const bool announced = packet.discontinuity_indicator();
     const ByteView payload = packet.payload();

@@ -434,5 +434,47 @@ TEST_F(SectionAssemblerTest, RandomPayloadsDoNoHarm) {
     }
 }
 
+// Full payloads take a short way; in two pieces the same bytes take the long one.
+TEST_F(SectionAssemblerTest, FullPayloadsGiveWhatTheirPiecesGive) {
+    std::mt19937 random(4);
+    Counters counters;
+    SectionAssembler inPieces(counters);
+    std::vector<Bytes> expected;
+    const auto feedPieces = [&](const Bytes& payload, bool starts) {
+        const size_t first = starts ? payload.size() : 1 + random() % 183;
+        for (const Bytes& piece : {Slice(payload, 0, first), Slice(payload, first)}) {
+            inPieces.Feed({piece.data(), piece.size()}, starts, [&](SectionView section) {
+                expected.emplace_back(section.bytes().begin(), section.bytes().end());
+            });
+            if (starts) {
+                break;
+            }
+        }
+    };
+    for (int round = 0; round < 500; ++round) {
+        Bytes section = SectionOfSize(12 + random() % 4085);
+        if (const auto choice = random() % 20; choice < 2) {
+            section[1] |= 0x0F;  // longer than it is
+            section[2] = choice == 0 ? uint8_t{0x00} : uint8_t{0xFF};
+        }
+        const Bytes bytes = Join({{0x00}, section});
+        for (size_t at = 0; at < bytes.size(); at += 184) {
+            if (random() % 100 == 0) {
+                continue;  // lost, and nobody says so
+            }
+            const Bytes payload = Stuffed(Slice(bytes, at, 184));
+            Feed(payload, at == 0);
+            feedPieces(payload, at == 0);
+        }
+    }
+    EXPECT_EQ(sections_, expected);
+    EXPECT_GT(expected.size(), 100u);
+    for (const CounterInfo& info : kCounterTable) {
+        EXPECT_EQ(counters_.Get(info.counter), counters.Get(info.counter)) << info.name;
+    }
+    EXPECT_GT(counters.Get(Counter::kTruncatedSections), 0u);
+    EXPECT_GT(counters.Get(Counter::kOversizeSections), 0u);
+}
+
 }  // namespace
 }  // namespace tvservice
