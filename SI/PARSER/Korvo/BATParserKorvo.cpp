@@ -1,20 +1,9 @@
 #include "SI/PARSER/Korvo/BATParserKorvo.h"
 
 #include "SI/Common/Log.h"
-#include "SI/PARSER/Korvo/DescriptorsKorvo.h"
-#include "platform/TCDescLinkage.h"
 #include "platform/TVSHandle.h"
 
 namespace TORVEL_MW {
-
-namespace {
-
-constexpr int kLinkageTag = 0x4A;
-constexpr int kTableTypeNit = 1;  // ETSI TS 102 006 6.3
-constexpr int kTableTypeBat = 2;
-constexpr unsigned int kAnyOUI = 0xFFFFFFFF;
-
-}  // namespace
 
 std::unique_ptr<IBATParser> IBATParser::CreateBATParser() {
     std::unique_ptr<IBATParser> parser = std::make_unique<CBATParserKorvo>();
@@ -85,43 +74,17 @@ std::unique_ptr<IBATInstance> CBATParserKorvo::GetInstance(unsigned short bouque
 }
 
 CBATInstance::CBATInstance(TCDVBBATInstance& instance)
-    : m_bouquetId(instance.BouquetId()), m_tableAttribute(instance.TableAttribute()) {
-    for (int index = 0; index < instance.NumOfDescriptors(kLinkageTag); ++index) {
-        auto* const linkage = dynamic_cast<TCDescLinkage*>(
-            instance.Descriptor(kLinkageTag, static_cast<unsigned int>(index)));
-        if (linkage == nullptr) {
-            continue;
-        }
-        if (linkage->LinkageType() == TCDescLinkage::LINKAGE_TYPE_SOFTWARE_UPDATE) {
-            m_ssuLinkages.push_back(std::make_unique<CSSULinkageDesc>(*linkage));
-        } else if (linkage->LinkageType() == TCDescLinkage::LINKAGE_TYPE_TS_CONTAINING_SSU &&
-                   (linkage->TableType() == kTableTypeNit ||
-                    linkage->TableType() == kTableTypeBat)) {
-            m_ssuScanLinkages.push_back(std::make_unique<CSSUScanLinkageDesc>(*linkage));
-        }
-    }
-}
+    : m_bouquetId(instance.BouquetId()),
+      m_tableAttribute(instance.TableAttribute()),
+      m_linkages(instance) {}
 
 void CBATInstance::GetSSULinkageDesc(unsigned int oui,
                                      std::vector<std::unique_ptr<ISSULinkageDesc>>& out) {
-    out.reserve(m_ssuLinkages.size());
-    for (const std::unique_ptr<ISSULinkageDesc>& linkage : m_ssuLinkages) {
-        if (oui != kAnyOUI && !linkage->ContainsOUI(oui)) {
-            continue;
-        }
-        if (const auto* const ours = dynamic_cast<const CSSULinkageDesc*>(linkage.get())) {
-            out.push_back(std::make_unique<CSSULinkageDesc>(*ours));
-        }
-    }
+    m_linkages.GetSSULinkageDesc(oui, out);
 }
 
 void CBATInstance::GetSSUScanLinkageDesc(std::vector<std::unique_ptr<ISSUScanLinkageDesc>>& out) {
-    out.reserve(m_ssuScanLinkages.size());
-    for (const std::unique_ptr<ISSUScanLinkageDesc>& linkage : m_ssuScanLinkages) {
-        if (const auto* const ours = dynamic_cast<const CSSUScanLinkageDesc*>(linkage.get())) {
-            out.push_back(std::make_unique<CSSUScanLinkageDesc>(*ours));
-        }
-    }
+    m_linkages.GetSSUScanLinkageDesc(out);
 }
 
 void CBATInstance::GetInfo(unsigned short& bouquetId, unsigned char& tableAttribute) {

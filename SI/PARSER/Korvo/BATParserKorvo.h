@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "SI/Include/IBATParser.h"
+#include "SI/PARSER/Korvo/SSULinkages.h"
 #include "platform/TCDVBBATParser.h"
 
 namespace TORVEL_MW {
@@ -26,8 +27,7 @@ class CBATInstance : public IBATInstance {
 
     std::uint16_t m_bouquetId;
     std::uint8_t m_tableAttribute;
-    std::vector<std::unique_ptr<ISSULinkageDesc>> m_ssuLinkages;
-    std::vector<std::unique_ptr<ISSUScanLinkageDesc>> m_ssuScanLinkages;
+    SSULinkages m_linkages;
 };
 
 /// Adapter over the platform's BAT parser.

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "SI/Common/Log.h"
-#include "SI/Include/IDeliveryDesc.h"
 #include "platform/TCDescCableDeliverySystem.h"
 #include "platform/TCDescDataBroadcastId.h"
 #include "platform/TCDescLinkage.h"
@@ -216,11 +215,6 @@ constexpr unsigned char kExtensionTag = 0x7F;
 constexpr unsigned short kT2Tag = 0x7F04;
 constexpr unsigned char kT2Length = 4;  // plp_id and T2_system_id behind the extension tag
 
-template <class Delivery>
-std::shared_ptr<IDeliveryDesc> Wrap(const TCBaseDesc& desc) {
-    return std::make_shared<Delivery>(std::shared_ptr<TCBaseDesc>(desc.Fork()));
-}
-
 }  // namespace
 
 std::shared_ptr<IDeliveryDesc> IDeliveryDesc::Parse(unsigned char* data) {
@@ -229,7 +223,7 @@ std::shared_ptr<IDeliveryDesc> IDeliveryDesc::Parse(unsigned char* data) {
         TCDescSatelliteDeliverySystem desc(kSatelliteTag);
         const int parsed = desc.Parse(data);
         if (parsed == desc.Length() && desc.Tag() == kSatelliteTag) {
-            return Wrap<CSatelliteDeliverySystemDesc>(desc);
+            return Wrap<CSatelliteDeliverySystemDesc>(desc.Fork());
         }
         SI_LOG_LINE(299, LOG_PRIORITY_ERROR,
                     "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,
@@ -241,7 +235,7 @@ std::shared_ptr<IDeliveryDesc> IDeliveryDesc::Parse(unsigned char* data) {
         if (parsed == desc.Length() && desc.Tag() == kTerrestrialTag) {
             SI_LOG_LINE(308, LOG_PRIORITY_DEBUG, "Freq %lu",
                         static_cast<unsigned long>(desc.CentreFrequency()));
-            return Wrap<CTerrestrialDeliverySystemDesc>(desc);
+            return Wrap<CTerrestrialDeliverySystemDesc>(desc.Fork());
         }
         SI_LOG_LINE(311, LOG_PRIORITY_ERROR,
                     "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,
@@ -251,7 +245,7 @@ std::shared_ptr<IDeliveryDesc> IDeliveryDesc::Parse(unsigned char* data) {
         TCDescCableDeliverySystem desc;
         const int parsed = desc.Parse(data);
         if (parsed == desc.Length() && desc.Tag() == kCableTag) {
-            return Wrap<CCableDeliverySystemDesc>(desc);
+            return Wrap<CCableDeliverySystemDesc>(desc.Fork());
         }
         SI_LOG_LINE(322, LOG_PRIORITY_ERROR,
                     "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,
@@ -263,7 +257,7 @@ std::shared_ptr<IDeliveryDesc> IDeliveryDesc::Parse(unsigned char* data) {
             TCDescT2SystemDelivery desc;
             const int parsed = desc.Parse(data);
             if (parsed == desc.Length() && desc.Tag() == kT2Tag) {
-                return Wrap<CT2DeliverySystemDesc>(desc);
+                return Wrap<CT2DeliverySystemDesc>(desc.Fork());
             }
             SI_LOG_LINE(335, LOG_PRIORITY_ERROR,
                         "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,

@@ -6,10 +6,12 @@
 #include <memory>
 #include <vector>
 
+#include "SI/Include/IDeliveryDesc.h"
 #include "SI/Include/ISIDescriptor.h"
 #include "SI/Include/ISSUInfo.h"
 #include "SI/Include/ISSULinkageDesc.h"
 #include "SI/Include/ISSUScanLinkageDesc.h"
+#include "platform/TCBaseDesc.h"
 
 class TCDescDataBroadcastId;
 class TCDescLinkage;
@@ -93,5 +95,12 @@ class SIDescriptor : public ISIDescriptor {
     std::uint8_t m_extendedTag;
     std::vector<unsigned char> m_data;
 };
+
+/// Makes a delivery system of class `Delivery` that owns `copy`, the result of `TCBaseDesc::Fork`.
+/// The copy is freed also when there is no memory for the delivery system.
+template <class Delivery>
+std::shared_ptr<IDeliveryDesc> Wrap(TCBaseDesc* copy) {
+    return std::make_shared<Delivery>(std::shared_ptr<TCBaseDesc>(copy));
+}
 
 }  // namespace TORVEL_MW

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "SI/Common/Log.h"
-#include "platform/TCDescPrivateDataSpecifier.h"
+#include "SI/PARSER/Korvo/SavedDescriptor.h"
 #include "platform/TCDescriptor.h"
 #include "platform/TCDescriptorHash.h"
 #include "platform/TVSHandle.h"
@@ -13,8 +13,6 @@ namespace TORVEL_MW {
 namespace {
 constexpr int kEitPresentFollowingActualTableId = 78;
 constexpr int kHeaderSize = 3;  // what section_length does not count
-constexpr unsigned short kPrivateDataSpecifierTag = 0x5F;
-constexpr unsigned char kExtensionTag = 0x7F;
 }  // namespace
 
 std::unique_ptr<IEITParser> IEITParser::CreateEITParser() {
@@ -79,40 +77,19 @@ bool CEITParserKorvo::GetDescriptors(unsigned short onid, unsigned short tsid, u
     const int count = loop.NumOfDescriptors();
     out.clear();
     out.reserve(static_cast<std::size_t>(count));
-    bool isPrivate = false;
-    unsigned int specifier = 0;
+    PrivateDataState state;
     for (int index = 0; index < count; ++index) {
-        TCBaseDesc* const desc = loop.DescriptorByIndex(static_cast<unsigned int>(index));
-        if (desc == nullptr) {
+        EITDescriptor record{};
+        if (!SaveDescriptor(loop.DescriptorByIndex(static_cast<unsigned int>(index)), state,
+                            record)) {
             continue;
         }
-        if (desc->Tag() == kPrivateDataSpecifierTag) {
-            if (const auto* const pds = dynamic_cast<const TCDescPrivateDataSpecifier*>(desc)) {
-                specifier = pds->PrivateDataSpecifier();
-                isPrivate = true;
-                continue;
-            }
-        }
-        EITDescriptor record{};
-        record.m_tag = static_cast<unsigned char>(desc->Tag());
-        record.m_hasPrivateDataSpecifier = isPrivate;
-        record.m_privateDataSpecifier = specifier;
-        int length = desc->Length();
-        record.m_data.resize(static_cast<std::size_t>(length));
-        if (desc->GetDescriptor(record.m_data.data(), &length) == 0) {
-            length = 0;
-        }
-        record.m_data.resize(static_cast<std::size_t>(length));
-        if (record.m_tag == kExtensionTag && record.m_data.size() > 2) {
-            // The byte after descriptor_tag_extension; clients rely on it.
-            record.m_hasExtendedTag = true;
-            record.m_extendedTag = record.m_data.size() > 3 ? record.m_data[3] : 0;
-        }
-        SI_LOG(
-            LOG_PRIORITY_DEBUG,
-            "CEITParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? %s, Private? %s",
-            __func__, record.m_tag, length, record.m_hasExtendedTag ? "Yes" : "No",
-            record.m_hasPrivateDataSpecifier ? "Yes" : "No");
+        SI_LOG(LOG_PRIORITY_DEBUG,
+               "CEITParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? %s, "
+               "Private? %s",
+               __func__, record.m_tag, static_cast<int>(record.m_data.size()),
+               record.m_hasExtendedTag ? "Yes" : "No",
+               record.m_hasPrivateDataSpecifier ? "Yes" : "No");
         out.push_back(std::move(record));
     }
     return true;

@@ -2,7 +2,6 @@
 
 #include "SI/Common/Log.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
-#include "platform/TCDescLinkage.h"
 #include "platform/TVSHandle.h"
 
 namespace TORVEL_MW {
@@ -11,14 +10,33 @@ namespace {
 
 constexpr int kNitActualTableId = 0x40;
 constexpr int kNitOtherTableId = 0x41;
-constexpr int kLinkageTag = 0x4A;
-constexpr unsigned short kCableTag = 0x44;
-constexpr unsigned short kSatelliteTag = 0x43;
-constexpr unsigned short kT2Tag = 0x7F04;
-constexpr unsigned short kTerrestrialTag = 0x5A;
-constexpr int kTableTypeNit = 1;  // ETSI TS 102 006 6.3
-constexpr int kTableTypeBat = 2;
-constexpr unsigned int kAnyOUI = 0xFFFFFFFF;
+
+/// One kind of delivery system descriptor, and what is done with it.
+struct DeliveryKind {
+    unsigned short tag;  // with the extension tag in the low byte, where there is one
+    int line;            // of its log line
+    const char* format;
+    std::shared_ptr<IDeliveryDesc> (*wrap)(TCBaseDesc* copy);
+};
+
+constexpr DeliveryKind kDeliveryKinds[] = {
+    {0x44, 180, SI_LOG_PREFIX "Got a cable delivery system descriptor",
+     Wrap<CCableDeliverySystemDesc>},
+    {0x43, 186, SI_LOG_PREFIX "Got a satellite delivery system descriptor",
+     Wrap<CSatelliteDeliverySystemDesc>},
+    {0x7F04, 192, SI_LOG_PREFIX "Got a T2 delivery system descriptor", Wrap<CT2DeliverySystemDesc>},
+    {0x5A, 198, SI_LOG_PREFIX "Got a terrestrial delivery system descriptor",
+     Wrap<CTerrestrialDeliverySystemDesc>},
+};
+
+const DeliveryKind* KindOf(unsigned short tag) {
+    for (const DeliveryKind& kind : kDeliveryKinds) {
+        if (kind.tag == tag) {
+            return &kind;
+        }
+    }
+    return nullptr;
+}
 
 }  // namespace
 
@@ -88,21 +106,8 @@ std::unique_ptr<INITInstance> CNITParserKorvo::GetInstance(unsigned short networ
 CNITInstance::CNITInstance(TCDVBNITInstance& instance)
     : m_networkId(instance.NetworkId()),
       m_nitAttribute(instance.NitAttribute()),
-      m_tableAttribute(instance.TableAttribute()) {
-    for (int index = 0; index < instance.NumOfDescriptors(kLinkageTag); ++index) {
-        auto* const linkage = dynamic_cast<TCDescLinkage*>(
-            instance.Descriptor(kLinkageTag, static_cast<unsigned int>(index)));
-        if (linkage == nullptr) {
-            continue;
-        }
-        if (linkage->LinkageType() == TCDescLinkage::LINKAGE_TYPE_SOFTWARE_UPDATE) {
-            m_ssuLinkages.push_back(std::make_unique<CSSULinkageDesc>(*linkage));
-        } else if (linkage->LinkageType() == TCDescLinkage::LINKAGE_TYPE_TS_CONTAINING_SSU &&
-                   (linkage->TableType() == kTableTypeNit ||
-                    linkage->TableType() == kTableTypeBat)) {
-            m_ssuScanLinkages.push_back(std::make_unique<CSSUScanLinkageDesc>(*linkage));
-        }
-    }
+      m_tableAttribute(instance.TableAttribute()),
+      m_linkages(instance) {
     for (int index = 0; index < instance.NumOfDVBItemMux(); ++index) {
         TCDVBItemMux* const mux = instance.DVBItemMuxOfIndex(static_cast<unsigned int>(index));
         if (mux == nullptr) {
@@ -116,28 +121,12 @@ CNITInstance::CNITInstance(TCDVBNITInstance& instance)
             if (desc == nullptr) {
                 continue;
             }
-            std::shared_ptr<IDeliveryDesc> delivery;
-            const unsigned short tag = desc->Tag();
-            if (tag == kCableTag) {
-                SI_LOG_LINE(180, LOG_PRIORITY_DEBUG, "Got a cable delivery system descriptor");
-                delivery = std::make_shared<CCableDeliverySystemDesc>(
-                    std::shared_ptr<TCBaseDesc>(desc->Fork()));
-            } else if (tag == kSatelliteTag) {
-                SI_LOG_LINE(186, LOG_PRIORITY_DEBUG, "Got a satellite delivery system descriptor");
-                delivery = std::make_shared<CSatelliteDeliverySystemDesc>(
-                    std::shared_ptr<TCBaseDesc>(desc->Fork()));
-            } else if (tag == kT2Tag) {
-                SI_LOG_LINE(192, LOG_PRIORITY_DEBUG, "Got a T2 delivery system descriptor");
-                delivery = std::make_shared<CT2DeliverySystemDesc>(
-                    std::shared_ptr<TCBaseDesc>(desc->Fork()));
-            } else if (tag == kTerrestrialTag) {
-                SI_LOG_LINE(198, LOG_PRIORITY_DEBUG,
-                            "Got a terrestrial delivery system descriptor");
-                delivery = std::make_shared<CTerrestrialDeliverySystemDesc>(
-                    std::shared_ptr<TCBaseDesc>(desc->Fork()));
-            } else {
+            const DeliveryKind* const kind = KindOf(desc->Tag());
+            if (kind == nullptr) {
                 continue;
             }
+            SI_LOG_FORMAT(kind->line, LOG_PRIORITY_DEBUG, kind->format);
+            std::shared_ptr<IDeliveryDesc> delivery = kind->wrap(desc->Fork());
             m_deliveryDescs[{onid, tsid}].push_back(std::move(delivery));
         }
     }
@@ -145,24 +134,11 @@ CNITInstance::CNITInstance(TCDVBNITInstance& instance)
 
 void CNITInstance::GetSSULinkageDesc(unsigned int oui,
                                      std::vector<std::unique_ptr<ISSULinkageDesc>>& out) {
-    out.reserve(m_ssuLinkages.size());
-    for (const std::unique_ptr<ISSULinkageDesc>& linkage : m_ssuLinkages) {
-        if (oui != kAnyOUI && !linkage->ContainsOUI(oui)) {
-            continue;
-        }
-        if (const auto* const ours = dynamic_cast<const CSSULinkageDesc*>(linkage.get())) {
-            out.push_back(std::make_unique<CSSULinkageDesc>(*ours));
-        }
-    }
+    m_linkages.GetSSULinkageDesc(oui, out);
 }
 
 void CNITInstance::GetSSUScanLinkageDesc(std::vector<std::unique_ptr<ISSUScanLinkageDesc>>& out) {
-    out.reserve(m_ssuScanLinkages.size());
-    for (const std::unique_ptr<ISSUScanLinkageDesc>& linkage : m_ssuScanLinkages) {
-        if (const auto* const ours = dynamic_cast<const CSSUScanLinkageDesc*>(linkage.get())) {
-            out.push_back(std::make_unique<CSSUScanLinkageDesc>(*ours));
-        }
-    }
+    m_linkages.GetSSUScanLinkageDesc(out);
 }
 
 void CNITInstance::GetInfo(unsigned short& networkId, unsigned char& nitAttribute,

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "SI/Include/INITParser.h"
+#include "SI/PARSER/Korvo/SSULinkages.h"
 #include "platform/TCDVBNITParser.h"
 
 namespace TORVEL_MW {
@@ -32,8 +33,7 @@ class CNITInstance : public INITInstance {
     std::uint16_t m_networkId;
     std::uint8_t m_nitAttribute;
     std::uint8_t m_tableAttribute;
-    std::vector<std::unique_ptr<ISSULinkageDesc>> m_ssuLinkages;
-    std::vector<std::unique_ptr<ISSUScanLinkageDesc>> m_ssuScanLinkages;
+    SSULinkages m_linkages;
     // By original_network_id and transport_stream_id; only those that have one.
     std::map<std::pair<std::uint16_t, std::uint16_t>, std::vector<std::shared_ptr<IDeliveryDesc>>>
         m_deliveryDescs;

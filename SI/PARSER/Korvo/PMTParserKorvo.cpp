@@ -27,6 +27,17 @@ bool IsDsmCc(unsigned char streamType) {
     return streamType == 0x08 || (streamType >= 0x0A && streamType <= 0x0D);
 }
 
+// The PMT of a program. Null when there is none, or no parser to have one; the log then says so in
+// the name of the query at `place`.
+TCPMTInstance* Instance(TCPMTParser* parser, unsigned short sid, const LogPlace& place) {
+    TCPMTInstance* const instance = parser == nullptr ? nullptr : parser->PMTInstance(sid);
+    if (instance == nullptr) {
+        SI_LOG_AT(place, LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m",
+                  place.function);
+    }
+    return instance;
+}
+
 }  // namespace
 
 std::unique_ptr<IPMTParser> IPMTParser::CreatePMTParser() {
@@ -155,10 +166,6 @@ void CPMTParserKorvo::Initialize() {
     m_CASystemIds.clear();
 }
 
-TCPMTInstance* CPMTParserKorvo::m_Instance(unsigned short sid) {
-    return m_Parser ? m_Parser->PMTInstance(sid) : nullptr;
-}
-
 bool CPMTParserKorvo::IsComplete(unsigned short sid) {
     SI_LOG(LOG_PRIORITY_DEBUG, "CPMTParserKorvo::%s sid=%d", __func__, sid);
     if (!m_Parser) {
@@ -176,27 +183,21 @@ bool CPMTParserKorvo::IsComplete(unsigned short sid) {
 
 bool CPMTParserKorvo::ProgramFound(unsigned short sid) {
     SI_LOG(LOG_PRIORITY_DEBUG, "%s sid=%d", __func__, sid);
-    if (m_Instance(sid) == nullptr) {
-        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m", __func__);
-        return false;
-    }
-    return true;
+    return Instance(m_Parser.get(), sid, SI_LOG_PLACE(__LINE__)) != nullptr;
 }
 
 int CPMTParserKorvo::NumOfElementary(unsigned short sid) {
     SI_LOG(LOG_PRIORITY_DEBUG, "%s sid=%d", __func__, sid);
-    TCPMTInstance* const instance = m_Instance(sid);
+    TCPMTInstance* const instance = Instance(m_Parser.get(), sid, SI_LOG_PLACE(__LINE__));
     if (instance == nullptr) {
-        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m", __func__);
         return 0;
     }
     return instance->NumOfElementary();
 }
 
 bool CPMTParserKorvo::IsElementaryNotApplication(unsigned short sid, int index) {
-    TCPMTInstance* const instance = m_Instance(sid);
+    TCPMTInstance* const instance = Instance(m_Parser.get(), sid, SI_LOG_PLACE(__LINE__));
     if (instance == nullptr) {
-        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m", __func__);
         return true;
     }
     TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(index));
@@ -208,9 +209,8 @@ bool CPMTParserKorvo::IsElementaryNotApplication(unsigned short sid, int index) 
 
 unsigned short CPMTParserKorvo::ElementaryPID(unsigned short sid, int index) {
     SI_LOG(LOG_PRIORITY_DEBUG, "%s sid=%d index=%d", __func__, sid, index);
-    TCPMTInstance* const instance = m_Instance(sid);
+    TCPMTInstance* const instance = Instance(m_Parser.get(), sid, SI_LOG_PLACE(__LINE__));
     if (instance == nullptr) {
-        SI_LOG(LOG_PRIORITY_ERROR, "\033[31m%s PMT instance not available\033[0m", __func__);
         return 0;
     }
     TCPMTElementary* const stream = instance->PMTElementary(static_cast<unsigned int>(index));

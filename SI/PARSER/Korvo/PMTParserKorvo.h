@@ -36,7 +36,6 @@ class CPMTParserKorvo : public IPMTParser {
   private:
     friend struct PMTParserKorvoPeer;
 
-    TCPMTInstance* m_Instance(unsigned short sid);
     void m_AddCASystemIds(IDescriptorContainer& loop);
     void m_BuildServiceCarouselMap();
 

@@ -3,15 +3,13 @@
 #include <utility>
 
 #include "SI/Common/Log.h"
-#include "platform/TCDescPrivateDataSpecifier.h"
+#include "SI/PARSER/Korvo/SavedDescriptor.h"
 #include "platform/TVSHandle.h"
 
 namespace TORVEL_MW {
 
 namespace {
 constexpr int kSdtActualTableId = 66;
-constexpr unsigned short kPrivateDataSpecifierTag = 0x5F;
-constexpr unsigned char kExtensionTag = 0x7F;
 }  // namespace
 
 std::unique_ptr<ISDTParser> ISDTParser::CreateSDTParser() {
@@ -42,7 +40,10 @@ bool CSDTParserKorvo::Parse(unsigned short pid, unsigned char* data) {
 
 void CSDTParserKorvo::m_BuildDescriptorsMap() {
     SI_LOG(LOG_PRIORITY_DEBUG, "CSDTParserKorvo::%s", __func__);
-    m_DescriptorsMap.clear();
+    // The records of the last section leave the map, and their memory takes the new ones. What is
+    // left over is freed at the end.
+    std::multimap<ServiceTriplet, SDTDescriptor> spare;
+    spare.swap(m_DescriptorsMap);
     TCDVBSDTInstance* const instance = m_Parser->DVBSDTFirstInstance();
     if (instance == nullptr) {
         SI_LOG(LOG_PRIORITY_ERROR,
@@ -64,41 +65,25 @@ void CSDTParserKorvo::m_BuildDescriptorsMap() {
         const ServiceTriplet key(onid, tsid, service->ServiceId());
         SI_LOG(LOG_PRIORITY_DEBUG, "CSDTParserKorvo::%s onid: %d, tsid: %d, sid: %d", __func__,
                onid, tsid, key.m_sid);
-        bool isPrivate = false;
-        unsigned int specifier = 0;
+        PrivateDataState state;
         for (int d = 0; d < service->NumOfDescriptors(); ++d) {
-            TCBaseDesc* const desc = service->DescriptorByIndex(static_cast<unsigned int>(d));
-            if (desc == nullptr) {
+            if (spare.empty()) {
+                spare.emplace(key, SDTDescriptor());
+            }
+            SDTDescriptor& record = spare.begin()->second;
+            if (!SaveDescriptor(service->DescriptorByIndex(static_cast<unsigned int>(d)), state,
+                                record)) {
                 continue;
-            }
-            if (desc->Tag() == kPrivateDataSpecifierTag) {
-                if (const auto* const pds = dynamic_cast<const TCDescPrivateDataSpecifier*>(desc)) {
-                    specifier = pds->PrivateDataSpecifier();
-                    isPrivate = true;
-                    continue;
-                }
-            }
-            SDTDescriptor record{};
-            record.m_tag = static_cast<unsigned char>(desc->Tag());
-            record.m_hasPrivateDataSpecifier = isPrivate;
-            record.m_privateDataSpecifier = specifier;
-            int length = desc->Length();
-            record.m_data.resize(static_cast<std::size_t>(length));
-            if (desc->GetDescriptor(record.m_data.data(), &length) == 0) {
-                length = 0;
-            }
-            record.m_data.resize(static_cast<std::size_t>(length));
-            if (record.m_tag == kExtensionTag && record.m_data.size() >= 3) {
-                // The byte after descriptor_tag_extension; clients rely on it.
-                record.m_hasExtendedTag = true;
-                record.m_extendedTag = record.m_data.size() > 3 ? record.m_data[3] : 0;
             }
             SI_LOG(LOG_PRIORITY_DEBUG,
                    "CSDTParserKorvo::%s Saving descriptor Tag: 0x%x, Size: %d, Extended? %s, "
                    "Private? %s",
-                   __func__, record.m_tag, length, record.m_hasExtendedTag ? "Yes" : "No",
+                   __func__, record.m_tag, static_cast<int>(record.m_data.size()),
+                   record.m_hasExtendedTag ? "Yes" : "No",
                    record.m_hasPrivateDataSpecifier ? "Yes" : "No");
-            m_DescriptorsMap.emplace(key, std::move(record));
+            auto node = spare.extract(spare.begin());
+            node.key() = key;
+            m_DescriptorsMap.insert(std::move(node));  // behind those with the same key
         }
     }
 }

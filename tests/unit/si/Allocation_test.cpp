@@ -413,6 +413,28 @@ TEST_F(RecordAllocationTest, ParsersFreeTheirCachesBehindThePlatformsParser) {
     EXPECT_TRUE(FreesItsCachesLast(tables.pmt, pmtParser)) << "the CA_system_IDs";
 }
 
+TEST_F(RecordAllocationTest, SavedDescriptorsTakeTheMemoryOfThoseBefore) {
+    fake::SdtScript& subTable = fake::TheTables().sdt.AddSubTable(1, 2);
+    for (unsigned char sid = 0; sid < 10; ++sid) {
+        subTable.AddService(sid).loop.Add(fake::PlainDesc(0x48, {0x48, 1, sid}));
+    }
+    fake::TheTables().sdt.parsed.reserve(10);
+    const auto parser = ISDTParser::CreateSDTParser();
+    unsigned char section[3] = {};
+    const auto allocationsOfAParse = [&] {
+        platform.TakeLog();
+        const int before = t_heap.allocations;
+        EXPECT_TRUE(parser->Parse(17, section));
+        return t_heap.allocations - before;
+    };
+    allocationsOfAParse();  // the fakes make what they keep for good
+    const int again = allocationsOfAParse();
+    parser->Initialize();
+    const int afresh = allocationsOfAParse();
+    EXPECT_EQ(afresh - again, 20) << "each record's place in the map and its data, one block each";
+    EXPECT_EQ(allocationsOfAParse(), again);
+}
+
 TEST_F(RecordAllocationTest, OfferThatFailsIsKeptWholeOrNotAtAll) {
     fake::PmtTable& pmt = fake::TheTables().pmt;
     pmt.programNumber = 5;

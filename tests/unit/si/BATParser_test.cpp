@@ -15,15 +15,15 @@ namespace TORVEL_MW {
 struct BATParserKorvoPeer {
     using I = CBATInstance;
     static std::vector<std::unique_ptr<ISSULinkageDesc>>& SSULinkages(I& instance) {
-        return instance.m_ssuLinkages;
+        return instance.m_linkages.m_ssuLinkages;
     }
     static std::vector<std::unique_ptr<ISSUScanLinkageDesc>>& SSUScanLinkages(I& instance) {
-        return instance.m_ssuScanLinkages;
+        return instance.m_linkages.m_ssuScanLinkages;
     }
     /// The members' addresses, in the order in which they should be declared.
     static std::vector<const void*> Members(const I& instance) {
-        return {&instance.m_bouquetId, &instance.m_tableAttribute, &instance.m_ssuLinkages,
-                &instance.m_ssuScanLinkages};
+        return {&instance.m_bouquetId, &instance.m_tableAttribute,
+                &instance.m_linkages.m_ssuLinkages, &instance.m_linkages.m_ssuScanLinkages};
     }
 };
 

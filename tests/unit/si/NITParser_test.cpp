@@ -18,10 +18,10 @@ struct NITParserKorvoPeer {
     using Key = std::pair<std::uint16_t, std::uint16_t>;
 
     static std::vector<std::unique_ptr<ISSULinkageDesc>>& SSULinkages(I& instance) {
-        return instance.m_ssuLinkages;
+        return instance.m_linkages.m_ssuLinkages;
     }
     static std::vector<std::unique_ptr<ISSUScanLinkageDesc>>& SSUScanLinkages(I& instance) {
-        return instance.m_ssuScanLinkages;
+        return instance.m_linkages.m_ssuScanLinkages;
     }
     /// original_network_id and transport_stream_id of the delivery map's entries, in its order,
     /// with the count of objects.
@@ -34,8 +34,12 @@ struct NITParserKorvoPeer {
     }
     /// The members' addresses, in the order in which they should be declared.
     static std::vector<const void*> Members(const I& instance) {
-        return {&instance.m_networkId,   &instance.m_nitAttribute,    &instance.m_tableAttribute,
-                &instance.m_ssuLinkages, &instance.m_ssuScanLinkages, &instance.m_deliveryDescs};
+        return {&instance.m_networkId,
+                &instance.m_nitAttribute,
+                &instance.m_tableAttribute,
+                &instance.m_linkages.m_ssuLinkages,
+                &instance.m_linkages.m_ssuScanLinkages,
+                &instance.m_deliveryDescs};
     }
     static std::vector<const void*> Members(const CNITParserKorvo& parser) {
         return {&parser.m_Parser, &parser.m_actual};

@@ -219,6 +219,33 @@ TEST_F(SDTParserTest, EachAcceptedSectionReplacesTheDescriptors) {
     EXPECT_THAT(Saved(2), ElementsAre(Public(0x48, {0x48, 1, 6})));
 }
 
+TEST_F(SDTParserTest, NothingOfTheSectionBeforeIsLeftInTheRecords) {
+    const bool isRefused = true;
+    const Bytes longest(257, 0xA5);
+    SdtScript& subTable = AddSubTable();
+    subTable.AddService(1)
+        .loop.Add(PrivateDataSpecifierDesc(0x28))
+        .Add(PlainDesc(0x7F, longest))
+        .Add(PlainDesc(0x7F, longest))
+        .Add(PlainDesc(0x7F, longest));
+    subTable.AddService(3).loop.Add(PlainDesc(0x7F, longest)).Add(PlainDesc(0x7F, longest));
+    Feed();
+    subTable.services.clear();
+    subTable.AddService(4)
+        .loop.Add(PlainDesc(0x48, {0x48, 0}))
+        .Add(PlainDesc(0x7F, {0x7F, 1, 6}))
+        .Add(PlainDesc(0x7F, {0x7F, 3, 6, 9, 8}, isRefused))
+        .Add(PlainDesc(0x7F, {0x7F, 3, 6, 9, 8}, false, 2));
+    subTable.AddService(2).loop.Add(PlainDesc(0x49, {0x49, 1, 5}));
+    Feed();
+    EXPECT_THAT(Saved(1), IsEmpty());
+    EXPECT_THAT(Saved(2), ElementsAre(Public(0x49, {0x49, 1, 5})));
+    EXPECT_THAT(Saved(3), IsEmpty());
+    EXPECT_THAT(Saved(4), ElementsAre(Public(0x48, {0x48, 0}), Extended(0, {0x7F, 1, 6}),
+                                      Public(0x7F, {}), Public(0x7F, {0x7F, 3})));
+    EXPECT_EQ(SDTParserKorvoPeer::Map(dynamic_cast<CSDTParserKorvo&>(*parser)).size(), 5u);
+}
+
 TEST_F(SDTParserTest, OnlyTheFirstSubTableIsMapped) {
     AddSubTable().AddService(1).loop.Add(PlainDesc(0x48, {0x48, 0}));
     sdt.AddSubTable(kOnid, kTsid + 1).AddService(2).loop.Add(PlainDesc(0x48, {0x48, 0}));
