@@ -15,8 +15,9 @@ class TVSERVICE_API ISectionSubscriber {
   public:
     /// Sets a filter on all sections of one table.
     ///
-    /// @param id        comes back with every section of this filter; not unique, chosen by the
-    ///                  caller
+    /// @param id        passed to the callback with every section of this filter. The caller
+    /// chooses
+    ///                  it, and several filters may have the same one
     /// @param criteria  never null, borrowed for the call
     /// @param handle    never null; -1 on entry. On success the platform writes its handle, which
     ///                  it may hand out to several subscriptions that share one filter; on refusal

@@ -13,11 +13,11 @@ enum ELogPriority {
 /// Writes one line to the platform log.
 ///
 /// @param bufferId  the log buffer; the SI layer always writes to buffer 0
-/// @param priority  3 (debug) to 6 (error), see `ELogPriority`; other values are the platform's
-/// @param tag       who writes; a short name, never null ("TORVEL" for the SI layer)
+/// @param priority  3 (debug) to 6 (error), see `ELogPriority`; the SI layer uses no others
+/// @param tag       a short name of who writes, never null; the SI layer passes "TORVEL"
 /// @param format    a printf format, then its arguments. It carries no newline at its end; it may
 ///                  carry newlines inside and ANSI colour escapes
-/// @return an integer that nobody looks at
+/// @return any integer; the SI layer ignores it
 ///
 /// May be called on any thread at any time, also while the process ends, with the caller's locks
 /// held: it must not call back into the SI layer. The strings are borrowed for the call.

@@ -12,8 +12,8 @@
 struct TVSHandle;
 
 /// The bouquet association sub-table of one bouquet. Its own descriptor loop is the bouquet
-/// descriptors of all its sections, one section after the other in section_number order; a
-/// broadcaster that repeats them in every section makes them appear as often.
+/// descriptors of all its sections, one section after the other in section_number order. A
+/// descriptor that the broadcaster repeats in several sections appears once for each.
 class TVSERVICE_API TCDVBBATInstance : public TCBaseSection, public IDescriptorContainer {
   public:
     ~TCDVBBATInstance() override;
@@ -55,7 +55,7 @@ class TVSERVICE_API TCDVBBATParser : public TCSectionParser {
     bool Parse(short pid, unsigned char* section) override;
     void Reset() override;
 
-    /// Appends the bouquet_ids of the sub-tables begun, ascending.
+    /// Appends the bouquet_id of every sub-table of which a section was taken, in ascending order.
     void BouquetIds(std::list<unsigned short>& bouquetIds);
 
     /// The sub-table of that bouquet; null when no section of it was taken.

@@ -56,7 +56,7 @@ class TVSERVICE_API TCDVBNITParser : public TCSectionParser {
     bool Parse(short pid, unsigned char* section) override;
     void Reset() override;
 
-    /// Appends the network_ids of the sub-tables begun, ascending.
+    /// Appends the network_id of every sub-table of which a section was taken, in ascending order.
     void NetworkIds(std::list<unsigned short>& networkIds);
 
     /// The sub-table of that network; null when no section of it was taken.

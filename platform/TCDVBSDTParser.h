@@ -70,7 +70,8 @@ class TVSERVICE_API TCDVBSDTParser : public TCSectionParser {
     TCDVBSDTInstance* DVBSDTInstance(unsigned short originalNetworkId,
                                      unsigned short transportStreamId);
 
-    /// The sub-table that was begun first; null before the first section.
+    /// The sub-table whose section was taken first since the last `Reset`; null before the first
+    /// section.
     TCDVBSDTInstance* DVBSDTFirstInstance();
 
   private:

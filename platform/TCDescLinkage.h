@@ -39,7 +39,7 @@ class TVSERVICE_API TCDescLinkage : public TCBaseDesc {
 
     enum {
         LINKAGE_TYPE_SOFTWARE_UPDATE = 9,    ///< a service that carries system software updates
-        LINKAGE_TYPE_TS_CONTAINING_SSU = 10  ///< a transport stream whose NIT or BAT lists such
+        LINKAGE_TYPE_TS_CONTAINING_SSU = 10  ///< a transport stream whose NIT or BAT lists them
     };
 
     unsigned short TransportStreamId() const;

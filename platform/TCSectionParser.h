@@ -15,7 +15,7 @@ class TVSERVICE_API TCSectionParser {
 
     /// Takes one section.
     ///
-    /// @param pid      the PID that it came from; informative
+    /// @param pid      the PID that it came from; the platform may ignore it
     /// @param section  the whole section, table_id first, never null, borrowed for the call. Its
     ///                 length is that of its section_length field: 3 + section_length bytes are
     ///                 readable

@@ -1,9 +1,9 @@
 #pragma once
 
-/// Access handle of the SI service library: what every parser is built with.
+/// Access handle of the SI service library. The constructor of every parser takes one.
 ///
-/// The SI layer always passes (1, 0), as a temporary; a platform that needs more of it copies it
-/// during the constructor that it was given to. What the two values mean is the platform's own.
+/// The SI layer always passes (1, 0). The handle is a temporary: a platform that needs it later
+/// copies it in that constructor. Each platform decides what the two values mean.
 struct TVSHandle {
     int m_access;
     int m_instance;

@@ -4,7 +4,7 @@
 
 class ISectionSubscriber;
 
-/// Which part of the receiver a section subscriber serves. The SI layer uses the one value.
+/// Which part of the receiver a section subscriber serves. The SI layer always passes this value.
 enum EProfile { PROFILE_MAIN = 1 };
 
 /// Entry point of the SI service library.
@@ -22,7 +22,7 @@ class TVSERVICE_API TVServiceAPI {
     /// @param profile     `PROFILE_MAIN`
     /// @param parameter   0
     /// @param subscriber  never null; receives the subscriber, or null when there is none
-    /// @return an integer that the SI layer does not look at; 1 on success
+    /// @return 1 on success; the SI layer ignores it and looks at the pointer instead
     ///
     /// Must not call `callback` from inside this call on the calling thread.
     static int CreateSectionSubscriber(SectionCallback callback, EProfile profile, int parameter,

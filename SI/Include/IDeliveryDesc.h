@@ -10,7 +10,7 @@ class TCBaseDesc;
 namespace TORVEL_MW {
 
 /// How a transport stream is delivered (ETSI EN 300 468 6.2.13): which kind of descriptor, and the
-/// platform's decoded copy of it. Never changed once made; shared.
+/// platform's decoded copy of it. It never changes after it was made; several holders share it.
 class TORVELSI_API IDeliveryDesc {
   public:
     enum EDeliverySystemType : std::int32_t {
@@ -22,7 +22,7 @@ class TORVELSI_API IDeliveryDesc {
 
     virtual ~IDeliveryDesc() = default;
 
-    /// The kind, which tells the dynamic type of `PlatformDesc`.
+    /// The kind. It also says of which class `PlatformDesc` is.
     EDeliverySystemType Type() const { return m_type; }
 
     /// The platform's descriptor, never null; its own accessors give the fields.
@@ -31,8 +31,8 @@ class TORVELSI_API IDeliveryDesc {
     /// Decodes one delivery system descriptor. Of T2 descriptors only those of descriptor_length 4
     /// are taken.
     ///
-    /// @param data  its descriptor_tag byte; 2 + descriptor_length bytes are read. Not null, and
-    ///              at least 2 bytes: fewer are outside the precondition, nothing checks
+    /// @param data  its descriptor_tag byte; 2 + descriptor_length bytes are read. The
+    ///              caller makes sure that it is not null and that they are there; nothing checks
     /// @return empty when it is malformed or another descriptor
     static std::shared_ptr<IDeliveryDesc> Parse(unsigned char* data);
 
@@ -43,7 +43,7 @@ class TORVELSI_API IDeliveryDesc {
     EDeliverySystemType m_type;
 };
 
-/// The four kinds. Each takes a share of the platform's copy, which is never null.
+/// The four kinds. Each shares ownership of the platform's copy, which must not be null.
 class TORVELSI_API CT2DeliverySystemDesc : public IDeliveryDesc {
   public:
     explicit CT2DeliverySystemDesc(std::shared_ptr<TCBaseDesc> desc);

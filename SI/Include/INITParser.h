@@ -12,7 +12,7 @@
 namespace TORVEL_MW {
 
 /// A snapshot of one network's table (ETSI EN 300 468 5.2.1). It outlives its parser and never
-/// changes; any thread may ask it, one at a time.
+/// changes. One thread at a time may use it, whichever that is.
 class TORVELSI_API INITInstance {
   public:
     virtual ~INITInstance() = default;
@@ -20,8 +20,8 @@ class TORVELSI_API INITInstance {
     /// Appends copies of the SSU linkages (linkage_type 0x09) of the network descriptors, in loop
     /// order.
     ///
-    /// @param oui  those that list this OUI; 0xFFFFFFFF for all
-    /// @param out  receives them, owned by the caller; not emptied first
+    /// @param oui  only linkages that list this OUI are taken; 0xFFFFFFFF takes all
+    /// @param out  receives them, owned by the caller; it is not emptied first
     virtual void GetSSULinkageDesc(unsigned int oui,
                                    std::vector<std::unique_ptr<ISSULinkageDesc>>& out) = 0;
 
@@ -43,14 +43,15 @@ class TORVELSI_API INITInstance {
 /// Network information tables (ETSI EN 300 468 5.2.1) of the actual network or of others.
 class TORVELSI_API INITParser : public ISectionParser {
   public:
-    /// Appends the network_ids of the tables begun. Whether `ids` is emptied first is the
-    /// platform's; ours does not.
+    /// Appends the network_id of every network of which a section has been parsed. The list is
+    /// the platform's to fill: the software platform does not empty it first, a receiver's may.
     virtual void NetworkIds(std::list<unsigned short>& ids) = 0;
 
     /// True when all sections of that network's table have been parsed.
     virtual bool IsRecv(unsigned short networkId) = 0;
 
-    /// A snapshot of that network's table, owned by the caller; empty when none was begun.
+    /// A snapshot of that network's table as it is now, complete or not; owned by the caller. Empty
+    /// when no section of it has been parsed.
     virtual std::unique_ptr<INITInstance> GetInstance(unsigned short networkId) = 0;
 
     /// A new parser, owned by the caller; never null.

@@ -9,7 +9,7 @@
 
 namespace TORVEL_MW {
 
-/// What the PMT tells of one DSM-CC stream; kept by component_tag.
+/// What a PMT says of one DSM-CC stream. The parser keeps it by component_tag.
 struct DataStreamAttributes {
     unsigned int m_carouselId;  ///< carousel_id; 0xFFFFFFFF without a carousel identifier
     unsigned short m_pid;       ///< elementary_PID
@@ -17,21 +17,24 @@ struct DataStreamAttributes {
 
 /// Program map tables (ISO/IEC 13818-1 2.4.4.8). `sid` is a program_number throughout.
 ///
-/// A parser that is fed one PMT repeatedly keeps its SSU offers as often: feed each distinct
-/// section once, or use a fresh parser for each version.
+/// Every accepted section adds its SSU offers to those that are kept, also a section that was
+/// parsed before. So parse each distinct section once, or use a new parser for each version.
 class TORVELSI_API IPMTParser : public ISectionParser {
   public:
-    /// True when the PMT of that program has been parsed.
+    /// True when all sections of that program's PMT have been parsed: the platform calls its table
+    /// valid.
     virtual bool IsComplete(unsigned short sid) = 0;
 
-    /// True when a PMT of that program has been parsed.
+    /// True when any section of that program's PMT has been parsed, whether or not others are
+    /// missing. The queries below answer from then on.
     virtual bool ProgramFound(unsigned short sid) = 0;
 
-    /// Elementary streams of the program; 0 when it is not known.
+    /// How many elementary streams the program has; 0 when it is not known.
     virtual int NumOfElementary(unsigned short sid) = 0;
 
     /// False for a stream of private sections (stream_type 0x05) with an
-    /// application_signalling_descriptor; true for every other stream, and for what is not there.
+    /// application_signalling_descriptor; true for every other stream, and when there is no such
+    /// program or stream.
     virtual bool IsElementaryNotApplication(unsigned short sid, int index) = 0;
 
     /// elementary_PID of the stream at `index`; 0 when there is none.
@@ -50,9 +53,10 @@ class TORVELSI_API IPMTParser : public ISectionParser {
 
     /// Appends copies of the SSU offers (ETSI TS 102 006), ascending by program_number.
     ///
-    /// @param serviceId  the program_number, all 32 bits of it; 0xFFFFFFFF for every program
-    /// @param oui        offers that list this OUI; 0xFFFFFFFF for every offer
-    /// @param out        receives them, owned by the caller; not emptied first
+    /// @param serviceId  the program_number; a value above 65535 matches none, but 0xFFFFFFFF takes
+    ///                   every program
+    /// @param oui        only offers that list this OUI are taken; 0xFFFFFFFF takes all
+    /// @param out        receives them, owned by the caller; it is not emptied first
     virtual void GetSSUInfo(unsigned int serviceId, unsigned int oui,
                             std::list<std::unique_ptr<ISSUInfo>>& out) = 0;
 

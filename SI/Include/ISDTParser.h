@@ -11,13 +11,16 @@ namespace TORVEL_MW {
 /// 0x42).
 class TORVELSI_API ISDTParser : public ISectionParser {
   public:
-    /// One saved descriptor of a service, as `SIDescriptor` has it.
+    /// One saved descriptor of a service, with the fields of `ISIDescriptor`.
+    ///
+    /// The extended tag is the byte behind descriptor_tag_extension, not that byte itself: clients
+    /// rely on it.
     struct SDTDescriptor {
         unsigned char m_tag;                  ///< descriptor_tag
-        bool m_hasPrivateDataSpecifier;       ///< a private data specifier stood before it
-        unsigned int m_privateDataSpecifier;  ///< the latest one; 0 when none
-        bool m_hasExtendedTag;                ///< tag 0x7F and at least 3 bytes saved
-        unsigned char m_extendedTag;          ///< byte 3 of `m_data`, 0 without one
+        bool m_hasPrivateDataSpecifier;       ///< one came before it in the same loop
+        unsigned int m_privateDataSpecifier;  ///< the latest one before it; 0 when none
+        bool m_hasExtendedTag;                ///< the tag is 0x7F and `m_data` has 3 bytes or more
+        unsigned char m_extendedTag;          ///< the byte at index 3 of `m_data`, 0 without one
         std::vector<unsigned char> m_data;    ///< the whole descriptor, tag and length bytes first
     };
 
@@ -25,14 +28,16 @@ class TORVELSI_API ISDTParser : public ISectionParser {
     virtual bool IsComplete(unsigned short onid, unsigned short tsid) = 0;
 
     /// True when the sub-table of that transport stream lists the service (the low 16 bits of
-    /// `sid`). Each false is reported in the log: to enumerate, ask the platform's parser.
+    /// `sid`). Every false writes error lines to the log, so do not try out service_ids with it.
     virtual bool IsServiceListed(unsigned short onid, unsigned short tsid, int sid) = 0;
 
-    /// Replaces `out` by the descriptors of a service in loop order, without the private data
-    /// specifiers themselves.
+    /// Replaces `out` by the descriptors of a service in loop order. Private data specifier
+    /// descriptors are not returned themselves; they show in the records of those behind them.
     ///
-    /// Only the sub-table that was begun first is kept, as of the last section that was parsed.
-    /// @return whether there are any; when false `out` is empty
+    /// Only the transport stream whose section was parsed first since `Initialize` is known. Each
+    /// accepted section rebuilds its records.
+    ///
+    /// @return whether there are any; when false, `out` is empty
     virtual bool GetDescriptors(unsigned short onid, unsigned short tsid, unsigned short sid,
                                 std::vector<SDTDescriptor>& out) = 0;
 

@@ -7,8 +7,8 @@
 
 namespace TORVEL_MW {
 
-/// One descriptor that a client keeps after its section has gone. Never changed once made; takes
-/// no lock.
+/// One descriptor that a client keeps after its section has gone. A record never changes after it
+/// was made, and takes no lock.
 class TORVELSI_API ISIDescriptor {
   public:
     virtual ~ISIDescriptor() = default;
@@ -25,8 +25,8 @@ class TORVELSI_API ISIDescriptor {
     /// The payload, as it was passed; valid as long as this record.
     virtual const std::vector<unsigned char>& GetData() const = 0;
 
-    /// A new record, owned by the caller; never null. Nothing is interpreted: what is passed is
-    /// what is kept.
+    /// Makes a record, owned by the caller; never null. It keeps what is passed and checks nothing:
+    /// tag, extended tag and payload need not fit each other.
     static std::unique_ptr<ISIDescriptor> CreateSIDescriptor(
         unsigned char tag, bool hasPrivateDataSpecifier, unsigned int privateDataSpecifier,
         bool hasExtendedTag, unsigned char extendedTag, std::vector<unsigned char> data);

@@ -8,8 +8,8 @@
 
 namespace TORVEL_MW {
 
-/// The system software updates that one elementary stream offers (ETSI TS 102 006 7.1). Never
-/// changed once made; takes no lock. Copies share their selector bytes.
+/// The system software updates that one elementary stream offers (ETSI TS 102 006 7.1). A record
+/// never changes after it was made, and takes no lock. Its copies share the selector bytes.
 class TORVELSI_API ISSUInfo {
   public:
     /// data_broadcast_id of system software updates.
@@ -17,15 +17,15 @@ class TORVELSI_API ISSUInfo {
 
     virtual ~ISSUInfo() = default;
 
-    /// Appends the OUI (24 bits) of every entry, ascending, equal ones as often as they stand in
-    /// the descriptor.
+    /// Appends the OUI (24 bits) of every entry, in ascending order. An OUI with several entries is
+    /// appended once for each.
     virtual void GetOUIs(std::list<unsigned int>& ouis) = 0;
 
     /// Whether an entry has exactly this OUI; there is no wildcard.
     virtual bool ContainsOUI(unsigned int oui) = 0;
 
-    /// Appends the selector bytes of every entry of an OUI, in the order of the descriptor; null
-    /// for an entry without any.
+    /// Appends the selector bytes of every entry of an OUI, in the order of the descriptor. An
+    /// entry without selector bytes gives a null pointer.
     virtual void GetSelectorBytes(
         unsigned int oui, std::vector<std::shared_ptr<std::vector<unsigned char>>>& selectors) = 0;
 

@@ -5,7 +5,7 @@
 namespace TORVEL_MW {
 
 /// A linkage to a transport stream whose NIT or BAT lists system software updates (ETSI TS 102 006
-/// 6.3, linkage_type 0x0A). Never changed once made; takes no lock.
+/// 6.3, linkage_type 0x0A). A record never changes after it was made, and takes no lock.
 class TORVELSI_API ISSUScanLinkageDesc {
   public:
     virtual ~ISSUScanLinkageDesc() = default;

@@ -2,7 +2,8 @@
 
 namespace TORVEL_MW {
 
-/// Names one service (ETSI EN 300 468 5.2.3): a key, ordered by its three numbers in turn.
+/// The key of one service (ETSI EN 300 468 5.2.3), ordered by original_network_id, then
+/// transport_stream_id, then service_id.
 struct ServiceTriplet {
     unsigned short m_onid;  ///< original_network_id
     unsigned short m_tsid;  ///< transport_stream_id

@@ -93,7 +93,7 @@ void CSSULinkageDesc::GetLocation(unsigned short& onid, unsigned short& tsid, un
     sid = m_sid;
 }
 
-// --- Linkages to tables that list such
+// --- Linkages to tables that list updates
 
 CSSUScanLinkageDesc::CSSUScanLinkageDesc(TCDescLinkage& desc)
     : m_tableIsNIT(desc.TableType() == 1),  // ETSI TS 102 006 6.3: 1 NIT, 2 BAT

@@ -46,7 +46,7 @@ bool CEITParserKorvo::IsComplete(unsigned short onid, unsigned short tsid, unsig
                __func__);
         return false;
     }
-    // Whether all of its sections are there is not asked.
+    // An instance is enough: sections of it may still be missing.
     if (m_Parser->EITInstance(TCServiceKey(onid, tsid, sid)) == nullptr) {
         SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCEITParserKorvo::%s EIT instance not available\033[0m",
                __func__);
