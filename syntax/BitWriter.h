@@ -20,6 +20,11 @@ class BitWriter {
 
     // The lowest `count` bits of `value`, at most 64.
     void Put(std::uint64_t value, std::size_t count) {
+        if (count == 8 && position_ % 8 == 0) {
+            position_ += 8;
+            out_.push_back(static_cast<std::uint8_t>(value));
+            return;
+        }
         std::size_t room = (8 - position_ % 8) % 8;
         position_ += count;
         if (room >= count) {
@@ -50,6 +55,10 @@ class BitWriter {
 
     // Puts bits in the place of `count` zeros that were written before.
     void Patch(std::size_t position, std::uint64_t value, std::size_t count) {
+        if (count == 8 && position % 8 == 0) {
+            out_[position / 8] = static_cast<std::uint8_t>(value);
+            return;
+        }
         for (std::size_t bit = 0; bit < count; ++bit) {
             if ((value >> (count - 1 - bit) & 1) != 0) {
                 const std::size_t at = position + bit;

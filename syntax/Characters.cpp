@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <unordered_map>
+#include <utility>
 
-#include "softplatform/base/Mutex.h"
 #include "softplatform/text/Iso6937.h"
 #include "softplatform/text/Text.h"
 #include "syntax/Hex.h"
@@ -74,15 +73,25 @@ constexpr bool IsControl(char32_t c) {
 
 // --- Tables of one byte a character, and ISO/IEC 6937 with its accents
 
+constexpr std::uint8_t kFirstAccent = 0xC1;
+
 struct SingleTable {
     std::array<char32_t, 256> characters{};  // 0: none
     std::unordered_map<char32_t, std::uint16_t>
         codes;  // accents: code of the accent, then the letter
     bool accents = false;
+    // What is quick to know of each code: its UTF-8, and whether its character has that code again.
+    struct Utf8 {
+        char bytes[3] = {};
+        std::uint8_t size = 0;
+    };
+    std::array<Utf8, 256> utf8{};
+    std::array<bool, 256> survives{};
+    std::array<std::array<bool, 256>, 16> pairSurvives{};  // of an accent, 0xC0 on, and a letter
 };
 
-void AddControls(SingleTable& table) {
-    // No text has these by the standard; streams have.
+void Finish(SingleTable& table) {
+    // No text has the codes below 0x20 by the standard; streams have.
     for (unsigned code = 1; code < 0x20; ++code) {
         table.characters[code] = code;
     }
@@ -95,6 +104,25 @@ void AddControls(SingleTable& table) {
         }
     }
     table.codes[U'\n'] = 0x8A;
+    if (table.accents) {
+        for (unsigned accent = kFirstAccent; accent <= 0xCF; ++accent) {
+            for (unsigned letter = 0x20; letter < 0x100; ++letter) {
+                const char32_t composed = tvservice::Iso6937Composed(
+                    static_cast<std::uint8_t>(accent), static_cast<std::uint8_t>(letter));
+                const auto code = static_cast<std::uint16_t>(accent << 8 | letter);
+                table.pairSurvives[accent & 15][letter] =
+                    composed != 0 && table.codes.emplace(composed, code).first->second == code;
+            }
+        }
+    }
+    for (unsigned code = 0; code < 256; ++code) {
+        const char32_t c = table.characters[code];
+        std::string utf8;
+        PutUtf8(c == 0 ? kReplacement : c, utf8);
+        table.utf8[code].size = static_cast<std::uint8_t>(utf8.size());
+        std::copy(utf8.begin(), utf8.end(), table.utf8[code].bytes);
+        table.survives[code] = c != 0 && table.codes.at(c) == code;
+    }
 }
 
 const SingleTable& Iso6937() {
@@ -107,61 +135,85 @@ const SingleTable& Iso6937() {
                     tvservice::Iso6937Character(static_cast<std::uint8_t>(code));
             }
         }
-        AddControls(*made);
-        for (unsigned accent = 0xC1; accent <= 0xCF; ++accent) {
-            for (unsigned letter = 0x20; letter < 0x7F; ++letter) {
-                const char32_t composed = tvservice::Iso6937Composed(
-                    static_cast<std::uint8_t>(accent), static_cast<std::uint8_t>(letter));
-                if (composed != 0) {
-                    made->codes.emplace(composed, static_cast<std::uint16_t>(accent << 8 | letter));
-                }
-            }
-        }
+        Finish(*made);
         return made;
     }();
     return table;
 }
 
 // Part `part` of ISO/IEC 8859, which TextToUtf8 knows.
-const SingleTable& Iso8859(unsigned part) {
-    static tvservice::Mutex& mutex = *new tvservice::Mutex;
-    static std::array<std::unique_ptr<SingleTable>, 16>& tables =
-        *new std::array<std::unique_ptr<SingleTable>, 16>;
-    const tvservice::MutexLock lock(mutex);
-    std::unique_ptr<SingleTable>& table = tables[part];
-    if (table == nullptr) {
-        table = std::make_unique<SingleTable>();
-        for (unsigned code = 0x20; code < 256; ++code) {
-            const std::uint8_t text[] = {0x10, 0, static_cast<std::uint8_t>(part),
-                                         static_cast<std::uint8_t>(code)};
-            const std::string utf8 = tvservice::TextToUtf8(text, sizeof text);
-            std::size_t at = 0;
-            const char32_t c = utf8.empty() ? kReplacement : TakeUtf8(utf8, at);
-            table->characters[code] = c == kReplacement ? 0 : c;
-        }
-        AddControls(*table);
+const SingleTable& MakeIso8859(unsigned part) {
+    auto* table = new SingleTable;
+    for (unsigned code = 0x20; code < 256; ++code) {
+        const std::uint8_t text[] = {0x10, 0, static_cast<std::uint8_t>(part),
+                                     static_cast<std::uint8_t>(code)};
+        const std::string utf8 = tvservice::TextToUtf8(text, sizeof text);
+        std::size_t at = 0;
+        const char32_t c = utf8.empty() ? kReplacement : TakeUtf8(utf8, at);
+        table->characters[code] = c == kReplacement ? 0 : c;
     }
+    Finish(*table);
     return *table;
 }
 
+template <std::size_t... Parts>
+const SingleTable& Iso8859Of(unsigned part, std::index_sequence<Parts...> /*parts*/) {
+    // One static table a part, each made when it is first asked for.
+    using Make = const SingleTable& (*)();
+    static constexpr Make kMakers[] = {[]() -> const SingleTable& {
+        static const SingleTable& table = MakeIso8859(Parts);
+        return table;
+    }...};
+    return kMakers[part]();
+}
+
+const SingleTable& Iso8859(unsigned part) {
+    return Iso8859Of(part, std::make_index_sequence<16>());
+}
+
 void DecodeSingle(ByteView text, const SingleTable& table, std::string& utf8) {
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const std::uint8_t code = text.data()[at];
-        char32_t c = table.characters[code];
-        if (c == 0 && table.accents && tvservice::Iso6937Accent(code) != 0 && text.Has(at + 1, 1)) {
-            c = tvservice::Iso6937Composed(code, text.U8(at + 1));
-            if (c == 0) {
-                if (const char32_t base = tvservice::Iso6937Character(text.U8(at + 1))) {
-                    PutUtf8(base, utf8);
-                    c = tvservice::Iso6937Accent(code);
-                }
+    const std::size_t begin = utf8.size();
+    utf8.resize(begin + text.size() * 3);  // no code has a longer form
+    char* out = utf8.data() + begin;
+    const std::uint8_t* const end = text.end();
+    for (const std::uint8_t* at = text.begin(); at != end; ++at) {
+        const std::uint8_t code = *at;
+        if (table.characters[code] == 0 && table.accents && at + 1 != end &&
+            tvservice::Iso6937Accent(code) != 0) {
+            std::string pair;
+            if (const char32_t composed = tvservice::Iso6937Composed(code, at[1])) {
+                PutUtf8(composed, pair);
+            } else if (const char32_t base = tvservice::Iso6937Character(at[1])) {
+                PutUtf8(base, pair);
+                PutUtf8(tvservice::Iso6937Accent(code), pair);
             }
-            if (c != 0) {
+            if (!pair.empty()) {
+                out = std::copy(pair.begin(), pair.end(), out);
                 ++at;
+                continue;
             }
         }
-        PutUtf8(c == 0 ? kReplacement : c, utf8);
+        const SingleTable::Utf8& character = table.utf8[code];
+        for (std::size_t i = 0; i < character.size; ++i) {
+            *out++ = character.bytes[i];
+        }
     }
+    utf8.resize(static_cast<std::size_t>(out - utf8.data()));
+}
+
+bool SingleSurvives(ByteView text, const SingleTable& table) {
+    const std::uint8_t* const end = text.end();
+    for (const std::uint8_t* at = text.begin(); at != end; ++at) {
+        if (table.survives[*at]) {
+            continue;
+        }
+        if (!table.accents || *at < kFirstAccent || *at > 0xCF || at + 1 == end ||
+            !table.pairSurvives[*at & 15][at[1]]) {
+            return false;
+        }
+        ++at;
+    }
+    return true;
 }
 
 bool EncodeSingle(std::string_view utf8, const SingleTable& table,
@@ -480,9 +532,19 @@ bool EncodeText(std::string_view utf8, std::string_view table, const TextRules& 
 }
 
 bool TextSurvives(ByteView text, const TextRules& rules) {
-    if (std::all_of(text.begin(), text.end(),
-                    [](std::uint8_t c) { return c >= 0x20 && c < 0x7F; })) {
-        return rules.arib || Default(rules).coding != Coding::kUcs2 || text.size() % 2 == 0;
+    Selector selector = rules.arib ? Selector{Coding::kUnknown, 0, 0} : SelectorOf(text);
+    if (selector.size == 0 && !rules.arib) {
+        selector = Default(rules);
+    }
+    switch (selector.coding) {
+        case Coding::kIso6937:
+            return SingleSurvives(text.Subview(selector.size), Iso6937());
+        case Coding::kIso8859:
+            return SingleSurvives(text.Subview(selector.size), Iso8859(selector.part));
+        case Coding::kUnknown:
+            return true;
+        default:
+            break;
     }
     std::string utf8;
     DecodeText(text, rules, utf8);

@@ -292,6 +292,12 @@ constexpr auto Window(unsigned bits, const Steps<Ns>&... body) {
     return detail::With(detail::Reaching(OpKind::kWindow, {}, Extent::kLength, bits), body...);
 }
 
+// The same behind a Length(bits, of) that does not stand right in front.
+template <std::size_t... Ns>
+constexpr auto WindowBy(std::string_view of, const Steps<Ns>&... body) {
+    return detail::With(detail::Reaching(OpKind::kWindow, of, Extent::kByField), body...);
+}
+
 // Descriptors of `space`: to the end, or behind four reserved bits and a length of twelve, or
 // behind a length of `bits`.
 constexpr Steps<1> Descriptors(std::string_view name, Space space = Space::kMain) {
@@ -361,6 +367,15 @@ template <std::size_t... Ns>
 constexpr auto Try(const Steps<Ns>&... body) {
     Op op;
     op.kind = OpKind::kTry;
+    return detail::With(op, body...);
+}
+
+// The same, and they fit only where they fill what encloses them.
+template <std::size_t... Ns>
+constexpr auto TryAll(const Steps<Ns>&... body) {
+    Op op;
+    op.kind = OpKind::kTry;
+    op.plus = 1;
     return detail::With(op, body...);
 }
 
@@ -469,7 +484,7 @@ constexpr void Resolve(std::array<Op, N>& ops) {
             }
             op.ref = slotOf(ops[before - 1]);
         }
-        if (IsNamed(op) && op.extent == Extent::kByField) {
+        if (op.extent == Extent::kByField) {
             std::size_t before = at;
             while (before > 0 && !((ops[before - 1].kind == OpKind::kLength ||
                                     ops[before - 1].kind == OpKind::kCount) &&

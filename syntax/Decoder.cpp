@@ -282,7 +282,8 @@ bool Decoder::Inside(const Op& op, Frame& frame, std::size_t body, Node* object)
         return false;
     }
     if (reader_.left() / 8 < size) {
-        return Fail(op);
+        // Old splice sections say 0xFFF where they do not know the length.
+        return op.extent == Extent::kByField ? Run(frame, body, body + op.body, object) : Fail(op);
     }
     const std::size_t outerEnd = reader_.end();
     reader_.SetEnd(reader_.position() + size * 8);
@@ -304,7 +305,7 @@ bool Decoder::AtTry(const Op& op, Frame& frame, std::size_t body, Node* object) 
     const std::string_view lastName = lastName_;
     const unsigned depth = depth_;
     Node* const last = object->first == nullptr ? nullptr : object->last;
-    if (Run(frame, body, body + op.body, object)) {
+    if (Run(frame, body, body + op.body, object) && (op.plus == 0 || reader_.left() == 0)) {
         return true;
     }
     if (last == nullptr) {

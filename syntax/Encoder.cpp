@@ -28,6 +28,16 @@ bool IsWordsOf(std::string_view name, const Node& object) {
     return object.Find(name.substr(0, name.size() - kSuffix.size())) != nullptr;
 }
 
+// The width of the length that `op` asks for: it stands at the step that has it.
+unsigned LengthBits(const Op& op, const Frame& frame) {
+    for (const Op& other : frame.steps) {
+        if (other.kind == OpKind::kLength && other.slot == op.ref) {
+            return other.bits;
+        }
+    }
+    return 0;
+}
+
 class Writer {
   public:
     Writer(const Options& options, std::vector<std::uint8_t>& bytes, EncodeError* error)
@@ -76,6 +86,7 @@ class Writer {
 
     bool Refuse(std::string_view name, const std::string& expected);
     const Node* Take(const Node& object, std::string_view name);
+    const Node* Take(const Node& object, const Op& op);
     bool Run(Frame& frame, std::size_t first, std::size_t last, const Node& object);
     bool Number(const Op& op, Frame& frame, const Node& object);
     bool Sized(const Op& op, Frame& frame, const Node& object);
@@ -102,7 +113,8 @@ class Writer {
     bool comparing_ = false;
     ByteView source_;
     const Step* path_ = nullptr;
-    std::size_t lengthAt_ = 0;  // of section_length
+    const Node* next_ = nullptr;  // behind the field that was taken last
+    std::size_t lengthAt_ = 0;    // of section_length
     SectionEnd end_ = SectionEnd::kNone;
 };
 
@@ -126,8 +138,19 @@ const Node* Writer::Take(const Node& object, std::string_view name) {
     return node;
 }
 
+// A tree that was decoded has its fields in the order of the steps.
+const Node* Writer::Take(const Node& object, const Op& op) {
+    const Node* node = next_ != nullptr && next_->op == &op ? next_ : object.Find(op.name);
+    if (node != nullptr) {
+        node->used = true;
+        next_ = node->next;
+    }
+    return node;
+}
+
 bool Writer::Fields(const Known& known, const Node& object) {
     Frame frame{known.steps, {}};
+    next_ = nullptr;
     return Run(frame, 0, known.steps.size(), object) && Trailing(object);
 }
 
@@ -268,7 +291,7 @@ std::uint64_t Writer::GuardValue(const Op& op, const Frame& frame, std::size_t a
 }
 
 bool Writer::Number(const Op& op, Frame& frame, const Node& object) {
-    const Node* node = Take(object, op.name);
+    const Node* node = Take(object, op);
     if (node == nullptr) {
         return Refuse(op.name, "is missing");
     }
@@ -293,7 +316,7 @@ bool Writer::Length(const Op& op, std::size_t at, unsigned bits, std::uint64_t v
 }
 
 bool Writer::Sized(const Op& op, Frame& frame, const Node& object) {
-    const Node* node = Take(object, op.name);
+    const Node* node = Take(object, op);
     if (node == nullptr && (op.kind != OpKind::kBytes || op.extent == Extent::kBits)) {
         return Refuse(op.name, "is missing");
     }
@@ -304,12 +327,7 @@ bool Writer::Sized(const Op& op, Frame& frame, const Node& object) {
         out_.Put(0, lengthBits);
     } else if (op.extent == Extent::kByField) {
         lengthAt = frame.slots[static_cast<std::size_t>(op.ref)];
-        // Its width stands at the step that it came from.
-        for (const Op& other : frame.steps) {
-            if (other.kind == OpKind::kLength && other.slot == op.ref) {
-                lengthBits = other.bits;
-            }
-        }
+        lengthBits = LengthBits(op, frame);
     }
     if (!out_.aligned()) {
         return Refuse(op.name, "does not begin with a byte");
@@ -346,7 +364,7 @@ bool Writer::Sized(const Op& op, Frame& frame, const Node& object) {
 }
 
 bool Writer::Entries(const Op& op, Frame& frame, std::size_t body, const Node& object) {
-    const Node* list = Take(object, op.name);
+    const Node* list = Take(object, op);
     if (list != nullptr && list->type != NodeType::kArray) {
         return Refuse(op.name, "expected a list");
     }
@@ -364,12 +382,14 @@ bool Writer::Entries(const Op& op, Frame& frame, std::size_t body, const Node& o
             if (entry->type != NodeType::kObject) {
                 return Refuse({}, "expected an object");
             }
+            next_ = entry->first;
             if (!Run(frame, body, body + op.body, *entry) || !AllUsed(*entry)) {
                 return false;
             }
             ++count;
         }
     }
+    next_ = list == nullptr ? nullptr : list->next;
     switch (op.extent) {
         case Extent::kLength:
             return Length(op, frontAt, op.extentBits, (out_.position() - begin) / 8);
@@ -395,30 +415,36 @@ bool Writer::Entries(const Op& op, Frame& frame, std::size_t body, const Node& o
 }
 
 bool Writer::OneObject(const Op& op, Frame& frame, std::size_t body, const Node& object) {
-    const Node* inner = Take(object, op.name);
+    const Node* inner = Take(object, op);
     if (inner == nullptr || inner->type != NodeType::kObject) {
         return Refuse(op.name, "expected an object");
     }
     const Step name(*this, op.name);
-    if (op.extent == Extent::kLength) {
-        return Inside(op, frame, body, *inner) && AllUsed(*inner);
-    }
-    return Run(frame, body, body + op.body, *inner) && AllUsed(*inner);
+    next_ = inner->first;
+    const bool fits = op.extent == Extent::kLength ? Inside(op, frame, body, *inner)
+                                                   : Run(frame, body, body + op.body, *inner);
+    next_ = inner->next;
+    return fits && AllUsed(*inner);
 }
 
 bool Writer::Inside(const Op& op, Frame& frame, std::size_t body, const Node& object) {
-    const std::size_t frontAt = out_.position();
+    std::size_t frontAt = out_.position();
+    unsigned bits = op.extentBits;
+    if (op.extent == Extent::kByField) {
+        frontAt = frame.slots[static_cast<std::size_t>(op.ref)];
+        bits = LengthBits(op, frame);
+    }
     out_.Put(0, op.extentBits);
     const std::size_t begin = out_.position();
     if (!Run(frame, body, body + op.body, object) ||
         (op.kind == OpKind::kObject && !Trailing(object))) {
         return false;
     }
-    return Length(op, frontAt, op.extentBits, (out_.position() - begin) / 8);
+    return Length(op, frontAt, bits, (out_.position() - begin) / 8);
 }
 
 bool Writer::DescriptorLoop(const Op& op, const Node& object) {
-    const Node* list = Take(object, op.name);
+    const Node* list = Take(object, op);
     if (list != nullptr && list->type != NodeType::kArray) {
         return Refuse(op.name, "expected a list of descriptors");
     }
@@ -440,6 +466,7 @@ bool Writer::DescriptorLoop(const Op& op, const Node& object) {
             }
         }
     }
+    next_ = list == nullptr ? nullptr : list->next;
     return op.extent != Extent::kLength ||
            Length(op, frontAt, op.extentBits, (out_.position() - begin) / 8);
 }

@@ -1,5 +1,6 @@
 #include "syntax/Json.h"
 
+#include <array>
 #include <charconv>
 
 #include "syntax/Hex.h"
@@ -25,7 +26,7 @@ class JsonWriter {
         for (const Node* child = node.first; child != nullptr; child = child->next) {
             Separate(first);
             if (object) {
-                PutName(child->name, {});
+                PutName(*child);
             }
             Write(*child);
             if (object && child->op != nullptr) {
@@ -55,20 +56,20 @@ class JsonWriter {
         Break();
     }
 
-    // Names of fields need no escapes, those of documents may.
-    void PutName(std::string_view name, std::string_view suffix) {
-        if (suffix.empty()) {
-            WriteJsonString(name, out_);
-        } else {
-            out_ += '"';
-            out_ += name;
-            out_ += suffix;
-            out_ += '"';
+    void PutName(const Node& child) {
+        if (child.op != nullptr) {
+            return PutPlainName(child.name, {});
         }
-        out_ += ':';
-        if (indented_) {
-            out_ += ' ';
-        }
+        WriteJsonString(child.name, out_);
+        out_ += indented_ ? ": " : ":";
+    }
+
+    // Names of fields need no escapes.
+    void PutPlainName(std::string_view name, std::string_view suffix) {
+        out_ += '"';
+        out_ += name;
+        out_ += suffix;
+        out_ += indented_ ? "\": " : "\":";
     }
 
     // The words for a value, the table of a text.
@@ -78,7 +79,7 @@ class JsonWriter {
             if (!words.empty()) {
                 bool first = false;
                 Separate(first);
-                PutName(child.name, "_name");
+                PutPlainName(child.name, "_name");
                 WriteJsonString(words, out_);
             }
         } else if (child.op->kind == OpKind::kText && child.type == NodeType::kBytes) {
@@ -86,7 +87,7 @@ class JsonWriter {
             if (!table.empty()) {
                 bool first = false;
                 Separate(first);
-                PutName(TextTableName(child.name), {});
+                PutPlainName(TextTableName(child.name), {});
                 WriteJsonString(table, out_);
             }
         }
@@ -127,6 +128,15 @@ class JsonWriter {
     Scalar scalar_;
 };
 
+// Bytes that stand for themselves whatever follows.
+constexpr std::array<bool, 256> kPlain = [] {
+    std::array<bool, 256> plain{};
+    for (unsigned c = 0x20; c < 256; ++c) {
+        plain[c] = c != '"' && c != '\\' && c != 0x7F && c != 0xC2;
+    }
+    return plain;
+}();
+
 }  // namespace
 
 void WriteJson(const Node& node, const TextRules& rules, bool indented, std::string& out) {
@@ -138,10 +148,13 @@ void WriteJsonString(std::string_view text, std::string& out) {
     std::size_t begin = 0;
     for (std::size_t at = 0; at < text.size(); ++at) {
         const auto c = static_cast<unsigned char>(text[at]);
+        if (kPlain[c]) {
+            continue;
+        }
         // U+0080 to U+009F are C2 80 to C2 9F: visible as escapes.
         const bool control =
             c == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0;
-        if (c >= 0x20 && c != '"' && c != '\\' && c != 0x7F && !control) {
+        if (c == 0xC2 && !control) {
             continue;
         }
         out.append(text, begin, at - begin);

@@ -77,7 +77,6 @@ enum class Space : std::uint8_t {
     kUpdate,         // UNT
     kIpMac,          // INT
     kCarousel,       // groups and modules of DSM-CC
-    kStream,         // DSM-CC stream descriptors
     kSplice,         // SCTE 35
     kResolution,     // RNT
 };

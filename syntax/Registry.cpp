@@ -8,12 +8,13 @@ namespace syntax {
 
 namespace {
 
+constexpr std::size_t kSpaces = static_cast<std::size_t>(Space::kResolution) + 1;
 constexpr std::uint32_t kGa94 = 0x47413934;  // registration_descriptor of ATSC (A/53)
 
 struct Lists {
     std::vector<Known> all;
     std::array<const Known*, 256> tables{};
-    std::vector<const Known*> byTag[10][256];
+    std::vector<const Known*> byTag[kSpaces][256];
     const Known* other = nullptr;  // sections that nobody declared
 };
 
@@ -28,7 +29,14 @@ const Lists& TheLists() {
                                     DvbDescriptors(),
                                     DvbExtensionDescriptors(),
                                     ApplicationDescriptors(),
-                                    PrivateDescriptors()};
+                                    PrivateDescriptors(),
+                                    IsdbDescriptors(),
+                                    AtscDescriptors(),
+                                    UpdateDescriptors(),
+                                    IpMacDescriptors(),
+                                    CarouselDescriptors(),
+                                    SpliceDescriptors(),
+                                    ResolutionDescriptors()};
         for (const GroupView& group : groups) {
             for (const Head& head : group.heads) {
                 made->all.push_back({head, group.ops.subspan(head.first, head.count)});

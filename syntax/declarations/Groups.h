@@ -14,5 +14,13 @@ GroupView DvbDescriptors();
 GroupView DvbExtensionDescriptors();  // DvbExtensions.cpp
 GroupView ApplicationDescriptors();   // Applications.cpp
 GroupView PrivateDescriptors();       // Private.cpp
+GroupView IsdbDescriptors();
+GroupView AtscDescriptors();
+// In OtherTables.cpp
+GroupView UpdateDescriptors();
+GroupView IpMacDescriptors();
+GroupView CarouselDescriptors();
+GroupView SpliceDescriptors();
+GroupView ResolutionDescriptors();
 
 }  // namespace syntax
