@@ -3,7 +3,6 @@
 // also chooses the options of reading.
 
 #include <cerrno>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -17,11 +16,9 @@
 #include <vector>
 
 #include "softplatform/fault/FaultSpec.h"
-#include "softplatform/input/BufferSource.h"
-#include "softplatform/input/InputOptions.h"
-#include "softplatform/input/OpenInput.h"
 #include "softplatform/input/UdpAddress.h"
 #include "softplatform/input/dvb/DvbAddress.h"
+#include "softplatform/service/SoftwarePlatform.h"
 #include "tools/torvelsi/Arguments.h"
 
 namespace {
@@ -32,7 +29,7 @@ struct Asked {
     int sockets = 0;
 };
 
-Asked* s_asked = nullptr;  // null outside of OpenInput
+Asked* s_asked = nullptr;  // null outside of OpenSource
 
 }  // namespace
 
@@ -99,12 +96,12 @@ Asked Expected(const std::string& uri, bool dvr) {
     return expected;
 }
 
-void OpenNothing(const std::string& uri, const tvservice::InputOptions& options) {
+void OpenNothing(const std::string& uri, const tvservice::SourceOptions& options) {
     const Asked expected = Expected(uri, options.dvr);
     Asked asked;
     std::string error;
     s_asked = &asked;
-    const auto source = tvservice::OpenInput(uri, options, error);
+    const auto source = tvservice::OpenSource(uri, options, error);
     s_asked = nullptr;
     RequireWord(source != nullptr, error);
     Require(asked.paths == expected.paths && asked.sockets == expected.sockets);
@@ -112,7 +109,7 @@ void OpenNothing(const std::string& uri, const tvservice::InputOptions& options)
     Require(source == nullptr || (uri == "-" && !options.dvr && !options.loop && !options.follow));
 }
 
-tvservice::InputOptions OptionsOf(unsigned choice) {
+tvservice::SourceOptions OptionsOf(unsigned choice) {
     constexpr double kPaces[] = {0,
                                  1,
                                  0.5,
@@ -121,7 +118,7 @@ tvservice::InputOptions OptionsOf(unsigned choice) {
                                  -1,
                                  std::numeric_limits<double>::infinity(),
                                  std::numeric_limits<double>::quiet_NaN()};
-    tvservice::InputOptions options;
+    tvservice::SourceOptions options;
     options.loop = (choice & 1) != 0;
     options.follow = (choice & 2) != 0;
     options.dvr = (choice & 4) != 0;
@@ -130,15 +127,16 @@ tvservice::InputOptions OptionsOf(unsigned choice) {
 }
 
 // A stream in memory can be read again and has an end.
-void Wrap(const std::string& name, const tvservice::InputOptions& options) {
+void Wrap(const std::string& name, const tvservice::SourceOptions& options) {
     std::string error;
     const auto source = tvservice::WithOptions(
-        std::make_shared<tvservice::BufferSource>(name, std::vector<std::uint8_t>(188), 0), options,
-        error);
+        tvservice::MemorySource(name, std::vector<unsigned char>(188)), options, error);
     RequireWord(source != nullptr, error);
-    Require((source != nullptr) == (!(options.loop && options.follow) && options.pace >= 0 &&
-                                    std::isfinite(options.pace)));
-    Require(source == nullptr || source->live() == (options.loop || options.follow));
+    Require((source != nullptr) == (!(options.loop && options.follow) &&
+                                    (options.pace == 0 || (options.pace >= tvservice::kMinPace &&
+                                                           options.pace <= tvservice::kMaxPace))));
+    Require(source == nullptr ||
+            tvservice::Describe(*source).live == (options.loop || options.follow));
 }
 
 // None where the text is refused, in words.
@@ -176,7 +174,7 @@ void ParseNumbers(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
-    const tvservice::InputOptions options = OptionsOf(size > 0 ? data[size - 1] : 0);
+    const tvservice::SourceOptions options = OptionsOf(size > 0 ? data[size - 1] : 0);
     for (const char* const scheme : {"", "udp://", "rtp://", "dvb:"}) {
         OpenNothing(scheme + text, {});
         OpenNothing(scheme + text, options);

@@ -15,6 +15,7 @@ import tempfile
 PLATFORM = "platform"
 SI = "SI/Include"
 SERVICE_HEADER = "softplatform/service/SoftwarePlatform.h"
+SECTION_VIEW = "softplatform/section/SectionView.h"
 
 # room -> what it may include beside itself and the standard library
 ROOMS = {
@@ -29,7 +30,7 @@ ROOMS = {
     "softplatform/descriptor": ["softplatform/base", PLATFORM],
     "softplatform/table": ["softplatform/descriptor", "softplatform/section", "softplatform/base",
                            PLATFORM],
-    "softplatform/input": ["softplatform/base"],
+    "softplatform/input": ["softplatform/base", SERVICE_HEADER],
     "softplatform/fault": ["softplatform/input", "softplatform/section", "softplatform/base"],
     "softplatform/log": ["softplatform/base", PLATFORM],
     "softplatform/service": [PLATFORM, "softplatform"],
@@ -37,7 +38,8 @@ ROOMS = {
     "syntax": ["softplatform/base", "softplatform/text"],
     "generator": ["softplatform/base", "softplatform/text"],
     "client": [SI, PLATFORM, SERVICE_HEADER, "softplatform/text"],
-    "tools": ["client", "generator", "syntax", SI, PLATFORM, SERVICE_HEADER, "softplatform/text"],
+    "tools": ["client", "generator", "syntax", SI, PLATFORM, SERVICE_HEADER, SECTION_VIEW,
+              "softplatform/text"],
     "tests": ["*"],
     "bench": ["*"],
     "fuzz": ["*"],
@@ -121,6 +123,8 @@ def self_test():
         ("client/a.cpp", "softplatform/service/Pump.h"),
         ("generator/a.cpp", "tools/b.h"),
         ("syntax/a.cpp", "softplatform/ts/b.h"),
+        ("softplatform/input/a.cpp", "softplatform/service/Pump.h"),
+        ("tools/a.cpp", "softplatform/section/SectionAssembler.h"),
         ("client/a.cpp", "tests/b.h"),
     ]
     for (source, target), include in itertools.product(planted, ('"{}"', "<{}>")):

@@ -31,8 +31,8 @@ uint32_t PidOf(const uint8_t* packet) {
 
 }  // namespace
 
-FaultySource::FaultySource(std::shared_ptr<Source> source, std::shared_ptr<FaultPlan> plan)
-    : Source(source->name()),
+FaultySource::FaultySource(std::shared_ptr<ByteSource> source, std::shared_ptr<FaultPlan> plan)
+    : ByteSource(source->name()),
       source_(std::move(source)),
       plan_(std::move(plan)),
       alwaysReady_(AlwaysReady()),
@@ -76,7 +76,7 @@ ReadResult FaultySource::Read(uint8_t* buffer, size_t size) {
         ReadResult read = source_->Read(chunk_.data(), chunk_.size());
         switch (read.status) {
             case ReadResult::kBytes:
-                TakeIn(chunk_.data(), read.size);
+                TakeIn(read.bytes);
                 if (out_.empty()) {
                     mayGoOn_ = true;
                     return {ReadResult::kWouldBlock};
@@ -96,11 +96,11 @@ ReadResult FaultySource::Read(uint8_t* buffer, size_t size) {
     const size_t count = std::min(size, out_.size() - outAt_);
     std::copy_n(out_.data() + outAt_, count, buffer);
     outAt_ += count;
-    return {ReadResult::kBytes, count};
+    return {ReadResult::kBytes, {buffer, count}};
 }
 
-void FaultySource::TakeIn(const uint8_t* bytes, size_t size) {
-    open_.insert(open_.end(), bytes, bytes + size);
+void FaultySource::TakeIn(ByteView bytes) {
+    open_.insert(open_.end(), bytes.begin(), bytes.end());
     auto at = open_.cbegin();
     for (;;) {
         const auto sync = std::find(at, open_.cend(), kSyncByte);

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "softplatform/fault/FaultPlan.h"
-#include "softplatform/input/Descriptor.h"
-#include "softplatform/input/Source.h"
+#include "softplatform/input/ByteSource.h"
+#include "softplatform/input/FileDescriptor.h"
 
 namespace tvservice {
 
@@ -24,11 +24,11 @@ namespace tvservice {
 // end comes out there. Without planned packet faults the bytes are those of the source.
 //
 // After Rewind the same faults happen again. `count` of the plan goes on.
-class FaultySource final : public Source {
+class FaultySource final : public ByteSource {
   public:
     // `source` becomes this one's alone. Throws std::system_error when the process has no
     // descriptor left.
-    FaultySource(std::shared_ptr<Source> source, std::shared_ptr<FaultPlan> plan);
+    FaultySource(std::shared_ptr<ByteSource> source, std::shared_ptr<FaultPlan> plan);
 
     // 0 where packets are dropped or sent twice.
     uint64_t size() const override;
@@ -56,14 +56,14 @@ class FaultySource final : public Source {
     };
 
     void Start();
-    void TakeIn(const uint8_t* bytes, size_t size);
+    void TakeIn(ByteView bytes);
     void OnPacket(Packet packet);
     void End(ReadResult result);
     void Put(const Packet& packet, unsigned copies);
 
-    const std::shared_ptr<Source> source_;
+    const std::shared_ptr<ByteSource> source_;
     const std::shared_ptr<FaultPlan> plan_;
-    const Descriptor alwaysReady_;
+    const FileDescriptor alwaysReady_;
     std::vector<uint8_t> chunk_;
 
     std::vector<FaultTrigger> triggers_;

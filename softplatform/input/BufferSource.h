@@ -5,15 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "softplatform/input/Source.h"
+#include "softplatform/base/ByteView.h"
+#include "softplatform/input/ByteSource.h"
 
 namespace tvservice {
 
-// A stream in memory.
-class BufferSource final : public Source {
+// A stream in memory. Its bytes are lent, never copied.
+class BufferSource final : public ByteSource {
   public:
-    // `piece` is the number of bytes that one read hands over; 0: as many as are asked for.
+    // The source keeps `bytes`. One read gives at most `piece` bytes; 0: as many as are asked for.
     BufferSource(std::string name, std::vector<uint8_t> bytes, size_t piece);
+
+    // The same over `bytes` that the caller keeps, alive and unchanged for as long as the source.
+    BufferSource(std::string name, ByteView bytes, size_t piece);
 
     uint64_t size() const override { return bytes_.size(); }
     bool rewindable() const override { return true; }
@@ -22,9 +26,10 @@ class BufferSource final : public Source {
     int descriptor() const override { return -1; }
 
   private:
-    const std::vector<uint8_t> bytes_;
+    const std::vector<uint8_t> kept_;  // empty when the caller keeps them
+    const ByteView bytes_;
     const size_t piece_;
-    size_t offset_ = 0;
+    ByteView left_;  // of bytes_
 };
 
 }  // namespace tvservice

@@ -4,18 +4,18 @@
 #include <cstdint>
 #include <string>
 
-#include "softplatform/input/Descriptor.h"
-#include "softplatform/input/Source.h"
+#include "softplatform/input/ByteSource.h"
+#include "softplatform/input/FileDescriptor.h"
 
 namespace tvservice {
 
 // A file that can be read at any offset. It may grow while it is read: it ends where a read finds
 // nothing more, and can be read on when there is. One that becomes shorter than what was read of it
 // fails.
-class FileSource final : public Source {
+class FileSource final : public ByteSource {
   public:
     // `file` is open for reading and becomes the source's; `size` is its size when it was opened.
-    FileSource(std::string name, Descriptor file, uint64_t size);
+    FileSource(std::string name, FileDescriptor file, uint64_t size);
 
     uint64_t size() const override { return size_; }
     bool rewindable() const override { return true; }
@@ -24,7 +24,7 @@ class FileSource final : public Source {
     int descriptor() const override { return -1; }
 
   private:
-    const Descriptor file_;
+    const FileDescriptor file_;
     const uint64_t size_;
     uint64_t offset_ = 0;
 };

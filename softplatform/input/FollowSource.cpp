@@ -4,8 +4,8 @@
 
 namespace tvservice {
 
-FollowSource::FollowSource(std::shared_ptr<Source> source, std::unique_ptr<Timer> timer)
-    : Source(source->name()), source_(std::move(source)), timer_(std::move(timer)) {}
+FollowSource::FollowSource(std::shared_ptr<ByteSource> source, std::unique_ptr<Timer> timer)
+    : ByteSource(source->name()), source_(std::move(source)), timer_(std::move(timer)) {}
 
 ReadResult FollowSource::Read(uint8_t* buffer, size_t size) {
     ReadResult result = source_->Read(buffer, size);

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "softplatform/input/Source.h"
+#include "softplatform/input/ByteSource.h"
 #include "softplatform/input/Timer.h"
 
 namespace tvservice {
@@ -12,13 +12,13 @@ namespace tvservice {
 // A file that grows while it is read: where it ends, there is nothing more yet. It is looked at
 // again every kInterval, which works on every file system, whoever writes to it from wherever. A
 // file that becomes shorter than what was read of it fails.
-class FollowSource final : public Source {
+class FollowSource final : public ByteSource {
   public:
     static constexpr std::chrono::milliseconds kInterval{50};
 
     // `source` is a file (FileSource), which can give more after it has ended; both become this
     // one's alone.
-    FollowSource(std::shared_ptr<Source> source, std::unique_ptr<Timer> timer);
+    FollowSource(std::shared_ptr<ByteSource> source, std::unique_ptr<Timer> timer);
 
     uint64_t size() const override { return 0; }
     bool rewindable() const override { return source_->rewindable(); }
@@ -28,7 +28,7 @@ class FollowSource final : public Source {
     int descriptor() const override { return timer_->descriptor(); }
 
   private:
-    const std::shared_ptr<Source> source_;
+    const std::shared_ptr<ByteSource> source_;
     const std::unique_ptr<Timer> timer_;
 };
 

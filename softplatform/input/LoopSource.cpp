@@ -6,8 +6,8 @@
 
 namespace tvservice {
 
-LoopSource::LoopSource(std::shared_ptr<Source> source)
-    : Source(source->name()), source_(std::move(source)) {}
+LoopSource::LoopSource(std::shared_ptr<ByteSource> source)
+    : ByteSource(source->name()), source_(std::move(source)) {}
 
 bool LoopSource::Rewind() {
     isAtStart_ = true;
@@ -18,7 +18,7 @@ ReadResult LoopSource::Read(uint8_t* buffer, size_t size) {
     ReadResult result = source_->Read(buffer, size);
     if (result.status == ReadResult::kEnd && !isAtStart_) {
         if (!Rewind()) {
-            return {ReadResult::kFailed, 0, "cannot start " + Visible(name()) + " again"};
+            return {ReadResult::kFailed, {}, "cannot start " + Visible(name()) + " again"};
         }
         result = source_->Read(buffer, size);
     }

@@ -4,16 +4,16 @@
 #include <cstdint>
 #include <memory>
 
-#include "softplatform/input/Source.h"
+#include "softplatform/input/ByteSource.h"
 
 namespace tvservice {
 
 // Another source over and over: at its end it starts again, as one stream without an end. Where end
 // and start meet, the stream has the jumps that such a cut makes. A source that is empty ends.
-class LoopSource final : public Source {
+class LoopSource final : public ByteSource {
   public:
     // `source` is rewindable and becomes this one's alone.
-    explicit LoopSource(std::shared_ptr<Source> source);
+    explicit LoopSource(std::shared_ptr<ByteSource> source);
 
     uint64_t size() const override { return 0; }
     bool rewindable() const override { return true; }
@@ -23,7 +23,7 @@ class LoopSource final : public Source {
     int descriptor() const override { return source_->descriptor(); }
 
   private:
-    const std::shared_ptr<Source> source_;
+    const std::shared_ptr<ByteSource> source_;
     bool isAtStart_ = true;
 };
 

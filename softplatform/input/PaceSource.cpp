@@ -5,13 +5,14 @@
 
 namespace tvservice {
 
-PaceSource::PaceSource(std::shared_ptr<Source> source, std::unique_ptr<Timer> timer, double speed)
-    : Source(source->name()),
+PaceSource::PaceSource(std::shared_ptr<ByteSource> source, std::unique_ptr<Timer> timer,
+                       double speed)
+    : ByteSource(source->name()),
       source_(std::move(source)),
       timer_(std::move(timer)),
       speed_(speed),
       schedule_(speed),
-      ahead_(kReadAhead) {}
+      buffer_(kReadAhead) {}
 
 bool PaceSource::Rewind() {
     if (!source_->Rewind()) {
@@ -19,12 +20,12 @@ bool PaceSource::Rewind() {
     }
     scanner_.Reset();
     schedule_ = PcrSchedule(speed_);
-    filled_ = taken_ = 0;
+    ahead_ = {};
     due_.reset();
     return true;
 }
 
-ReadResult PaceSource::Read(uint8_t* buffer, size_t size) {
+ReadResult PaceSource::Read(uint8_t* /*buffer*/, size_t size) {
     if (due_) {
         if (timer_->Now() < *due_) {
             timer_->WakeAt(*due_);
@@ -32,23 +33,21 @@ ReadResult PaceSource::Read(uint8_t* buffer, size_t size) {
         }
         due_.reset();
     }
-    if (taken_ == filled_) {
-        ReadResult result = source_->Read(ahead_.data(), ahead_.size());
+    if (ahead_.empty()) {
+        ReadResult result = source_->Read(buffer_.data(), buffer_.size());
         if (result.status != ReadResult::kBytes) {
             return result;
         }
-        filled_ = result.size;
-        taken_ = 0;
+        ahead_ = result.bytes;
     }
     std::optional<Pcr> pcr;
-    const size_t count =
-        scanner_.Scan(ahead_.data() + taken_, std::min(size, filled_ - taken_), pcr);
-    std::copy_n(ahead_.data() + taken_, count, buffer);
-    taken_ += count;
+    const size_t count = scanner_.Scan(ahead_.data(), std::min(size, ahead_.size()), pcr);
+    const ByteView lent = ahead_.Subview(0, count);
+    ahead_ = ahead_.Subview(count);
     if (pcr) {
         due_ = schedule_.Due(*pcr, timer_->Now());
     }
-    return {ReadResult::kBytes, count};
+    return {ReadResult::kBytes, lent};
 }
 
 }  // namespace tvservice

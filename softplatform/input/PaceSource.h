@@ -7,9 +7,9 @@
 #include <optional>
 #include <vector>
 
+#include "softplatform/input/ByteSource.h"
 #include "softplatform/input/PcrScanner.h"
 #include "softplatform/input/PcrSchedule.h"
-#include "softplatform/input/Source.h"
 #include "softplatform/input/Timer.h"
 
 namespace tvservice {
@@ -19,12 +19,12 @@ namespace tvservice {
 // soon as there is room. A stream without PCRs is not held back.
 //
 // Reads ahead of the pace by up to kReadAhead bytes.
-class PaceSource final : public Source {
+class PaceSource final : public ByteSource {
   public:
     static constexpr size_t kReadAhead = 64 * 1024;
 
     // Both become this one's alone. `speed` is above 0; 1 is real time.
-    PaceSource(std::shared_ptr<Source> source, std::unique_ptr<Timer> timer, double speed);
+    PaceSource(std::shared_ptr<ByteSource> source, std::unique_ptr<Timer> timer, double speed);
 
     uint64_t size() const override { return source_->size(); }
     bool rewindable() const override { return source_->rewindable(); }
@@ -34,14 +34,13 @@ class PaceSource final : public Source {
     int descriptor() const override { return due_ ? timer_->descriptor() : source_->descriptor(); }
 
   private:
-    const std::shared_ptr<Source> source_;
+    const std::shared_ptr<ByteSource> source_;
     const std::unique_ptr<Timer> timer_;
     const double speed_;
     PcrScanner scanner_;
     PcrSchedule schedule_;
-    std::vector<uint8_t> ahead_;  // what was read ahead
-    size_t filled_ = 0;
-    size_t taken_ = 0;
+    std::vector<uint8_t> buffer_;
+    ByteView ahead_;  // what was read ahead: in buffer_, or lent by the source
     std::optional<std::chrono::nanoseconds> due_;  // when the next byte is, where that is known
 };
 

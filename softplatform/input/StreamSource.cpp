@@ -10,8 +10,8 @@
 
 namespace tvservice {
 
-StreamSource::StreamSource(std::string name, Descriptor stream, bool live, ReadCall read)
-    : Source(std::move(name)), stream_(std::move(stream)), isLive_(live), read_(read) {}
+StreamSource::StreamSource(std::string name, FileDescriptor stream, bool live, ReadCall read)
+    : ByteSource(std::move(name)), stream_(std::move(stream)), isLive_(live), read_(read) {}
 
 ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
     wasRead_ = true;
@@ -27,7 +27,7 @@ ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
             const ssize_t count = read_(stream_.get(), buffer, size);
             if (count > 0) {
                 offset_ += static_cast<uint64_t>(count);
-                return {ReadResult::kBytes, static_cast<size_t>(count)};
+                return {ReadResult::kBytes, {buffer, static_cast<size_t>(count)}};
             }
             if (count == 0) {
                 return {ReadResult::kEnd};
@@ -41,7 +41,7 @@ ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
             }
         }
         if (errno != EINTR) {
-            return {ReadResult::kFailed, 0, ReadErrorText(name(), offset_, errno)};
+            return {ReadResult::kFailed, {}, ReadErrorText(name(), offset_, errno)};
         }
     }
 }

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 
 namespace tvservice {
 
@@ -37,7 +37,7 @@ class SystemTimer final : public Timer {
     int descriptor() const override { return timer_.get(); }
 
   private:
-    const Descriptor timer_;
+    const FileDescriptor timer_;
 };
 
 }  // namespace tvservice

@@ -72,7 +72,7 @@ bool Bind(int socket, const UdpAddress& address) {
 
 std::unique_ptr<UdpSocket> UdpSocket::Open(const UdpAddress& address, Counters& counters,
                                            int& error) {
-    Descriptor socket(
+    FileDescriptor socket(
         ::socket(address.address.ss_family, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (socket.get() >= 0) {
         Prepare(socket.get());
@@ -85,7 +85,7 @@ std::unique_ptr<UdpSocket> UdpSocket::Open(const UdpAddress& address, Counters& 
     return std::unique_ptr<UdpSocket>(new UdpSocket(std::move(socket), counters));
 }
 
-UdpSocket::UdpSocket(Descriptor socket, Counters& counters)
+UdpSocket::UdpSocket(FileDescriptor socket, Counters& counters)
     : socket_(std::move(socket)),
       counters_(counters),
       bytes_(std::make_unique_for_overwrite<uint8_t[]>(kBatch * kDatagramSize)) {}

@@ -9,7 +9,7 @@
 
 #include "softplatform/base/ByteView.h"
 #include "softplatform/base/Counters.h"
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 #include "softplatform/input/UdpAddress.h"
 
 namespace tvservice {
@@ -49,7 +49,7 @@ class UdpSocket {
     uint16_t port() const;
 
   private:
-    UdpSocket(Descriptor socket, Counters& counters);
+    UdpSocket(FileDescriptor socket, Counters& counters);
 
     bool ReceiveBatch();
     void CountDrops(msghdr& header);
@@ -57,7 +57,7 @@ class UdpSocket {
     static constexpr size_t kBatch = 64;
     static constexpr size_t kDatagramSize = 65536;  // no datagram is longer
 
-    const Descriptor socket_;
+    const FileDescriptor socket_;
     Counters& counters_;
     // kBatch datagrams. Left uninitialised: a page that no datagram reaches costs no memory.
     const std::unique_ptr<uint8_t[]> bytes_;

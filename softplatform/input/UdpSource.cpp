@@ -33,7 +33,7 @@ std::unique_ptr<UdpSocket> UdpSource::OpenSocket(const std::string& uri, std::st
 }
 
 UdpSource::UdpSource(std::string uri, std::unique_ptr<UdpSocket> socket, Counters& counters)
-    : Source(std::move(uri)), socket_(std::move(socket)), counters_(counters) {}
+    : ByteSource(std::move(uri)), socket_(std::move(socket)), counters_(counters) {}
 
 ReadResult UdpSource::Read(uint8_t* buffer, size_t size) {
     size_t filled = 0;
@@ -47,7 +47,8 @@ ReadResult UdpSource::Read(uint8_t* buffer, size_t size) {
                 }
                 return next.status == UdpSocket::Received::kNothing
                            ? ReadResult{ReadResult::kWouldBlock}
-                           : ReadResult{ReadResult::kFailed, 0,
+                           : ReadResult{ReadResult::kFailed,
+                                        {},
                                         ReadErrorText(name(), offset_, next.error)};
             }
             left_ = next.datagram;
@@ -58,7 +59,7 @@ ReadResult UdpSource::Read(uint8_t* buffer, size_t size) {
         filled += count;
         offset_ += count;
     }
-    return {ReadResult::kBytes, filled};
+    return {ReadResult::kBytes, {buffer, filled}};
 }
 
 UdpSocket::Received UdpSource::Next() {

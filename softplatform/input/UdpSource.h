@@ -7,7 +7,7 @@
 
 #include "softplatform/base/ByteView.h"
 #include "softplatform/base/Counters.h"
-#include "softplatform/input/Source.h"
+#include "softplatform/input/ByteSource.h"
 #include "softplatform/input/UdpAddress.h"
 #include "softplatform/input/UdpSocket.h"
 
@@ -16,7 +16,7 @@ namespace tvservice {
 // A transport stream in UDP datagrams, unicast or multicast: live, without an end. Datagrams that
 // are empty are counted (kMalformedDatagrams), as are those that the kernel had no room for
 // (kKernelDrops).
-class UdpSource : public Source {
+class UdpSource : public ByteSource {
   public:
     // Binds the address of `uri` ("udp://...", see ParseUdpUri) and joins its group. Null on
     // failure; `error` then receives a line that names `uri` and the reason. `counters` is

@@ -19,7 +19,7 @@ bool DvbFeed::WaitAndDeliver(int wake, std::string& error) {
     if (changes_ != engine_.changes()) {
         AskForWhatIsWanted();
     }
-    const bool isWell = demux_->Turn(wake, error);
+    const bool isWell = demux_->WaitAndDeliver(wake, error);
     const uint64_t overflows = demux_->overflows();
     counters_.Add(Counter::kDeviceOverflows, overflows - std::exchange(overflows_, overflows));
     const uint64_t malformed = demux_->malformed_sections();

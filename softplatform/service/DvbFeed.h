@@ -26,7 +26,7 @@ class DvbFeed final : private DvbDemuxSink {
             std::function<void(size_t size, size_t calls)> onSection);
 
     // Waits until there are sections or `wake` is readable, and offers what there is; see
-    // DvbDemux::Turn. False when the device failed; `error` then receives the line.
+    // DvbDemux::WaitAndDeliver. False when the device failed; `error` then receives the line.
     bool WaitAndDeliver(int wake, std::string& error);
 
   private:

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "platform/Log.h"
-#include "softplatform/input/dvb/DvbSource.h"
 #include "softplatform/section/SectionView.h"
 #include "softplatform/service/DvbFeed.h"
 
@@ -65,7 +64,10 @@ void Pump::Stop() {
 
 bool Pump::Play(SourcePtr source, const PlayOptions& options) {
     MutexLock lock(mutex_);
-    if (!running_ || playing_ || source == nullptr || !source->Rewind()) {
+    if (!running_ || playing_ || source == nullptr) {
+        return false;
+    }
+    if (const auto bytes = source->bytes(); bytes != nullptr && !bytes->Rewind()) {
         return false;
     }
     counters_.ResetStream();
@@ -147,15 +149,25 @@ std::optional<Pump::Job> Pump::NextJob() {
 }
 
 InputEnd Pump::PlayThrough(const Job& job) {
-    const DvbSource* const dvb = job.source->dvb();
-    engine_.Reset(dvb != nullptr ? Feed::kDeviceSections : Feed::kPackets);
     sinceBarrier_ = 0;
-    return dvb != nullptr ? PlayDvb(*dvb, job.options) : PlayPackets(*job.source, job.options);
+    if (const auto bytes = job.source->bytes()) {
+        engine_.Reset(Feed::kPackets);
+        return PlayBytes(*bytes, job.options);
+    }
+    engine_.Reset(Feed::kDeviceSections);
+    return PlayDevice(*job.source->device(), job.options);
 }
 
-InputEnd Pump::PlayPackets(Source& source, const PlayOptions& options) {
+InputEnd Pump::PlayBytes(ByteSource& source, const PlayOptions& options) {
     InputEnd interrupted{InputEnd::kInterrupted, {}};
     PacketSync sync(counters_);
+    const auto onPacket = [&](const uint8_t* packet) {
+        if (OnPacket(packet, options)) {
+            return true;
+        }
+        StorePacketSize(sync);  // before the interrupted Feed forgets it
+        return false;
+    };
     uint64_t losses = 0;
     while (!interrupt_.load(std::memory_order_relaxed)) {
         const ReadResult read = source.Read(buffer_.data(), buffer_.size());
@@ -166,38 +178,35 @@ InputEnd Pump::PlayPackets(Source& source, const PlayOptions& options) {
                 source.name().c_str());
         }
         switch (read.status) {
-            case ReadResult::kBytes: {
-                const auto onPacket = [&](const uint8_t* packet) {
-                    return OnPacket(packet, options);
-                };
-                if (!sync.Feed(buffer_.data(), read.size, onPacket)) {
+            case ReadResult::kBytes:
+                if (!sync.Feed(read.bytes.data(), read.bytes.size(), onPacket)) {
                     return interrupted;
                 }
-                packetSize_.store(static_cast<unsigned>(sync.packet_size()),
-                                  std::memory_order_relaxed);
+                StorePacketSize(sync);
                 ApplyChanges(options);  // there may have been no packet in all that
                 break;
-            }
             case ReadResult::kWouldBlock:
                 WaitForInput(source.descriptor(), options);
                 break;
             case ReadResult::kEnd:
-                return End(sync, options, {InputEnd::kEndOfInput, {}});
             case ReadResult::kFailed:
-                return End(sync, options, {InputEnd::kFailed, read.error});
+                if (!sync.Finish(onPacket)) {
+                    return interrupted;
+                }
+                StorePacketSize(sync);
+                return End(read.status == ReadResult::kEnd
+                               ? InputEnd{InputEnd::kEndOfInput, {}}
+                               : InputEnd{InputEnd::kFailed, read.error});
         }
     }
     return interrupted;
 }
 
-InputEnd Pump::End(PacketSync& sync, const PlayOptions& options, InputEnd end) {
-    const bool finished =
-        sync.Finish([&](const uint8_t* packet) { return OnPacket(packet, options); });
+void Pump::StorePacketSize(const PacketSync& sync) {
     packetSize_.store(static_cast<unsigned>(sync.packet_size()), std::memory_order_relaxed);
-    return finished ? End(std::move(end)) : InputEnd{InputEnd::kInterrupted, {}};
 }
 
-InputEnd Pump::PlayDvb(const DvbSource& source, const PlayOptions& options) {
+InputEnd Pump::PlayDevice(const DvbSource& source, const PlayOptions& options) {
     DvbFeed feed(source, engine_, counters_,
                  [&](size_t bytes, size_t calls) { PassBarrierWhenDue(options, bytes, calls); });
     while (!interrupt_.load(std::memory_order_relaxed)) {

@@ -61,9 +61,9 @@ class Pump {
     void Run() TV_EXCLUDES(mutex_);
     std::optional<Job> NextJob() TV_EXCLUDES(mutex_);
     InputEnd PlayThrough(const Job& job) TV_EXCLUDES(mutex_);
-    InputEnd PlayPackets(Source& source, const PlayOptions& options) TV_EXCLUDES(mutex_);
-    InputEnd PlayDvb(const DvbSource& source, const PlayOptions& options) TV_EXCLUDES(mutex_);
-    InputEnd End(PacketSync& sync, const PlayOptions& options, InputEnd end) TV_EXCLUDES(mutex_);
+    InputEnd PlayBytes(ByteSource& source, const PlayOptions& options) TV_EXCLUDES(mutex_);
+    InputEnd PlayDevice(const DvbSource& source, const PlayOptions& options) TV_EXCLUDES(mutex_);
+    void StorePacketSize(const PacketSync& sync);
     InputEnd End(InputEnd end) TV_EXCLUDES(mutex_);
     bool OnPacket(const uint8_t* packet, const PlayOptions& options) TV_EXCLUDES(mutex_);
     void PassBarrierWhenDue(const PlayOptions& options, size_t bytes, size_t calls)

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "softplatform/fault/FaultySource.h"
+#include "softplatform/input/Source.h"
 
 namespace tvservice {
 
@@ -66,8 +67,8 @@ bool Receiver::Play(SourcePtr source, const PlayOptions& options) {
         MutexLock lock(mutex_);
         return faults_;
     }();
-    if (source != nullptr && source->dvb() == nullptr && faults->Has(FaultEvent::kPacket)) {
-        source = std::make_shared<FaultySource>(std::move(source), faults);
+    if (source != nullptr && source->bytes() != nullptr && faults->Has(FaultEvent::kPacket)) {
+        source = std::make_shared<Source>(std::make_shared<FaultySource>(source->bytes(), faults));
     }
     return pump_.Play(std::move(source), options);
 }

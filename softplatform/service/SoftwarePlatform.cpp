@@ -1,48 +1,12 @@
 #include "softplatform/service/SoftwarePlatform.h"
 
-#include <memory>
 #include <utility>
 
 #include "softplatform/base/Counters.h"
-#include "softplatform/input/BufferSource.h"
-#include "softplatform/input/OpenInput.h"
 #include "softplatform/log/PlatformLog.h"
 #include "softplatform/service/Receiver.h"
 
 namespace tvservice {
-
-namespace {
-
-InputOptions ToInputOptions(const SourceOptions& options) {
-    InputOptions result;
-    result.loop = options.loop;
-    result.follow = options.follow;
-    result.pace = options.pace;
-    result.dvr = options.dvr;
-    return result;
-}
-
-}  // namespace
-
-SourcePtr OpenSource(const std::string& uri, std::string& error) {
-    return OpenInput(uri, error);
-}
-
-SourcePtr OpenSource(const std::string& uri, const SourceOptions& options, std::string& error) {
-    return OpenInput(uri, ToInputOptions(options), error);
-}
-
-SourcePtr WithOptions(SourcePtr source, const SourceOptions& options, std::string& error) {
-    return WithOptions(std::move(source), ToInputOptions(options), error);
-}
-
-SourcePtr MemorySource(std::string name, std::vector<unsigned char> bytes, std::size_t piece) {
-    return std::make_shared<BufferSource>(std::move(name), std::move(bytes), piece);
-}
-
-SourceInfo Describe(const Source& source) {
-    return {source.name(), source.size(), source.rewindable(), source.live()};
-}
 
 struct SoftwarePlatform::Impl {
     Receiver& receiver;

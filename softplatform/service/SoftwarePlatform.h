@@ -19,50 +19,70 @@
 
 namespace tvservice {
 
-/// Where a transport stream comes from. Made by `OpenSource` and `MemorySource`, played by
+/// Where a transport stream comes from. Made by the functions below, played by
 /// `SoftwarePlatform::Play`; used by one thread at a time.
 class Source;
 using SourcePtr = std::shared_ptr<Source>;
 
-/// Opens a transport stream.
-///
-/// @param uri    a path; "-" for standard input; "udp://[@]HOST:PORT[?iface=NAME]", or the same
-/// with
-///               rtp: numeric addresses, IPv6 in brackets, multicast groups behind @ or not;
-///               "dvb:ADAPTER[:DEMUX]" for the sections of an adapter that something else has tuned
-/// @param error  on failure receives one line that names the input and why; otherwise left alone
-/// @return the source, or null on failure
-SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, std::string& error);
+/// The range of `SourceOptions::pace`.
+constexpr double kMinPace = 0.001;
+constexpr double kMaxPace = 1000000;
 
-/// How a source is read beside the usual way.
+/// How a source is read.
 struct SourceOptions {
-    bool loop = false;    ///< from its start again at its end; for files and memory
+    bool loop = false;    ///< starts again at its end; for files and memory
     bool follow = false;  ///< waits at its end for more; for files that grow
-    double pace = 0;      ///< times real time by its PCRs; 0: as fast as it can be read
-    bool dvr = false;     ///< of "dvb:..." the packets of the dvr device; `OpenSource` only
+    double pace = 0;      ///< by its PCRs, in multiples of real time; 0: as fast as it can be read
+    bool dvr = false;     ///< takes the packets of the dvr device; for "dvb:..."
 };
+
+/// Opens a transport stream. Never waits, not even for the writer of a named pipe.
+///
+/// @param uri      a path; "-" for standard input; or one of `SourceSchemes`. Addresses are
+///                 numeric, IPv6 in brackets; a multicast group may stand behind @.
+/// @param options  how it is read
+/// @param error    on failure receives one line that names the input and why; otherwise left alone
+/// @return the source, or null on failure
 SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, const SourceOptions& options,
                                       std::string& error);
+SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, std::string& error);
 
-/// Puts the options around a source, which becomes the result's alone. Null, with the line in
-/// `error`, when they do not fit it or each other.
+/// A kind of URI that `OpenSource` opens.
+struct SourceScheme {
+    const char* prefix;   ///< what the URI begins with: "dvb:"
+    const char* form;     ///< "dvb:ADAPTER[:DEMUX]"
+    const char* meaning;  ///< what it stands for: one line for people
+    bool hasDvr;          ///< whether `SourceOptions::dvr` can be set
+};
+
+/// All of them.
+SOFTPLATFORM_API std::vector<SourceScheme> SourceSchemes();
+
+/// Reads a source as the options say, `dvr` excepted. The source becomes the result's alone.
+/// @param error  receives the line when the options do not fit the source or each other
+/// @return null in that case, and when `source` is null
 SOFTPLATFORM_API SourcePtr WithOptions(SourcePtr source, const SourceOptions& options,
                                        std::string& error);
 
-/// A transport stream in memory.
+/// A transport stream in memory, which the source keeps.
 ///
-/// @param name   what messages call it
+/// @param name   the name that messages use
 /// @param bytes  the stream
-/// @param piece  bytes that one read hands over; 0: as many as are asked for
+/// @param piece  the number of bytes that one read gives; 0: as many as are asked for
 SOFTPLATFORM_API SourcePtr MemorySource(std::string name, std::vector<unsigned char> bytes,
                                         std::size_t piece = 0);
 
+/// A transport stream in memory that the caller keeps: `bytes` stay alive and unchanged until the
+/// source is destroyed and nothing plays it. They are read where they lie.
+SOFTPLATFORM_API SourcePtr BorrowedSource(std::string name, const unsigned char* bytes,
+                                          std::size_t size, std::size_t piece = 0);
+
 /// What can be said of a source without playing it.
 struct SourceInfo {
-    std::string name;    ///< as in messages
-    std::uint64_t size;  ///< bytes; 0 when unknown (pipes)
-    bool rewindable;     ///< true when it can be played again from its start
-    bool live;           ///< true when it has no end of its own (sockets)
+    std::string name;    ///< the name that messages use
+    std::uint64_t size;  ///< in bytes; 0 when unknown (pipes)
+    bool rewindable;     ///< whether it can be played again from its start
+    bool live;           ///< whether it has no end of its own (sockets)
 };
 SOFTPLATFORM_API SourceInfo Describe(const Source& source);
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 
 namespace tvservice {
 
@@ -18,7 +18,7 @@ class WakeEvent {
     int descriptor() const { return event_.get(); }
 
   private:
-    const Descriptor event_;
+    const FileDescriptor event_;
 };
 
 }  // namespace tvservice

@@ -916,7 +916,7 @@ class Inputs(unittest.TestCase):
     def test_a_scheme_that_there_is_not_is_told(self):
         done = run("scan", "http://127.0.0.1/x.ts")
         self.assertEqual(done.returncode, 2)
-        self.assertIn("udp:// and rtp://", done.stderr)
+        self.assertIn("(known schemes: udp://, rtp://, dvb:)", done.stderr)
         self.assertNotIn("udp://", run("scan", "no-such-file.ts").stderr)
 
     def test_a_name_does_nothing_to_a_terminal(self):

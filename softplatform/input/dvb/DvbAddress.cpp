@@ -10,7 +10,7 @@ namespace tvservice {
 
 namespace {
 
-constexpr std::string_view kScheme = "dvb:";
+constexpr std::string_view kScheme = kDvbScheme;
 constexpr unsigned kMaxNumber = 255;
 
 std::optional<unsigned> Number(std::string_view text) {
@@ -26,12 +26,12 @@ std::optional<unsigned> Number(std::string_view text) {
 
 std::optional<DvbPaths> ParseDvbAddress(const std::string& uri, std::string& error) {
     const auto refuse = [&](const std::string& reason) {
-        error = "\"" + Visible(uri) + "\" is not dvb:ADAPTER[:DEMUX]: " + reason;
+        error = "\"" + Visible(uri) + "\" is not " + kDvbForm + ": " + reason;
         return std::nullopt;
     };
     std::string_view rest = uri;
     if (rest.substr(0, kScheme.size()) != kScheme) {
-        return refuse("it does not begin with dvb:");
+        return refuse("it does not begin with " + std::string(kScheme));
     }
     rest.remove_prefix(kScheme.size());
     const size_t colon = rest.find(':');

@@ -5,6 +5,10 @@
 
 namespace tvservice {
 
+// What such an address begins with, and its form as people are told.
+constexpr char kDvbScheme[] = "dvb:";
+constexpr char kDvbForm[] = "dvb:ADAPTER[:DEMUX]";
+
 // The device files of one demux of one adapter.
 struct DvbPaths {
     std::string demux;  // sections, through the kernel's section filters

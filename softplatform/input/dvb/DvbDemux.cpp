@@ -16,9 +16,9 @@ namespace tvservice {
 namespace {
 
 constexpr uint16_t kMaxPid = 0x1FFF;
-constexpr size_t kHeaderSize = 3;            // up to and including section_length
-constexpr size_t kMaxSectionSize = 4096;     // ISO/IEC 13818-1 2.4.4.11
-constexpr size_t kBytesPerTurn = 16 * 1024;  // of one device, for Turn to return soon
+constexpr size_t kHeaderSize = 3;              // up to and including section_length
+constexpr size_t kMaxSectionSize = 4096;       // ISO/IEC 13818-1 2.4.4.11
+constexpr size_t kBytesPerDevice = 16 * 1024;  // in one WaitAndDeliver, which returns soon
 
 // Makes `call` until no signal interrupts it; it returns 0 or an errno value.
 template <class Call>
@@ -101,7 +101,7 @@ bool DvbDemux::Remove(uint64_t name) {
     return true;
 }
 
-bool DvbDemux::Turn(int wake, std::string& error) {
+bool DvbDemux::WaitAndDeliver(int wake, std::string& error) {
     if (ApplyChanges(error) && ReadWaiting(wake, error)) {
         return true;
     }
@@ -276,11 +276,11 @@ bool DvbDemux::ReadWaiting(int wake, std::string& error) {
             continue;
         }
         Device& device = *waiting[i].device;
-        const Reading reading = Read(device, *waiting[i].siblings, kBytesPerTurn, error);
+        const Reading reading = Read(device, *waiting[i].siblings, kBytesPerDevice, error);
         if (reading == Reading::kFailed) {
             return false;
         }
-        // An error that no read tells of would wake every Turn at once and for ever.
+        // An error that no read tells of would wake every WaitAndDeliver at once and for ever.
         if (reading == Reading::kNothing && (events & ~POLLIN) != 0) {
             error = ReadErrorText(NameOf(device.filter.pid), device.position, EIO);
             return false;

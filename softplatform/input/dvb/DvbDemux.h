@@ -18,8 +18,8 @@
 
 namespace tvservice {
 
-// Takes what a DvbDemux has to say: on the thread that calls Turn, one call at a time, with no lock
-// held. May call Add and Remove, not Turn.
+// Takes what a DvbDemux has to say: on the thread that calls WaitAndDeliver, one call at a time,
+// with no lock held. May call Add and Remove, not WaitAndDeliver.
 class DvbDemuxSink {
   public:
     // A whole section of a wanted PID: `size` bytes, 3 + section_length and at most 4096, borrowed
@@ -61,19 +61,21 @@ struct DvbDemuxLimits {
 class DvbDemux {
   public:
     // `sink` is borrowed and outlives the demux. `onChange` is called, on the thread that asks for
-    // a change and with no lock held, when there is something to apply that Turn was not told of
-    // yet: it should wake the Turn that waits. May be empty.
+    // a change and with no lock held, when there is something to apply that WaitAndDeliver was not
+    // told of yet: it should wake the WaitAndDeliver that waits. May be empty.
     DvbDemux(std::string path, DemuxOpener open, DvbDemuxSink& sink, std::function<void()> onChange,
              DvbDemuxLimits limits = {});
     DvbDemux(const DvbDemux&) = delete;
     DvbDemux& operator=(const DvbDemux&) = delete;
     ~DvbDemux();
 
-    // Wants the sections of `pid` that match, from the next Turn on. A name for Remove, never given
-    // again; 0 when refused: a PID above 0x1FFF, a filter that is not well-formed, or too many.
+    // Wants the sections of `pid` that match, from the next WaitAndDeliver on. A name for Remove,
+    // never given again; 0 when refused: a PID above 0x1FFF, a filter that is not well-formed, or
+    // too many.
     uint64_t Add(uint16_t pid, DvbFilter filter) TV_EXCLUDES(mutex_);
 
-    // Wants them no longer, from the next Turn on. Returns false for a name that is not in use.
+    // Wants them no longer, from the next WaitAndDeliver on. Returns false for a name that is not
+    // in use.
     bool Remove(uint64_t name) TV_EXCLUDES(mutex_);
 
     // Sets and releases device filters as was asked for; waits until a device has something to say
@@ -81,9 +83,9 @@ class DvbDemux {
     // much that it soon returns. A signal ends the wait too.
     //
     // Returns false when the device failed or is gone: every device is then closed, and `error`
-    // receives one line that names the device, how far it was read, and the reason. The next Turn
-    // tries anew, with all filters that are wanted.
-    bool Turn(int wake, std::string& error) TV_EXCLUDES(mutex_);
+    // receives one line that names the device, how far it was read, and the reason. The next
+    // WaitAndDeliver tries anew, with all filters that are wanted.
+    bool WaitAndDeliver(int wake, std::string& error) TV_EXCLUDES(mutex_);
 
     // Times a device's buffer ran over (EOVERFLOW), each time with the loss of some sections.
     uint64_t overflows() const { return overflows_.load(std::memory_order_relaxed); }
@@ -128,7 +130,7 @@ class DvbDemux {
     const std::function<void()> onChange_;
     const DvbDemuxLimits limits_;
 
-    // The thread's that calls Turn.
+    // The thread's that calls WaitAndDeliver.
     std::map<uint16_t, Devices> byPid_;
     std::set<uint16_t> unserved_;  // PIDs for which the device had no room
 
@@ -138,7 +140,7 @@ class DvbDemux {
     Mutex mutex_;
     std::map<uint64_t, Wanted> wanted_ TV_GUARDED_BY(mutex_);  // by name
     uint64_t lastName_ TV_GUARDED_BY(mutex_) = 0;
-    std::set<uint16_t> changed_ TV_GUARDED_BY(mutex_);  // PIDs, since the last Turn
+    std::set<uint16_t> changed_ TV_GUARDED_BY(mutex_);  // PIDs, since the last WaitAndDeliver
 };
 
 }  // namespace tvservice

@@ -19,11 +19,6 @@ std::shared_ptr<DvbSource> DvbSource::Open(const std::string& uri, std::string& 
     return source->Probe(error) ? source : nullptr;
 }
 
-ReadResult DvbSource::Read(uint8_t* /*buffer*/, size_t /*size*/) {
-    return {ReadResult::kFailed, 0,
-            ReadErrorText(name(), 0, "a demux device has sections, not packets")};
-}
-
 std::unique_ptr<DvbDemux> DvbSource::OpenDemux(DvbDemuxSink& sink) const {
     return std::make_unique<DvbDemux>(path_, open_, sink, std::function<void()>());
 }

@@ -1,20 +1,17 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <utility>
 
-#include "softplatform/input/Source.h"
 #include "softplatform/input/dvb/DemuxDevice.h"
 #include "softplatform/input/dvb/DvbDemux.h"
 
 namespace tvservice {
 
-// A tuned adapter, by the sections of its demux device: it has no packets, reading it fails. Who
-// plays it has a DvbDemux opened and takes the sections from there.
-class DvbSource final : public Source {
+// An input that gives sections instead of bytes: the demux device of an adapter that something else
+// has tuned. It has no end of its own; whoever plays it has to interrupt it.
+class DvbSource {
   public:
     // "dvb:ADAPTER[:DEMUX]" (ParseDvbAddress). Null when it is no such address or the device cannot
     // be opened now; `error` then receives one line that names it and says why. Otherwise `error`
@@ -23,23 +20,19 @@ class DvbSource final : public Source {
 
     // The demux device at `path`, opened by `open`.
     DvbSource(std::string name, std::string path, DemuxOpener open)
-        : Source(std::move(name)), path_(std::move(path)), open_(std::move(open)) {}
+        : name_(std::move(name)), path_(std::move(path)), open_(std::move(open)) {}
 
-    uint64_t size() const override { return 0; }
-    bool rewindable() const override { return false; }
-    bool live() const override { return true; }
-    bool Rewind() override { return true; }
-    ReadResult Read(uint8_t* buffer, size_t size) override;
-    int descriptor() const override { return -1; }
-    const DvbSource* dvb() const override { return this; }
+    // The name that messages use.
+    const std::string& name() const { return name_; }
 
-    // Its sections. `sink` is borrowed and outlives the demux.
+    // Opens the demux, which hands its sections to `sink`: borrowed, outlives the demux.
     std::unique_ptr<DvbDemux> OpenDemux(DvbDemuxSink& sink) const;
 
     // Whether the device can be opened now. On failure `error` receives the line.
     bool Probe(std::string& error) const;
 
   private:
+    const std::string name_;
     const std::string path_;
     const DemuxOpener open_;
 };

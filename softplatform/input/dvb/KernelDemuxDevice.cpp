@@ -9,7 +9,7 @@
 namespace tvservice {
 
 std::unique_ptr<DemuxDevice> KernelDemuxDevice::Open(const std::string& path, int& error) {
-    Descriptor device(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
+    FileDescriptor device(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
     if (device.get() < 0) {
         error = errno;
         return nullptr;

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 #include "softplatform/input/dvb/DemuxDevice.h"
 
 namespace tvservice {
@@ -21,9 +21,9 @@ class KernelDemuxDevice final : public DemuxDevice {
     int descriptor() const override { return device_.get(); }
 
   private:
-    explicit KernelDemuxDevice(Descriptor device) : device_(std::move(device)) {}
+    explicit KernelDemuxDevice(FileDescriptor device) : device_(std::move(device)) {}
 
-    const Descriptor device_;
+    const FileDescriptor device_;
 };
 
 }  // namespace tvservice

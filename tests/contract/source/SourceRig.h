@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "softplatform/input/Source.h"
+#include "softplatform/input/ByteSource.h"
 #include "tests/support/TsBytes.h"
 
 namespace testsupport {
@@ -19,10 +19,10 @@ class SourceRig {
     SourceRig& operator=(const SourceRig&) = delete;
 
     // A source that has `content` to give; whole packets. Once.
-    virtual std::shared_ptr<tvservice::Source> Open(const Bytes& content) = 0;
+    virtual std::shared_ptr<tvservice::ByteSource> Open(const Bytes& content) = 0;
 
     // A source that does not come to an end in a minute, wherever it spends its time. Once.
-    virtual std::shared_ptr<tvservice::Source> OpenEndless() = 0;
+    virtual std::shared_ptr<tvservice::ByteSource> OpenEndless() = 0;
 
     // There is more to give. For a kind that waits.
     virtual void Add(const Bytes& content);

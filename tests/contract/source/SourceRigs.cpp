@@ -27,14 +27,14 @@
 
 namespace testsupport {
 
-using tvservice::Descriptor;
-using tvservice::Source;
+using tvservice::ByteSource;
+using tvservice::FileDescriptor;
 
 namespace {
 
 // Makes the open descriptor one that cannot be read: a directory's.
 void Spoil(int descriptor) {
-    const Descriptor directory(::open("/", O_RDONLY | O_CLOEXEC));
+    const FileDescriptor directory(::open("/", O_RDONLY | O_CLOEXEC));
     if (::dup2(directory.get(), descriptor) < 0) {
         ADD_FAILURE() << "dup2";
     }
@@ -42,10 +42,10 @@ void Spoil(int descriptor) {
 
 class MemoryRig final : public SourceRig {
   public:
-    std::shared_ptr<Source> Open(const Bytes& content) override {
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
         return std::make_shared<tvservice::BufferSource>("memory", content, 0);
     }
-    std::shared_ptr<Source> OpenEndless() override {
+    std::shared_ptr<ByteSource> OpenEndless() override {
         // Byte by byte: that takes as long as is needed.
         return std::make_shared<tvservice::LoopSource>(
             std::make_shared<tvservice::BufferSource>("memory", Bytes(1 << 20), 1));
@@ -54,10 +54,10 @@ class MemoryRig final : public SourceRig {
 
 class FileRig : public SourceRig {
   public:
-    std::shared_ptr<Source> Open(const Bytes& content) override {
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
         return OpenFile(dir_.WriteFile("stream.ts", content), content.size());
     }
-    std::shared_ptr<Source> OpenEndless() override {
+    std::shared_ptr<ByteSource> OpenEndless() override {
         constexpr off_t kSize = off_t{1} << 40;  // a hole
         const std::string path = dir_.WriteFile("stream.ts", {});
         EXPECT_EQ(::truncate(path.c_str(), kSize), 0);
@@ -71,8 +71,8 @@ class FileRig : public SourceRig {
     void Break() override { Spoil(descriptor_); }
 
   private:
-    std::shared_ptr<Source> OpenFile(const std::string& path, uint64_t size) {
-        Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::shared_ptr<ByteSource> OpenFile(const std::string& path, uint64_t size) {
+        FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
         descriptor_ = file.get();
         return std::make_shared<tvservice::FileSource>(path, std::move(file), size);
     }
@@ -84,28 +84,29 @@ class FileRig : public SourceRig {
 class PipeRig : public SourceRig {
   public:
     explicit PipeRig(bool isLive = false) : isLive_(isLive) {}
-    std::shared_ptr<Source> Open(const Bytes& content) override {
-        std::shared_ptr<Source> source = OpenEndless();
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
+        std::shared_ptr<ByteSource> source = OpenEndless();
         Add(content);
         return source;
     }
-    std::shared_ptr<Source> OpenEndless() override {
+    std::shared_ptr<ByteSource> OpenEndless() override {
         std::array<int, 2> ends{};
         EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
         descriptor_ = ends[0];
-        in_ = Descriptor(ends[1]);
-        return std::make_shared<tvservice::StreamSource>("a pipe", Descriptor(ends[0]), isLive_);
+        in_ = FileDescriptor(ends[1]);
+        return std::make_shared<tvservice::StreamSource>("a pipe", FileDescriptor(ends[0]),
+                                                         isLive_);
     }
     void Add(const Bytes& content) override {
         EXPECT_EQ(::write(in_.get(), content.data(), content.size()),
                   static_cast<ssize_t>(content.size()));
     }
-    void Close() override { in_ = Descriptor(); }
+    void Close() override { in_ = FileDescriptor(); }
     void Break() override { Spoil(descriptor_); }
 
   private:
     const bool isLive_;
-    Descriptor in_;
+    FileDescriptor in_;
     int descriptor_ = -1;
 };
 
@@ -122,12 +123,12 @@ class UdpRig : public SourceRig {
   public:
     explicit UdpRig(std::string host = "127.0.0.1") : host_(std::move(host)) {}
 
-    std::shared_ptr<Source> Open(const Bytes& content) override {
-        std::shared_ptr<Source> source = OpenEndless();
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
+        std::shared_ptr<ByteSource> source = OpenEndless();
         Add(content);
         return source;
     }
-    std::shared_ptr<Source> OpenEndless() override {
+    std::shared_ptr<ByteSource> OpenEndless() override {
         const bool isIpv6 = host_.find(':') != std::string::npos;
         std::string error;
         const auto source = tvservice::UdpSource::Open(
@@ -157,12 +158,12 @@ class Udp6Rig final : public UdpRig {
 
 class RtpRig final : public SourceRig {
   public:
-    std::shared_ptr<Source> Open(const Bytes& content) override {
-        std::shared_ptr<Source> source = OpenEndless();
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
+        std::shared_ptr<ByteSource> source = OpenEndless();
         Add(content);
         return source;
     }
-    std::shared_ptr<Source> OpenEndless() override {
+    std::shared_ptr<ByteSource> OpenEndless() override {
         std::string error;
         const auto source = tvservice::RtpSource::Open("rtp://127.0.0.1:0", error);
         EXPECT_TRUE(source) << error;
@@ -186,22 +187,22 @@ class RtpRig final : public SourceRig {
 
 class LoopRig final : public FileRig {
   public:
-    std::shared_ptr<Source> Open(const Bytes& content) override {
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
         return std::make_shared<tvservice::LoopSource>(FileRig::Open(content));
     }
-    std::shared_ptr<Source> OpenEndless() override { return Open(ContractStream()); }
+    std::shared_ptr<ByteSource> OpenEndless() override { return Open(ContractStream()); }
 };
 
 class FollowRig final : public FileRig {
   public:
-    std::shared_ptr<Source> Open(const Bytes& content) override {
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
         return std::make_shared<tvservice::FollowSource>(
             FileRig::Open(content), std::make_unique<tvservice::SystemTimer>());
     }
-    std::shared_ptr<Source> OpenEndless() override { return Open(ContractStream()); }
+    std::shared_ptr<ByteSource> OpenEndless() override { return Open(ContractStream()); }
 };
 
-std::shared_ptr<Source> Pace(std::shared_ptr<Source> source, double speed) {
+std::shared_ptr<ByteSource> Pace(std::shared_ptr<ByteSource> source, double speed) {
     return std::make_shared<tvservice::PaceSource>(
         std::move(source), std::make_unique<tvservice::SystemTimer>(), speed);
 }
@@ -210,22 +211,22 @@ constexpr double kVerySlow = 1e-5;
 
 class PacedFileRig final : public FileRig {
   public:
-    std::shared_ptr<Source> Open(const Bytes& content) override {
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
         return Pace(FileRig::Open(content), 1);
     }
-    std::shared_ptr<Source> OpenEndless() override {
+    std::shared_ptr<ByteSource> OpenEndless() override {
         return Pace(FileRig::Open(ContractStream()), kVerySlow);
     }
 };
 
 class PacedPipeRig final : public PipeRig {
   public:
-    std::shared_ptr<Source> Open(const Bytes& content) override {
-        std::shared_ptr<Source> source = Pace(PipeRig::OpenEndless(), 1);
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
+        std::shared_ptr<ByteSource> source = Pace(PipeRig::OpenEndless(), 1);
         Add(content);
         return source;
     }
-    std::shared_ptr<Source> OpenEndless() override {
+    std::shared_ptr<ByteSource> OpenEndless() override {
         return Pace(PipeRig::OpenEndless(), kVerySlow);
     }
 };
@@ -233,13 +234,13 @@ class PacedPipeRig final : public PipeRig {
 // Under a plan whose fault lies behind everything.
 class FaultyFileRig final : public FileRig {
   public:
-    std::shared_ptr<Source> Open(const Bytes& content) override {
+    std::shared_ptr<ByteSource> Open(const Bytes& content) override {
         return Faulty(FileRig::Open(content));
     }
-    std::shared_ptr<Source> OpenEndless() override { return Faulty(FileRig::OpenEndless()); }
+    std::shared_ptr<ByteSource> OpenEndless() override { return Faulty(FileRig::OpenEndless()); }
 
   private:
-    static std::shared_ptr<Source> Faulty(std::shared_ptr<Source> source) {
+    static std::shared_ptr<ByteSource> Faulty(std::shared_ptr<ByteSource> source) {
         std::string error;
         return std::make_shared<tvservice::FaultySource>(
             std::move(source), tvservice::FaultPlan::Parse({"drop@1000000000"}, 1, error));

@@ -29,17 +29,16 @@ using testsupport::RandomBytes;
 using testsupport::Slice;
 
 // Reads to the end. Where there is nothing to read it has to be ready again at once.
-Bytes ReadAll(Source& source, size_t atMost = 4096) {
+Bytes ReadAll(ByteSource& source, size_t atMost = 4096) {
     Bytes all;
     Bytes buffer(atMost);
     for (;;) {
         const ReadResult read = source.Read(buffer.data(), buffer.size());
         switch (read.status) {
             case ReadResult::kBytes:
-                EXPECT_GT(read.size, 0u);
-                EXPECT_LE(read.size, atMost);
-                all.insert(all.end(), buffer.begin(),
-                           buffer.begin() + static_cast<std::ptrdiff_t>(read.size));
+                EXPECT_GT(read.bytes.size(), 0u);
+                EXPECT_LE(read.bytes.size(), atMost);
+                all.insert(all.end(), read.bytes.begin(), read.bytes.end());
                 break;
             case ReadResult::kWouldBlock: {
                 pollfd ready{source.descriptor(), POLLIN, 0};
@@ -59,27 +58,20 @@ Bytes ReadAll(Source& source, size_t atMost = 4096) {
 }
 
 // A source that gives what a test puts in.
-class ScriptedSource final : public Source {
+class ScriptedSource final : public ByteSource {
   public:
-    explicit ScriptedSource(std::vector<ReadResult> results, Bytes bytes)
-        : Source("script"), results_(std::move(results)), bytes_(std::move(bytes)) {}
+    explicit ScriptedSource(std::vector<ReadResult> results)
+        : ByteSource("script"), results_(std::move(results)) {}
     uint64_t size() const override { return 0; }
     bool rewindable() const override { return false; }
     bool live() const override { return true; }
     bool Rewind() override { return next_ == 0; }
-    ReadResult Read(uint8_t* buffer, size_t) override {
-        const ReadResult result = results_.at(next_++);
-        std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(at_), result.size, buffer);
-        at_ += result.size;
-        return result;
-    }
+    ReadResult Read(uint8_t*, size_t) override { return results_.at(next_++); }
     int descriptor() const override { return 77; }
 
   private:
     const std::vector<ReadResult> results_;
-    const Bytes bytes_;
     size_t next_ = 0;
-    size_t at_ = 0;
 };
 
 class FaultySourceTest : public testing::Test {
@@ -96,7 +88,7 @@ class FaultySourceTest : public testing::Test {
         }
     }
 
-    std::shared_ptr<Source> Packets(size_t piece = 0) const {
+    std::shared_ptr<ByteSource> Packets(size_t piece = 0) const {
         return std::make_shared<BufferSource>("packets", Join(packets_), piece);
     }
 
@@ -308,8 +300,8 @@ TEST_F(FaultySourceTest, KnowsItsSizeWhereFaultsLeaveIt) {
 }
 
 TEST_F(FaultySourceTest, WaitsWhereItsSourceWaits) {
-    const auto script = std::make_shared<ScriptedSource>(
-        std::vector<ReadResult>{{ReadResult::kWouldBlock}, {ReadResult::kBytes, 100}}, packets_[0]);
+    const auto script = std::make_shared<ScriptedSource>(std::vector<ReadResult>{
+        {ReadResult::kWouldBlock}, {ReadResult::kBytes, {packets_[0].data(), 100}}});
     FaultySource source(script, Plan({"drop@1"}));
     Bytes buffer(188);
     EXPECT_EQ(source.Read(buffer.data(), buffer.size()).status, ReadResult::kWouldBlock);
@@ -322,13 +314,14 @@ TEST_F(FaultySourceTest, WaitsWhereItsSourceWaits) {
 }
 
 TEST_F(FaultySourceTest, FailsAsItsSourceDoesBehindAllThatCameBefore) {
+    const Bytes stream = Join({packets_[0], packets_[1]});
     const auto script = std::make_shared<ScriptedSource>(
-        std::vector<ReadResult>{{ReadResult::kBytes, 376}, {ReadResult::kFailed, 0, "it broke"}},
-        Join({packets_[0], packets_[1]}));
+        std::vector<ReadResult>{{ReadResult::kBytes, {stream.data(), stream.size()}},
+                                {ReadResult::kFailed, {}, "it broke"}});
     FaultySource source(script, Plan({"reorder@1"}));
     Bytes buffer(1000);
-    EXPECT_EQ(source.Read(buffer.data(), buffer.size()).size, 188u);
-    EXPECT_EQ(source.Read(buffer.data(), buffer.size()).size, 188u);
+    EXPECT_EQ(source.Read(buffer.data(), buffer.size()).bytes.size(), 188u);
+    EXPECT_EQ(source.Read(buffer.data(), buffer.size()).bytes.size(), 188u);
     EXPECT_EQ(Slice(buffer, 0, 188), packets_[1]);
     for (int i = 0; i < 2; ++i) {
         const ReadResult read = source.Read(buffer.data(), buffer.size());

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 #include "softplatform/input/Timer.h"
 
 namespace testsupport {
@@ -44,7 +44,7 @@ class FakeTimer final : public tvservice::Timer {
         }
     }
 
-    const tvservice::Descriptor event_{::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
+    const tvservice::FileDescriptor event_{::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
     std::chrono::nanoseconds now_{std::chrono::hours(1)};
     std::chrono::nanoseconds due_{std::chrono::nanoseconds::max()};
 };

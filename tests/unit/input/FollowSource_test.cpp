@@ -36,9 +36,10 @@ class FollowSourceTest : public testing::Test {
     const TempDir dir_;
     const std::string path_ = dir_.WriteFile("grows.ts", Counting(10));
     FakeTimer* const timer_ = new FakeTimer;
-    FollowSource source_{std::make_shared<FileSource>(
-                             path_, Descriptor(::open(path_.c_str(), O_RDONLY | O_CLOEXEC)), 10),
-                         std::unique_ptr<Timer>(timer_)};
+    FollowSource source_{
+        std::make_shared<FileSource>(
+            path_, FileDescriptor(::open(path_.c_str(), O_RDONLY | O_CLOEXEC)), 10),
+        std::unique_ptr<Timer>(timer_)};
 };
 
 TEST_F(FollowSourceTest, GivesWhatIsThereAndThenWhatComes) {

@@ -46,9 +46,9 @@ TEST(LoopSource, GoesToTheStartOfTheFirstRound) {
 }
 
 // A source that has only one start in it.
-class OnceSource final : public Source {
+class OnceSource final : public ByteSource {
   public:
-    OnceSource() : Source("once\n") {}
+    OnceSource() : ByteSource("once\n") {}
     uint64_t size() const override { return 1; }
     bool rewindable() const override { return true; }
     bool Rewind() override { return false; }
@@ -58,7 +58,7 @@ class OnceSource final : public Source {
         }
         wasRead_ = true;
         *buffer = 1;
-        return {ReadResult::kBytes, 1};
+        return {ReadResult::kBytes, {buffer, 1}};
     }
     int descriptor() const override { return -1; }
 

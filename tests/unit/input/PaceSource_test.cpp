@@ -47,7 +47,7 @@ constexpr size_t EndBefore(size_t pcr) {
 
 class PaceSourceTest : public testing::Test {
   protected:
-    void Pace(std::shared_ptr<Source> source, double speed = 1) {
+    void Pace(std::shared_ptr<ByteSource> source, double speed = 1) {
         auto timer = std::make_unique<FakeTimer>();
         timer_ = timer.get();
         source_ = std::make_unique<PaceSource>(std::move(source), std::move(timer), speed);
@@ -65,8 +65,7 @@ class PaceSourceTest : public testing::Test {
                 last_ = result.status;
                 return all;
             }
-            all.insert(all.end(), piece.begin(),
-                       piece.begin() + static_cast<std::ptrdiff_t>(result.size));
+            all.insert(all.end(), result.bytes.begin(), result.bytes.end());
         }
     }
 
@@ -149,8 +148,8 @@ TEST_F(PaceSourceTest, PacesEveryRoundOfALoop) {
 TEST_F(PaceSourceTest, WaitsForTheSourceWhereThatHasNothing) {
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-    const Descriptor in(ends[1]);
-    Pace(std::make_shared<StreamSource>("a pipe", Descriptor(ends[0])));
+    const FileDescriptor in(ends[1]);
+    Pace(std::make_shared<StreamSource>("a pipe", FileDescriptor(ends[0])));
     EXPECT_EQ(ReadNow(), Bytes());
     EXPECT_EQ(last_, ReadResult::kWouldBlock);
     EXPECT_FALSE(IsReadable(source_->descriptor()));

@@ -6,17 +6,18 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "softplatform/input/Source.h"
+#include "softplatform/input/ByteSource.h"
 #include "tests/support/TsBytes.h"
 
 namespace testsupport {
 
-// What a source says once it has something to say: waits for it where it has nothing yet.
-inline tvservice::ReadResult ReadOnce(tvservice::Source& source, Bytes& bytes, size_t size) {
+// The next result that is not kWouldBlock; waits for it. `bytes` receives a copy of its bytes.
+inline tvservice::ReadResult ReadOnce(tvservice::ByteSource& source, Bytes& bytes, size_t size) {
     for (;;) {
-        bytes.resize(size);
-        tvservice::ReadResult result = source.Read(bytes.data(), size);
-        bytes.resize(result.size);
+        Bytes buffer(size);
+        tvservice::ReadResult result = source.Read(buffer.data(), size);
+        bytes.assign(result.bytes.begin(), result.bytes.end());
+        result.bytes = {bytes.data(), bytes.size()};
         if (result.status != tvservice::ReadResult::kWouldBlock) {
             return result;
         }
@@ -29,7 +30,7 @@ inline tvservice::ReadResult ReadOnce(tvservice::Source& source, Bytes& bytes, s
 }
 
 // The next `count` bytes, read in pieces of at most `piece`; less where the source ends or fails.
-inline Bytes ReadAll(tvservice::Source& source, size_t count, size_t piece = 65536) {
+inline Bytes ReadAll(tvservice::ByteSource& source, size_t count, size_t piece = 65536) {
     Bytes all;
     while (all.size() < count) {
         Bytes bytes;
@@ -44,8 +45,8 @@ inline Bytes ReadAll(tvservice::Source& source, size_t count, size_t piece = 655
     return all;
 }
 
-// What it says at once.
-inline tvservice::ReadResult::Status Ask(tvservice::Source& source) {
+// The status of one read.
+inline tvservice::ReadResult::Status Ask(tvservice::ByteSource& source) {
     Bytes buffer(4096);
     return source.Read(buffer.data(), buffer.size()).status;
 }

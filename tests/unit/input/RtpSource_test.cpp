@@ -3,7 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "softplatform/input/OpenInput.h"
+#include "softplatform/input/Source.h"
+#include "softplatform/service/SoftwarePlatform.h"
 #include "tests/unit/input/Reading.h"
 #include "tests/unit/input/RtpBytes.h"
 #include "tests/unit/input/Sender.h"
@@ -103,14 +104,15 @@ TEST_F(RtpSourceTest, SkipsPacketsWithoutPayload) {
 
 TEST(RtpSourceOpen, NamesTheAddressAndWhatIsWrongWithIt) {
     std::string error;
-    EXPECT_EQ(OpenInput("rtp://239.1.1.1", error), nullptr);
+    EXPECT_EQ(OpenSource("rtp://239.1.1.1", error), nullptr);
     EXPECT_EQ(error, "cannot open rtp://239.1.1.1: the port is missing (rtp://HOST:PORT)");
 }
 
 TEST(RtpSourceOpen, IsWhatTheSchemeAsksFor) {
     std::string error;
-    const std::shared_ptr<Source> source = OpenInput("rtp://@:0", error);
-    EXPECT_NE(dynamic_cast<RtpSource*>(source.get()), nullptr) << error;
+    const SourcePtr source = OpenSource("rtp://@:0", error);
+    ASSERT_NE(source, nullptr) << error;
+    EXPECT_NE(dynamic_cast<RtpSource*>(source->bytes().get()), nullptr);
 }
 
 }  // namespace

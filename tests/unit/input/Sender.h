@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <string>
 
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 #include "tests/support/TsBytes.h"
 
 namespace testsupport {
@@ -21,7 +21,7 @@ class Sender {
     explicit Sender(uint16_t port, const std::string& host = "127.0.0.1",
                     const std::string& interface = "lo") {
         const bool isIpv6 = host.find(':') != std::string::npos;
-        socket_ = tvservice::Descriptor(
+        socket_ = tvservice::FileDescriptor(
             ::socket(isIpv6 ? AF_INET6 : AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         const unsigned index = ::if_nametoindex(interface.c_str());
         const int hops = 0;
@@ -54,7 +54,7 @@ class Sender {
     }
 
   private:
-    tvservice::Descriptor socket_;
+    tvservice::FileDescriptor socket_;
     sockaddr_storage to_{};
     socklen_t size_ = 0;
 };

@@ -12,9 +12,11 @@
 
 #include "softplatform/base/Counters.h"
 #include "softplatform/input/BufferSource.h"
+#include "softplatform/input/FileDescriptor.h"
 #include "softplatform/input/FileSource.h"
-#include "softplatform/input/OpenInput.h"
+#include "softplatform/input/Source.h"
 #include "softplatform/input/StreamSource.h"
+#include "softplatform/service/SoftwarePlatform.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TsBytes.h"
 #include "tests/unit/input/FakeTimer.h"
@@ -30,30 +32,29 @@ using testsupport::IsReadable;
 using testsupport::TempDir;
 
 // One read of at most `size` bytes, which has to give some.
-Bytes ReadBytes(Source& source, size_t size) {
+Bytes ReadBytes(ByteSource& source, size_t size) {
     Bytes buffer(size);
     const ReadResult result = source.Read(buffer.data(), size);
     EXPECT_EQ(result.status, ReadResult::kBytes) << result.error;
-    buffer.resize(result.size);
-    return buffer;
+    return {result.bytes.begin(), result.bytes.end()};
 }
 
-ReadResult::Status ReadStatus(Source& source) {
+ReadResult::Status ReadStatus(ByteSource& source) {
     Bytes buffer(16);
     return source.Read(buffer.data(), buffer.size()).status;
 }
 
-std::shared_ptr<Source> Open(const std::string& uri) {
+std::shared_ptr<ByteSource> Open(const std::string& uri) {
     std::string error = "untouched";
-    std::shared_ptr<Source> source = OpenInput(uri, error);
+    const SourcePtr source = OpenSource(uri, error);
     EXPECT_NE(source, nullptr) << error;
     EXPECT_EQ(error, "untouched");
-    return source;
+    return source->bytes();
 }
 
 std::string OpenError(const std::string& uri) {
     std::string error;
-    EXPECT_EQ(OpenInput(uri, error), nullptr);
+    EXPECT_EQ(OpenSource(uri, error), nullptr);
     return error;
 }
 
@@ -61,15 +62,15 @@ struct Pipe {
     Pipe() {
         std::array<int, 2> ends{};
         EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-        out = Descriptor(ends[0]);
-        in = Descriptor(ends[1]);
+        out = FileDescriptor(ends[0]);
+        in = FileDescriptor(ends[1]);
     }
     void Write(const Bytes& bytes) const {
         EXPECT_EQ(::write(in.get(), bytes.data(), bytes.size()),
                   static_cast<ssize_t>(bytes.size()));
     }
-    Descriptor out;
-    Descriptor in;
+    FileDescriptor out;
+    FileDescriptor in;
 };
 
 TEST(FileSource, ReadsAFileToItsEnd) {
@@ -101,14 +102,14 @@ TEST(FileSource, EndsAtOnceWhenEmpty) {
 TEST(FileSource, NamesTheInputTheOffsetAndTheReasonWhenReadingFails) {
     const TempDir dir;
     // A directory opens, but does not read.
-    FileSource source("somewhere", Descriptor(::open(dir.Path("").c_str(), O_RDONLY)), 0);
+    FileSource source("somewhere", FileDescriptor(::open(dir.Path("").c_str(), O_RDONLY)), 0);
     Bytes buffer(16);
     const ReadResult result = source.Read(buffer.data(), buffer.size());
     EXPECT_EQ(result.status, ReadResult::kFailed);
     EXPECT_EQ(result.error, "cannot read somewhere at byte 0: Is a directory");
 }
 
-TEST(OpenInput, NamesTheInputAndTheReasonWhenItFails) {
+TEST(OpenSource, NamesTheInputAndTheReasonWhenItFails) {
     const TempDir dir;
     EXPECT_EQ(OpenError(dir.Path("missing.ts")),
               "cannot open " + dir.Path("missing.ts") + ": No such file or directory");
@@ -117,16 +118,16 @@ TEST(OpenInput, NamesTheInputAndTheReasonWhenItFails) {
     EXPECT_THAT(OpenError(dir.WriteFile("file", {}) + "/x"), HasSubstr("Not a directory"));
 }
 
-TEST(OpenInput, ReadsACharacterDeviceAsAStream) {
+TEST(OpenSource, ReadsACharacterDeviceAsAStream) {
     const auto source = Open("/dev/zero");
     EXPECT_FALSE(source->rewindable());
     EXPECT_EQ(ReadBytes(*source, 10), Bytes(10));
     EXPECT_EQ(ReadStatus(*Open("/dev/null")), ReadResult::kEnd);
 }
 
-TEST(OpenInput, ReadsStandardInput) {
+TEST(OpenSource, ReadsStandardInput) {
     const Pipe pipe;
-    const Descriptor before(::dup(STDIN_FILENO));
+    const FileDescriptor before(::dup(STDIN_FILENO));
     ASSERT_EQ(::dup2(pipe.out.get(), STDIN_FILENO), STDIN_FILENO);
     const auto source = Open("-");
     ::dup2(before.get(), STDIN_FILENO);
@@ -135,7 +136,7 @@ TEST(OpenInput, ReadsStandardInput) {
     EXPECT_EQ(ReadBytes(*source, 100), Counting(20));
 }
 
-TEST(OpenInput, OpensANamedPipeWithoutWaitingForItsWriter) {
+TEST(OpenSource, OpensANamedPipeWithoutWaitingForItsWriter) {
     const TempDir dir;
     const std::string path = dir.Path("fifo");
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
@@ -143,7 +144,7 @@ TEST(OpenInput, OpensANamedPipeWithoutWaitingForItsWriter) {
     EXPECT_EQ(ReadStatus(*source), ReadResult::kWouldBlock) << "not the end: nobody wrote yet";
     EXPECT_FALSE(IsReadable(source->descriptor()));
     {
-        const Descriptor writer(::open(path.c_str(), O_WRONLY));
+        const FileDescriptor writer(::open(path.c_str(), O_WRONLY));
         EXPECT_EQ(ReadStatus(*source), ReadResult::kWouldBlock);
         ASSERT_EQ(::write(writer.get(), "abc", 3), 3);
         EXPECT_TRUE(IsReadable(source->descriptor()));
@@ -160,7 +161,7 @@ TEST(StreamSource, NeverWaitsForBytesEvenOnADescriptorThatWould) {
     pipe.Write(Counting(5));
     EXPECT_EQ(ReadBytes(source, 16), Counting(5));
     EXPECT_EQ(ReadStatus(source), ReadResult::kWouldBlock);
-    pipe.in = Descriptor();
+    pipe.in = FileDescriptor();
     EXPECT_EQ(ReadStatus(source), ReadResult::kEnd);
 }
 
@@ -194,7 +195,7 @@ TEST(StreamSource, GoesOnBehindWhatADeviceHasLostAndCountsIt) {
 
 TEST(StreamSource, NamesTheInputTheOffsetAndTheReasonWhenReadingFails) {
     const TempDir dir;
-    StreamSource source("somewhere", Descriptor(::open(dir.Path("").c_str(), O_RDONLY)));
+    StreamSource source("somewhere", FileDescriptor(::open(dir.Path("").c_str(), O_RDONLY)));
     Bytes buffer(16);
     const ReadResult result = source.Read(buffer.data(), buffer.size());
     EXPECT_EQ(result.status, ReadResult::kFailed);

@@ -97,7 +97,7 @@ TEST(UdpSocket, CountsExactlyWhatTheKernelDropped) {
 TEST(UdpSocket, SaysAFailureAgain) {
     Counters counters;
     const auto socket = Open("udp://127.0.0.1:0", counters);
-    const Descriptor directory(::open("/", O_RDONLY | O_CLOEXEC));
+    const FileDescriptor directory(::open("/", O_RDONLY | O_CLOEXEC));
     ASSERT_GE(::dup2(directory.get(), socket->descriptor()), 0);
     for (int i = 0; i < 2; ++i) {
         const UdpSocket::Received received = socket->Receive();

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "softplatform/base/Counters.h"
-#include "softplatform/input/OpenInput.h"
+#include "softplatform/service/SoftwarePlatform.h"
 #include "tests/unit/input/Sender.h"
 
 namespace tvservice {
@@ -39,8 +39,7 @@ class UdpSourceTest : public testing::Test {
             if (result.status != ReadResult::kBytes) {
                 break;
             }
-            bytes.insert(bytes.end(), piece.begin(),
-                         piece.begin() + static_cast<std::ptrdiff_t>(result.size));
+            bytes.insert(bytes.end(), result.bytes.begin(), result.bytes.end());
         }
         return bytes;
     }
@@ -108,7 +107,7 @@ TEST_F(UdpSourceTest, TakesSoManyTinyDatagramsAtATime) {
         all.push_back(i);
     }
     Bytes first(1000);
-    first.resize(source_->Read(first.data(), first.size()).size);
+    first.resize(source_->Read(first.data(), first.size()).bytes.size());
     EXPECT_EQ(first, Bytes(all.begin(), all.begin() + 64));
     EXPECT_EQ(Read(36), Bytes(all.begin() + 64, all.end()));
 }
@@ -140,7 +139,7 @@ TEST(UdpUri, NamesWhatIsWrong) {
         {"udp://:5004?iface=none\x1B", "there is no network interface none\\x1B"}};
     for (const auto& [uri, why] : kWrong) {
         std::string error;
-        EXPECT_EQ(OpenInput(uri, error), nullptr) << uri;
+        EXPECT_EQ(OpenSource(uri, error), nullptr) << uri;
         EXPECT_THAT(error, HasSubstr(why));
         EXPECT_THAT(error, HasSubstr("cannot open udp://"));
         EXPECT_EQ(error.find('\x1B'), std::string::npos);

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "softplatform/base/Counters.h"
+#include "softplatform/input/Source.h"
 #include "softplatform/log/PlatformLog.h"
 #include "softplatform/section/FilterEngine.h"
 #include "softplatform/service/Pump.h"
@@ -84,8 +85,11 @@ class DvbFeedTest : public testing::Test {
     }
     void Play(const PlayOptions& options = {}) {
         ASSERT_TRUE(pump_.Start());
-        ASSERT_TRUE(pump_.Play(
-            std::make_shared<DvbSource>("dvb:0", kernel_.path(), kernel_.Opener()), options));
+        ASSERT_TRUE(pump_.Play(Device(), options));
+    }
+    SourcePtr Device() {
+        return std::make_shared<Source>(
+            std::make_shared<DvbSource>("dvb:0", kernel_.path(), kernel_.Opener()));
     }
 
     FakeKernel kernel_;
@@ -201,7 +205,7 @@ TEST_F(DvbFeedTest, EndsWhenTheDeviceIsUnplugged) {
 
 TEST_F(DvbFeedTest, EndsWithinATenthOfASecondWhenItIsInterruptedAndCanBePlayedAgain) {
     Subscribe(0x0011, 0x42, 1);
-    const auto source = std::make_shared<DvbSource>("dvb:0", kernel_.path(), kernel_.Opener());
+    const SourcePtr source = Device();
     ASSERT_TRUE(pump_.Start());
     for (int round = 0; round < 2; ++round) {
         ASSERT_TRUE(pump_.Play(source, {}));
@@ -307,13 +311,29 @@ TEST(DvbSource, TellsWhetherTheDeviceOpensAndLeavesItClosed) {
     EXPECT_EQ(error, "cannot open " + kernel.path() + ": No such file or directory");
 }
 
-TEST(DvbSource, HasNoPackets) {
+TEST(DvbSource, IsLive) {
     FakeKernel kernel;
-    DvbSource source("dvb:0", kernel.path(), kernel.Opener());
-    uint8_t buffer[188];
-    const ReadResult read = source.Read(buffer, sizeof buffer);
-    EXPECT_EQ(read.status, ReadResult::kFailed);
-    EXPECT_EQ(read.error, "cannot read dvb:0 at byte 0: a demux device has sections, not packets");
+    const Source source(std::make_shared<DvbSource>("dvb:0", kernel.path(), kernel.Opener()));
+    const SourceInfo info = Describe(source);
+    EXPECT_EQ(info.name, "dvb:0");
+    EXPECT_EQ(info.size, 0u);
+    EXPECT_TRUE(info.live);
+    EXPECT_FALSE(info.rewindable);
+}
+
+TEST(DvbSource, CannotBeReadAsOptionsForBytesSay) {
+    FakeKernel kernel;
+    const auto source = std::make_shared<Source>(
+        std::make_shared<DvbSource>("dvb:0", kernel.path(), kernel.Opener()));
+    std::string error;
+    EXPECT_EQ(WithOptions(source, {}, error), source);
+    for (const auto& [options, why] : std::vector<std::pair<SourceOptions, std::string>>{
+             {{.loop = true}, ": a live input has no end, so it cannot be looped or followed"},
+             {{.follow = true}, ": a live input has no end, so it cannot be looped or followed"},
+             {{.pace = 1}, ": a live input comes at its own pace"}}) {
+        EXPECT_EQ(WithOptions(source, options, error), nullptr);
+        EXPECT_EQ(error, "cannot open dvb:0" + why);
+    }
 }
 
 TEST(DvbSource, NamesTheDeviceThatIsNotThere) {

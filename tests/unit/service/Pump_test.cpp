@@ -30,11 +30,12 @@ using testsupport::SectionOfSize;
 using testsupport::Slice;
 
 // Gives one result after the other, then the end.
-class ScriptedSource final : public Source {
+class ScriptedSource final : public ByteSource {
   public:
-    explicit ScriptedSource(bool rewindable = false) : Source("script"), rewindable_(rewindable) {}
+    explicit ScriptedSource(bool rewindable = false)
+        : ByteSource("script"), rewindable_(rewindable) {}
 
-    void Bytes(testsupport::Bytes bytes) { Add({ReadResult::kBytes, bytes.size()}, bytes); }
+    void Bytes(testsupport::Bytes bytes) { Add({ReadResult::kBytes}, std::move(bytes)); }
     // Bytes in which there is no packet; `then` is called when they are read.
     void Garbage(std::function<void()> then) {
         Bytes(testsupport::Bytes(1000));
@@ -49,7 +50,7 @@ class ScriptedSource final : public Source {
         WouldBlock();
         steps_.back().then = [&counters] { counters.Add(Counter::kDeviceOverflows); };
     }
-    void Fail(std::string error) { Add({ReadResult::kFailed, 0, std::move(error)}); }
+    void Fail(std::string error) { Add({ReadResult::kFailed, {}, std::move(error)}); }
 
     uint64_t size() const override { return 0; }
     bool rewindable() const override { return rewindable_; }
@@ -58,9 +59,10 @@ class ScriptedSource final : public Source {
         if (steps_.empty()) {
             return {ReadResult::kEnd};
         }
-        const Step step = std::move(steps_.front());
+        Step step = std::move(steps_.front());
         steps_.pop_front();
         std::copy(step.bytes.begin(), step.bytes.end(), buffer);
+        step.result.bytes = {buffer, step.bytes.size()};
         if (step.then) {
             step.then();
         }
@@ -90,9 +92,9 @@ class PumpTest : public testing::Test {
     void Subscribe(uint16_t pid, uint8_t table_id, int id) {
         engine_.Subscribe(pid, *SectionFilter::Compile({table_id}, {0xFF}, {}), recorder_, id);
     }
-    InputEnd Play(std::shared_ptr<Source> source) {
+    InputEnd Play(std::shared_ptr<ByteSource> source) {
         EXPECT_TRUE(pump_.Start());
-        EXPECT_TRUE(pump_.Play(std::move(source), {}));
+        EXPECT_TRUE(pump_.Play(std::make_shared<Source>(std::move(source)), {}));
         const InputEnd end = pump_.WaitEnd();
         pump_.Stop();
         return end;
@@ -179,9 +181,9 @@ TEST_F(PumpTest, LogsWhatADeviceHasLost) {
 
 TEST_F(PumpTest, DoesNotPlayWhatCannotBeRewound) {
     ASSERT_TRUE(pump_.Start());
-    EXPECT_FALSE(pump_.Play(std::make_shared<ScriptedSource>(false), {}));
+    EXPECT_FALSE(pump_.Play(std::make_shared<Source>(std::make_shared<ScriptedSource>(false)), {}));
     EXPECT_FALSE(pump_.Play(nullptr, {}));
-    EXPECT_TRUE(pump_.Play(std::make_shared<ScriptedSource>(true), {}));
+    EXPECT_TRUE(pump_.Play(std::make_shared<Source>(std::make_shared<ScriptedSource>(true)), {}));
     pump_.WaitEnd();
     pump_.Stop();
 }
@@ -193,11 +195,23 @@ TEST_F(PumpTest, HasNothingToWaitForWhereNothingPlayed) {
         << "an interrupt of nothing does not reach the next source";
 }
 
+TEST_F(PumpTest, TellsThePacketSizeOfASourceThatIsInterruptedInItsFirstRead) {
+    Subscribe(0x0100, 0x42, 1);
+    const auto source = std::make_shared<ScriptedSource>(true);
+    for (int i = 0; i < 8; ++i) {
+        writer_.Section(0x0100, SectionOfSize(50));
+    }
+    source->Bytes(writer_.Take());
+    recorder_.Then([this](int) { pump_.Interrupt(); });
+    EXPECT_EQ(Play(source).reason, InputEnd::kInterrupted);
+    EXPECT_EQ(pump_.packet_size(), 188u);
+}
+
 TEST_F(PumpTest, LetsGoOfTheSourceBeforeItTellsTheEnd) {
     auto source = std::make_shared<ScriptedSource>(true);
-    const std::weak_ptr<Source> watched = source;
+    const std::weak_ptr<ByteSource> watched = source;
     ASSERT_TRUE(pump_.Start());
-    ASSERT_TRUE(pump_.Play(std::move(source), {}));
+    ASSERT_TRUE(pump_.Play(std::make_shared<Source>(std::move(source)), {}));
     pump_.WaitEnd();
     EXPECT_TRUE(watched.expired());
     pump_.Stop();

@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "softplatform/base/Mutex.h"
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 #include "softplatform/input/dvb/DvbDemux.h"
 #include "tests/unit/input/dvb/FakeDemux.h"
 
@@ -82,14 +82,14 @@ class DvbDemuxThreads : public testing::Test, protected DvbDemuxSink {
     const std::string& error() const { return error_; }  // once the thread has ended
 
     FakeKernel kernel_;
-    const Descriptor wake_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    const FileDescriptor wake_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     DvbDemux demux_{kernel_.path(), kernel_.Opener(), *this, [this] { Wake(); }};
     std::thread thread_;
     std::atomic<size_t> turns_{0};
 
   private:
     void Run() {
-        while (!isStopping_ && demux_.Turn(wake_.get(), error_)) {
+        while (!isStopping_ && demux_.WaitAndDeliver(wake_.get(), error_)) {
             ++turns_;
             uint64_t count = 0;
             while (::read(wake_.get(), &count, sizeof(count)) < 0 && errno == EINTR) {

@@ -1,4 +1,4 @@
-// The demux over a kernel that a test plays, turn by turn on the test's own thread.
+// The demux over a kernel that a test plays, step by step on the test's own thread.
 
 #include "softplatform/input/dvb/DvbDemux.h"
 
@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 #include "tests/unit/input/dvb/FakeDemux.h"
 
 namespace tvservice {
@@ -69,10 +69,10 @@ class DvbDemuxTest : public testing::Test, protected DvbDemuxSink {
     }
     void SetUp() override { Make({}); }
 
-    // One turn that does not wait; its error, empty when there is none.
-    std::string Turn() {
+    // One WaitAndDeliver that does not wait; its error, empty when there is none.
+    std::string WaitAndDeliver() {
         std::string error;
-        const bool isGood = demux_->Turn(wake_.get(), error);
+        const bool isGood = demux_->WaitAndDeliver(wake_.get(), error);
         EXPECT_EQ(isGood, error.empty());
         return error;
     }
@@ -82,7 +82,7 @@ class DvbDemuxTest : public testing::Test, protected DvbDemuxSink {
         std::vector<Arrival> all;
         do {
             arrivals_.clear();
-            EXPECT_EQ(Turn(), "");
+            EXPECT_EQ(WaitAndDeliver(), "");
             all.insert(all.end(), arrivals_.begin(), arrivals_.end());
         } while (!arrivals_.empty());
         return all;
@@ -94,12 +94,12 @@ class DvbDemuxTest : public testing::Test, protected DvbDemuxSink {
     uint64_t AddNow(uint16_t pid, const DvbFilter& filter) {
         const uint64_t name = demux_->Add(pid, filter);
         EXPECT_NE(name, 0u);
-        EXPECT_EQ(Turn(), "");
+        EXPECT_EQ(WaitAndDeliver(), "");
         return name;
     }
     void RemoveNow(uint64_t name) {
         EXPECT_TRUE(demux_->Remove(name));
-        EXPECT_EQ(Turn(), "");
+        EXPECT_EQ(WaitAndDeliver(), "");
     }
     bool OnlyTheWideFilterIsSet() {
         const auto filters = kernel_.Filters();
@@ -107,7 +107,7 @@ class DvbDemuxTest : public testing::Test, protected DvbDemuxSink {
     }
 
     FakeKernel kernel_;
-    const Descriptor wake_{::eventfd(1, EFD_CLOEXEC)};  // always set
+    const FileDescriptor wake_{::eventfd(1, EFD_CLOEXEC)};  // always set
     std::vector<Arrival> arrivals_;
     std::function<void()> onSection_;
     std::vector<std::string> warnings_;
@@ -135,7 +135,7 @@ TEST_F(DvbDemuxTest, WhatIsWantedIsSetOnADeviceAndComesWhole) {
 }
 
 TEST_F(DvbDemuxTest, NoDeviceIsOpenBeforeSomethingIsWantedNorAfter) {
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     EXPECT_EQ(kernel_.OpenFiles(), 0u);
     const uint64_t name = AddNow(kPid, TableId(0x4E));
     EXPECT_EQ(kernel_.OpenFiles(), 1u);
@@ -184,7 +184,7 @@ TEST_F(DvbDemuxTest, ChangesAreToldOfOnceATurn) {
     demux_->Add(kOtherPid, TableId(2));
     demux_->Remove(first);
     EXPECT_EQ(changes_, 1);
-    Turn();
+    WaitAndDeliver();
     demux_->Add(kPid, TableId(3));
     EXPECT_EQ(changes_, 2);
 }
@@ -353,7 +353,7 @@ TEST_F(DvbDemuxTest, AnOverflowIsCountedWarnedOfAndSurvived) {
     for (int i = 0; i < 5; ++i) {
         kernel_.Broadcast(kPid, Section(0x4E, Bytes(1000)));
     }
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     EXPECT_EQ(demux_->overflows(), 1u);
     EXPECT_THAT(TakeWarnings(), ElementsAre(AllOf(HasSubstr("lost"), HasSubstr("PID 0x0012"),
                                                   HasSubstr(kernel_.path()))));
@@ -405,7 +405,7 @@ TEST_F(DvbDemuxTest, AnUnpluggedDeviceEndsWithItsNameAndClosesAll) {
     AddNow(kPid, TableId(0x4E));
     AddNow(kOtherPid, TableId(0x42));
     kernel_.Unplug();
-    EXPECT_THAT(Turn(), AllOf(HasSubstr(kernel_.path()), HasSubstr("No such device")));
+    EXPECT_THAT(WaitAndDeliver(), AllOf(HasSubstr(kernel_.path()), HasSubstr("No such device")));
     EXPECT_EQ(kernel_.OpenFiles(), 0u);
 }
 
@@ -413,10 +413,10 @@ TEST_F(DvbDemuxTest, AfterAFailureTheNextTurnTriesAnewWithAllFilters) {
     AddNow(kPid, TableId(0x4E));
     AddNow(kOtherPid, TableId(0x42));
     kernel_.Unplug();
-    EXPECT_NE(Turn(), "");
-    EXPECT_THAT(Turn(), AllOf(HasSubstr(kernel_.path()), HasSubstr("No such file")));
+    EXPECT_NE(WaitAndDeliver(), "");
+    EXPECT_THAT(WaitAndDeliver(), AllOf(HasSubstr(kernel_.path()), HasSubstr("No such file")));
     kernel_.PlugIn();
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     kernel_.Broadcast(kPid, Section(0x4E));
     kernel_.Broadcast(kOtherPid, Section(0x42));
     EXPECT_THAT(Arrivals(), SizeIs(2));
@@ -428,23 +428,23 @@ TEST_F(DvbDemuxTest, AFailureForgetsThePidsWithoutRoomToo) {
     AddNow(kPid, TableId(0x4E));
     EXPECT_THAT(TakeWarnings(), SizeIs(1));
     kernel_.Unplug();
-    EXPECT_NE(Turn(), "");
+    EXPECT_NE(WaitAndDeliver(), "");
     kernel_.PlugIn();
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     EXPECT_THAT(TakeWarnings(), SizeIs(1));
 }
 
 TEST_F(DvbDemuxTest, ADeviceThatCannotBeOpenedEndsWithItsNameAndTheReason) {
     kernel_.Fail(Call::kOpen, EACCES);
     demux_->Add(kPid, TableId(0x4E));
-    EXPECT_THAT(Turn(), AllOf(HasSubstr(kernel_.path()), HasSubstr("Permission denied")));
+    EXPECT_THAT(WaitAndDeliver(), AllOf(HasSubstr(kernel_.path()), HasSubstr("Permission denied")));
 }
 
 TEST_F(DvbDemuxTest, AFilterThatCannotBeSetEndsWithTheNameAndTheReason) {
     kernel_.Fail(Call::kSetFilter, EIO);
     demux_->Add(kPid, TableId(0x4E));
-    EXPECT_THAT(Turn(), AllOf(HasSubstr("PID 0x0012"), HasSubstr(kernel_.path()),
-                              HasSubstr("Input/output error")));
+    EXPECT_THAT(WaitAndDeliver(), AllOf(HasSubstr("PID 0x0012"), HasSubstr(kernel_.path()),
+                                        HasSubstr("Input/output error")));
     EXPECT_EQ(kernel_.OpenFiles(), 0u);
 }
 
@@ -455,36 +455,36 @@ TEST_F(DvbDemuxTest, UnpluggingIsSeenWhereverItComes) {
     Make(limits);
     kernel_.Fail(Call::kSetBufferSize, ENODEV);
     const uint64_t first = demux_->Add(kPid, TableId(0x4E));
-    EXPECT_THAT(Turn(), isGone);
+    EXPECT_THAT(WaitAndDeliver(), isGone);
 
     kernel_.Fail(Call::kSetFilter, ENODEV);
-    EXPECT_THAT(Turn(), isGone);
-    EXPECT_EQ(Turn(), "");
+    EXPECT_THAT(WaitAndDeliver(), isGone);
+    EXPECT_EQ(WaitAndDeliver(), "");
 
     // While a device that leaves is read empty.
     demux_->Add(kPid, Extension(5));
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     demux_->Remove(first);
     kernel_.FailReads(ENODEV);
-    EXPECT_THAT(Turn(), isGone);
-    EXPECT_EQ(Turn(), "");
+    EXPECT_THAT(WaitAndDeliver(), isGone);
+    EXPECT_EQ(WaitAndDeliver(), "");
 
     // While devices are read empty before the first of them turns wide.
     demux_->Add(kPid, Extension(6));
     demux_->Add(kPid, Extension(7));
     kernel_.FailReads(ENODEV);
-    EXPECT_THAT(Turn(), isGone);
+    EXPECT_THAT(WaitAndDeliver(), isGone);
 
     // While it turns wide.
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     EXPECT_TRUE(OnlyTheWideFilterIsSet());
     Make(limits);
     demux_->Add(kPid, Extension(6));
     demux_->Add(kPid, Extension(7));
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     demux_->Add(kPid, Extension(8));
     kernel_.Fail(Call::kSetFilter, ENODEV);
-    EXPECT_THAT(Turn(), isGone);
+    EXPECT_THAT(WaitAndDeliver(), isGone);
     EXPECT_EQ(kernel_.OpenFiles(), 0u);
 }
 
@@ -521,7 +521,7 @@ TEST_F(DvbDemuxTest, ACallThatASignalInterruptsIsMadeAgain) {
     kernel_.SetRoom(1);
     demux_->Add(kPid, TableId(0x50));
     kernel_.Fail(Call::kSetFilter, EINTR, 3);
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     EXPECT_TRUE(OnlyTheWideFilterIsSet());
     EXPECT_THAT(warnings_, IsEmpty());
 }
@@ -529,24 +529,25 @@ TEST_F(DvbDemuxTest, ACallThatASignalInterruptsIsMadeAgain) {
 TEST_F(DvbDemuxTest, AReadThatFailsEndsWithTheNameAndTheReason) {
     AddNow(kPid, TableId(0x4E));
     kernel_.FailReads(EIO);
-    EXPECT_THAT(Turn(), AllOf(HasSubstr("PID 0x0012"), HasSubstr(kernel_.path()),
-                              HasSubstr("Input/output error")));
-    EXPECT_EQ(Turn(), "");
+    EXPECT_THAT(WaitAndDeliver(), AllOf(HasSubstr("PID 0x0012"), HasSubstr(kernel_.path()),
+                                        HasSubstr("Input/output error")));
+    EXPECT_EQ(WaitAndDeliver(), "");
     kernel_.FailReads(0);
-    EXPECT_THAT(Turn(), AllOf(HasSubstr(kernel_.path()), HasSubstr("ended")));
+    EXPECT_THAT(WaitAndDeliver(), AllOf(HasSubstr(kernel_.path()), HasSubstr("ended")));
 }
 
 TEST_F(DvbDemuxTest, AnErrorThatNoReadTellsOfEndsInsteadOfTurningForEver) {
     AddNow(kPid, TableId(0x4E));
     kernel_.HangUp();
-    EXPECT_THAT(Turn(), AllOf(HasSubstr(kernel_.path()), HasSubstr("Input/output error")));
+    EXPECT_THAT(WaitAndDeliver(),
+                AllOf(HasSubstr(kernel_.path()), HasSubstr("Input/output error")));
 }
 
 TEST_F(DvbDemuxTest, AWakeDescriptorThatIsNoneFailsNothing) {
     AddNow(kPid, TableId(0x4E));
     kernel_.Broadcast(kPid, Section(0x4E));
     std::string error;
-    EXPECT_TRUE(demux_->Turn(-1, error));
+    EXPECT_TRUE(demux_->WaitAndDeliver(-1, error));
     EXPECT_THAT(arrivals_, SizeIs(1));
 }
 
@@ -559,7 +560,7 @@ TEST_F(DvbDemuxTest, ABusyDeviceDoesNotKeepTheTurnFromEndingNorTheOthersFromBein
         kernel_.Broadcast(kOtherPid, Section(0x42));
     }
     arrivals_.clear();
-    EXPECT_EQ(Turn(), "");
+    EXPECT_EQ(WaitAndDeliver(), "");
     EXPECT_THAT(arrivals_, testing::Contains(Arrival(kOtherPid, Section(0x42))));
     EXPECT_LT(std::count(arrivals_.begin(), arrivals_.end(), Arrival(kPid, large)), 50);
     const size_t first = arrivals_.size();

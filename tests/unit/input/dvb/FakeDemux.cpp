@@ -10,13 +10,13 @@
 #include <optional>
 #include <system_error>
 
-#include "softplatform/input/Descriptor.h"
+#include "softplatform/input/FileDescriptor.h"
 
 namespace testsupport {
 
 using tvservice::DemuxDevice;
 using tvservice::DemuxOpener;
-using tvservice::Descriptor;
+using tvservice::FileDescriptor;
 using tvservice::MutexLock;
 
 namespace {
@@ -56,8 +56,8 @@ class FakeKernel::File final : public DemuxDevice {
         if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
             throw std::system_error(errno, std::generic_category(), "pipe2");
         }
-        polled_ = Descriptor(ends[0]);
-        bell_ = Descriptor(ends[1]);
+        polled_ = FileDescriptor(ends[0]);
+        bell_ = FileDescriptor(ends[1]);
     }
 
     ~File() override {
@@ -158,7 +158,7 @@ class FakeKernel::File final : public DemuxDevice {
         }
     }
 
-    void HangUp() { bell_ = Descriptor(); }
+    void HangUp() { bell_ = FileDescriptor(); }
 
   private:
     void Settle() {
@@ -175,8 +175,8 @@ class FakeKernel::File final : public DemuxDevice {
     }
 
     FakeKernel& kernel_;
-    Descriptor polled_;  // the ends of a pipe
-    Descriptor bell_;
+    FileDescriptor polled_;  // the ends of a pipe
+    FileDescriptor bell_;
     std::optional<dmx_sct_filter_params> filter_;
     size_t bufferSize_ = 8192;
     std::deque<Bytes> kept_;

@@ -7,16 +7,16 @@
 namespace tvservice {
 
 // Owns an open file descriptor and closes it; -1 is none.
-class Descriptor {
+class FileDescriptor {
   public:
-    Descriptor() = default;
-    explicit Descriptor(int fd) : fd_(fd) {}
-    Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
+    FileDescriptor() = default;
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
         std::swap(fd_, other.fd_);
         return *this;
     }
-    ~Descriptor() {
+    ~FileDescriptor() {
         if (fd_ >= 0) {
             ::close(fd_);
         }
