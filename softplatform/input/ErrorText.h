@@ -6,7 +6,7 @@
 
 namespace tvservice {
 
-// A name as it may stand in a message: control bytes as \xNN.
+// A name as messages show it: control characters as \xNN, so that they do nothing to a terminal.
 inline std::string Visible(const std::string& name) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string visible;
@@ -21,7 +21,7 @@ inline std::string Visible(const std::string& name) {
     return visible;
 }
 
-// The lines with which inputs fail; `error` is an errno value.
+// The error lines of inputs. `error` is an errno value.
 
 inline std::string OpenErrorText(const std::string& name, int error) {
     return "cannot open " + Visible(name) + ": " + std::generic_category().message(error);

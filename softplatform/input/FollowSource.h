@@ -9,15 +9,15 @@
 
 namespace tvservice {
 
-// A file that grows while it is read: where it ends, there is nothing more yet. It is looked at
-// again every kInterval, which works on every file system, whoever writes to it from wherever. A
-// file that becomes shorter than what was read of it fails.
+// A file that grows while it is read. At its end it has no bytes yet, and is read again every
+// kInterval. Notifications of the file system (inotify) are not used: they do not come for files
+// that other machines write. A file that becomes shorter than what was read of it fails.
 class FollowSource final : public ByteSource {
   public:
     static constexpr std::chrono::milliseconds kInterval{50};
 
-    // `source` is a file (FileSource), which can give more after it has ended; both become this
-    // one's alone.
+    // `source` is a file (FileSource): it can give more bytes after its end. Both become this one's
+    // alone.
     FollowSource(std::shared_ptr<ByteSource> source, std::unique_ptr<Timer> timer);
 
     uint64_t size() const override { return 0; }

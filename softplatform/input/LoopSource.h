@@ -8,8 +8,8 @@
 
 namespace tvservice {
 
-// Another source over and over: at its end it starts again, as one stream without an end. Where end
-// and start meet, the stream has the jumps that such a cut makes. A source that is empty ends.
+// Plays another source again and again, as one stream without an end. Where the end meets the
+// start, continuity counters and PCRs jump. An empty source ends.
 class LoopSource final : public ByteSource {
   public:
     // `source` is rewindable and becomes this one's alone.

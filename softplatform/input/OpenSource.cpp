@@ -16,6 +16,7 @@
 #include "softplatform/input/FileSource.h"
 #include "softplatform/input/FollowSource.h"
 #include "softplatform/input/LoopSource.h"
+#include "softplatform/input/MappedSource.h"
 #include "softplatform/input/PaceSource.h"
 #include "softplatform/input/RtpSource.h"
 #include "softplatform/input/Source.h"
@@ -70,7 +71,7 @@ constexpr Scheme kSchemes[] = {
     {{"udp://", "udp://[@]HOST:PORT[?iface=NAME]", "UDP datagrams to a host or a group", false},
      OpenUdp},
     {{"rtp://", "rtp://[@]HOST:PORT[?iface=NAME]", "the same with RTP", false}, OpenRtp},
-    {{kDvbScheme, kDvbForm, "the sections of an adapter that something else has tuned", true},
+    {{kDvbScheme, kDvbForm, "the sections of an adapter that another program has tuned", true},
      OpenDvb},
 };
 
@@ -100,7 +101,7 @@ SourcePtr OpenStandardInput(std::string& error) {
 }
 
 // Regular files and block devices can be rewound. All else is read as a stream.
-SourcePtr OpenPath(const std::string& path, std::string& error) {
+SourcePtr OpenPath(const std::string& path, const SourceOptions& options, std::string& error) {
     // O_NONBLOCK: a named pipe opens at once, with or without a writer.
     FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
@@ -115,9 +116,12 @@ SourcePtr OpenPath(const std::string& path, std::string& error) {
         error = OpenErrorText(path, EISDIR);
         return nullptr;
     }
+    const auto size = static_cast<uint64_t>(status.st_size);
+    if (S_ISREG(status.st_mode) && options.mapped) {
+        return ToSource<ByteSource>(std::make_shared<MappedSource>(path, std::move(file), size));
+    }
     if (S_ISREG(status.st_mode) || S_ISBLK(status.st_mode)) {
-        return ToSource<ByteSource>(std::make_shared<FileSource>(
-            path, std::move(file), static_cast<uint64_t>(status.st_size)));
+        return ToSource<ByteSource>(std::make_shared<FileSource>(path, std::move(file), size));
     }
     return ToSource<ByteSource>(std::make_shared<StreamSource>(path, std::move(file)));
 }
@@ -131,7 +135,7 @@ SourcePtr Open(const std::string& uri, const SourceOptions& options, std::string
     if (scheme != nullptr) {
         return scheme->open(uri, options, error);
     }
-    return uri == "-" ? OpenStandardInput(error) : OpenPath(uri, error);
+    return uri == "-" ? OpenStandardInput(error) : OpenPath(uri, options, error);
 }
 
 // Why a source cannot be read with these options; null when it can.

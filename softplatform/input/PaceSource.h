@@ -14,11 +14,11 @@
 
 namespace tvservice {
 
-// Another source, held back so that its PCRs pass at the pace at which they were broadcast, or so
-// many times faster: the bytes behind a PCR come when it is due (PcrSchedule), those up to it as
-// soon as there is room. A stream without PCRs is not held back.
+// Plays another source as fast as it was broadcast, or `speed` times as fast, by its PCRs: the
+// bytes after a PCR are given when that PCR is due (PcrSchedule), the bytes up to it at once. A
+// stream without PCRs is not delayed.
 //
-// Reads ahead of the pace by up to kReadAhead bytes.
+// Reads the other source up to kReadAhead bytes before they are due.
 class PaceSource final : public ByteSource {
   public:
     static constexpr size_t kReadAhead = 64 * 1024;
@@ -41,7 +41,7 @@ class PaceSource final : public ByteSource {
     PcrSchedule schedule_;
     std::vector<uint8_t> buffer_;
     ByteView ahead_;  // what was read ahead: in buffer_, or lent by the source
-    std::optional<std::chrono::nanoseconds> due_;  // when the next byte is, where that is known
+    std::optional<std::chrono::nanoseconds> due_;  // the time of the next byte, if it is known
 };
 
 }  // namespace tvservice

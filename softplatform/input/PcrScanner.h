@@ -17,18 +17,18 @@ struct Pcr {
 constexpr uint64_t kPcrFrequency = 27'000'000;
 constexpr uint64_t kPcrModulus = (uint64_t{1} << 33) * 300;
 
-// Finds the PCRs of a stream of 188-, 192- or 204-byte packets while its bytes pass, in pieces of
-// any size. Those of the few packets before packet sync is found are not seen, nor those of packets
-// with transport_error_indicator.
+// Finds the PCRs of a stream of 188-, 192- or 204-byte packets, which it gets in pieces of any
+// size. It misses PCRs in the few packets before packet sync is found, and ignores packets with
+// transport_error_indicator.
 class PcrScanner {
   public:
-    // Looks at `size` bytes (1 or more), but not beyond the one that completes a PCR; `pcr` then
-    // receives it and is empty otherwise. How many were looked at, at least 1.
+    // Reads `size` bytes (1 or more), or fewer when a PCR is complete before; `pcr` receives the
+    // PCR, or none. Returns how many bytes were read, at least 1.
     //
-    // 2.4.2.2: the time that a PCR tells is the time at which that byte arrives.
+    // ISO/IEC 13818-1 2.4.2.2: a PCR is the time at which the byte arrives that completes its base.
     size_t Scan(const uint8_t* bytes, size_t size, std::optional<Pcr>& pcr);
 
-    // Forgets all that has passed.
+    // Forgets everything, as if newly made.
     void Reset() { *this = {}; }
 
   private:

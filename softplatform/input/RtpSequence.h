@@ -12,13 +12,13 @@
 
 namespace tvservice {
 
-// Brings RTP packets into the order of their sequence numbers and counts what is missing (RFC 3550
-// 5.1, A.1). A packet that is missing is waited for until kWindow packets behind it have come; then
-// it is lost (kRtpLosses). One that comes in time after all is counted too (kRtpReordered). One
-// that comes twice, or too late, is left out.
+// Puts RTP packets in the order of their sequence numbers and counts those that are missing (RFC
+// 3550 5.1, A.1). It waits for a missing packet until kWindow packets after it have come; then the
+// packet is counted as lost (kRtpLosses). A packet that comes late but in time is counted as well
+// (kRtpReordered). A packet that comes twice or too late is left out.
 //
-// Where the sender starts anew, with another SSRC or far back in sequence, so does the order:
-// nothing is lost between the old sequence and the new one.
+// When the sender starts again, with another SSRC or a sequence number far back, the order starts
+// again too: no packet between the old sequence and the new one counts as lost.
 //
 // Used by one thread at a time. Push a packet, then Pop until there is nothing more.
 class RtpSequence {

@@ -10,8 +10,8 @@
 namespace tvservice {
 
 // A transport stream in RTP over UDP (RFC 2250 2): live, without an end. The packets' payload, in
-// the order of their sequence numbers as far as RtpSequence restores it: what came behind a missing
-// packet is held back until that has come or is given up. Datagrams that are no RTP data packet are
+// the order of their sequence numbers as far as RtpSequence restores it: packets after a missing
+// one are kept until it has come or counts as lost. Datagrams that are not RTP data packets are
 // counted (kMalformedDatagrams) and left out.
 class RtpSource final : public UdpSource {
   public:

@@ -16,8 +16,9 @@ StreamSource::StreamSource(std::string name, FileDescriptor stream, bool live, R
 ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
     wasRead_ = true;
     for (;;) {
-        // Asked first, because a read of a pipe without a writer tells "not yet" from "no more"
-        // only by this, and because the descriptor may be shared and must keep its mode.
+        // Polled first, for two reasons: read(2) of a pipe without a writer returns 0 both before
+        // the first writer and after the last one, and only poll(2) tells them apart; and another
+        // process may share the descriptor, so its mode must not be changed.
         pollfd ready{stream_.get(), POLLIN, 0};
         const int answers = ::poll(&ready, 1, 0);
         if (answers == 0) {

@@ -12,15 +12,16 @@
 
 namespace tvservice {
 
-// What can be read once, in order: standard input, a pipe, a terminal, a character device. A named
-// pipe that nobody has opened for writing yet has not ended, it has nothing to say. A device that
-// has lost bytes because it was read too slowly (EOVERFLOW, DVB's dvr device) goes on; that is
-// counted (device_overflows), and it has no start: it can be played again, from where it is.
+// An input that can be read only once, in order: standard input, a pipe, a terminal, a character
+// device. A named pipe that nobody has opened for writing yet has no bytes yet; it has not ended.
+// When a device has lost bytes because it was read too slowly (EOVERFLOW; DVB's dvr device),
+// reading goes on and the loss is counted (device_overflows). A live device can be played again,
+// from where it is.
 class StreamSource final : public ByteSource {
   public:
-    // `stream` is open for reading and becomes the source's. Whether it is in non-blocking mode
-    // makes no difference: it is asked before every read. `live`: it has no end of its own. `read`
-    // is read(2), or plays its part.
+    // `stream` is open for reading and becomes the source's. It need not be in non-blocking mode:
+    // it is polled before every read. `live`: it has no end of its own. `read` is read(2), or
+    // stands in for it in a test.
     using ReadCall = ssize_t (*)(int descriptor, void* buffer, size_t size);
     StreamSource(std::string name, FileDescriptor stream, bool live = false,
                  ReadCall read = ::read);

@@ -13,11 +13,11 @@ class Timer {
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
-    // A time that only grows. Its zero means nothing.
+    // A time that only grows; only differences mean something.
     virtual std::chrono::nanoseconds Now() = 0;
 
-    // Makes the descriptor readable from that time on, at once when it has passed, and not before.
-    // Replaces what was asked for earlier.
+    // Makes the descriptor readable from that time on: at once when the time has passed. Replaces
+    // the time that was set before.
     virtual void WakeAt(std::chrono::nanoseconds time) = 0;
 
     virtual int descriptor() const = 0;

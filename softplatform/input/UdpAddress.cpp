@@ -82,20 +82,20 @@ bool ParseUdpUri(const std::string& uri, UdpAddress& address, std::string& error
     }
     in_port_t port = 0;
     if (!ParsePort(rest.substr(colon + 1), port)) {
-        return Refuse(uri, "the port is no number from 0 to 65535", error);
+        return Refuse(uri, "the port must be a number from 0 to 65535", error);
     }
     const std::string host = rest.substr(0, colon);
     const bool isInBrackets = host.size() >= 2 && host.front() == '[' && host.back() == ']';
     if (!isInBrackets && host.find(':') != std::string::npos) {
-        return Refuse(uri, "an IPv6 address stands in brackets", error);
+        return Refuse(uri, "an IPv6 address must be in brackets", error);
     }
     // Names are not looked up: that may wait for long.
     if (isInBrackets ? !ParseIpv6(host.substr(1, host.size() - 2), port, address)
                      : !ParseIpv4(host, port, address)) {
-        return Refuse(uri, "the host is no numeric address", error);
+        return Refuse(uri, "the host must be a numeric address", error);
     }
     if (isMarkedAsGroup && !host.empty() && !address.isMulticast) {
-        return Refuse(uri, "the address behind @ is no multicast group", error);
+        return Refuse(uri, "the address after @ must be a multicast group", error);
     }
     return true;
 }

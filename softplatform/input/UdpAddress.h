@@ -15,9 +15,10 @@ struct UdpAddress {
     unsigned interfaceIndex = 0;  // 0: the system's choice
 };
 
-// Reads `uri`, which has a scheme ("udp://", "rtp://"): what stands behind it is the same for all.
-// Port 0 leaves the choice to the system. False when `uri` is malformed or its network interface
-// does not exist; `error` then receives a line that names it and what is wrong. Any thread.
+// Reads `uri`, which has a scheme; what follows the scheme has the same form for "udp://" and
+// "rtp://". With port 0 the system chooses the port. False when `uri` is malformed or its network
+// interface does not exist; `error` then receives a line that names it and what is wrong. Any
+// thread.
 bool ParseUdpUri(const std::string& uri, UdpAddress& address, std::string& error);
 
 }  // namespace tvservice

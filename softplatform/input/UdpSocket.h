@@ -25,21 +25,22 @@ class UdpSocket {
         int error = 0;        // errno value of kFailed
     };
 
-    // Binds the address and, when it is a multicast group, joins it; several sockets may do that
-    // for one group, but not for a unicast address. Asks for a receive buffer of 8 MiB and is
-    // content with what the system allows. Null on failure; `error` then receives the errno value.
+    // Binds the address and, when it is a multicast group, joins it; several sockets can do that
+    // for one group, but not for a unicast address. Asks for a receive buffer of 8 MiB; the system
+    // may give less. Null on failure; `error` then receives the errno value.
     //
     // Datagrams that the kernel had no room for are added to kKernelDrops of `counters`, which is
     // borrowed, when a later datagram is received.
     static std::unique_ptr<UdpSocket> Open(const UdpAddress& address, Counters& counters,
                                            int& error);
 
-    // The next datagram, in the order in which they came. Never waits. After a failure: the same
-    // one again.
+    // The next datagram, in the order in which they came. Never waits. After a failure it returns
+    // the same failure again.
     Received Receive();
 
-    // Whether the next datagram is here already, so that Receive asks the kernel for none. Those
-    // who leave datagrams out stop where this is false, or a flood of such would never let them go.
+    // Whether the next datagram was already received, so that Receive makes no system call. A loop
+    // that skips datagrams must end when this is false: in a flood of such datagrams it would not
+    // end otherwise.
     bool HasNext() const { return next_ != received_; }
 
     // What poll(2) waits on after kNothing.

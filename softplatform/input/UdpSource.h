@@ -13,8 +13,8 @@
 
 namespace tvservice {
 
-// A transport stream in UDP datagrams, unicast or multicast: live, without an end. Datagrams that
-// are empty are counted (kMalformedDatagrams), as are those that the kernel had no room for
+// A transport stream in UDP datagrams, unicast or multicast: live, without an end. Empty datagrams
+// are counted (kMalformedDatagrams), and so are those that the kernel had no room for
 // (kKernelDrops).
 class UdpSource : public ByteSource {
   public:
@@ -41,8 +41,8 @@ class UdpSource : public ByteSource {
 
     UdpSource(std::string uri, std::unique_ptr<UdpSocket> socket, Counters& counters);
 
-    // The next piece of the stream, not empty, borrowed until the next call: here a datagram.
-    // kNothing also when all that the kernel handed over at once was left out.
+    // The next piece of the stream, here a datagram: not empty, borrowed until the next call.
+    // kNothing also when every datagram of one system call was left out.
     virtual UdpSocket::Received Next();
 
     UdpSocket& socket() { return *socket_; }

@@ -34,6 +34,10 @@ struct SourceOptions {
     bool follow = false;  ///< waits at its end for more; for files that grow
     double pace = 0;      ///< by its PCRs, in multiples of real time; 0: as fast as it can be read
     bool dvr = false;     ///< takes the packets of the dvr device; for "dvb:..."
+    /// Maps files into memory (mmap(2)) a part at a time, which saves a copy. What cannot be mapped
+    /// is read (read(2)), as everything is without this. For a program whose handler of SIGBUS
+    /// calls `RepairMappedSource`.
+    bool mapped = false;
 };
 
 /// Opens a transport stream. Never waits, not even for the writer of a named pipe.
@@ -76,6 +80,15 @@ SOFTPLATFORM_API SourcePtr MemorySource(std::string name, std::vector<unsigned c
 /// source is destroyed and nothing plays it. They are read where they lie.
 SOFTPLATFORM_API SourcePtr BorrowedSource(std::string name, const unsigned char* bytes,
                                           std::size_t size, std::size_t piece = 0);
+
+/// For the SIGBUS handler of a program that has files mapped; the library installs none. The signal
+/// comes, on the thread that reads the source, when a mapped file becomes shorter or cannot be read
+/// from its device. If `address` (`si_addr`) lies in such a file, zeros take the place of what is
+/// missing, the source fails at its next read, and the handler can return.
+///
+/// Async-signal-safe; leaves `errno` alone.
+/// @return false when the signal has another cause
+SOFTPLATFORM_API bool RepairMappedSource(void* address) noexcept;
 
 /// What can be said of a source without playing it.
 struct SourceInfo {

@@ -11,12 +11,12 @@
 
 namespace tvservice {
 
-// One open demux device with one section filter, as the kernel's DVB API offers it: no more than
-// the calls. What they mean together is decided above (DvbDemux), so that whoever plays the kernel
-// in its place has little to do. Used by one thread at a time; the destructor closes the device.
+// One open demux device with one section filter: the calls of the kernel's DVB API, one to one. All
+// logic is in DvbDemux, so that a test's stand-in for the kernel stays small. Used by one thread at
+// a time; the destructor closes the device.
 //
-// Failures are errno values. No call waits. Any call may end with EINTR, having done nothing; its
-// caller makes it again.
+// Failures are errno values. No call waits. Any call may fail with EINTR without an effect; the
+// caller repeats it.
 class DemuxDevice {
   public:
     virtual ~DemuxDevice() = default;
@@ -27,7 +27,7 @@ class DemuxDevice {
     // first SetFilter; EBUSY later. 0 on success.
     virtual int SetBufferSize(size_t bytes) = 0;
 
-    // DMX_SET_FILTER: throws away what has been kept and goes on with this filter. 0 on success;
+    // DMX_SET_FILTER: drops the sections that the kernel keeps and sets this filter. 0 on success;
     // after a failure no filter is set.
     virtual int SetFilter(const dmx_sct_filter_params& filter) = 0;
 
@@ -37,7 +37,7 @@ class DemuxDevice {
     // too), ENODEV when the device is gone.
     virtual ssize_t Read(uint8_t* buffer, size_t size) = 0;
 
-    // What poll(2) waits on: POLLIN while Read has something to say.
+    // What poll(2) waits on: POLLIN when Read has bytes or an error.
     virtual int descriptor() const = 0;
 
   protected:

@@ -18,18 +18,18 @@
 
 namespace tvservice {
 
-// Takes what a DvbDemux has to say: on the thread that calls WaitAndDeliver, one call at a time,
-// with no lock held. May call Add and Remove, not WaitAndDeliver.
+// Receives sections and warnings of a DvbDemux: on the thread that calls WaitAndDeliver, one call
+// at a time, with no lock held. May call Add and Remove, not WaitAndDeliver.
 class DvbDemuxSink {
   public:
     // A whole section of a wanted PID: `size` bytes, 3 + section_length and at most 4096, borrowed
-    // for the call. It need not match a filter, and its CRC may be bad: device filters are wider
-    // than what was asked for, and not every device checks. Match and check.
+    // for the call. Match it and check its CRC: a device filter lets more pass than was asked for,
+    // and not every device checks the CRC.
     virtual void OnSection(uint16_t pid, const uint8_t* section, size_t size) = 0;
 
-    // Sections of a PID were lost, or will not come, for the reason in this line, which names the
-    // device and the PID: the buffer ran over, it could not be made larger, or the device has no
-    // room for the PID's filters.
+    // Sections of a PID were lost or will not come. The line names the device, the PID and the
+    // reason: the buffer ran over, it could not be made larger, or the device has no room for the
+    // PID's filters.
     virtual void OnWarning(uint16_t pid, const std::string& line) = 0;
 
   protected:
@@ -47,44 +47,44 @@ struct DvbDemuxLimits {
     size_t wanted = 4096;             // filters added at a time
 };
 
-// Sections of a tuned adapter, through the kernel's section filters: one open demux device for each
-// device filter, as few as the plan of a PID needs (DvbFilterPlan). Since every new device filter
-// restarts the feed of its PID in the kernel, a PID that has needed many gets one wide filter,
-// which stays until nothing is wanted of the PID; filters then come and go without the device's
-// notice.
+// Gets the sections of a tuned adapter through the kernel's section filters. It opens the demux
+// device once for each device filter, and uses as few as it can (DvbFilterPlan). Every new device
+// filter restarts the feed of its PID in the kernel. So a PID that needs many gets one wide filter,
+// which stays until nothing is wanted of the PID; filters can then be added and removed without a
+// restart.
 //
-// A section that several device filters of its PID let pass is handed on once. Only while the
-// filters of a PID change can one get lost or come twice.
+// A section that passes several device filters of its PID is handed on once. Only while the filters
+// of a PID change can a section get lost or come twice.
 //
-// Two sides. Add, Remove and the counters: any thread, at any time. All else, the destructor
+// Add, Remove and the counters may be called on any thread. Everything else, the destructor
 // included, belongs to one thread at a time.
 class DvbDemux {
   public:
     // `sink` is borrowed and outlives the demux. `onChange` is called, on the thread that asks for
-    // a change and with no lock held, when there is something to apply that WaitAndDeliver was not
-    // told of yet: it should wake the WaitAndDeliver that waits. May be empty.
+    // a change and with no lock held, at the first change since the last WaitAndDeliver: it should
+    // wake the WaitAndDeliver that waits. May be empty.
     DvbDemux(std::string path, DemuxOpener open, DvbDemuxSink& sink, std::function<void()> onChange,
              DvbDemuxLimits limits = {});
     DvbDemux(const DvbDemux&) = delete;
     DvbDemux& operator=(const DvbDemux&) = delete;
     ~DvbDemux();
 
-    // Wants the sections of `pid` that match, from the next WaitAndDeliver on. A name for Remove,
-    // never given again; 0 when refused: a PID above 0x1FFF, a filter that is not well-formed, or
-    // too many.
+    // Asks for the sections of `pid` that match, from the next WaitAndDeliver on. Returns a name
+    // for Remove, which is never used again; 0 when refused: a PID above 0x1FFF, a filter that is
+    // not well-formed, or too many filters.
     uint64_t Add(uint16_t pid, DvbFilter filter) TV_EXCLUDES(mutex_);
 
-    // Wants them no longer, from the next WaitAndDeliver on. Returns false for a name that is not
-    // in use.
+    // Takes that back, from the next WaitAndDeliver on. Returns false for a name that is not in
+    // use.
     bool Remove(uint64_t name) TV_EXCLUDES(mutex_);
 
-    // Sets and releases device filters as was asked for; waits until a device has something to say
-    // or `wake`, a descriptor that is never read here, is readable; and hands on what came, only so
-    // much that it soon returns. A signal ends the wait too.
+    // Sets and releases device filters as was asked for. Then waits until a device has sections or
+    // an error, `wake` (a descriptor that is never read here) is readable, or a signal comes. Then
+    // hands on sections, a limited number, so that it returns soon.
     //
     // Returns false when the device failed or is gone: every device is then closed, and `error`
     // receives one line that names the device, how far it was read, and the reason. The next
-    // WaitAndDeliver tries anew, with all filters that are wanted.
+    // WaitAndDeliver opens the device again, with all filters that are wanted.
     bool WaitAndDeliver(int wake, std::string& error) TV_EXCLUDES(mutex_);
 
     // Times a device's buffer ran over (EOVERFLOW), each time with the loss of some sections.

@@ -15,6 +15,7 @@
 #include "softplatform/input/FileSource.h"
 #include "softplatform/input/FollowSource.h"
 #include "softplatform/input/LoopSource.h"
+#include "softplatform/input/MappedSource.h"
 #include "softplatform/input/PaceSource.h"
 #include "softplatform/input/RtpSource.h"
 #include "softplatform/input/StreamSource.h"
@@ -70,15 +71,31 @@ class FileRig : public SourceRig {
     }
     void Break() override { Spoil(descriptor_); }
 
+  protected:
+    virtual std::shared_ptr<ByteSource> Make(const std::string& path, FileDescriptor file,
+                                             uint64_t size) const {
+        return std::make_shared<tvservice::FileSource>(path, std::move(file), size);
+    }
+
   private:
     std::shared_ptr<ByteSource> OpenFile(const std::string& path, uint64_t size) {
         FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
         descriptor_ = file.get();
-        return std::make_shared<tvservice::FileSource>(path, std::move(file), size);
+        return Make(path, std::move(file), size);
     }
 
     const TempDir dir_;
     int descriptor_ = -1;
+};
+
+// In windows that are shorter than the stream.
+class MappedFileRig final : public FileRig {
+  protected:
+    std::shared_ptr<ByteSource> Make(const std::string& path, FileDescriptor file,
+                                     uint64_t size) const override {
+        return std::make_shared<tvservice::MappedSource>(
+            path, std::move(file), size, static_cast<size_t>(::sysconf(_SC_PAGESIZE)));
+    }
 };
 
 class PipeRig : public SourceRig {
@@ -268,6 +285,7 @@ const std::vector<SourceKind>& SourceKinds() {
             // name          rig                  ends   restarts waits  fails
             {"Memory", &Make<MemoryRig>, true, true, false, false},
             {"File", &Make<FileRig>, true, true, false, true},
+            {"MappedFile", &Make<MappedFileRig>, true, true, false, true},
             {"Pipe", &Make<PipeRig>, true, false, true, true},
             {"Dvr", &Make<DvrRig>, false, false, true, true},
             {"Udp", &Make<UdpRig>, false, false, true, true},

@@ -129,12 +129,12 @@ TEST_F(UdpSourceTest, CountsWhatTheKernelHadNoRoomFor) {
 TEST(UdpUri, NamesWhatIsWrong) {
     const std::pair<const char*, const char*> kWrong[] = {
         {"udp://127.0.0.1", "the port is missing"},
-        {"udp://127.0.0.1:", "the port is no number"},
-        {"udp://127.0.0.1:65536", "the port is no number"},
-        {"udp://127.0.0.1:-1", "the port is no number"},
-        {"udp://example.org:5004", "no numeric address"},
+        {"udp://127.0.0.1:", "the port must be a number"},
+        {"udp://127.0.0.1:65536", "the port must be a number"},
+        {"udp://127.0.0.1:-1", "the port must be a number"},
+        {"udp://example.org:5004", "the host must be a numeric address"},
         {"udp://ff15::1:5004", "brackets"},
-        {"udp://@127.0.0.1:5004", "no multicast group"},
+        {"udp://@127.0.0.1:5004", "the address after @ must be a multicast group"},
         {"udp://:5004?ttl=1", "?iface=NAME"},
         {"udp://:5004?iface=none\x1B", "there is no network interface none\\x1B"}};
     for (const auto& [uri, why] : kWrong) {
