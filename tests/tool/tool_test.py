@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import random
+import select
 import signal
 import socket
 import subprocess
@@ -975,6 +976,20 @@ class Inputs(unittest.TestCase):
         self.assertEqual(paced.stderr, "")  # progress is for terminals
         self.assertEqual(document, scan_json("demo:")[1])
 
+    def test_a_pace_is_any_number_within_its_bounds(self):
+        for pace in (["--pace=1e3"], ["--pace", "999.5"], ["--pace", "1000000"],
+                     ["--pace=2.5E+2"]):
+            with self.subTest(pace):
+                done = run("sections", "demo:", "--pid", "0", "--table-id", "0", *pace)
+                self.assertEqual(done.returncode, 0, done.stderr)
+        for words in (["--pace"], ["--pace=0.5"], ["--pace", ".5"], ["--pace=5e-1"]):
+            with self.subTest(words):
+                begin = time.monotonic()
+                done = run("sections", "demo:", "--pid", "0", "--table-id", "0", "--count", "4",
+                           *words)
+                self.assertEqual(done.returncode, 0, done.stderr)
+                self.assertGreater(time.monotonic() - begin, 0.2)
+
     def test_what_cannot_be_is_named(self):
         for arguments, words in (
                 (["--loop", "-"], "cannot open standard input: what cannot be read again"),
@@ -1160,13 +1175,47 @@ class Sections(unittest.TestCase):
                            "one-shot", "--timeout", "300ms", "--fault", fault, "--format", "json")
                 self.assertEqual(done.returncode, 3)
                 self.assertEqual(json.loads(done.stdout)["sections"], [])
-                self.assertIn("an empty one used up the one-shot", done.stderr)
+                self.assertIn("the one-shot was consumed by an empty section", done.stderr)
 
     def test_a_section_in_time_cancels_it(self):
         done = run("sections", "-", "--pid", "0", "--table-id", "0", "--timeout", "10min",
                    "--format", "json", stdin=pat_packet([(1, 100)]))
         self.assertEqual(done.returncode, 0)
         self.assertIs(json.loads(done.stdout)["timed_out"], False)
+
+
+    def test_the_packet_size_is_told_however_it_ends(self):
+        stream = demo()
+        wide = b"".join(stream[at:at + 188] + bytes(16) for at in range(0, len(stream), 188))
+        for packets, size in ((stream, 188), (wide, 204)):
+            for options in ([], ["--count", "1"], ["--filter-mode", "one-shot"]):
+                with self.subTest(size=size, options=options):
+                    done = run("sections", "-", "--pid", "0", "--table-id", "0", "--format",
+                               "json", *options, stdin=packets)
+                    self.assertEqual(json.loads(done.stdout)["input"]["packet_size"], size)
+
+    def test_counts_in_words_that_fit(self):
+        for count, words in (("1", "1 section from"), ("2", "2 sections from")):
+            done = run("sections", "demo:", "--pid", "0", "--table-id", "0", "--count", count)
+            self.assertTrue(done.stderr.startswith(words), done.stderr)
+
+    def test_header_fields_are_those_of_a_whole_section_with_the_long_header(self):
+        fields = ("table_id_extension", "version_number", "current_next_indicator",
+                  "section_number", "last_section_number")
+
+        def shown(pid, table_id, *options):
+            done = run("sections", "demo:", "--pid", pid, "--table-id", table_id, "--count", "1",
+                       "--format", "json", *options)
+            return json.loads(done.stdout)["sections"][0]
+        pat = shown("0", "0")
+        self.assertEqual([pat[field] for field in fields], [
+            int(pat["data"][6:10], 16), int(pat["data"][10:12], 16) >> 1 & 0x1F, True,
+            int(pat["data"][12:14], 16), int(pat["data"][14:16], 16)])
+        short = shown("0x14", "0x70")  # TDT
+        cut = shown("0", "0", "--fault", "cut@0:to=12")
+        for section in (short, cut):
+            self.assertEqual([section[field] for field in fields], [None] * 5)
+        self.assertEqual(cut["length"], 12)
 
 
 class CommandLine(unittest.TestCase):
@@ -1200,6 +1249,12 @@ class CommandLine(unittest.TestCase):
                 (["scan", "demo:", "--pace=0"], "--pace"),
                 (["scan", "demo:", "--pace=-1"], "--pace"),
                 (["scan", "demo:", "--pace=nan"], "--pace"),
+                (["scan", "demo:", "--pace=0.0009"], "--pace: '0.0009' is not a number from 0.001"),
+                (["scan", "demo:", "--pace=1000001"], "to 1000000"),
+                (["scan", "demo:", "--pace=1e-300"], "--pace"),
+                (["scan", "demo:", "--pace=1e999"], "--pace"),
+                (["scan", "demo:", "--pace", "1x"], "--pace"),
+                (["scan", "demo:", "--pace", "inf"], "--pace"),
                 (["scan", "demo:", "--loop", "--follow"], "--follow"),
                 (["scan", "demo:", "--dvr"], "--dvr"),
                 (["sections", "/dev/null", "--dvr", "--pid", "0", "--table-id", "0"], "--dvr"),
@@ -1268,6 +1323,49 @@ class Interrupts(unittest.TestCase):
                 process.kill()
                 process.wait()
                 os.close(reader)
+
+    def test_one_signal_is_enough_when_nobody_reads_the_output(self):
+        endless = ["demo:", "--loop", "--pid", "0", "--table-id", "0"]
+        for arguments in (["scan", "demo:"],
+                          ["scan", "demo:", "--format", "json"],
+                          ["sections", *endless],
+                          ["sections", *endless, "--format", "json"],
+                          ["generate", "-"]):
+            for number in (signal.SIGINT, signal.SIGTERM):
+                with self.subTest(arguments=arguments, signal=number):
+                    reader, writer = os.pipe()
+                    fcntl.fcntl(writer, 1031, 4096)  # F_SETPIPE_SZ
+                    process = subprocess.Popen([TOOL, *arguments], stdout=writer,
+                                               stderr=subprocess.DEVNULL)
+                    try:
+                        while select.select([], [writer], [], 0)[1]:
+                            self.assertIsNone(process.poll())
+                            time.sleep(0.001)
+                        process.send_signal(number)
+                        # What `sections` has still to write may fit beside what is there.
+                        fits = (0,) if arguments[0] == "sections" else ()
+                        self.assertIn(process.wait(timeout=20), (128 + number, -number) + fits)
+                    finally:
+                        process.kill()
+                        process.wait()
+                        os.close(reader)
+                        os.close(writer)
+
+    def test_a_reader_that_is_slow_gets_everything(self):
+        """A signal does not cut off output that somebody reads, however slowly."""
+        reader, writer = os.pipe()
+        fcntl.fcntl(writer, 1031, 4096)  # F_SETPIPE_SZ
+        process = subprocess.Popen([TOOL, "scan", "demo:broadcast", "--format", "json"],
+                                   stdout=writer, stderr=subprocess.DEVNULL)
+        os.close(writer)
+        output = os.read(reader, 1024)
+        process.send_signal(signal.SIGINT)
+        while piece := os.read(reader, 4096):
+            output += piece
+            time.sleep(0.05)
+        os.close(reader)
+        self.assertEqual(process.wait(timeout=20), 3)  # the scenario lacks a PMT
+        scan_document(output.decode())
 
     def interrupted(self, *arguments, after, until=b""):
         """Feeds a pipe that never ends, and interrupts once everything was handled."""

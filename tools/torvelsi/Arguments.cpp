@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "softplatform/service/SoftwarePlatform.h"
+
 namespace tool {
 
 namespace {
@@ -88,6 +90,18 @@ unsigned int ParseDuration(const std::string& text) {
         Refuse(fmt::format("{} is too long; 2147483647ms (about 24 days) is the longest", text));
     }
     return static_cast<unsigned int>(milliseconds);
+}
+
+double ParsePace(const std::string& text) {
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    // Not a number is in no range.
+    if (error != std::errc() || end != text.data() + text.size() ||
+        !(value >= tvservice::kMinPace && value <= tvservice::kMaxPace)) {
+        Refuse(fmt::format("'{}' is not a number from {} to {:.0f}", text, tvservice::kMinPace,
+                           tvservice::kMaxPace));
+    }
+    return value;
 }
 
 int ParseLogLevel(const std::string& text) {

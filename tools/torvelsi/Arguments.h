@@ -18,6 +18,10 @@ std::vector<unsigned char> ParseBytes(const std::string& text);
 /// @return milliseconds, 0 to 2147483647
 unsigned int ParseDuration(const std::string& text);
 
+/// How many times real time an input is played: a number, fractions and exponents allowed.
+/// @return `tvservice::kMinPace` to `tvservice::kMaxPace`
+double ParsePace(const std::string& text);
+
 /// A log level's name: debug, info, warning, error or off.
 /// @return the lowest priority that is written, as `tvservice::SetLogPriority` takes it
 int ParseLogLevel(const std::string& text);

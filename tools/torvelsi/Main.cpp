@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <new>
 #include <sstream>
 #include <string>
 
@@ -14,12 +15,14 @@
 #include "tools/torvelsi/Command.h"
 #include "tools/torvelsi/ExitCode.h"
 #include "tools/torvelsi/Format.h"
+#include "tools/torvelsi/StandardOutput.h"
 #include "tools/torvelsi/Session.h"
 
 namespace {
 
-/// What CLI11 has to say: help, or an objection that may quote the command line.
-int Say(const CLI::App& app, const CLI::Error& error) {
+/// Prints what CLI11 returns in place of a parsed command line: help, or an error that may quote
+/// the command line.
+int PrintInstead(const CLI::App& app, const CLI::Error& error) {
     std::ostringstream help, objection;
     if (app.exit(error, help, objection) == 0) {
         fmt::print("{}", help.str());
@@ -41,12 +44,12 @@ int RunTool(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();  // --log-level may stand behind the command
     app.footer(
-        "Data goes to standard output, progress and the log to standard error.\n"
-        "Exit status: 0 done, 1 wrong usage or a filter refused, 2 input cannot be read or output\n"
-        "written, 3 incomplete or timed out.");
+        "Data goes to standard output; progress and the log go to standard error.\n"
+        "Exit status: 0 done, 1 wrong usage or a filter refused, 2 the input cannot be read, the\n"
+        "output cannot be written or memory has run out, 3 incomplete or timed out.");
     std::string logLevel = "off";
     app.add_option("--log-level", logLevel,
-                   "show the log from this level up: debug, info, warning, error, off")
+                   "The lowest level of log lines to show: debug, info, warning, error, off")
         ->capture_default_str();
     tool::Run run;
     tool::AddScanCommand(app, run);
@@ -61,9 +64,9 @@ int RunTool(int argc, char** argv) {
                                          tool::Printable(app.remaining().front())));
             return tool::kUsage;
         }
-        return Say(app, error);
+        return PrintInstead(app, error);
     } catch (const CLI::ParseError& error) {
-        return Say(app, error);
+        return PrintInstead(app, error);
     } catch (const std::invalid_argument& error) {
         tool::PrintError(error.what());
         return tool::kUsage;
@@ -71,10 +74,17 @@ int RunTool(int argc, char** argv) {
     return run();
 }
 
-/// A standard descriptor that is closed would be given to the next file that is opened. Input and
-/// output are held by one for the other direction only, so that using them fails; what is said to
-/// people goes nowhere.
-void HoldStandardDescriptors() {
+/// Called on the thread that asked for memory when there is none.
+[[noreturn]] void LeaveWithoutMemory() {
+    constexpr char kLine[] = "torvelsi: out of memory\n";
+    static_cast<void>(!::write(STDERR_FILENO, kLine, sizeof(kLine) - 1));
+    std::_Exit(tool::kUnreadable);
+}
+
+/// When a standard descriptor is closed, the next file that is opened would get its number. So a
+/// closed one is opened here: input for writing only and output for reading only, so that using
+/// them fails; standard error writes to nowhere.
+void OpenClosedStandardDescriptors() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (::fcntl(descriptor, F_GETFD) < 0) {
             // The lowest that is free: this one.
@@ -87,7 +97,9 @@ void HoldStandardDescriptors() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    HoldStandardDescriptors();
+    std::set_new_handler(LeaveWithoutMemory);
+    OpenClosedStandardDescriptors();
+    tool::WatchOutput();
     int status = tool::kUnreadable;
     try {
         status = RunTool(argc, argv);

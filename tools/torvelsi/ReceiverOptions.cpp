@@ -1,92 +1,159 @@
 #include "tools/torvelsi/ReceiverOptions.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
-#include <cmath>
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
+#include "generator/Scenarios.h"
 #include "tools/torvelsi/Arguments.h"
 #include "tools/torvelsi/ExitCode.h"
+#include "tools/torvelsi/Format.h"
 #include "tools/torvelsi/Session.h"
 
 namespace tool {
 
 namespace {
 
-/// An option that takes a number as ParseNumber does: CLI11 takes 010 for eight.
-template <class Value>
-void AddNumber(CLI::App& command, const std::string& name, Value& value, const std::string& help) {
-    const auto read = [name, &value](const std::string& text) {
+constexpr char kDemo[] = "demo:";  // the scheme of the tool's own
+
+/// An option whose text `parse` turns into a value. CLI11's own conversions take 010 for eight.
+template <class Value, class Parse>
+CLI::Option* AddParsed(CLI::App& command, const std::string& name, Value& value, Parse parse,
+                       const std::string& help) {
+    const auto read = [name, &value, parse](const std::string& text) {
         try {
-            value = static_cast<Value>(ParseNumber(text, std::numeric_limits<Value>::max()));
+            value = static_cast<Value>(parse(text));
         } catch (const std::invalid_argument& why) {
             throw CLI::ValidationError(name, why.what());
         }
     };
-    command.add_option_function<std::string>(name, read, help)
+    return command.add_option_function<std::string>(name, read, help);
+}
+
+template <class Value>
+void AddNumber(CLI::App& command, const std::string& name, Value& value, const std::string& help) {
+    const auto parse = [](const std::string& text) {
+        return ParseNumber(text, std::numeric_limits<Value>::max());
+    };
+    AddParsed(command, name, value, parse, help)
         ->default_str(std::to_string(value))
         ->type_name("NUMBER")
         ->group("Receiver");
+}
+
+std::string InputHelp() {
+    std::string help = "A file; - for standard input; ";
+    for (const tvservice::SourceScheme& scheme : tvservice::SourceSchemes()) {
+        help += fmt::format("{} for {}; ", scheme.form, scheme.meaning);
+    }
+    return help + kDemo +
+           "[SCENARIO] for a built-in multiplex ('torvelsi generate --list' names the scenarios). "
+           "This tool does not tune; programs like dvbv5-zap do";
+}
+
+bool MayHaveDvr(const std::string& input) {
+    const std::vector<tvservice::SourceScheme> schemes = tvservice::SourceSchemes();
+    return std::any_of(schemes.begin(), schemes.end(), [&](const auto& scheme) {
+        return scheme.hasDvr && input.rfind(scheme.prefix, 0) == 0;
+    });
+}
+
+tvservice::SourcePtr Open(const ReceiverOptions& options, std::string& error) {
+    const std::string& input = options.input;
+    if (input.rfind(kDemo, 0) != 0) {
+        return tvservice::OpenSource(input, options.reading, error);
+    }
+    const std::string scenario = input.substr(sizeof(kDemo) - 1);
+    std::vector<std::uint8_t> bytes = generator::MakeScenario(scenario.empty() ? "demo" : scenario);
+    if (bytes.empty()) {
+        error = fmt::format("{}: there is no scenario of that name", Printable(input));
+        return nullptr;
+    }
+    return tvservice::WithOptions(tvservice::MemorySource(input, std::move(bytes)), options.reading,
+                                  error);
+}
+
+void AddInputOptions(CLI::App& command, ReceiverOptions& options) {
+    constexpr const char* kGroup = "Input";
+    command.add_option("INPUT", options.input, InputHelp())->required();
+    CLI::Option* const loop =
+        command.add_flag("--loop", options.reading.loop, "Start a file again at its end");
+    loop->group(kGroup);
+    command
+        .add_flag("--follow", options.reading.follow,
+                  "At the end of a file, wait until it has grown")
+        ->excludes(loop)
+        ->group(kGroup);
+    command
+        .add_flag_callback(
+            "--no-map", [&options] { options.reading.mapped = false; },
+            "Copy a file with read(2) instead of mapping it into memory")
+        ->group(kGroup);
+    const auto parsePace = [](const std::string& text) {
+        return text.empty() ? 1 : ParsePace(text);
+    };
+    AddParsed(command, "--pace", options.reading.pace, parsePace,
+              "Play a file at so many times real time, by its PCRs, e.g. 0.5 or 1e2; 1 when no "
+              "number is given")
+        ->expected(0, 1)
+        ->type_name("SPEED")
+        ->group(kGroup);
+    command
+        .add_flag("--dvr", options.reading.dvr,
+                  "With dvb:ADAPTER, read the packets of the dvr device instead of the sections of "
+                  "the demux device")
+        ->group(kGroup);
+}
+
+void AddReceiver(CLI::App& command, tvservice::Config& receiver) {
+    AddNumber(command, "--filters", receiver.filters,
+              "The number of section filters that the receiver has, 1 to 4096");
+    AddNumber(command, "--cache-bytes", receiver.cacheBytes,
+              "The size of the cache of sections in bytes; 0: no cache");
+    command
+        .add_option("--fault", receiver.faults,
+                    "Inject a fault, e.g. drop=1/1000 or refuse-subscribe@3; may be given several "
+                    "times, see docs/faults.md")
+        ->allow_extra_args(false)
+        ->group("Receiver");
+    AddNumber(command, "--fault-seed", receiver.faultSeed,
+              "Chooses where faults happen; the same faults and seed hit the same places");
 }
 
 }  // namespace
 
 std::shared_ptr<ReceiverOptions> AddReceiverOptions(CLI::App& command) {
     auto options = std::make_shared<ReceiverOptions>();
-    command.add_option("INPUT", options->input, kInputHelp)->required();
-
-    constexpr const char* kInput = "Input";
-    CLI::Option* loop =
-        command.add_flag("--loop", options->reading.loop, "start a file again at its end");
-    loop->group(kInput);
-    command
-        .add_flag("--follow", options->reading.follow, "wait at the end of a file for more of it")
-        ->excludes(loop)
-        ->group(kInput);
-    const CLI::Option* pace =
-        command
-            .add_flag("--pace{1}", options->reading.pace,
-                      "play a file in real time by its PCRs; --pace=10 is ten times as fast")
-            ->group(kInput);
-    command
-        .add_flag(
-            "--dvr", options->reading.dvr,
-            "of dvb:ADAPTER take the packets of its dvr device, not the sections of its demux")
-        ->group(kInput);
-    command.parse_complete_callback([options, pace] {
-        if (pace->count() > 0 &&
-            !(options->reading.pace > 0 && std::isfinite(options->reading.pace))) {
-            throw CLI::ValidationError("--pace", "it is a number above 0");
+    options->reading.mapped = true;
+    AddInputOptions(command, *options);
+    AddReceiver(command, options->receiver);
+    command.parse_complete_callback([options] {
+        if (options->reading.dvr && !MayHaveDvr(options->input)) {
+            throw CLI::ValidationError("--dvr", "INPUT is not dvb:ADAPTER");
         }
-        if (options->reading.dvr && options->input.rfind("dvb:", 0) != 0) {
-            throw CLI::ValidationError("--dvr", "INPUT is no dvb:ADAPTER");
+        if (options->reading.follow) {
+            // What others append to a file shows late in a mapping on some network file systems.
+            options->reading.mapped = false;
         }
     });
-
-    AddNumber(command, "--filters", options->receiver.filters,
-              "how many section filters the receiver has, 1 to 4096");
-    AddNumber(command, "--cache-bytes", options->receiver.cacheBytes,
-              "room for the sections that come from the cache; 0: none");
-    command
-        .add_option("--fault", options->receiver.faults,
-                    "a fault to suffer on purpose, e.g. drop=1/1000 or refuse-subscribe@3; may be "
-                    "given several times, see docs/faults.md")
-        ->allow_extra_args(false)
-        ->group("Receiver");
-    AddNumber(command, "--fault-seed", options->receiver.faultSeed,
-              "the same faults and seed injure the same things");
     return options;
 }
 
 int OpenAndStart(const ReceiverOptions& options, tvservice::SourcePtr& source) {
     CatchInterrupts();
+    SurviveMappedFiles();
     std::string error;
     if (!tvservice::SoftwarePlatform::Instance().Start(options.receiver, error)) {
         PrintError(error);
         return kUsage;
     }
-    source = OpenInput(options.input, options.reading, error);
+    source = Open(options, error);
     if (!source) {
         PrintError(error);
         return kUnreadable;

@@ -8,8 +8,8 @@
 
 namespace tool {
 
-/// What the commands that play an input have in common: the input, how it is read, and the receiver
-/// that it is played on.
+/// What all commands that play an input are told: the input, how to read it, and the receiver to
+/// play it on.
 struct ReceiverOptions {
     std::string input;
     tvservice::SourceOptions reading;

@@ -37,7 +37,7 @@ int Scan(const ReceiverOptions& options, bool json,
         });
         end = scanner.Scan(source, timeout);
     }
-    SayWhatIsAmiss();
+    WarnAboutInput();
     client::Multiplex multiplex = scanner.Result();
     if (end.reason != tvservice::InputEnd::kEndOfInput) {
         multiplex.complete = false;

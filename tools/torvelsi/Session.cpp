@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
@@ -13,37 +14,20 @@
 #include <utility>
 #include <vector>
 
-#include "generator/Scenarios.h"
+#include "softplatform/service/SoftwarePlatform.h"
 #include "tools/torvelsi/Format.h"
+#include "tools/torvelsi/StandardOutput.h"
 
 namespace tool {
 
 namespace {
 
-constexpr const char kDemo[] = "demo:";
+/// A piece of output that takes longer waits for a reader that has stopped.
+constexpr std::chrono::milliseconds kLongestStall(500);
+
 std::atomic<bool> s_interrupted{false};
 
 }  // namespace
-
-const char* const kInputHelp =
-    "a file, - for standard input, udp://[@]HOST:PORT[?iface=NAME] or rtp://... for datagrams, "
-    "dvb:ADAPTER[:DEMUX] for an adapter that is tuned already (this tool does not tune; programs "
-    "like dvbv5-zap do), or demo: for a built-in multiplex (demo:NAME for another scenario, see "
-    "'torvelsi generate --list')";
-
-tvservice::SourcePtr OpenInput(const std::string& input, const tvservice::SourceOptions& options,
-                               std::string& error) {
-    if (input.rfind(kDemo, 0) != 0) {
-        return tvservice::OpenSource(input, options, error);
-    }
-    const std::string scenario = input.substr(sizeof(kDemo) - 1);
-    std::vector<std::uint8_t> bytes = generator::MakeScenario(scenario.empty() ? "demo" : scenario);
-    if (bytes.empty()) {
-        error = fmt::format("{}: there is no scenario of that name", Printable(input));
-        return nullptr;
-    }
-    return tvservice::WithOptions(tvservice::MemorySource(input, std::move(bytes)), options, error);
-}
 
 void CatchInterrupts() {
     sigset_t signals;
@@ -55,21 +39,33 @@ void CatchInterrupts() {
         int signal = 0;
         sigwait(&signals, &signal);
         s_interrupted = true;
-        // Again and again: what plays may begin only after the signal.
+        // Repeated, because the input may begin to play only after the signal.
         constexpr timespec kRepeatInterval{0, 50'000'000};
+        int second = -1;
         do {
             tvservice::SoftwarePlatform::Instance().Interrupt();
-            signal = sigtimedwait(&signals, nullptr, &kRepeatInterval);
-        } while (signal < 0);
-        std::_Exit(128 + signal);
+            second = sigtimedwait(&signals, nullptr, &kRepeatInterval);
+        } while (second < 0 && OutputStall() < kLongestStall);
+        std::_Exit(128 + (second < 0 ? signal : second));
     }).detach();
+}
+
+void SurviveMappedFiles() {
+    struct sigaction action {};
+    action.sa_sigaction = [](int number, siginfo_t* info, void* /*context*/) {
+        if (!tvservice::RepairMappedSource(info->si_addr)) {
+            ::signal(number, SIG_DFL);  // the instruction is repeated, and the process ends
+        }
+    };
+    action.sa_flags = SA_SIGINFO;
+    ::sigaction(SIGBUS, &action, nullptr);
 }
 
 bool Interrupted() {
     return s_interrupted;
 }
 
-void SayWhatIsAmiss() {
+void WarnAboutInput() {
     constexpr std::string_view kOfPackets[] = {"drop", "duplicate", "reorder", "corrupt"};
     constexpr unsigned kFaultyPacketSize = 188;
     const tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
@@ -83,10 +79,10 @@ void SayWhatIsAmiss() {
                                                  fault.name) != std::end(kOfPackets);
         });
     if (arePacketsInjured && platform.PacketSize() > kFaultyPacketSize) {
-        PrintError(
-            fmt::format("faults on packets take {} bytes each time, and the packets here have {}: "
-                        "expect losses of sync, too",
-                        kFaultyPacketSize, platform.PacketSize()));
+        PrintError(fmt::format(
+            "faults on packets assume packets of {} bytes; the packets here have {}, so "
+            "packet sync may be lost as well",
+            kFaultyPacketSize, platform.PacketSize()));
     }
 }
 
