@@ -64,7 +64,7 @@ std::vector<unsigned char> ParseBytes(const std::string& text) {
         bytes.push_back(byte);
     }
     if (bytes.empty()) {
-        Refuse("at least one byte is needed");
+        Refuse("at least one byte is necessary");
     }
     return bytes;
 }

@@ -6,7 +6,8 @@
 
 namespace tool {
 
-/// The readers of argument texts. Each throws `std::invalid_argument` with a sentence for people.
+/// Functions that read the text of an argument. Each throws `std::invalid_argument`, whose text is
+/// for people, when it cannot be read.
 
 /// A whole number, decimal or 0x hexadecimal, 0 to `largest`.
 std::uint64_t ParseNumber(const std::string& text, std::uint64_t largest);

@@ -41,7 +41,7 @@ int Generate(const std::string& path, const std::string& scenario,
     }
     if (path == "-") {
         std::fwrite(stream.data(), 1, stream.size(), stdout);
-        return kDone;  // whether it could be written is told when the tool ends
+        return kDone;  // main reports an error of writing when the tool ends
     }
     errno = 0;
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
@@ -59,7 +59,7 @@ int Generate(const std::string& path, const std::string& scenario,
 std::optional<generator::DemoExtent> Extent(const TextOption& rate, const TextOption& duration) {
     constexpr std::uint64_t kBitsPerPacket = 188 * 8;
     constexpr std::uint64_t kHighestRate = 1'000'000'000;
-    constexpr std::uint64_t kLargestStream = 4'000'000'000;  // bits; it is made in memory
+    constexpr std::uint64_t kLargestStream = 4'000'000'000;  // in bits; it is made in memory
     if (!rate.IsGiven() && !duration.IsGiven()) {
         return std::nullopt;
     }
@@ -67,7 +67,7 @@ std::optional<generator::DemoExtent> Extent(const TextOption& rate, const TextOp
     if (rate.IsGiven()) {
         const std::uint64_t packets = rate.Number(kHighestRate) / kBitsPerPacket;
         if (packets < extent.packetsPerSecond) {
-            throw CLI::ValidationError("--rate", "less than the demo needs, 1203200");
+            throw CLI::ValidationError("--rate", "the demo needs at least 1203200");
         }
         extent.packetsPerSecond = static_cast<std::uint32_t>(packets);
     }
@@ -79,7 +79,8 @@ std::optional<generator::DemoExtent> Extent(const TextOption& rate, const TextOp
     if (bits < kBitsPerPacket || bits > kLargestStream) {
         throw CLI::ValidationError(
             "--rate and --duration",
-            fmt::format("{} bytes: 188 to {} can be made", bits / 8, kLargestStream / 8));
+            fmt::format("the stream would have {} bytes; 188 to {} are possible", bits / 8,
+                        kLargestStream / 8));
     }
     return extent;
 }
@@ -96,14 +97,15 @@ void AddGenerateCommand(CLI::App& app, Run& run) {
         bool list = false;
     };
     auto options = std::make_shared<Options>();
-    CLI::App* command = app.add_subcommand("generate", "Write a transport stream made here");
+    CLI::App* command = app.add_subcommand("generate", "Write a transport stream for tests");
     CLI::Option* path =
-        command->add_option("OUT", options->path, "the file to write; - is standard output");
+        command->add_option("OUT", options->path, "The file to write; - for standard output");
     CLI::Option* scenario =
-        command->add_option("--scenario", options->scenario, "what to make")->capture_default_str();
+        command->add_option("--scenario", options->scenario, "The scenario to write")
+            ->capture_default_str();
     command
         ->add_option("--seed", options->seed,
-                     "chooses what is random; the same seed, the same bytes")
+                     "Chooses what is random; the same seed gives the same bytes")
         ->check([](const std::string& text) {
             try {
                 ParseNumber(text, UINT64_MAX);
@@ -114,11 +116,12 @@ void AddGenerateCommand(CLI::App& app, Run& run) {
         })
         ->capture_default_str();
     CLI::Option* rate = options->rate.Add(
-        *command, "--rate", "of the demo: bits per second, 1203200 or more, e.g. 40000000");
-    CLI::Option* duration = options->duration.Add(*command, "--duration",
-                                                  "of the demo: how long it is, e.g. 10s, 1min");
+        *command, "--rate",
+        "The bit rate of the demo in bits per second, 1203200 or more, e.g. 40000000");
+    CLI::Option* duration =
+        options->duration.Add(*command, "--duration", "The duration of the demo, e.g. 10s, 1min");
     scenario->excludes(rate)->excludes(duration);
-    CLI::Option* list = command->add_flag("--list", options->list, "list the scenarios");
+    CLI::Option* list = command->add_flag("--list", options->list, "List the scenarios");
     path->excludes(list);
     command->callback([options, &run] {
         if (!options->list && options->path.empty()) {

@@ -15,8 +15,8 @@
 #include "tools/torvelsi/Command.h"
 #include "tools/torvelsi/ExitCode.h"
 #include "tools/torvelsi/Format.h"
-#include "tools/torvelsi/StandardOutput.h"
 #include "tools/torvelsi/Session.h"
+#include "tools/torvelsi/StandardOutput.h"
 
 namespace {
 

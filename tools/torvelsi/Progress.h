@@ -9,12 +9,12 @@
 
 namespace tool {
 
-/// Shows on a terminal how far the source that plays has come: a line on standard error, rewritten
-/// a few times a second and wiped at the end. Does nothing when standard error is no terminal.
+/// Shows the progress of the source that plays: one line on standard error, rewritten a few times a
+/// second and erased at the end. Does nothing when standard error is not a terminal.
 class Progress {
   public:
-    /// @param totalBytes  of the source; 0 when unknown
-    /// @param note        asked for what stands before the figures; may be empty
+    /// @param totalBytes  the size of the source; 0 when unknown
+    /// @param note        returns the text before the figures; may be empty
     explicit Progress(std::uint64_t totalBytes, std::function<std::string()> note = {});
     ~Progress();
     Progress(const Progress&) = delete;

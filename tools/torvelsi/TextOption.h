@@ -9,8 +9,8 @@
 
 namespace tool {
 
-/// An option whose text one of the readers in Arguments.h takes. It may be given and empty: then
-/// the reader judges that as well.
+/// An option whose text is read by one of the functions in Arguments.h. An empty text is read too,
+/// unlike CLI11 does with options of other types.
 class TextOption {
   public:
     /// Adds it to a command. This object must live as long as the command does.
@@ -19,11 +19,11 @@ class TextOption {
         return option_;
     }
 
-    /// Whether it stood on the command line; after parsing.
+    /// Whether the command line had it; after parsing.
     bool IsGiven() const { return option_->count() > 0; }
 
-    /// What the reader makes of its text.
-    /// @throw CLI::ValidationError with the reader's objection
+    /// The value of its text.
+    /// @throw CLI::ValidationError when `reader` refuses the text
     template <class Reader>
     auto Parsed(Reader reader) const {
         try {
