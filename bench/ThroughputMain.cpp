@@ -214,8 +214,8 @@ int Main(const std::vector<std::string>& arguments) {
         return 0;
     }
     if (mode == "pids" && arguments.size() == 2) {
-        for (const unsigned short pid :
-             bench::Throughput(arguments[1], bench::Mode::kScan, 0).pids()) {
+        const bench::Throughput throughput(arguments[1], bench::Mode::kScan, 0);
+        for (const unsigned short pid : throughput.pids()) {
             std::printf("%u\n", unsigned{pid});
         }
         return 0;

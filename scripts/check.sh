@@ -28,6 +28,11 @@ if git grep --untracked -nE '\bLOG\(' -- SI ':!SI/Common/Log.h'; then
     exit 1
 fi
 
+echo "check: scripts that measure"
+for script in check_speed bench_peers performance_svg; do
+    python3 scripts/$script.py --self-test
+done
+
 echo "check: each public header alone, from C++14 on"
 public=(SI/Include/*.h platform/*.h softplatform/service/SoftwarePlatform.h)
 printf '%s\0' "${public[@]}" | xargs -0 -P "$(nproc)" -I{} bash -euc '
