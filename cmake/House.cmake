@@ -1,7 +1,8 @@
 # The vocabulary of the house: rooms, warnings, tests.
 
-# Every target of the house compiles with these. GCC 12 sees overlaps in string concatenation where
-# there are none (GCC bug 105651), and takes files that are compiled together for headers.
+# Every target compiles with these. GCC 12 warns of overlaps in string concatenation where there are
+# none (GCC bug 105651). It takes the sources of a unity build for headers, and then warns of
+# anonymous namespaces in them.
 add_library(house_warnings INTERFACE)
 target_compile_options(house_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror
@@ -37,8 +38,8 @@ function(torvelsi_room name)
     endif()
 endfunction()
 
-# The stacks that a program writes of itself shall have the names of its functions; those of the rooms
-# that it links stay offsets, which addr2line turns into names.
+# A program that writes its own stacks exports its functions, so that the stacks have their names.
+# Functions of the rooms that it links are written as offsets, which addr2line turns into names.
 function(torvelsi_named_stacks name)
     set_target_properties(${name} PROPERTIES
         ENABLE_EXPORTS ON DEFINE_SYMBOL ""
@@ -56,12 +57,13 @@ function(torvelsi_test name)
     add_executable(${name} ${TEST_SOURCES})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PRIVATE ${TEST_LINK} test_main house_options GTest::gmock)
-    # What is tested is built as the preset says; tests themselves compile twice as fast like this.
+    # Without optimisation the tests compile twice as fast. What they test is compiled as the preset
+    # says.
     target_compile_options(${name} PRIVATE -O0)
     if(TORVELSI_UNITY)
         target_precompile_headers(${name} REUSE_FROM test_headers)
     endif()
-    # The test's own watchdog tells where it hangs before ctest ends it.
+    # The watchdog inside the test shows where it hangs, before ctest ends it.
     math(EXPR limit "${TEST_TIMEOUT} - 20")
     torvelsi_named_stacks(${name})
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60

@@ -14,7 +14,7 @@ foreach(header IN LISTS tvservice_headers)
     file(CREATE_LINK ${header} ${tree}/tvservice/${name} SYMBOLIC)
 endforeach()
 
-# The pkg-config files name what lies beside them, wherever the tree is put.
+# The pkg-config files use paths relative to themselves, so that the installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 
 install(FILES ${torvelsi_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/torvelsi)

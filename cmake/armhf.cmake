@@ -3,7 +3,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
-# GCC tells of each std::iterator argument that it was passed another way before GCC 7.
+# Without this, GCC notes for many functions that their arguments were passed differently before GCC 7.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 find_program(TORVELSI_QEMU qemu-arm REQUIRED)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${TORVELSI_QEMU} -L /usr/arm-linux-gnueabihf)

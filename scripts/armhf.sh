@@ -7,14 +7,14 @@ cd "$(dirname "$0")/.."
 build=${1-build/armhf}
 
 excluded=(
-    # These convert by modules that the cross compiler's C library comes without.
+    # They convert text by iconv modules that the cross compiler's C library lacks.
     Text.SelectorsOfOneByteChooseAPartOfIso8859
     Text.SelectorOfThreeBytesChoosesAPartOfIso8859
     Text.KoreanAndChinese
     BroadcastScenarioTest.NamesUseEveryCharacterTable
-    # 65535 threads, one after the other: minutes there.
+    # It starts 65535 threads, one after the other, which takes minutes under QEMU.
     ScarceIds.AScanFailsRatherThanWaitForSectionsThatNeverCome
-    # QEMU knows none of the options SO_RXQ_OVFL, IP_MULTICAST_IF and IP_MULTICAST_ALL.
+    # QEMU does not know the socket options SO_RXQ_OVFL, IP_MULTICAST_IF and IP_MULTICAST_ALL.
     UdpSocket.CountsExactlyWhatTheKernelDropped
     UdpSourceTest.CountsWhatTheKernelHadNoRoomFor
     Of/UdpMulticast.ReceivesItsGroupAndNoOther/IPv4
@@ -24,11 +24,11 @@ excluded=(
 
 cmake --preset armhf -B "$build"
 cmake --build "$build" -j "$(nproc)"
-# Emulated tests take many times as long, and those that wait for one another more than that.
+# Emulated tests are slow. More than two at a time would reach their time limits.
 ctest --test-dir "$build" -j 2 --output-on-failure --no-tests=error \
     -E "^($(IFS='|'; echo "${excluded[*]//./\\.}"))( |\$)"
 
-# On 64-bit ARM sections are summed up by an instruction of its own.
+# On 64-bit ARM the CRC-32 is computed by an instruction of its own, which needs its own test.
 gtest=/usr/src/googletest/googletest
 arm64=(aarch64-linux-gnu-g++ -std=c++20 -O2 -pthread -I. -I"$gtest/include" -I"$gtest")
 "${arm64[@]}" -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror \

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Mutation check. Each patch under scripts/mutations turns one behaviour of SI/ that looks like an
-# oversight and is none into what would look sensible; a test has to notice. Called by ./run mutate
-# [NAME...], a NAME being the beginning of a patch's name. Exits 1 when a mutation went unnoticed,
-# does not apply or does not compile. Works on a copy: the checkout is never touched.
+# Mutation check. Each patch under scripts/mutations changes one required behaviour of SI/ that looks
+# like a mistake into what would look right; a test must fail then. Called by ./run mutate [NAME...];
+# a NAME is the beginning of a patch's name. Exits 1 when no test failed, or when a patch does not
+# apply or does not compile. Works on a copy and leaves the checkout alone.
 set -euo pipefail
 shopt -s nullglob
 cd "$(dirname "$0")/.."
@@ -25,8 +25,8 @@ for name in "$@"; do
 done
 [ ${#patches[@]} -gt 0 ] || { say "mutate: there are no mutations"; exit 1; }
 
-# Only files that differ are copied, with the time of now: what a broken-off run left behind is
-# mended and compiled anew, the rest is not.
+# Only files that differ are copied. They get the present time and are compiled again, also those that
+# an interrupted run left changed.
 copy_tree() {
     mkdir -p "$tree" "$log"
     find SI platform tests/support tests/unit/si -type f | sort >"$work/files"
@@ -37,7 +37,7 @@ copy_tree() {
     done <"$work/files"
 }
 
-# The tree lies inside a repository, which must not take the paths of a patch for its own.
+# The copy lies inside a repository. Git must not apply the patch there.
 patch_tree() { (cd "$tree" && GIT_CEILING_DIRECTORIES=$work git apply "$@"); }
 
 compile() { cmake --build "$build" -j "$(nproc)" --target "$1"; }
@@ -46,8 +46,8 @@ try() {
         --no-tests=error "$@"
 }
 
-# verdict PATCH: applies it and says what came of it. The program that its line "# First:" names is
-# tried before the others: it is nearest to what the patch changes.
+# verdict PATCH: applies it and prints the result. The test program that its line "# First:" names runs
+# before the others, because it is the most likely to fail.
 verdict() {
     local first
     first=$(sed -n 's/^# First: //p' "$1")
@@ -60,7 +60,7 @@ verdict() {
             return
         fi
     fi
-    # Once more: what fails now and then proves nothing.
+    # It must fail again: a test that fails now and then proves nothing.
     if try --rerun-failed >&2; then
         echo "NOTICED NOW AND THEN"
         return
