@@ -137,6 +137,7 @@ BENCHMARK(FiltersNaive)->RangeMultiplier(2)->Range(1, 256);
 
 constexpr size_t kPackets = 4000;
 constexpr uint16_t kSectionPid = 0x0012;
+constexpr uint16_t kOtherPid = 0x0200;
 
 // Of each hundred packets `sectionPackets` carry sections of 500 bytes; the others are not wanted.
 Bytes Multiplex(int64_t sectionPackets) {
@@ -156,7 +157,7 @@ Bytes Multiplex(int64_t sectionPackets) {
                                          .payload_unit_start_indicator = starts}
                     .Build(testsupport::Stuffed(starts ? testsupport::Join({{0}, next}) : next));
         } else {
-            packet = testsupport::PacketBytes{.PID = 0x0200}.Build(Bytes(184, 0xAA));
+            packet = testsupport::PacketBytes{.PID = kOtherPid}.Build(Bytes(184, 0xAA));
         }
         stream.insert(stream.end(), packet.begin(), packet.end());
     }
@@ -192,8 +193,9 @@ void Demux(benchmark::State& state) {
     Counters counters;
     SectionAssembler assembler(counters);
     PidTable<SectionAssembler> wanted;
-    for (int64_t pid = 0; pid < state.range(0); ++pid) {
-        wanted.Set(static_cast<uint16_t>(0x1000 + pid), &assembler);
+    for (int64_t i = 0; i < state.range(0); ++i) {
+        const auto pid = static_cast<uint16_t>(0x20 + i);
+        wanted.Set(pid, pid == kOtherPid ? nullptr : &assembler);
     }
     wanted.Set(kSectionPid, &assembler);
     size_t found = 0;
@@ -212,7 +214,7 @@ void Demux(benchmark::State& state) {
     }
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(stream.size()));
 }
-BENCHMARK(Demux)->ArgName("wanted_pids")->Arg(1)->Arg(64)->Arg(1024)->Arg(4000);
+BENCHMARK(Demux)->ArgName("wanted_pids")->Arg(1)->Arg(64)->Arg(1024)->Arg(4000)->Arg(8000);
 
 void PacketsToSections(benchmark::State& state) {
     const Bytes stream = Multiplex(state.range(0));
