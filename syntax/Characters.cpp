@@ -88,6 +88,7 @@ struct SingleTable {
     std::array<Utf8, 256> utf8{};
     std::array<bool, 256> survives{};
     std::array<std::array<bool, 256>, 16> pairSurvives{};  // of an accent, 0xC0 on, and a letter
+    std::unordered_map<char32_t, std::uint8_t> marks;      // combining characters of accents
 };
 
 void Finish(SingleTable& table) {
@@ -104,8 +105,19 @@ void Finish(SingleTable& table) {
         }
     }
     table.codes[U'\n'] = 0x8A;
+    // What has no character is shown as U+FFFD; that is written as a code without a character.
+    for (unsigned code = 0x7F; code < 256; ++code) {
+        const bool accent =
+            table.accents && tvservice::Iso6937Accent(static_cast<std::uint8_t>(code)) != 0;
+        if (table.characters[code] == 0 && !accent) {
+            table.codes.emplace(kReplacement, static_cast<std::uint16_t>(code));
+        }
+    }
     if (table.accents) {
         for (unsigned accent = kFirstAccent; accent <= 0xCF; ++accent) {
+            if (const char32_t mark = tvservice::Iso6937Accent(static_cast<std::uint8_t>(accent))) {
+                table.marks.emplace(mark, static_cast<std::uint8_t>(accent));
+            }
             for (unsigned letter = 0x20; letter < 0x100; ++letter) {
                 const char32_t composed = tvservice::Iso6937Composed(
                     static_cast<std::uint8_t>(accent), static_cast<std::uint8_t>(letter));
@@ -121,7 +133,8 @@ void Finish(SingleTable& table) {
         PutUtf8(c == 0 ? kReplacement : c, utf8);
         table.utf8[code].size = static_cast<std::uint8_t>(utf8.size());
         std::copy(utf8.begin(), utf8.end(), table.utf8[code].bytes);
-        table.survives[code] = c != 0 && table.codes.at(c) == code;
+        const auto again = table.codes.find(c == 0 ? kReplacement : c);
+        table.survives[code] = again != table.codes.end() && again->second == code;
     }
 }
 
@@ -225,6 +238,14 @@ bool EncodeSingle(std::string_view utf8, const SingleTable& table,
         }
         if (code->second > 0xFF) {
             bytes.push_back(static_cast<std::uint8_t>(code->second >> 8));
+        } else if (!table.marks.empty() && at < utf8.size()) {
+            // An accent stands before its letter, a combining character behind it.
+            std::size_t behind = at;
+            const auto mark = table.marks.find(TakeUtf8(utf8, behind));
+            if (mark != table.marks.end()) {
+                bytes.push_back(mark->second);
+                at = behind;
+            }
         }
         bytes.push_back(static_cast<std::uint8_t>(code->second));
     }
@@ -233,41 +254,69 @@ bool EncodeSingle(std::string_view utf8, const SingleTable& table,
 
 // --- Tables of two bytes a character
 
-// KS X 1001 and GB 2312 have ASCII in one byte, and rows and columns 0xA1 to 0xFE in two; the
-// control codes follow the Latin ones.
-const std::unordered_map<char32_t, std::uint16_t>& EastAsian(std::uint8_t selector) {
-    static const auto make = [](std::uint8_t which) {
-        auto* codes = new std::unordered_map<char32_t, std::uint16_t>;
-        for (unsigned row = 0xA1; row <= 0xFE; ++row) {
-            for (unsigned column = 0xA1; column <= 0xFE; ++column) {
-                const std::uint8_t text[] = {which, static_cast<std::uint8_t>(row),
-                                             static_cast<std::uint8_t>(column)};
-                const std::string utf8 = tvservice::TextToUtf8(text, sizeof text);
-                std::size_t at = 0;
-                const char32_t c = utf8.empty() ? kReplacement : TakeUtf8(utf8, at);
-                if (c != kReplacement && at == utf8.size()) {
-                    codes->emplace(c, static_cast<std::uint16_t>(row << 8 | column));
-                }
+// KS X 1001 and GB 2312: ASCII in one byte, rows and columns 0xA1 to 0xFE in two.
+struct DoubleTable {
+    std::array<std::array<char32_t, 94>, 94> characters{};  // 0: none
+    std::unordered_map<char32_t, std::uint16_t> codes;
+};
+
+constexpr std::uint8_t kFirstRow = 0xA1;
+constexpr std::uint8_t kLastRow = 0xFE;
+constexpr std::uint8_t kNoRow = 0xFF;  // stands for what has no character
+
+const DoubleTable& MakeDouble(std::uint8_t selector) {
+    auto* table = new DoubleTable;
+    for (unsigned row = kFirstRow; row <= kLastRow; ++row) {
+        for (unsigned column = kFirstRow; column <= kLastRow; ++column) {
+            const std::uint8_t text[] = {selector, static_cast<std::uint8_t>(row),
+                                         static_cast<std::uint8_t>(column)};
+            const std::string utf8 = tvservice::TextToUtf8(text, sizeof text);
+            std::size_t at = 0;
+            const char32_t c = utf8.empty() ? kReplacement : TakeUtf8(utf8, at);
+            if (c != kReplacement && at == utf8.size()) {
+                table->characters[row - kFirstRow][column - kFirstRow] = c;
+                table->codes.emplace(c, static_cast<std::uint16_t>(row << 8 | column));
             }
         }
-        return codes;
-    };
-    static const auto& korean = *make(0x12);
-    static const auto& chinese = *make(0x13);
+    }
+    return *table;
+}
+
+const DoubleTable& EastAsian(unsigned selector) {
+    static const DoubleTable& korean = MakeDouble(0x12);
+    static const DoubleTable& chinese = MakeDouble(0x13);
     return selector == 0x12 ? korean : chinese;
 }
 
-bool EncodeEastAsian(std::string_view utf8, std::uint8_t selector,
+void DecodeEastAsian(ByteView text, const DoubleTable& table, std::string& utf8) {
+    const auto isRow = [](std::uint8_t code) { return code >= kFirstRow && code <= kLastRow; };
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const std::uint8_t code = text.U8(at);
+        if (code < 0xA0 && code != 0) {
+            PutUtf8(code == 0x8A ? U'\n' : code, utf8);
+        } else if (isRow(code) && isRow(text.U8(at + 1))) {
+            const char32_t c = table.characters[code - kFirstRow][text.U8(++at) - kFirstRow];
+            PutUtf8(c == 0 ? kReplacement : c, utf8);
+        } else {
+            PutUtf8(kReplacement, utf8);
+        }
+    }
+}
+
+bool EncodeEastAsian(std::string_view utf8, const DoubleTable& table,
                      std::vector<std::uint8_t>& bytes) {
     for (std::size_t at = 0; at < utf8.size();) {
         const char32_t c = TakeUtf8(utf8, at);
-        if (c >= 0x20 && c < 0x7F) {
-            bytes.push_back(static_cast<std::uint8_t>(c));
+        if (c != 0 && c < 0xA0) {
+            bytes.push_back(c == '\n' ? std::uint8_t{0x8A} : static_cast<std::uint8_t>(c));
             continue;
         }
-        const auto& codes = EastAsian(selector);
-        const auto code = codes.find(c);
-        if (code == codes.end()) {
+        if (c == kReplacement) {
+            bytes.push_back(kNoRow);
+            continue;
+        }
+        const auto code = table.codes.find(c);
+        if (code == table.codes.end()) {
             return false;
         }
         bytes.push_back(static_cast<std::uint8_t>(code->second >> 8));
@@ -418,12 +467,8 @@ void DecodeAs(const Selector& selector, ByteView text, std::string& utf8) {
             return DecodeUcs2(text, utf8);
         case Coding::kUtf8:
             return DecodeUtf8(text, utf8);
-        case Coding::kEastAsian: {
-            std::vector<std::uint8_t> whole{static_cast<std::uint8_t>(selector.part)};
-            whole.insert(whole.end(), text.begin(), text.end());
-            utf8 += tvservice::TextToUtf8(whole.data(), whole.size());
-            return;
-        }
+        case Coding::kEastAsian:
+            return DecodeEastAsian(text, EastAsian(selector.part), utf8);
         case Coding::kUnknown:
             return AppendHex(text, utf8);
     }
@@ -440,7 +485,7 @@ bool EncodeAs(const Selector& selector, std::string_view utf8, std::vector<std::
         case Coding::kUtf8:
             return EncodeUtf8(utf8, bytes);
         case Coding::kEastAsian:
-            return EncodeEastAsian(utf8, static_cast<std::uint8_t>(selector.part), bytes);
+            return EncodeEastAsian(utf8, EastAsian(selector.part), bytes);
         case Coding::kUnknown:
             return ParseHex(utf8, bytes);
     }

@@ -163,7 +163,7 @@ bool Decoder::Field(const Op& op, Frame& frame, Node* object) {
     }
     const std::uint64_t value = reader_.Take(op.bits);
     if (op.slot >= 0) {
-        frame.slots[op.slot] = value;
+        frame.slots[op.slot] = value + op.plus;
     }
     if (IsNumber(op.kind)) {
         Node* node = NewNode(op, NodeType::kNumber, begin, op.bits);
