@@ -1,33 +1,69 @@
 #include "softplatform/descriptor/BaseDesc.h"
 
 #include <algorithm>
+#include <memory>
 
-#include "platform/TCBaseDesc.h"
+using tvservice::ByteView;
 
 namespace {
-constexpr int kHeaderSize = 2;  // descriptor_tag, descriptor_length
+constexpr size_t kHeaderSize = 2;  // descriptor_tag, descriptor_length
 }
 
-TCBaseDesc::TCBaseDesc() : m_impl(std::make_unique<Impl>()) {}
+// The bytes follow in the same piece of memory.
+struct TCBaseDesc::Impl::Owned : TCBaseDesc::Impl {
+    std::vector<uint8_t> made[2];
 
-TCBaseDesc::TCBaseDesc(const TCBaseDesc& other) : m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+    static std::unique_ptr<Impl> Copy(ByteView bytes) {
+        void* const memory = ::operator new(sizeof(Owned) + bytes.size());
+        auto* const owned = ::new (memory) Owned;
+        auto* const copy = static_cast<uint8_t*>(memory) + sizeof(Owned);
+        std::copy(bytes.begin(), bytes.end(), copy);
+        owned->data = copy;
+        owned->size = static_cast<uint16_t>(bytes.size());
+        owned->tag = bytes.U8(0);
+        return std::unique_ptr<Impl>(owned);
+    }
+};
+
+void TCBaseDesc::Impl::operator delete(Impl* impl, std::destroying_delete_t) {
+    if (impl->arena == nullptr) {
+        auto* const owned = static_cast<Owned*>(impl);
+        owned->~Owned();
+        ::operator delete(static_cast<void*>(owned));
+    }
+}
+
+// Without an Impl: one in an arena is given a place there.
+TCBaseDesc::TCBaseDesc() = default;
+
+TCBaseDesc::TCBaseDesc(const TCBaseDesc& other) {
+    if (other.m_impl) {
+        m_impl = Impl::Owned::Copy(other.m_impl->bytes());
+        m_impl->tag = other.m_impl->tag;
+        m_impl->fits = other.m_impl->fits;
+    }
+}
 
 TCBaseDesc::~TCBaseDesc() = default;
 
 int TCBaseDesc::Parse(unsigned char* descriptor) {
-    const int length = descriptor[1];
-    m_impl->tag = descriptor[0];
-    m_impl->bytes.assign(descriptor, descriptor + kHeaderSize + length);
-    const int consumed = Decode(m_impl->bytes.data() + kHeaderSize, length);
-    return consumed < 0 ? 0 : kHeaderSize + consumed;
+    auto parsed = Impl::Owned::Copy(ByteView(descriptor, kHeaderSize + descriptor[1]));
+    if (m_impl && m_impl->arena != nullptr) {
+        m_impl->arena->DestroyLater(*this);  // it has memory of its own from now on
+    }
+    m_impl = std::move(parsed);
+    m_impl->fits = true;  // Decode reads its own fields
+    const int consumed = Decode(m_impl->data + kHeaderSize, descriptor[1]);
+    m_impl->fits = consumed >= 0;
+    return consumed < 0 ? 0 : static_cast<int>(kHeaderSize) + consumed;
 }
 
 int TCBaseDesc::Length() {
-    return static_cast<int>(m_impl->bytes.size());
+    return m_impl ? m_impl->size : 0;
 }
 
 unsigned short TCBaseDesc::Tag() const {
-    return m_impl->tag;
+    return m_impl ? m_impl->tag : uint16_t{0};
 }
 
 int TCBaseDesc::GetDescriptor(unsigned char* buffer, int* length) {
@@ -35,7 +71,8 @@ int TCBaseDesc::GetDescriptor(unsigned char* buffer, int* length) {
     if (buffer == nullptr || length == nullptr || size == 0 || *length < size) {
         return 0;
     }
-    std::copy(m_impl->bytes.begin(), m_impl->bytes.end(), buffer);
+    const ByteView bytes = m_impl->bytes();
+    std::copy(bytes.begin(), bytes.end(), buffer);
     *length = size;
     return size;
 }
@@ -47,3 +84,35 @@ TCBaseDesc* TCBaseDesc::Fork() const {
 int TCBaseDesc::Decode(const unsigned char*, int length) {
     return length;
 }
+
+void TVServiceInternals::SetTag(TCBaseDesc& desc, uint8_t tag) {
+    desc.m_impl = TCBaseDesc::Impl::Owned::Copy({});
+    desc.m_impl->tag = tag;
+}
+
+const std::vector<uint8_t>& TVServiceInternals::TextOf(const TCBaseDesc& desc, size_t which,
+                                                       ByteView text) {
+    static const std::vector<uint8_t>& none = *new std::vector<uint8_t>;
+    TCBaseDesc::Impl* const impl = desc.m_impl.get();
+    if (impl == nullptr) {
+        return none;
+    }
+    if (impl->texts[which] == nullptr) {
+        if (impl->arena != nullptr) {
+            impl->texts[which] = &impl->arena->Text(text);
+        } else {
+            std::vector<uint8_t>& made = static_cast<TCBaseDesc::Impl::Owned*>(impl)->made[which];
+            made.assign(text.begin(), text.end());
+            impl->texts[which] = &made;
+        }
+    }
+    return *impl->texts[which];
+}
+
+namespace tvservice {
+
+const std::vector<uint8_t>& TextOf(const TCBaseDesc& desc, size_t which, ByteView text) {
+    return TVServiceInternals::TextOf(desc, which, text);
+}
+
+}  // namespace tvservice

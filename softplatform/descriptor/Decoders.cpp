@@ -1,6 +1,7 @@
 #include "softplatform/descriptor/Decoders.h"
 
 #include <algorithm>
+#include <array>
 
 #include "platform/TCDescApplicationSignalling.h"
 #include "platform/TCDescBouquetName.h"
@@ -29,21 +30,26 @@ namespace tvservice {
 
 namespace {
 
-constexpr uint8_t kExtensionTag = 0x7F;
+constexpr int kHeaderSize = 2;  // descriptor_tag, descriptor_length
 
+// A T in the slot, which must be large enough for it.
 template <class T>
-TCBaseDesc* New() {
-    return new T;
+TCBaseDesc* New(void* place) {
+    static_assert(sizeof(T) <= DescriptorSlot::kObjectSize);
+    return ::new (place) T;
 }
 
 template <>
-TCBaseDesc* New<TCDescSatelliteDeliverySystem>() {
-    return new TCDescSatelliteDeliverySystem(0x43);
+TCBaseDesc* New<TCDescSatelliteDeliverySystem>(void* place) {
+    static_assert(sizeof(TCDescSatelliteDeliverySystem) <= DescriptorSlot::kObjectSize);
+    return ::new (place) TCDescSatelliteDeliverySystem(0);
 }
 
 struct Decoder {
     uint16_t tag;  // descriptor_tag, or 0x7Fxx with descriptor_tag_extension
-    TCBaseDesc* (*make)();
+    TCBaseDesc* (*make)(void* place);
+    // The class makes objects of its own on the heap, so that its destructor must run.
+    bool hasEntries = false;
 };
 
 constexpr Decoder kDecoders[] = {
@@ -55,7 +61,7 @@ constexpr Decoder kDecoders[] = {
     {0x44, New<TCDescCableDeliverySystem>},
     {0x47, New<TCDescBouquetName>},
     {0x48, New<TCDescService>},
-    {0x4A, New<TCDescLinkage>},
+    {0x4A, New<TCDescLinkage>, true},
     {0x4D, New<TCDescShortEvent>},
     {0x4E, New<TCDescExtendedEvent>},
     {0x50, New<TCDescComponent>},
@@ -64,49 +70,70 @@ constexpr Decoder kDecoders[] = {
     {0x55, New<TCDescParentalRating>},
     {0x5A, New<TCDescTerrestrialDeliverySystem>},
     {0x5F, New<TCDescPrivateDataSpecifier>},
-    {0x66, New<TCDescDataBroadcastId>},
+    {0x66, New<TCDescDataBroadcastId>, true},
     {0x6F, New<TCDescApplicationSignalling>},
-    {0x7F04, New<TCDescT2SystemDelivery>},
+    {0x7F04, New<TCDescT2SystemDelivery>, true},
 };
 
-const Decoder* Find(uint16_t tag) {
-    const auto* const found = std::lower_bound(
-        std::begin(kDecoders), std::end(kDecoders), tag,
-        [](const Decoder& decoder, uint16_t wanted) { return decoder.tag < wanted; });
-    return found != std::end(kDecoders) && found->tag == tag ? found : nullptr;
+constexpr Decoder kPlain{0, New<TCBaseDesc>};
+constexpr Decoder kPlainExtension{0, New<TCDescExtension>};
+
+// For each descriptor_tag the index of its row in kDecoders, and the count of rows for one without.
+constexpr auto kRowByTag = [] {
+    std::array<uint8_t, 0x100> rows{};
+    rows.fill(static_cast<uint8_t>(std::size(kDecoders)));
+    for (size_t row = 0; row < std::size(kDecoders); ++row) {
+        if (kDecoders[row].tag < rows.size()) {
+            rows[kDecoders[row].tag] = static_cast<uint8_t>(row);
+        }
+    }
+    return rows;
+}();
+
+const Decoder& PlainOf(uint16_t tag) {
+    return tag > 0xFF ? kPlainExtension : kPlain;
 }
 
-// Takes the descriptor into `desc`; null when its fixed part does not fit.
-std::unique_ptr<TCBaseDesc> Parsed(std::unique_ptr<TCBaseDesc> desc, ByteView descriptor) {
-    // Parse takes what it only reads by a pointer to non-const.
-    const int consumed = desc->Parse(const_cast<unsigned char*>(descriptor.data()));
-    if (consumed != desc->Length()) {
+const Decoder& DecoderOf(uint16_t tag) {
+    if (tag < kRowByTag.size()) {
+        const size_t row = kRowByTag[tag];
+        return row < std::size(kDecoders) ? kDecoders[row] : kPlain;
+    }
+    const auto* const found =
+        std::find_if(std::begin(kDecoders), std::end(kDecoders),
+                     [tag](const Decoder& decoder) { return decoder.tag == tag; });
+    return found != std::end(kDecoders) ? *found : kPlainExtension;
+}
+
+// Makes the object; null when its fixed part does not fit, and then it has no entries.
+TCBaseDesc* Decoded(const Decoder& decoder, DescriptorSlot& slot) {
+    TCBaseDesc* const desc = decoder.make(slot.object);
+    int consumed = -1;
+    try {
+        consumed = TVServiceInternals::DecodeIn(*desc, slot.impl);
+        if (decoder.hasEntries) {
+            slot.impl.arena->DestroyLater(*desc);
+        }
+    } catch (...) {  // no memory for its entries
+        desc->~TCBaseDesc();
+        throw;
+    }
+    if (consumed != slot.impl.size - kHeaderSize) {
         ReceiverCounters().AddShared(Counter::kMalformedDescriptors);
     }
-    return consumed == 0 ? nullptr : std::move(desc);
+    return consumed < 0 ? nullptr : desc;
 }
 
 }  // namespace
 
-uint16_t TagOf(ByteView descriptor, uint8_t tableId) {
-    const uint8_t tag = descriptor.U8(0);
-    if (tag == kExtensionTag && descriptor.size() > 2 && HasExtensionClasses(tableId)) {
-        return static_cast<uint16_t>(kExtensionTag << 8 | descriptor.U8(2));
+TCBaseDesc& DecodeDescriptor(DescriptorSlot& slot) {
+    const Decoder& decoder = DecoderOf(slot.impl.tag);
+    TCBaseDesc* desc = Decoded(decoder, slot);
+    if (desc == nullptr) {
+        desc = Decoded(PlainOf(slot.impl.tag), slot);
     }
-    return tag;
-}
-
-std::unique_ptr<TCBaseDesc> DecodeDescriptor(ByteView descriptor, uint8_t tableId) {
-    const uint16_t tag = TagOf(descriptor, tableId);
-    if (const Decoder* const decoder = Find(tag)) {
-        if (auto desc = Parsed(std::unique_ptr<TCBaseDesc>(decoder->make()), descriptor)) {
-            return desc;
-        }
-    }
-    if (tag > 0xFF) {
-        return Parsed(std::make_unique<TCDescExtension>(), descriptor);
-    }
-    return Parsed(std::make_unique<TCBaseDesc>(), descriptor);
+    slot.impl.isDecoded = true;
+    return *desc;
 }
 
 }  // namespace tvservice

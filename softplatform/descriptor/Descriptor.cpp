@@ -1,11 +1,19 @@
+#include <algorithm>
 #include <cstdint>
-#include <vector>
+#include <utility>
 
 #include "platform/IDescriptorContainer.h"
 #include "platform/TCDescriptor.h"
 #include "platform/TCDescriptorHash.h"
+#include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/DescriptorArena.h"
 #include "softplatform/descriptor/DescriptorLoop.h"
 #include "softplatform/descriptor/Internals.h"
+#include "softplatform/descriptor/Recycled.h"
+
+using tvservice::ByteView;
+using tvservice::DescriptorArena;
+using tvservice::DescriptorLoop;
 
 IDescriptorContainer::~IDescriptorContainer() = default;
 
@@ -16,24 +24,31 @@ TCDescriptor::TCDescriptor(TVSHandle const&) {}
 TCDescriptor::~TCDescriptor() = default;
 
 struct TCDescriptorHash::Impl {
-    std::vector<uint8_t> bytes;
-    tvservice::DescriptorLoop loop;  // over bytes
+    tvservice::DescriptorArena arena;  // the bytes of the loop and its descriptors
+    tvservice::DescriptorLoop loop;
 };
 
 void TCDescriptor::Parse(unsigned char* loop, int length, TCDescriptorHash& hash,
                          unsigned char tableId) {
     auto& impl = TVServiceInternals::Of(hash);
-    impl.loop = tvservice::DescriptorLoop();
-    impl.bytes.clear();
-    if (loop != nullptr && length > 0) {
-        impl.bytes.assign(loop, loop + length);
-    }
-    impl.loop = tvservice::DescriptorLoop({impl.bytes.data(), impl.bytes.size()}, tableId);
+    const ByteView bytes =
+        loop != nullptr && length > 0 ? ByteView(loop, static_cast<size_t>(length)) : ByteView();
+    impl.arena.Begin(DescriptorArena::Rounded(bytes.size()) +
+                     DescriptorLoop::CountIn(bytes) * DescriptorLoop::kRoomEach);
+    auto* const copy = static_cast<uint8_t*>(impl.arena.Take(bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), copy);
+    impl.loop = DescriptorLoop({copy, bytes.size()}, tableId, impl.arena);
 }
 
-TCDescriptorHash::TCDescriptorHash() : m_impl(std::make_unique<Impl>()) {}
+TCDescriptorHash::TCDescriptorHash() : m_impl(tvservice::Recycled<Impl>::Take()) {
+    m_impl->loop = {};
+}
 
-TCDescriptorHash::~TCDescriptorHash() = default;
+TCDescriptorHash::~TCDescriptorHash() {
+    if (m_impl->arena.capacity() <= tvservice::ArenaPool::kMaxBytes) {
+        tvservice::Recycled<Impl>::Give(std::move(m_impl));
+    }
+}
 
 int TCDescriptorHash::NumOfDescriptors() {
     return static_cast<int>(m_impl->loop.size());

@@ -1,17 +1,37 @@
 #include "softplatform/descriptor/DescriptorLoop.h"
 
 #include <algorithm>
+#include <new>
 
 #include "softplatform/base/Counters.h"
-#include "softplatform/descriptor/Decoders.h"
 #include "softplatform/descriptor/DescriptorReader.h"
 
 namespace tvservice {
 
-DescriptorLoop::DescriptorLoop(ByteView loop, uint8_t tableId) : tableId_(tableId) {
+// The slots of a loop are an array.
+static_assert(DescriptorLoop::kRoomEach == sizeof(DescriptorSlot));
+
+size_t DescriptorLoop::CountIn(ByteView loop) {
+    size_t count = 0;
     DescriptorReader reader(loop);
     while (reader.Next()) {
-        entries_.push_back({TagOf(reader.descriptor(), tableId), reader.descriptor(), nullptr});
+        ++count;
+    }
+    return count;
+}
+
+DescriptorLoop::DescriptorLoop(ByteView loop, uint8_t tableId, DescriptorArena& arena) {
+    DescriptorReader reader(loop);
+    while (reader.Next()) {
+        const ByteView bytes = reader.descriptor();
+        auto* const slot = ::new (arena.Take(sizeof(DescriptorSlot))) DescriptorSlot;
+        slot->impl.data = bytes.data();
+        slot->impl.arena = &arena;
+        slot->impl.size = static_cast<uint16_t>(bytes.size());
+        slot->impl.tag = TagOf(bytes, tableId);
+        if (size_++ == 0) {
+            slots_ = slot;
+        }
     }
     if (reader.overrun()) {
         ReceiverCounters().AddShared(Counter::kDescriptorOverruns);
@@ -20,15 +40,12 @@ DescriptorLoop::DescriptorLoop(ByteView loop, uint8_t tableId) : tableId_(tableI
 
 size_t DescriptorLoop::Count(int tag) const {
     if (cursor_.tag != tag) {
-        const auto count = std::count_if(entries_.begin(), entries_.end(),
-                                         [tag](const Entry& entry) { return entry.tag == tag; });
-        cursor_ = {tag, static_cast<size_t>(count)};
+        const auto count = std::count_if(slots_, slots_ + size_, [tag](const DescriptorSlot& slot) {
+            return slot.impl.tag == tag;
+        });
+        cursor_ = {tag, static_cast<uint32_t>(count)};
     }
     return cursor_.count;
-}
-
-TCBaseDesc* DescriptorLoop::At(size_t index) {
-    return index < entries_.size() ? Decoded(entries_[index]) : nullptr;
 }
 
 TCBaseDesc* DescriptorLoop::Find(int tag, size_t index) {
@@ -39,21 +56,14 @@ TCBaseDesc* DescriptorLoop::Find(int tag, size_t index) {
         cursor_.at = cursor_.before = 0;
     }
     for (;; ++cursor_.at) {
-        Entry& entry = entries_[cursor_.at];
-        if (entry.tag == tag) {
+        DescriptorSlot& slot = slots_[cursor_.at];
+        if (slot.impl.tag == tag) {
             if (cursor_.before == index) {
-                return Decoded(entry);
+                return &ObjectOf(slot);
             }
             ++cursor_.before;
         }
     }
-}
-
-TCBaseDesc* DescriptorLoop::Decoded(Entry& entry) {
-    if (!entry.object) {
-        entry.object = DecodeDescriptor(entry.bytes, tableId_);
-    }
-    return entry.object.get();
 }
 
 }  // namespace tvservice

@@ -1,21 +1,30 @@
 #include "platform/TCDescBouquetName.h"
 
-#include <cstdint>
 #include <vector>
 
-#include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 
-using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 // ETSI EN 300 468 6.2.4
-struct TCDescBouquetName::Impl {
-    std::vector<uint8_t> name;
-};
+struct TCDescBouquetName::Impl {};
 
-TCDescBouquetName::TCDescBouquetName() : m_impl(std::make_unique<Impl>()) {}
+namespace {
 
-TCDescBouquetName::TCDescBouquetName(const TCDescBouquetName& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+// One that owns its bytes may be read by several threads: nothing is left to make then.
+void MakeTexts(const TCDescBouquetName& desc) {
+    if (tvservice::OwnsItsBytes(desc)) {
+        desc.Name();
+    }
+}
+
+}  // namespace
+
+TCDescBouquetName::TCDescBouquetName() = default;
+
+TCDescBouquetName::TCDescBouquetName(const TCDescBouquetName& other) : TCBaseDesc(other) {
+    MakeTexts(*this);
+}
 
 TCDescBouquetName::~TCDescBouquetName() = default;
 
@@ -23,13 +32,11 @@ TCBaseDesc* TCDescBouquetName::Fork() const {
     return new TCDescBouquetName(*this);
 }
 
-int TCDescBouquetName::Decode(const unsigned char* payload, int length) {
-    const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    m_impl->name.assign(bytes.begin(), bytes.end());
+int TCDescBouquetName::Decode(const unsigned char*, int length) {
+    MakeTexts(*this);
     return length;
 }
 
 const std::vector<unsigned char>& TCDescBouquetName::Name() const {
-    return m_impl->name;
+    return tvservice::TextOf(*this, 0, PayloadOf(*this));
 }

@@ -1,21 +1,15 @@
 #include "platform/TCDescCA.h"
 
-#include <cstdint>
+#include "softplatform/descriptor/BaseDesc.h"
 
-#include "softplatform/base/ByteView.h"
-
-using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 // ISO/IEC 13818-1 2.6.16
-struct TCDescCA::Impl {
-    uint16_t caSystemId = 0;
-    uint16_t caPid = 0;
-};
+struct TCDescCA::Impl {};
 
-TCDescCA::TCDescCA() : m_impl(std::make_unique<Impl>()) {}
+TCDescCA::TCDescCA() = default;
 
-TCDescCA::TCDescCA(const TCDescCA& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+TCDescCA::TCDescCA(const TCDescCA& other) : TCBaseDesc(other) {}
 
 TCDescCA::~TCDescCA() = default;
 
@@ -23,21 +17,14 @@ TCBaseDesc* TCDescCA::Fork() const {
     return new TCDescCA(*this);
 }
 
-int TCDescCA::Decode(const unsigned char* payload, int length) {
-    const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    if (!bytes.Has(0, 4)) {
-        return -1;
-    }
-    m_impl->caSystemId = bytes.U16(0);
-    m_impl->caPid = bytes.U16(2) & 0x1FFF;
-    return length;  // private data follows
+int TCDescCA::Decode(const unsigned char*, int length) {
+    return length < 4 ? -1 : length;  // private data follows
 }
 
 unsigned short TCDescCA::CASystemId() const {
-    return m_impl->caSystemId;
+    return PayloadOf(*this).U16(0);
 }
 
 unsigned short TCDescCA::CAPID() const {
-    return m_impl->caPid;
+    return PayloadOf(*this).U16(2) & 0x1FFF;
 }

@@ -1,25 +1,17 @@
 #include "platform/TCDescCableDeliverySystem.h"
 
-#include <cstdint>
-
-#include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 #include "softplatform/descriptor/Bcd.h"
 
-using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 // ETSI EN 300 468 6.2.13.1
-struct TCDescCableDeliverySystem::Impl {
-    uint32_t frequency = 0;
-    uint8_t fecOuter = 0;
-    uint8_t modulation = 0;
-    uint32_t symbolRate = 0;
-    uint8_t fecInner = 0;
-};
+struct TCDescCableDeliverySystem::Impl {};
 
-TCDescCableDeliverySystem::TCDescCableDeliverySystem() : m_impl(std::make_unique<Impl>()) {}
+TCDescCableDeliverySystem::TCDescCableDeliverySystem() = default;
 
 TCDescCableDeliverySystem::TCDescCableDeliverySystem(const TCDescCableDeliverySystem& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+    : TCBaseDesc(other) {}
 
 TCDescCableDeliverySystem::~TCDescCableDeliverySystem() = default;
 
@@ -27,44 +19,34 @@ TCBaseDesc* TCDescCableDeliverySystem::Fork() const {
     return new TCDescCableDeliverySystem(*this);
 }
 
-int TCDescCableDeliverySystem::Decode(const unsigned char* payload, int length) {
-    const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    if (!bytes.Has(0, 11)) {
-        return -1;
-    }
-    m_impl->frequency = bytes.U32(0);
-    m_impl->fecOuter = bytes.U8(5) & 0x0F;
-    m_impl->modulation = bytes.U8(6);
-    m_impl->symbolRate = bytes.U32(7) >> 4;
-    m_impl->fecInner = bytes.U8(10) & 0x0F;
-    return 11;
+int TCDescCableDeliverySystem::Decode(const unsigned char*, int length) {
+    return length < 11 ? -1 : 11;
 }
 
 unsigned int TCDescCableDeliverySystem::Frequency() const {
-    return m_impl->frequency;
+    return PayloadOf(*this).U32(0);
 }
 
 unsigned long long TCDescCableDeliverySystem::FrequencyHz() const {
-    return tvservice::FromBcd(m_impl->frequency, 8).value_or(0) * 100ULL;
+    return tvservice::FromBcd(Frequency(), 8).value_or(0) * 100ULL;
 }
 
 unsigned char TCDescCableDeliverySystem::FECOuter() const {
-    return m_impl->fecOuter;
+    return PayloadOf(*this).U8(5) & 0x0F;
 }
 
 unsigned char TCDescCableDeliverySystem::Modulation() const {
-    return m_impl->modulation;
+    return PayloadOf(*this).U8(6);
 }
 
 unsigned int TCDescCableDeliverySystem::SymbolRate() const {
-    return m_impl->symbolRate;
+    return PayloadOf(*this).U32(7) >> 4;
 }
 
 unsigned int TCDescCableDeliverySystem::SymbolsPerSecond() const {
-    return tvservice::FromBcd(m_impl->symbolRate, 7).value_or(0) * 100;
+    return tvservice::FromBcd(SymbolRate(), 7).value_or(0) * 100;
 }
 
 unsigned char TCDescCableDeliverySystem::FECInner() const {
-    return m_impl->fecInner;
+    return PayloadOf(*this).U8(10) & 0x0F;
 }

@@ -1,20 +1,16 @@
 #include "platform/TCDescCarouselIdentifier.h"
 
-#include <cstdint>
+#include "softplatform/descriptor/BaseDesc.h"
 
-#include "softplatform/base/ByteView.h"
-
-using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 // ETSI TR 101 202 4.7.7.1
-struct TCDescCarouselIdentifier::Impl {
-    uint32_t carouselId = 0;
-};
+struct TCDescCarouselIdentifier::Impl {};
 
-TCDescCarouselIdentifier::TCDescCarouselIdentifier() : m_impl(std::make_unique<Impl>()) {}
+TCDescCarouselIdentifier::TCDescCarouselIdentifier() = default;
 
 TCDescCarouselIdentifier::TCDescCarouselIdentifier(const TCDescCarouselIdentifier& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+    : TCBaseDesc(other) {}
 
 TCDescCarouselIdentifier::~TCDescCarouselIdentifier() = default;
 
@@ -22,16 +18,10 @@ TCBaseDesc* TCDescCarouselIdentifier::Fork() const {
     return new TCDescCarouselIdentifier(*this);
 }
 
-int TCDescCarouselIdentifier::Decode(const unsigned char* payload, int length) {
-    const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    if (!bytes.Has(0, 4)) {
-        return -1;
-    }
-    m_impl->carouselId = bytes.U32(0);
-    return length;  // FormatId and what depends on it follow
+int TCDescCarouselIdentifier::Decode(const unsigned char*, int length) {
+    return length < 4 ? -1 : length;  // FormatId and what depends on it follow
 }
 
 unsigned int TCDescCarouselIdentifier::CarouselId() const {
-    return m_impl->carouselId;
+    return PayloadOf(*this).U32(0);
 }

@@ -1,25 +1,19 @@
 #include "platform/TCDescContent.h"
 
-#include <cstdint>
-#include <vector>
+#include "softplatform/descriptor/BaseDesc.h"
 
-#include "softplatform/base/ByteView.h"
-
-using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 // ETSI EN 300 468 6.2.9
-struct TCDescContent::Impl {
-    struct Content {
-        uint8_t nibbles;
-        uint8_t user;
-    };
-    std::vector<Content> contents;
-};
+struct TCDescContent::Impl {};
 
-TCDescContent::TCDescContent() : m_impl(std::make_unique<Impl>()) {}
+namespace {
+constexpr size_t kEntrySizeContent = 2;
+}
 
-TCDescContent::TCDescContent(const TCDescContent& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+TCDescContent::TCDescContent() = default;
+
+TCDescContent::TCDescContent(const TCDescContent& other) : TCBaseDesc(other) {}
 
 TCDescContent::~TCDescContent() = default;
 
@@ -27,24 +21,18 @@ TCBaseDesc* TCDescContent::Fork() const {
     return new TCDescContent(*this);
 }
 
-int TCDescContent::Decode(const unsigned char* payload, int length) {
-    const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    size_t at = 0;
-    for (; bytes.Has(at, 2); at += 2) {
-        m_impl->contents.push_back({bytes.U8(at), bytes.U8(at + 1)});
-    }
-    return static_cast<int>(at);
+int TCDescContent::Decode(const unsigned char*, int length) {
+    return length - length % static_cast<int>(kEntrySizeContent);
 }
 
 int TCDescContent::NumOfContents() const {
-    return static_cast<int>(m_impl->contents.size());
+    return static_cast<int>(PayloadOf(*this).size() / kEntrySizeContent);
 }
 
 unsigned char TCDescContent::ContentNibbles(unsigned int index) const {
-    return index < m_impl->contents.size() ? m_impl->contents[index].nibbles : uint8_t{0};
+    return tvservice::EntryOf(*this, index, kEntrySizeContent).U8(0);
 }
 
 unsigned char TCDescContent::UserByte(unsigned int index) const {
-    return index < m_impl->contents.size() ? m_impl->contents[index].user : uint8_t{0};
+    return tvservice::EntryOf(*this, index, kEntrySizeContent).U8(1);
 }

@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 #include "softplatform/descriptor/Internals.h"
 
 using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 namespace {
 constexpr size_t kIdSize = 2;
@@ -58,14 +60,13 @@ int CSSUInfoLoop::SelectorByte(char* buffer, int* length) {
 
 // ETSI EN 300 468 6.2.12
 struct TCDescDataBroadcastId::Impl {
-    uint16_t id = 0;
     std::vector<std::shared_ptr<CSSUInfoLoop>> entries;  // shared by forks; they never change
 };
 
-TCDescDataBroadcastId::TCDescDataBroadcastId() : m_impl(std::make_unique<Impl>()) {}
+TCDescDataBroadcastId::TCDescDataBroadcastId() = default;
 
 TCDescDataBroadcastId::TCDescDataBroadcastId(const TCDescDataBroadcastId& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+    : TCBaseDesc(other), m_impl(other.m_impl ? std::make_unique<Impl>(*other.m_impl) : nullptr) {}
 
 TCDescDataBroadcastId::~TCDescDataBroadcastId() = default;
 
@@ -75,17 +76,17 @@ TCBaseDesc* TCDescDataBroadcastId::Fork() const {
 
 int TCDescDataBroadcastId::Decode(const unsigned char* payload, int length) {
     const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
+    m_impl.reset();
     if (!bytes.Has(0, kIdSize)) {
         return -1;
     }
-    m_impl->id = bytes.U16(0);
-    if (m_impl->id != kSystemSoftwareUpdate || !bytes.Has(kIdSize, 1)) {
+    if (bytes.U16(0) != kSystemSoftwareUpdate || !bytes.Has(kIdSize, 1)) {
         return length;  // id_selector bytes follow
     }
     // ETSI TS 102 006 7.1: OUI_data_length, then the entries, then private data
     const size_t loopSize = bytes.U8(kIdSize);
     const ByteView loop = bytes.Subview(kIdSize + 1, loopSize);
+    m_impl = std::make_unique<Impl>();
     size_t at = 0;
     while (loop.Has(at, 6) && loop.Has(at + 6, loop.U8(at + 5))) {
         const ByteView selector = loop.Subview(at + 6, loop.U8(at + 5));
@@ -101,13 +102,13 @@ int TCDescDataBroadcastId::Decode(const unsigned char* payload, int length) {
 }
 
 unsigned short TCDescDataBroadcastId::DataBroadcastId() const {
-    return m_impl->id;
+    return PayloadOf(*this).U16(0);
 }
 
 int TCDescDataBroadcastId::NumOfSSUInfoLoop() const {
-    return static_cast<int>(m_impl->entries.size());
+    return m_impl ? static_cast<int>(m_impl->entries.size()) : 0;
 }
 
 CSSUInfoLoop* TCDescDataBroadcastId::SSUInfoLoop(unsigned int index) const {
-    return index < m_impl->entries.size() ? m_impl->entries[index].get() : nullptr;
+    return m_impl && index < m_impl->entries.size() ? m_impl->entries[index].get() : nullptr;
 }

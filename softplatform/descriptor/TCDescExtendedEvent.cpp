@@ -1,32 +1,92 @@
 #include "platform/TCDescExtendedEvent.h"
 
-#include <cstdint>
-#include <utility>
 #include <vector>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 #include "softplatform/descriptor/TextReader.h"
 
 using tvservice::ByteView;
+using tvservice::PayloadOf;
+using tvservice::TextAt;
 using tvservice::TextReader;
 
 // ETSI EN 300 468 6.2.15
-struct TCDescExtendedEvent::Impl {
-    struct Entry {
-        std::vector<uint8_t> description;
-        std::vector<uint8_t> item;
-    };
-    uint8_t number = 0;
-    uint8_t lastNumber = 0;
-    uint32_t language = 0;
-    std::vector<Entry> items;
-    std::vector<uint8_t> text;
+struct TCDescExtendedEvent::Impl {};
+
+namespace {
+
+constexpr size_t kItemsAt = 5;  // behind length_of_items
+
+ByteView ItemsOf(ByteView payload) {
+    return payload.Subview(kItemsAt, payload.U8(kItemsAt - 1));
+}
+
+struct ItemView {
+    ByteView description;
+    ByteView item;
 };
 
-TCDescExtendedEvent::TCDescExtendedEvent() : m_impl(std::make_unique<Impl>()) {}
+// Walks the items of an extended event, up to one that reaches past length_of_items.
+class ItemReader {
+  public:
+    explicit ItemReader(ByteView items) : items_(items), reader_(items, 0) {}
 
-TCDescExtendedEvent::TCDescExtendedEvent(const TCDescExtendedEvent& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+    bool Next() {
+        const auto at = static_cast<size_t>(reader_.at());
+        if (at >= items_.size() || !reader_.Skip()) {
+            return false;
+        }
+        item_.description = TextAt(items_, at);
+        const auto itemAt = static_cast<size_t>(reader_.at());
+        if (!reader_.Skip()) {
+            return false;
+        }
+        item_.item = TextAt(items_, itemAt);
+        return true;
+    }
+
+    // The item stepped to. After Next() was true.
+    const ItemView& item() const { return item_; }
+
+    // Bytes consumed so far.
+    int at() const { return reader_.at(); }
+
+  private:
+    ByteView items_;
+    TextReader reader_;
+    ItemView item_;
+};
+
+// Empty past the end.
+ItemView ItemAt(const TCDescExtendedEvent& desc, size_t index) {
+    ItemReader reader(ItemsOf(PayloadOf(desc)));
+    while (reader.Next()) {
+        if (index-- == 0) {
+            return reader.item();
+        }
+    }
+    return {};
+}
+
+std::vector<unsigned char> Copy(ByteView bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+// One that owns its bytes may be read by several threads: nothing is left to make then.
+void MakeTexts(const TCDescExtendedEvent& desc) {
+    if (tvservice::OwnsItsBytes(desc)) {
+        desc.Text();
+    }
+}
+
+}  // namespace
+
+TCDescExtendedEvent::TCDescExtendedEvent() = default;
+
+TCDescExtendedEvent::TCDescExtendedEvent(const TCDescExtendedEvent& other) : TCBaseDesc(other) {
+    MakeTexts(*this);
+}
 
 TCDescExtendedEvent::~TCDescExtendedEvent() = default;
 
@@ -36,51 +96,49 @@ TCBaseDesc* TCDescExtendedEvent::Fork() const {
 
 int TCDescExtendedEvent::Decode(const unsigned char* payload, int length) {
     const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    const size_t itemsSize = bytes.U8(4);
-    TextReader text(bytes, 5 + itemsSize);
-    if (!bytes.Has(5, itemsSize) || !text.Read(m_impl->text)) {
+    const ByteView items = ItemsOf(bytes);
+    TextReader text(bytes, kItemsAt + bytes.U8(kItemsAt - 1));
+    if (!bytes.Has(kItemsAt, bytes.U8(kItemsAt - 1)) || !text.Skip()) {
         return -1;
     }
-    m_impl->number = bytes.U8(0) >> 4;
-    m_impl->lastNumber = bytes.U8(0) & 0x0F;
-    m_impl->language = bytes.U24(1);
-    TextReader reader(bytes.Subview(5, itemsSize), 0);
-    while (reader.at() < static_cast<int>(itemsSize)) {
-        Impl::Entry entry;
-        if (!reader.Read(entry.description) || !reader.Read(entry.item)) {
-            return 5 + reader.at();  // an item that reaches past length_of_items
-        }
-        m_impl->items.push_back(std::move(entry));
+    MakeTexts(*this);
+    ItemReader reader(items);
+    while (reader.Next()) {
     }
-    return text.at();
+    const bool isWhole = reader.at() == static_cast<int>(items.size());
+    return isWhole ? text.at() : static_cast<int>(kItemsAt) + reader.at();
 }
 
 unsigned char TCDescExtendedEvent::DescriptorNumber() const {
-    return m_impl->number;
+    return PayloadOf(*this).U8(0) >> 4;
 }
 
 unsigned char TCDescExtendedEvent::LastDescriptorNumber() const {
-    return m_impl->lastNumber;
+    return PayloadOf(*this).U8(0) & 0x0F;
 }
 
 unsigned int TCDescExtendedEvent::LanguageCode() const {
-    return m_impl->language;
+    return PayloadOf(*this).U24(1);
 }
 
 int TCDescExtendedEvent::NumOfItems() const {
-    return static_cast<int>(m_impl->items.size());
+    ItemReader reader(ItemsOf(PayloadOf(*this)));
+    int count = 0;
+    while (reader.Next()) {
+        ++count;
+    }
+    return count;
 }
 
 std::vector<unsigned char> TCDescExtendedEvent::ItemDescription(unsigned int index) const {
-    return index < m_impl->items.size() ? m_impl->items[index].description
-                                        : std::vector<unsigned char>();
+    return Copy(ItemAt(*this, index).description);
 }
 
 std::vector<unsigned char> TCDescExtendedEvent::Item(unsigned int index) const {
-    return index < m_impl->items.size() ? m_impl->items[index].item : std::vector<unsigned char>();
+    return Copy(ItemAt(*this, index).item);
 }
 
 const std::vector<unsigned char>& TCDescExtendedEvent::Text() const {
-    return m_impl->text;
+    const ByteView payload = PayloadOf(*this);
+    return tvservice::TextOf(*this, 0, TextAt(payload, kItemsAt + payload.U8(kItemsAt - 1)));
 }

@@ -6,13 +6,16 @@
 #include <vector>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 #include "softplatform/descriptor/Internals.h"
 
 using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 namespace {
 constexpr size_t kLinkageHeadSize = 7;
-}
+constexpr size_t kLinkageTypeAt = 6;
+}  // namespace
 
 struct CSSULinkLoop::Impl {
     uint32_t oui = 0;
@@ -43,18 +46,13 @@ int CSSULinkLoop::SelectorByte(char* buffer, int* length) {
 
 // ETSI EN 300 468 6.2.19
 struct TCDescLinkage::Impl {
-    uint16_t tsid = 0;
-    uint16_t onid = 0;
-    uint16_t sid = 0;
-    uint8_t linkageType = 0;
-    uint8_t tableType = 0;
     std::vector<std::shared_ptr<CSSULinkLoop>> entries;  // shared by forks; they never change
 };
 
-TCDescLinkage::TCDescLinkage() : m_impl(std::make_unique<Impl>()) {}
+TCDescLinkage::TCDescLinkage() = default;
 
 TCDescLinkage::TCDescLinkage(const TCDescLinkage& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+    : TCBaseDesc(other), m_impl(other.m_impl ? std::make_unique<Impl>(*other.m_impl) : nullptr) {}
 
 TCDescLinkage::~TCDescLinkage() = default;
 
@@ -64,23 +62,18 @@ TCBaseDesc* TCDescLinkage::Fork() const {
 
 int TCDescLinkage::Decode(const unsigned char* payload, int length) {
     const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
+    m_impl.reset();
     if (!bytes.Has(0, kLinkageHeadSize)) {
         return -1;
     }
-    m_impl->tsid = bytes.U16(0);
-    m_impl->onid = bytes.U16(2);
-    m_impl->sid = bytes.U16(4);
-    m_impl->linkageType = bytes.U8(6);
-    if (m_impl->linkageType == LINKAGE_TYPE_TS_CONTAINING_SSU) {
-        m_impl->tableType = bytes.U8(kLinkageHeadSize);  // ETSI TS 102 006 6.3
-    }
-    if (m_impl->linkageType != LINKAGE_TYPE_SOFTWARE_UPDATE || !bytes.Has(kLinkageHeadSize, 1)) {
+    if (bytes.U8(kLinkageTypeAt) != LINKAGE_TYPE_SOFTWARE_UPDATE ||
+        !bytes.Has(kLinkageHeadSize, 1)) {
         return length;  // private data follows
     }
     // ETSI TS 102 006 6.2: OUI_data_length, then OUI, selector_length and selector bytes of each
     const size_t loopSize = bytes.U8(kLinkageHeadSize);
     const ByteView loop = bytes.Subview(kLinkageHeadSize + 1, loopSize);
+    m_impl = std::make_unique<Impl>();
     size_t at = 0;
     while (loop.Has(at, 4) && loop.Has(at + 4, loop.U8(at + 3))) {
         const ByteView selector = loop.Subview(at + 4, loop.U8(at + 3));
@@ -95,29 +88,31 @@ int TCDescLinkage::Decode(const unsigned char* payload, int length) {
 }
 
 unsigned short TCDescLinkage::TransportStreamId() const {
-    return m_impl->tsid;
+    return PayloadOf(*this).U16(0);
 }
 
 unsigned short TCDescLinkage::OriginalNetworkId() const {
-    return m_impl->onid;
+    return PayloadOf(*this).U16(2);
 }
 
 unsigned short TCDescLinkage::ServiceId() const {
-    return m_impl->sid;
+    return PayloadOf(*this).U16(4);
 }
 
 int TCDescLinkage::LinkageType() const {
-    return m_impl->linkageType;
+    return PayloadOf(*this).U8(kLinkageTypeAt);
 }
 
+// ETSI TS 102 006 6.3
 int TCDescLinkage::TableType() const {
-    return m_impl->tableType;
+    return LinkageType() == LINKAGE_TYPE_TS_CONTAINING_SSU ? PayloadOf(*this).U8(kLinkageHeadSize)
+                                                           : 0;
 }
 
 int TCDescLinkage::NumOfSSULinkLoop() const {
-    return static_cast<int>(m_impl->entries.size());
+    return m_impl ? static_cast<int>(m_impl->entries.size()) : 0;
 }
 
 CSSULinkLoop* TCDescLinkage::SSULinkLoop(unsigned int index) const {
-    return index < m_impl->entries.size() ? m_impl->entries[index].get() : nullptr;
+    return m_impl && index < m_impl->entries.size() ? m_impl->entries[index].get() : nullptr;
 }

@@ -1,21 +1,30 @@
 #include "platform/TCDescNetworkName.h"
 
-#include <cstdint>
 #include <vector>
 
-#include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 
-using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 // ETSI EN 300 468 6.2.27
-struct TCDescNetworkName::Impl {
-    std::vector<uint8_t> name;
-};
+struct TCDescNetworkName::Impl {};
 
-TCDescNetworkName::TCDescNetworkName() : m_impl(std::make_unique<Impl>()) {}
+namespace {
 
-TCDescNetworkName::TCDescNetworkName(const TCDescNetworkName& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+// One that owns its bytes may be read by several threads: nothing is left to make then.
+void MakeTexts(const TCDescNetworkName& desc) {
+    if (tvservice::OwnsItsBytes(desc)) {
+        desc.Name();
+    }
+}
+
+}  // namespace
+
+TCDescNetworkName::TCDescNetworkName() = default;
+
+TCDescNetworkName::TCDescNetworkName(const TCDescNetworkName& other) : TCBaseDesc(other) {
+    MakeTexts(*this);
+}
 
 TCDescNetworkName::~TCDescNetworkName() = default;
 
@@ -23,13 +32,11 @@ TCBaseDesc* TCDescNetworkName::Fork() const {
     return new TCDescNetworkName(*this);
 }
 
-int TCDescNetworkName::Decode(const unsigned char* payload, int length) {
-    const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    m_impl->name.assign(bytes.begin(), bytes.end());
+int TCDescNetworkName::Decode(const unsigned char*, int length) {
+    MakeTexts(*this);
     return length;
 }
 
 const std::vector<unsigned char>& TCDescNetworkName::Name() const {
-    return m_impl->name;
+    return tvservice::TextOf(*this, 0, PayloadOf(*this));
 }

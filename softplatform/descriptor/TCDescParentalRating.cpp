@@ -1,25 +1,19 @@
 #include "platform/TCDescParentalRating.h"
 
-#include <cstdint>
-#include <vector>
+#include "softplatform/descriptor/BaseDesc.h"
 
-#include "softplatform/base/ByteView.h"
-
-using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 // ETSI EN 300 468 6.2.28
-struct TCDescParentalRating::Impl {
-    struct Entry {
-        uint32_t country;
-        uint8_t rating;
-    };
-    std::vector<Entry> ratings;
-};
+struct TCDescParentalRating::Impl {};
 
-TCDescParentalRating::TCDescParentalRating() : m_impl(std::make_unique<Impl>()) {}
+namespace {
+constexpr size_t kEntrySizeParentalRating = 4;
+}
 
-TCDescParentalRating::TCDescParentalRating(const TCDescParentalRating& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+TCDescParentalRating::TCDescParentalRating() = default;
+
+TCDescParentalRating::TCDescParentalRating(const TCDescParentalRating& other) : TCBaseDesc(other) {}
 
 TCDescParentalRating::~TCDescParentalRating() = default;
 
@@ -27,24 +21,18 @@ TCBaseDesc* TCDescParentalRating::Fork() const {
     return new TCDescParentalRating(*this);
 }
 
-int TCDescParentalRating::Decode(const unsigned char* payload, int length) {
-    const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    size_t at = 0;
-    for (; bytes.Has(at, 4); at += 4) {
-        m_impl->ratings.push_back({bytes.U24(at), bytes.U8(at + 3)});
-    }
-    return static_cast<int>(at);
+int TCDescParentalRating::Decode(const unsigned char*, int length) {
+    return length - length % static_cast<int>(kEntrySizeParentalRating);
 }
 
 int TCDescParentalRating::NumOfRatings() const {
-    return static_cast<int>(m_impl->ratings.size());
+    return static_cast<int>(PayloadOf(*this).size() / kEntrySizeParentalRating);
 }
 
 unsigned int TCDescParentalRating::CountryCode(unsigned int index) const {
-    return index < m_impl->ratings.size() ? m_impl->ratings[index].country : 0;
+    return tvservice::EntryOf(*this, index, kEntrySizeParentalRating).U24(0);
 }
 
 unsigned char TCDescParentalRating::Rating(unsigned int index) const {
-    return index < m_impl->ratings.size() ? m_impl->ratings[index].rating : uint8_t{0};
+    return tvservice::EntryOf(*this, index, kEntrySizeParentalRating).U8(3);
 }

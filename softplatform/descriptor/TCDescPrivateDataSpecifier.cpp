@@ -1,20 +1,16 @@
 #include "platform/TCDescPrivateDataSpecifier.h"
 
-#include <cstdint>
+#include "softplatform/descriptor/BaseDesc.h"
 
-#include "softplatform/base/ByteView.h"
-
-using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 // ETSI EN 300 468 6.2.31
-struct TCDescPrivateDataSpecifier::Impl {
-    uint32_t specifier = 0;
-};
+struct TCDescPrivateDataSpecifier::Impl {};
 
-TCDescPrivateDataSpecifier::TCDescPrivateDataSpecifier() : m_impl(std::make_unique<Impl>()) {}
+TCDescPrivateDataSpecifier::TCDescPrivateDataSpecifier() = default;
 
 TCDescPrivateDataSpecifier::TCDescPrivateDataSpecifier(const TCDescPrivateDataSpecifier& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+    : TCBaseDesc(other) {}
 
 TCDescPrivateDataSpecifier::~TCDescPrivateDataSpecifier() = default;
 
@@ -22,16 +18,10 @@ TCBaseDesc* TCDescPrivateDataSpecifier::Fork() const {
     return new TCDescPrivateDataSpecifier(*this);
 }
 
-int TCDescPrivateDataSpecifier::Decode(const unsigned char* payload, int length) {
-    const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
-    if (!bytes.Has(0, 4)) {
-        return -1;
-    }
-    m_impl->specifier = bytes.U32(0);
-    return 4;
+int TCDescPrivateDataSpecifier::Decode(const unsigned char*, int length) {
+    return length < 4 ? -1 : 4;
 }
 
 unsigned int TCDescPrivateDataSpecifier::PrivateDataSpecifier() const {
-    return m_impl->specifier;
+    return PayloadOf(*this).U32(0);
 }

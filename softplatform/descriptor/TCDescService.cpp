@@ -1,25 +1,36 @@
 #include "platform/TCDescService.h"
 
-#include <cstdint>
 #include <vector>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 #include "softplatform/descriptor/TextReader.h"
 
 using tvservice::ByteView;
+using tvservice::PayloadOf;
+using tvservice::TextAt;
 using tvservice::TextReader;
 
 // ETSI EN 300 468 6.2.33
-struct TCDescService::Impl {
-    uint8_t serviceType = 0;
-    std::vector<uint8_t> provider;
-    std::vector<uint8_t> name;
-};
+struct TCDescService::Impl {};
 
-TCDescService::TCDescService() : m_impl(std::make_unique<Impl>()) {}
+namespace {
 
-TCDescService::TCDescService(const TCDescService& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+// One that owns its bytes may be read by several threads: nothing is left to make then.
+void MakeTexts(const TCDescService& desc) {
+    if (tvservice::OwnsItsBytes(desc)) {
+        desc.ServiceProviderName();
+        desc.ServiceName();
+    }
+}
+
+}  // namespace
+
+TCDescService::TCDescService() = default;
+
+TCDescService::TCDescService(const TCDescService& other) : TCBaseDesc(other) {
+    MakeTexts(*this);
+}
 
 TCDescService::~TCDescService() = default;
 
@@ -29,23 +40,23 @@ TCBaseDesc* TCDescService::Fork() const {
 
 int TCDescService::Decode(const unsigned char* payload, int length) {
     const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
     TextReader reader(bytes, 1);
-    m_impl->serviceType = bytes.U8(0);
-    if (!reader.Read(m_impl->provider) || !reader.Read(m_impl->name)) {
+    if (!reader.Skip() || !reader.Skip()) {
         return -1;
     }
+    MakeTexts(*this);
     return reader.at();
 }
 
 unsigned char TCDescService::ServiceType() const {
-    return m_impl->serviceType;
+    return PayloadOf(*this).U8(0);
 }
 
 const std::vector<unsigned char>& TCDescService::ServiceProviderName() const {
-    return m_impl->provider;
+    return tvservice::TextOf(*this, 0, TextAt(PayloadOf(*this), 1));
 }
 
 const std::vector<unsigned char>& TCDescService::ServiceName() const {
-    return m_impl->name;
+    const ByteView payload = PayloadOf(*this);
+    return tvservice::TextOf(*this, 1, TextAt(payload, 1 + 1 + payload.U8(1)));
 }

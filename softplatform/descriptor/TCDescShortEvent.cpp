@@ -1,25 +1,36 @@
 #include "platform/TCDescShortEvent.h"
 
-#include <cstdint>
 #include <vector>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 #include "softplatform/descriptor/TextReader.h"
 
 using tvservice::ByteView;
+using tvservice::PayloadOf;
+using tvservice::TextAt;
 using tvservice::TextReader;
 
 // ETSI EN 300 468 6.2.37
-struct TCDescShortEvent::Impl {
-    uint32_t language = 0;
-    std::vector<uint8_t> eventName;
-    std::vector<uint8_t> text;
-};
+struct TCDescShortEvent::Impl {};
 
-TCDescShortEvent::TCDescShortEvent() : m_impl(std::make_unique<Impl>()) {}
+namespace {
 
-TCDescShortEvent::TCDescShortEvent(const TCDescShortEvent& other)
-    : TCBaseDesc(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+// One that owns its bytes may be read by several threads: nothing is left to make then.
+void MakeTexts(const TCDescShortEvent& desc) {
+    if (tvservice::OwnsItsBytes(desc)) {
+        desc.EventName();
+        desc.Text();
+    }
+}
+
+}  // namespace
+
+TCDescShortEvent::TCDescShortEvent() = default;
+
+TCDescShortEvent::TCDescShortEvent(const TCDescShortEvent& other) : TCBaseDesc(other) {
+    MakeTexts(*this);
+}
 
 TCDescShortEvent::~TCDescShortEvent() = default;
 
@@ -29,23 +40,23 @@ TCBaseDesc* TCDescShortEvent::Fork() const {
 
 int TCDescShortEvent::Decode(const unsigned char* payload, int length) {
     const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
     TextReader reader(bytes, 3);
-    m_impl->language = bytes.U24(0);
-    if (!reader.Read(m_impl->eventName) || !reader.Read(m_impl->text)) {
+    if (!reader.Skip() || !reader.Skip()) {
         return -1;
     }
+    MakeTexts(*this);
     return reader.at();
 }
 
 unsigned int TCDescShortEvent::LanguageCode() const {
-    return m_impl->language;
+    return PayloadOf(*this).U24(0);
 }
 
 const std::vector<unsigned char>& TCDescShortEvent::EventName() const {
-    return m_impl->eventName;
+    return tvservice::TextOf(*this, 0, TextAt(PayloadOf(*this), 3));
 }
 
 const std::vector<unsigned char>& TCDescShortEvent::Text() const {
-    return m_impl->text;
+    const ByteView payload = PayloadOf(*this);
+    return tvservice::TextOf(*this, 1, TextAt(payload, 3 + 1 + payload.U8(3)));
 }

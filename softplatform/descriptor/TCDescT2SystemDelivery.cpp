@@ -4,10 +4,12 @@
 #include <vector>
 
 #include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/BaseDesc.h"
 #include "softplatform/descriptor/Frequency.h"
 #include "softplatform/descriptor/Internals.h"
 
 using tvservice::ByteView;
+using tvservice::PayloadOf;
 
 namespace {
 
@@ -107,26 +109,23 @@ std::shared_ptr<TCT2Cell> ReadCell(ByteView bytes, bool tfs) {
                                               std::move(subCells));
 }
 
+// What follows the short form; empty when it is not whole.
+ByteView SystemPartOf(const TCDescT2SystemDelivery& desc) {
+    return desc.HasSystemPart() ? PayloadOf(desc).Subview(kShortSize) : ByteView();
+}
+
 }  // namespace
 
 // ETSI EN 300 468 6.4.6.3
 struct TCDescT2SystemDelivery::Impl {
-    uint8_t plpId = 0;
-    uint16_t t2SystemId = 0;
-    bool hasSystemPart = false;
-    uint8_t sisoMiso = 0;
-    uint8_t bandwidth = 0;
-    uint8_t guardInterval = 0;
-    uint8_t transmissionMode = 0;
-    bool otherFrequencyFlag = false;
-    bool tfsFlag = false;
     std::vector<std::shared_ptr<TCT2Cell>> cells;  // shared by forks; they never change
 };
 
-TCDescT2SystemDelivery::TCDescT2SystemDelivery() : m_impl(std::make_unique<Impl>()) {}
+TCDescT2SystemDelivery::TCDescT2SystemDelivery() = default;
 
 TCDescT2SystemDelivery::TCDescT2SystemDelivery(const TCDescT2SystemDelivery& other)
-    : TCDescExtension(other), m_impl(std::make_unique<Impl>(*other.m_impl)) {}
+    : TCDescExtension(other),
+      m_impl(other.m_impl ? std::make_unique<Impl>(*other.m_impl) : nullptr) {}
 
 TCDescT2SystemDelivery::~TCDescT2SystemDelivery() = default;
 
@@ -136,74 +135,69 @@ TCBaseDesc* TCDescT2SystemDelivery::Fork() const {
 
 int TCDescT2SystemDelivery::Decode(const unsigned char* payload, int length) {
     const ByteView bytes(payload, static_cast<size_t>(length));
-    *m_impl = Impl();
+    m_impl.reset();
     if (TCDescExtension::Decode(payload, length) < 0 || !bytes.Has(0, kShortSize)) {
         return -1;
     }
-    m_impl->plpId = bytes.U8(1);
-    m_impl->t2SystemId = bytes.U16(2);
     if (!bytes.Has(kShortSize, 2)) {
         return kShortSize;
     }
-    m_impl->hasSystemPart = true;
-    m_impl->sisoMiso = bytes.U8(4) >> 6;
-    m_impl->bandwidth = bytes.U8(4) >> 2 & 0x0F;
-    m_impl->guardInterval = bytes.U8(5) >> 5;
-    m_impl->transmissionMode = bytes.U8(5) >> 2 & 0x07;
-    m_impl->otherFrequencyFlag = (bytes.U8(5) & 0x02) != 0;
-    m_impl->tfsFlag = (bytes.U8(5) & 0x01) != 0;
+    const bool tfs = (bytes.U8(5) & 0x01) != 0;
     size_t at = kShortSize + 2;
     while (at < bytes.size()) {
-        const size_t size = CellSize(bytes.Subview(at), m_impl->tfsFlag);
+        const size_t size = CellSize(bytes.Subview(at), tfs);
         if (size == 0) {
             break;
         }
-        m_impl->cells.push_back(ReadCell(bytes.Subview(at, size), m_impl->tfsFlag));
+        if (!m_impl) {
+            m_impl = std::make_unique<Impl>();
+        }
+        m_impl->cells.push_back(ReadCell(bytes.Subview(at, size), tfs));
         at += size;
     }
     return static_cast<int>(at);
 }
 
 unsigned char TCDescT2SystemDelivery::PLPId() const {
-    return m_impl->plpId;
+    return PayloadOf(*this).U8(1);
 }
 
 unsigned short TCDescT2SystemDelivery::T2SystemId() const {
-    return m_impl->t2SystemId;
+    return PayloadOf(*this).U16(2);
 }
 
 bool TCDescT2SystemDelivery::HasSystemPart() const {
-    return m_impl->hasSystemPart;
+    return PayloadOf(*this).Has(kShortSize, 2);
 }
 
 unsigned char TCDescT2SystemDelivery::SISOMISO() const {
-    return m_impl->sisoMiso;
+    return SystemPartOf(*this).U8(0) >> 6;
 }
 
 unsigned char TCDescT2SystemDelivery::Bandwidth() const {
-    return m_impl->bandwidth;
+    return SystemPartOf(*this).U8(0) >> 2 & 0x0F;
 }
 
 unsigned char TCDescT2SystemDelivery::GuardInterval() const {
-    return m_impl->guardInterval;
+    return SystemPartOf(*this).U8(1) >> 5;
 }
 
 unsigned char TCDescT2SystemDelivery::TransmissionMode() const {
-    return m_impl->transmissionMode;
+    return SystemPartOf(*this).U8(1) >> 2 & 0x07;
 }
 
 bool TCDescT2SystemDelivery::OtherFrequencyFlag() const {
-    return m_impl->otherFrequencyFlag;
+    return (SystemPartOf(*this).U8(1) & 0x02) != 0;
 }
 
 bool TCDescT2SystemDelivery::TFSFlag() const {
-    return m_impl->tfsFlag;
+    return (SystemPartOf(*this).U8(1) & 0x01) != 0;
 }
 
 int TCDescT2SystemDelivery::NumOfCells() const {
-    return static_cast<int>(m_impl->cells.size());
+    return m_impl ? static_cast<int>(m_impl->cells.size()) : 0;
 }
 
 const TCT2Cell* TCDescT2SystemDelivery::Cell(unsigned int index) const {
-    return index < m_impl->cells.size() ? m_impl->cells[index].get() : nullptr;
+    return m_impl && index < m_impl->cells.size() ? m_impl->cells[index].get() : nullptr;
 }

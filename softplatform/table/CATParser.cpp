@@ -7,6 +7,7 @@
 #include "softplatform/table/Loops.h"
 #include "softplatform/table/SectionParser.h"
 
+using tvservice::DescriptorLoop;
 using tvservice::SubTable;
 
 namespace {
@@ -14,6 +15,7 @@ constexpr uint8_t kCatTableId = 0x01;
 }
 
 struct TCDVBCATParser::Impl {
+    tvservice::ArenaPool pool;
     tvservice::SpanningLoop loop;
 };
 
@@ -28,14 +30,18 @@ bool TCDVBCATParser::Parse(short, unsigned char* bytes) {
     }
     SubTable& table = TVServiceInternals::Of<TCBaseSection>(*this).sections;
     const SubTable::Change change = table.Judge(*section);
-    if (change == SubTable::Change::kAfresh) {
-        m_impl->loop.Clear();
-    }
     if (change != SubTable::Change::kRepeat) {
-        const tvservice::SectionView held = table.Store(*section);
+        // All that can fail comes before anything changes.
+        m_impl->loop.Reserve(size_t{section->last_section_number()} + 1);
+        const SubTable::Held held =
+            table.Store(*section, m_impl->pool,
+                        DescriptorLoop::CountIn(section->body()) * DescriptorLoop::kRoomEach);
+        if (change == SubTable::Change::kAfresh) {
+            m_impl->loop.Clear();
+        }
         // ISO/IEC 13818-1 2.4.4.6: the loop is all that follows the section's header.
-        m_impl->loop.Put(held.section_number(),
-                         tvservice::DescriptorLoop(held.body(), kCatTableId));
+        m_impl->loop.Put(held.section.section_number(),
+                         DescriptorLoop(held.section.body(), kCatTableId, held.arena));
     }
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = section->table_id_extension();
     return true;

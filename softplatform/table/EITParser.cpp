@@ -1,10 +1,13 @@
 #include <cstdint>
 #include <memory>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "platform/TCDVBEITParser.h"
+#include "softplatform/descriptor/DescriptorArena.h"
 #include "softplatform/descriptor/Internals.h"
+#include "softplatform/descriptor/Recycled.h"
 #include "softplatform/table/Loops.h"
 #include "softplatform/table/SectionParser.h"
 #include "softplatform/table/SubTables.h"
@@ -55,17 +58,22 @@ int TCDVBEITItemEvent::DescriptorLoopLength() const {
 }
 
 struct TCDVBEITItem::Impl {
-    std::vector<std::unique_ptr<TCDVBEITItemEvent>> events;
+    tvservice::DescriptorArena arena;
+    tvservice::Items<TCDVBEITItemEvent> events;
 };
 
 // The service is the caller's word: sections are decoded whatever service they are of.
 TCDVBEITItem::TCDVBEITItem(int, unsigned short, unsigned short, TVSHandle const&)
-    : m_impl(std::make_unique<Impl>()) {}
+    : m_impl(tvservice::Recycled<Impl>::Take()) {
+    m_impl->events = {};
+}
 
-TCDVBEITItem::~TCDVBEITItem() = default;
+TCDVBEITItem::~TCDVBEITItem() {
+    tvservice::Recycled<Impl>::Give(std::move(m_impl));
+}
 
 bool TCDVBEITItem::m_Parse(unsigned char* bytes, int length, int tableId) {
-    m_impl->events.clear();
+    m_impl->events = {};
     if (bytes == nullptr || length < 0) {
         return false;
     }
@@ -74,11 +82,17 @@ bool TCDVBEITItem::m_Parse(unsigned char* bytes, int length, int tableId) {
         section->body().size() < kEitFixedSize) {
         return false;
     }
-    tvservice::EntryReader reader(section->body().Subview(kEitFixedSize), kEventHeadSize);
-    while (reader.Next()) {
-        m_impl->events.push_back(
-            TVServiceInternals::Make<TCDVBEITItemEvent>(reader.head(), reader.descriptors()));
+    const ByteView loop = section->body().Subview(kEitFixedSize);
+    size_t count = 0;
+    for (tvservice::EntryReader reader(loop, kEventHeadSize); reader.Next();) {
+        ++count;
     }
+    using Events = tvservice::Items<TCDVBEITItemEvent>;
+    m_impl->arena.Begin(count * Events::RoomEach());
+    m_impl->events =
+        Events(loop, kEventHeadSize, count, m_impl->arena, [](const tvservice::EntryReader& entry) {
+            return TVServiceInternals::Impl<TCDVBEITItemEvent>{entry.head(), entry.descriptors()};
+        });
     return true;
 }
 
@@ -87,7 +101,7 @@ int TCDVBEITItem::NumOfDVBEITItemEvent() const {
 }
 
 TCDVBEITItemEvent* TCDVBEITItem::DVBEITItemEvent(unsigned int index) {
-    return index < m_impl->events.size() ? m_impl->events[index].get() : nullptr;
+    return index < m_impl->events.size() ? m_impl->events.At(index) : nullptr;
 }
 
 struct TCDVBEITInstance::Impl {
@@ -96,7 +110,10 @@ struct TCDVBEITInstance::Impl {
     uint16_t sid;
 
     // Events are TCDVBEITItem's to decode.
-    void Take(tvservice::SectionView) {}
+    static constexpr size_t kRoomEach = 0;
+    static tvservice::Room RoomFor(tvservice::SectionView) { return {}; }
+    void Reserve(size_t) {}
+    void Take(tvservice::SubTable::Held, tvservice::Room) {}
     void Clear() {}
 };
 
@@ -135,6 +152,7 @@ bool TCDVBEITParser::Parse(short, unsigned char* bytes) {
     if (!section) {
         return false;
     }
+    m_impl->lastSection.reserve(section->size());
     // ETSI EN 300 468 5.2.4
     const uint16_t sid = section->table_id_extension();
     const uint16_t tsid = section->body().U16(0);
@@ -144,6 +162,7 @@ bool TCDVBEITParser::Parse(short, unsigned char* bytes) {
         })) {
         return false;
     }
+    // Within what was reserved.
     m_impl->lastSection.assign(section->bytes().begin(), section->bytes().end());
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = sid;
     return true;

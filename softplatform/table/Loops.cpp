@@ -7,10 +7,14 @@
 
 namespace tvservice {
 
-ByteView Field(ByteView body, size_t at, size_t length) {
-    if (!body.Has(at, length)) {
-        ReceiverCounters().AddShared(Counter::kDescriptorOverruns);
+void CountOverruns(uint64_t overruns) {
+    if (overruns > 0) {
+        ReceiverCounters().AddShared(Counter::kDescriptorOverruns, overruns);
     }
+}
+
+ByteView Field(ByteView body, size_t at, size_t length) {
+    CountOverruns(body.Has(at, length) ? 0 : 1);
     return body.Subview(at, length);
 }
 
@@ -18,14 +22,27 @@ bool EntryReader::Next() {
     if (next_ >= loop_.size()) {
         return false;
     }
-    head_ = Field(loop_, next_, headSize_);
-    if (head_.size() < headSize_) {
+    if (!loop_.Has(next_, headSize_)) {
+        ++overruns_;
+        next_ = loop_.size();
         return false;
     }
+    head_ = loop_.Subview(next_, headSize_);
     const size_t length = head_.U16(headSize_ - 2) & 0x0FFF;
-    descriptors_ = Field(loop_, next_ + headSize_, length);
+    descriptors_ = loop_.Subview(next_ + headSize_, length);
+    overruns_ += descriptors_.size() < length ? 1 : 0;
     next_ += headSize_ + descriptors_.size();
     return true;
+}
+
+Room RoomForEntries(ByteView loop, size_t headSize) {
+    Room room;
+    EntryReader reader(loop, headSize);
+    while (reader.Next()) {
+        ++room.entries;
+        room.descriptors += DescriptorLoop::CountIn(reader.descriptors());
+    }
+    return room;
 }
 
 void SpanningLoop::Put(uint8_t sectionNumber, DescriptorLoop loop) {

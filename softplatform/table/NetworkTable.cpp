@@ -1,15 +1,9 @@
 #include "softplatform/table/NetworkTable.h"
 
 #include <memory>
-#include <vector>
+#include <utility>
 
 #include "softplatform/descriptor/Internals.h"
-
-struct TCDVBItemMux::Impl {
-    uint16_t onid;
-    uint16_t tsid;
-    tvservice::DescriptorLoop loop;
-};
 
 TCDVBItemMux::TCDVBItemMux(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
 
@@ -36,21 +30,41 @@ namespace tvservice {
 namespace {
 constexpr size_t kLengthSize = 2;
 constexpr size_t kMuxHeadSize = 6;  // transport_stream_id to transport_descriptors_length
+
+// The 12-bit length field at the start.
+size_t LengthOf(ByteView bytes) {
+    return bytes.U16(0) & 0x0FFF;
+}
+
 }  // namespace
 
-void NetworkTable::Take(SectionView section) {
+Room NetworkTable::RoomFor(SectionView section) {
     const ByteView body = section.body();
-    const ByteView own = Field(body, kLengthSize, body.U16(0) & 0x0FFF);
-    loop.Put(section.section_number(), DescriptorLoop(own, tableId));
+    const ByteView own = body.Subview(kLengthSize, LengthOf(body));
     const ByteView rest = body.Subview(kLengthSize + own.size());
-    std::vector<std::unique_ptr<TCDVBItemMux>> items;
-    EntryReader reader(Field(rest, kLengthSize, rest.U16(0) & 0x0FFF), kMuxHeadSize);
-    while (reader.Next()) {
-        items.push_back(
-            TVServiceInternals::Make<TCDVBItemMux>(reader.head().U16(2), reader.head().U16(0),
-                                                   DescriptorLoop(reader.descriptors(), tableId)));
-    }
-    muxes.Put(section.section_number(), std::move(items));
+    Room room = RoomForEntries(rest.Subview(kLengthSize, LengthOf(rest)), kMuxHeadSize);
+    room.descriptors += DescriptorLoop::CountIn(own);
+    return room;
+}
+
+void NetworkTable::Reserve(size_t sections) {
+    loop.Reserve(sections);
+    muxes.Reserve(sections);
+}
+
+void NetworkTable::Take(SubTable::Held held, Room room) {
+    const uint8_t number = held.section.section_number();
+    const ByteView body = held.section.body();
+    const ByteView own = Field(body, kLengthSize, LengthOf(body));
+    const ByteView rest = body.Subview(kLengthSize + own.size());
+    loop.Put(number, DescriptorLoop(own, tableId, held.arena));
+    muxes.Put(number,
+              Items<TCDVBItemMux>(Field(rest, kLengthSize, LengthOf(rest)), kMuxHeadSize,
+                                  room.entries, held.arena, [&](const EntryReader& entry) {
+                                      return TVServiceInternals::Impl<TCDVBItemMux>{
+                                          entry.head().U16(2), entry.head().U16(0),
+                                          DescriptorLoop(entry.descriptors(), tableId, held.arena)};
+                                  }));
 }
 
 void NetworkTable::Clear() {

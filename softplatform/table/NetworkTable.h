@@ -3,8 +3,16 @@
 #include <cstdint>
 
 #include "platform/TCDVBItemMux.h"
+#include "softplatform/descriptor/DescriptorLoop.h"
 #include "softplatform/section/SectionView.h"
 #include "softplatform/table/Loops.h"
+#include "softplatform/table/SubTable.h"
+
+struct TCDVBItemMux::Impl {
+    uint16_t onid;
+    uint16_t tsid;
+    tvservice::DescriptorLoop loop;
+};
 
 namespace tvservice {
 
@@ -14,13 +22,15 @@ struct NetworkTable {
     uint16_t id;  // network_id, bouquet_id
     uint8_t tableId;
     SpanningLoop loop;
-    ItemLoop<TCDVBItemMux> muxes;
+    ItemLoop<Items<TCDVBItemMux>> muxes;
 
     static constexpr size_t kFixedSize = 4;  // the two length fields
+    static constexpr size_t kRoomEach = Items<TCDVBItemMux>::RoomEach();
 
-    // Of which at least kFixedSize bytes follow the header.
-    void Take(SectionView section);
-
+    // See SubTables. At least kFixedSize bytes follow the section's header.
+    static Room RoomFor(SectionView section);
+    void Reserve(size_t sections);
+    void Take(SubTable::Held held, Room room);
     void Clear();
 };
 

@@ -1,7 +1,6 @@
 #include <cstdint>
 #include <iterator>
 #include <memory>
-#include <vector>
 
 #include "platform/TCPMTParser.h"
 #include "softplatform/descriptor/Internals.h"
@@ -11,7 +10,9 @@
 
 using tvservice::ByteView;
 using tvservice::DescriptorLoop;
+using tvservice::Room;
 using tvservice::SectionView;
+using tvservice::SubTable;
 
 namespace {
 constexpr uint8_t kPmtTableId = 0x02;
@@ -53,27 +54,50 @@ TCBaseDesc* TCPMTElementary::DescriptorByIndex(unsigned int index) {
     return m_impl->loop.At(index);
 }
 
+using Streams = tvservice::Items<TCPMTElementary>;
+
 struct TCPMTInstance::Impl {
     uint16_t programNumber;
     uint16_t pcrPid = 0;
     tvservice::SpanningLoop loop = {};
-    tvservice::ItemLoop<TCPMTElementary> streams = {};
+    tvservice::ItemLoop<Streams> streams = {};
+
+    static constexpr size_t kRoomEach = Streams::RoomEach();
 
     // ISO/IEC 13818-1 2.4.4.8: what follows the section's header.
-    void Take(SectionView section) {
+    static size_t ProgramInfoLength(ByteView body) { return body.U16(2) & 0x0FFF; }
+    static ByteView StreamsOf(ByteView body) {
+        return body.Subview(kPmtFixedSize).Subview(ProgramInfoLength(body));
+    }
+
+    static Room RoomFor(SectionView section) {
         const ByteView body = section.body();
+        Room room = tvservice::RoomForEntries(StreamsOf(body), kStreamHeadSize);
+        room.descriptors +=
+            DescriptorLoop::CountIn(body.Subview(kPmtFixedSize, ProgramInfoLength(body)));
+        return room;
+    }
+
+    void Take(SubTable::Held held, Room room) {
+        const uint8_t number = held.section.section_number();
+        const ByteView body = held.section.body();
         pcrPid = body.U16(0) & 0x1FFF;
-        const ByteView programInfo = tvservice::Field(body, kPmtFixedSize, body.U16(2) & 0x0FFF);
-        loop.Put(section.section_number(), DescriptorLoop(programInfo, kPmtTableId));
-        std::vector<std::unique_ptr<TCPMTElementary>> items;
-        tvservice::EntryReader reader(body.Subview(kPmtFixedSize + programInfo.size()),
-                                      kStreamHeadSize);
-        while (reader.Next()) {
-            items.push_back(TVServiceInternals::Make<TCPMTElementary>(
-                reader.head().U8(0), static_cast<uint16_t>(reader.head().U16(1) & 0x1FFF),
-                DescriptorLoop(reader.descriptors(), kPmtTableId)));
-        }
-        streams.Put(section.section_number(), std::move(items));
+        loop.Put(number,
+                 DescriptorLoop(tvservice::Field(body, kPmtFixedSize, ProgramInfoLength(body)),
+                                kPmtTableId, held.arena));
+        streams.Put(number,
+                    Streams(StreamsOf(body), kStreamHeadSize, room.entries, held.arena,
+                            [&](const tvservice::EntryReader& entry) {
+                                return TVServiceInternals::Impl<TCPMTElementary>{
+                                    entry.head().U8(0),
+                                    static_cast<uint16_t>(entry.head().U16(1) & 0x1FFF),
+                                    DescriptorLoop(entry.descriptors(), kPmtTableId, held.arena)};
+                            }));
+    }
+
+    void Reserve(size_t sections) {
+        loop.Reserve(sections);
+        streams.Reserve(sections);
     }
 
     void Clear() {

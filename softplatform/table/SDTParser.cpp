@@ -1,7 +1,6 @@
 #include <cstdint>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "platform/TCDVBSDTParser.h"
 #include "softplatform/descriptor/Internals.h"
@@ -11,6 +10,9 @@
 
 using tvservice::ByteView;
 using tvservice::DescriptorLoop;
+using tvservice::Room;
+using tvservice::SectionView;
+using tvservice::SubTable;
 
 namespace {
 constexpr size_t kSdtFixedSize = 3;     // original_network_id, reserved
@@ -54,21 +56,34 @@ TCBaseDesc* TCDVBSDTItemService::DescriptorByIndex(unsigned int index) {
     return m_impl->loop.At(index);
 }
 
+using Services = tvservice::Items<TCDVBSDTItemService>;
+
 struct TCDVBSDTInstance::Impl {
     uint16_t onid;
     uint16_t tsid;
-    tvservice::ItemLoop<TCDVBSDTItemService> services = {};
+    tvservice::ItemLoop<Services> services = {};
+
+    static constexpr size_t kRoomEach = Services::RoomEach();
 
     // ETSI EN 300 468 5.2.3: what follows the section's header.
-    void Take(tvservice::SectionView section) {
-        std::vector<std::unique_ptr<TCDVBSDTItemService>> items;
-        tvservice::EntryReader reader(section.body().Subview(kSdtFixedSize), kServiceHeadSize);
-        while (reader.Next()) {
-            items.push_back(TVServiceInternals::Make<TCDVBSDTItemService>(
-                reader.head(), DescriptorLoop(reader.descriptors(), section.table_id())));
-        }
-        services.Put(section.section_number(), std::move(items));
+    static ByteView LoopOf(SectionView section) { return section.body().Subview(kSdtFixedSize); }
+
+    static Room RoomFor(SectionView section) {
+        return tvservice::RoomForEntries(LoopOf(section), kServiceHeadSize);
     }
+
+    void Take(SubTable::Held held, Room room) {
+        const uint8_t tableId = held.section.table_id();
+        services.Put(held.section.section_number(),
+                     Services(LoopOf(held.section), kServiceHeadSize, room.entries, held.arena,
+                              [&](const tvservice::EntryReader& entry) {
+                                  return TVServiceInternals::Impl<TCDVBSDTItemService>{
+                                      entry.head(),
+                                      DescriptorLoop(entry.descriptors(), tableId, held.arena)};
+                              }));
+    }
+
+    void Reserve(size_t sections) { services.Reserve(sections); }
 
     void Clear() { services.Clear(); }
 };
@@ -120,15 +135,13 @@ bool TCDVBSDTParser::Parse(short, unsigned char* bytes) {
     }
     const uint16_t tsid = section->table_id_extension();
     const uint16_t onid = section->body().U16(0);
-    const bool isTaken = m_impl->instances.Take({onid, tsid}, *section, [&] {
-        auto fresh = TVServiceInternals::Make<TCDVBSDTInstance>(onid, tsid);
-        if (m_impl->first == nullptr) {
-            m_impl->first = fresh.get();
-        }
-        return fresh;
-    });
-    if (!isTaken) {
+    if (!m_impl->instances.Take({onid, tsid}, *section, [&] {
+            return TVServiceInternals::Make<TCDVBSDTInstance>(onid, tsid);
+        })) {
         return false;
+    }
+    if (m_impl->first == nullptr) {
+        m_impl->first = m_impl->instances.Find({onid, tsid});
     }
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = tsid;
     return true;

@@ -63,31 +63,43 @@ SubTable::Change SubTable::Judge(SectionView section) const {
     if (!IsOfThisState(section)) {
         return Change::kAfresh;
     }
-    const std::vector<uint8_t>& held = sections_[section.section_number()];
+    const ByteView held = sections_[section.section_number()].bytes;
     const bool isRepeat =
         std::equal(held.begin(), held.end(), section.bytes().begin(), section.bytes().end());
     return isRepeat ? Change::kRepeat : Change::kSection;
 }
 
-SectionView SubTable::Store(SectionView section) {
-    std::vector<uint8_t> copy(section.bytes().begin(), section.bytes().end());
-    if (!IsOfThisState(section)) {
-        segments_ = {};
+SubTable::Held SubTable::Store(SectionView section, ArenaPool& pool, size_t room) {
+    const bool isAfresh = !IsOfThisState(section);
+    const size_t count = size_t{section.last_section_number()} + 1;
+    std::unique_ptr<DescriptorArena> arena = pool.Take();
+    arena->Begin(DescriptorArena::Rounded(section.size()) + room);
+    sections_.reserve(count);
+    // Nothing fails from here on.
+    auto* const copy = static_cast<uint8_t*>(arena->Take(section.size()));
+    std::copy(section.bytes().begin(), section.bytes().end(), copy);
+    if (isAfresh) {
+        for (Slot& slot : sections_) {
+            pool.Give(std::move(slot.arena));
+        }
         sections_.clear();
-        sections_.resize(size_t{section.last_section_number()} + 1);
+        sections_.resize(count);
+        segments_ = {};
         tableId_ = section.table_id();
         extension_ = section.sub_table_extension();
         version_ = section.version_number();
         bytes_ = BytesOfSlots(section);
     }
     const uint8_t number = section.section_number();
-    bytes_ -= sections_[number].size();
-    bytes_ += copy.size();
-    sections_[number] = std::move(copy);
+    Slot& slot = sections_[number];
+    pool.Give(std::move(slot.arena));
+    bytes_ += section.size() - slot.bytes.size();
+    slot.bytes = ByteView(copy, section.size());
+    slot.arena = std::move(arena);
     Segment& segment = segments_[number / 8];
     segment.held = static_cast<uint8_t>(segment.held | 1 << number % 8);
     segment.last = LastOfSegment(section);
-    return *SectionView::From(sections_[number].data(), sections_[number].size());
+    return {*SectionView::From(slot.bytes), *slot.arena};
 }
 
 void SubTable::Clear() {
@@ -98,7 +110,7 @@ std::optional<SectionView> SubTable::section(size_t number) const {
     if (!IsHeld(number)) {
         return std::nullopt;
     }
-    return SectionView::From(sections_[number].data(), sections_[number].size());
+    return SectionView::From(sections_[number].bytes);
 }
 
 }  // namespace tvservice

@@ -3,9 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
+#include "softplatform/base/ByteView.h"
+#include "softplatform/descriptor/DescriptorArena.h"
 #include "softplatform/section/SectionView.h"
 
 namespace tvservice {
@@ -18,13 +21,13 @@ namespace tvservice {
 std::optional<SectionView> ApplicableSection(const uint8_t* bytes, uint8_t firstTableId,
                                              uint8_t lastTableId, size_t fixedSize = 0);
 
-// The sections of one sub-table and one version, as copies. Owned and used by one thread at a time.
+// The sections of one sub-table and one version, as copies, each in an arena of its own, which has
+// room for what a parser decodes from it. Owned and used by one thread at a time.
 //
 // A section with another table_id, sub_table_extension, version_number or last_section_number than
 // those held belongs to another state of the table: it starts the sub-table afresh.
 //
-// A parser asks Judge, decodes what is not a repeat, and calls Store only when that went well, so
-// that a bad section changes nothing:
+// A parser asks Judge, stores what is not a repeat, and decodes what Store returned:
 //
 //     switch (table.Judge(section)) { case Change::kRepeat: return true; ... }
 class SubTable {
@@ -38,9 +41,17 @@ class SubTable {
     // What Store would do. `section` came from ApplicableSection; costs one comparison.
     Change Judge(SectionView section) const;
 
-    // Takes a copy of the section and returns it: its bytes stay where they are until a section
-    // with the same number is stored, the table starts afresh, or it is cleared.
-    SectionView Store(SectionView section);
+    // A section that is held, and the arena in which its bytes stand.
+    struct Held {
+        SectionView section;
+        DescriptorArena& arena;
+    };
+
+    // Takes a copy of the section, with `room` bytes behind it in its arena. It stays where it is
+    // until a section with the same number is stored, the table starts afresh, or it is cleared.
+    // Arenas come from `pool`, and those of sections that are dropped go there. When there is no
+    // memory (std::bad_alloc), nothing has changed.
+    Held Store(SectionView section, ArenaPool& pool, size_t room = 0);
 
     void Clear();
 
@@ -80,16 +91,21 @@ class SubTable {
         return number < sections_.size() && (segments_[number / 8].held >> (number % 8) & 1) != 0;
     }
 
+    struct Slot {
+        ByteView bytes;  // none when the section is not held
+        std::unique_ptr<DescriptorArena> arena;
+    };
+
     static size_t BytesOfSlots(SectionView section) {
-        return (size_t{section.last_section_number()} + 1) * sizeof(std::vector<uint8_t>);
+        return (size_t{section.last_section_number()} + 1) * sizeof(Slot);
     }
 
     uint8_t tableId_ = 0;
     uint16_t extension_ = 0;
     uint8_t version_ = 0;
     size_t bytes_ = 0;
-    std::array<Segment, 32> segments_{};          // by section_number / 8
-    std::vector<std::vector<uint8_t>> sections_;  // last_section_number + 1; empty ones not held
+    std::array<Segment, 32> segments_{};  // by section_number / 8
+    std::vector<Slot> sections_;          // last_section_number + 1
 };
 
 }  // namespace tvservice

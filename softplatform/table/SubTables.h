@@ -6,8 +6,11 @@
 #include <utility>
 
 #include "softplatform/base/Counters.h"
+#include "softplatform/descriptor/DescriptorArena.h"
+#include "softplatform/descriptor/DescriptorLoop.h"
 #include "softplatform/descriptor/Internals.h"
 #include "softplatform/table/BaseSection.h"
+#include "softplatform/table/Loops.h"
 #include "softplatform/table/SubTable.h"
 
 namespace tvservice {
@@ -15,8 +18,12 @@ namespace tvservice {
 // The sub-tables that one parser was given, by what tells them apart. `Instance` is one of the
 // platform's table classes; its Impl has
 //
-//     void Clear();                    // forgets what was decoded from the sections held
-//     void Take(SectionView section);  // decodes one more, or one in the place of another
+//     static Room RoomFor(SectionView section);  // for what is decoded from the section
+//     static constexpr size_t kRoomEach;         // bytes for each entry of its loop
+//     void Reserve(size_t sections);             // so that the next two need no memory
+//     void Clear() noexcept;                     // forgets what was decoded
+//     void Take(SubTable::Held held, Room room) noexcept;  // decodes one more, or one in the place
+//                                                          // of another
 //
 // Clients hold pointers to the instances, so none goes before Clear(), and they are bounded: a
 // section beyond kMaxBytes is refused and counted (Counter::kParserOverflows).
@@ -38,9 +45,11 @@ class SubTables {
             if (!HasRoomFor(section, 0)) {
                 return false;
             }
-            Instance& instance = *instances_.emplace(key, make()).first->second;
-            bytes_ += kInstanceBytes;
-            Store(instance, section);
+            std::unique_ptr<Instance> begun = make();
+            Store(*begun, section, false);
+            const size_t bytes = kInstanceBytes + Sections(*begun).bytes();
+            instances_.emplace(key, std::move(begun));
+            bytes_ += bytes;
             return true;
         }
         Instance& instance = *known->second;
@@ -53,10 +62,9 @@ class SubTables {
         if (!HasRoomFor(section, isAfresh ? table.bytes() : 0)) {
             return false;
         }
-        if (isAfresh) {
-            TVServiceInternals::Of(instance).Clear();
-        }
-        Store(instance, section);
+        const size_t before = table.bytes();
+        Store(instance, section, isAfresh);
+        bytes_ += table.bytes() - before;
         return true;
     }
 
@@ -88,14 +96,22 @@ class SubTables {
         return false;
     }
 
-    void Store(Instance& instance, SectionView section) {
-        SubTable& table = Sections(instance);
-        bytes_ -= table.bytes();
-        const SectionView held = table.Store(section);
-        bytes_ += table.bytes();
-        TVServiceInternals::Of(instance).Take(held);
+    // All that can fail comes before anything changes.
+    void Store(Instance& instance, SectionView section, bool isAfresh) {
+        auto& decoded = TVServiceInternals::Of(instance);
+        using Decoded = TVServiceInternals::Impl<Instance>;
+        const Room room = Decoded::RoomFor(section);
+        decoded.Reserve(size_t{section.last_section_number()} + 1);
+        const SubTable::Held held = Sections(instance).Store(
+            section, pool_,
+            room.entries * Decoded::kRoomEach + room.descriptors * DescriptorLoop::kRoomEach);
+        if (isAfresh) {
+            decoded.Clear();
+        }
+        decoded.Take(held, room);
     }
 
+    ArenaPool pool_;
     Map instances_;
     size_t bytes_ = 0;
 };

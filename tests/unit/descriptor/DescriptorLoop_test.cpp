@@ -17,7 +17,7 @@ namespace {
 
 using tvservice::ByteView;
 using tvservice::Counter;
-using tvservice::DecodeDescriptor;
+using tvservice::DescriptorArena;
 using tvservice::DescriptorLoop;
 using tvservice::ReceiverCounters;
 
@@ -28,11 +28,15 @@ uint64_t Overruns() {
     return ReceiverCounters().Get(Counter::kDescriptorOverruns);
 }
 
-/// A loop over bytes of its own.
+/// A loop over bytes of its own, in an arena that has room for exactly its descriptors.
 struct Loop {
-    Loop(Bytes content, uint8_t tableId)
-        : bytes(std::move(content)), loop(ByteView(bytes.data(), bytes.size()), tableId) {}
+    Loop(Bytes content, uint8_t tableId) : bytes(std::move(content)) {
+        const ByteView view(bytes.data(), bytes.size());
+        arena.Begin(DescriptorLoop::CountIn(view) * DescriptorLoop::kRoomEach);
+        loop = DescriptorLoop(view, tableId, arena);
+    }
     Bytes bytes;
+    DescriptorArena arena;
     DescriptorLoop loop;
 };
 
@@ -110,7 +114,7 @@ TEST(DescriptorLoopTest, WhatDoesNotFitItsClassIsPlainAndKeepsItsBytes) {
 TEST(Decoders, CountsWhatTheFieldsDoNotFill) {
     const auto malformed = [](const Bytes& bytes) {
         const uint64_t before = ReceiverCounters().Get(Counter::kMalformedDescriptors);
-        DecodeDescriptor(ByteView(bytes.data(), bytes.size()), kNit);
+        Loop(bytes, kNit).loop.At(0);
         return ReceiverCounters().Get(Counter::kMalformedDescriptors) - before;
     };
     for (const Bytes& whole : {kSpecifier, kCa, kT2, Bytes{0x83, 2, 1, 2}, Bytes{0x48, 3, 1, 0, 0},
@@ -130,7 +134,8 @@ TEST(Decoders, EveryTagIsDecodedUnderTheTagThatItHas) {
             const Bytes bytes = Whole(static_cast<unsigned char>(tag), Bytes(size, 0x04));
             for (const uint8_t table : {kNit, kPmt}) {
                 const ByteView view(bytes.data(), bytes.size());
-                const auto desc = DecodeDescriptor(view, table);
+                Loop l(bytes, table);
+                TCBaseDesc* const desc = l.loop.At(0);
                 ASSERT_NE(desc, nullptr);
                 EXPECT_EQ(desc->Tag(), tvservice::TagOf(view, table)) << tag << " " << size;
                 EXPECT_EQ(desc->Length(), static_cast<int>(bytes.size()));
@@ -149,8 +154,8 @@ TEST(Decoders, EveryDeclaredDescriptorHasItsClass) {
     for (const int tag : {0x09, 0x13, 0x40, 0x41, 0x43, 0x44, 0x47, 0x48, 0x4A, 0x4D, 0x4E, 0x50,
                           0x52, 0x54, 0x55, 0x5A, 0x5F, 0x66, 0x6F}) {
         const Bytes bytes = Whole(static_cast<unsigned char>(tag), Bytes(12));
-        const auto desc = DecodeDescriptor(ByteView(bytes.data(), bytes.size()), kPmt);
-        EXPECT_FALSE(IsExactly<TCBaseDesc>(*desc)) << std::hex << tag;
+        Loop l(bytes, kPmt);
+        EXPECT_FALSE(IsExactly<TCBaseDesc>(*l.loop.At(0))) << std::hex << tag;
     }
 }
 

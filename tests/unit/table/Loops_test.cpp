@@ -10,6 +10,7 @@
 namespace {
 
 using tvservice::ByteView;
+using tvservice::DescriptorArena;
 using tvservice::DescriptorLoop;
 using tvservice::ItemLoop;
 using tvservice::SpanningLoop;
@@ -31,7 +32,13 @@ class SpanningLoopTest : public testing::Test {
         for (const auto& [tag, value] : tagsAndValues) {
             bytes = Join({bytes, {static_cast<uint8_t>(tag), 1, static_cast<uint8_t>(value)}});
         }
-        loop_.Put(number, DescriptorLoop(ByteView(bytes.data(), bytes.size()), kTableId));
+        loop_.Put(number, LoopOver(bytes));
+    }
+    DescriptorLoop LoopOver(const Bytes& bytes) {
+        const ByteView view(bytes.data(), bytes.size());
+        DescriptorArena& arena = arenas_.emplace_back();
+        arena.Begin(DescriptorLoop::CountIn(view) * DescriptorLoop::kRoomEach);
+        return DescriptorLoop(view, kTableId, arena);
     }
     std::vector<int> Of(int tag) {
         std::vector<int> values;
@@ -49,6 +56,7 @@ class SpanningLoopTest : public testing::Test {
     }
 
     std::list<Bytes> bytes_;
+    std::list<DescriptorArena> arenas_;
     SpanningLoop loop_;
 };
 
@@ -89,8 +97,7 @@ TEST_F(SpanningLoopTest, AsksNoDescriptorTwiceForItsTag) {
         for (int i = 0; i < 1000; ++i) {
             bytes.insert(bytes.end(), {kMark, 0});
         }
-        loop_.Put(static_cast<uint8_t>(number),
-                  DescriptorLoop(ByteView(bytes.data(), bytes.size()), kTableId));
+        loop_.Put(static_cast<uint8_t>(number), LoopOver(bytes));
     }
     ASSERT_EQ(loop_.Count(kMark), 256000);
     for (int i = 0; i < loop_.Count(kMark); ++i) {
@@ -100,13 +107,14 @@ TEST_F(SpanningLoopTest, AsksNoDescriptorTwiceForItsTag) {
 }
 
 TEST(ItemLoopTest, StandsInTheOrderOfTheSectionNumbers) {
-    ItemLoop<int> loop;
+    struct Numbers {
+        size_t size() const { return values->size(); }
+        const int* At(size_t index) const { return &(*values)[index]; }
+        std::shared_ptr<std::vector<int>> values = std::make_shared<std::vector<int>>();
+    };
+    ItemLoop<Numbers> loop;
     const auto put = [&loop](uint8_t number, std::vector<int> values) {
-        std::vector<std::unique_ptr<int>> items;
-        for (const int value : values) {
-            items.push_back(std::make_unique<int>(value));
-        }
-        loop.Put(number, std::move(items));
+        loop.Put(number, {std::make_shared<std::vector<int>>(std::move(values))});
     };
     const auto all = [&loop] {
         std::vector<int> values;

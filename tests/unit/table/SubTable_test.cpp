@@ -23,7 +23,7 @@ class SubTableTest : public testing::Test {
     Change Feed(const SectionBytes& fields) {
         const Bytes bytes = fields.Build();
         const Change change = table_.Judge(View(bytes));
-        table_.Store(View(bytes));
+        table_.Store(View(bytes), pool_);
         return change;
     }
     std::vector<int> Numbers() const {
@@ -36,6 +36,7 @@ class SubTableTest : public testing::Test {
         return numbers;
     }
 
+    ArenaPool pool_;
     SubTable table_;
 };
 
