@@ -5,6 +5,8 @@ import json
 import os
 import pathlib
 import random
+import re
+import resource
 import select
 import signal
 import socket
@@ -990,6 +992,31 @@ class Inputs(unittest.TestCase):
                 self.assertEqual(done.returncode, 0, done.stderr)
                 self.assertGreater(time.monotonic() - begin, 0.2)
 
+    def test_a_file_that_becomes_shorter_is_an_error_mapped_or_not(self):
+        stream = demo()
+        for options in ([], ["--no-map"]):
+            with self.subTest(options), tempfile.NamedTemporaryFile(suffix=".ts") as file:
+                file.write(stream)
+                file.flush()
+                # At this pace it is read for 20 s.
+                process = subprocess.Popen(
+                    [TOOL, "sections", file.name, "--pace", "0.5", "--pid", "0", "--table-id", "0",
+                     *options], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                process.stdout.read(1)  # it plays
+                file.truncate(188 * 100)
+                _, errors = process.communicate(timeout=60)
+                self.assertEqual(process.returncode, 2, errors)
+                self.assertRegex(errors.decode(), "cannot read " + re.escape(file.name) +
+                                 r" at byte \d+: it has become shorter")
+
+    def test_a_file_is_the_same_mapped_or_not(self):
+        with tempfile.NamedTemporaryFile(suffix=".ts") as file:
+            self.assertEqual(run("generate", file.name, "--rate", "20000000", "--duration",
+                                 "4s").returncode, 0)  # longer than what is mapped at a time
+            mapped, document = scan_json(file.name)
+            self.assertEqual(document, scan_json(file.name, "--no-map")[1])
+            self.assertEqual(mapped.returncode, 0)
+
     def test_what_cannot_be_is_named(self):
         for arguments, words in (
                 (["--loop", "-"], "cannot open standard input: what cannot be read again"),
@@ -1216,6 +1243,43 @@ class Sections(unittest.TestCase):
         for section in (short, cut):
             self.assertEqual([section[field] for field in fields], [None] * 5)
         self.assertEqual(cut["length"], 12)
+
+
+class Memory(unittest.TestCase):
+    @staticmethod
+    def distinct_sections(count):
+        """EIT present/following of so many services, each with an event and its descriptors."""
+        event = bytes([0, 1, 0xE0, 0, 0, 0, 0, 0, 0, 0, 0, 144]) + bytes([0x80, 0]) * 72
+        for n in range(count):
+            yield section_packet(0x12, 0x4E, n, bytes([0, 1, 0, 2, 0, 0x4E]) + event,
+                                 continuity_counter=n % 16)
+
+    def test_without_memory_it_says_so_and_ends(self):
+        """Memory runs out in the middle, on whichever thread asks for more."""
+        for command in (["scan", "-"],
+                        ["sections", "-", "--pid", "0x12", "--table-id", "0x4E", "--from-cache"]):
+            with self.subTest(command):
+                reader, writer = os.pipe()
+                process = subprocess.Popen([TOOL, *command], stdin=reader,
+                                           stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+                os.close(reader)
+                os.write(writer, b"".join(pat_packet([(1, 100)], continuity_counter=n)
+                                          for n in range(16)))
+                while fcntl.ioctl(writer, termios.FIONREAD, b"\0\0\0\0") != b"\0\0\0\0":
+                    time.sleep(0.001)
+                status = pathlib.Path(f"/proc/{process.pid}/status").read_text("utf-8")
+                data = int(next(line for line in status.splitlines()
+                                if line.startswith("VmData")).split()[1]) * 1024
+                resource.prlimit(process.pid, resource.RLIMIT_DATA, (data, data))
+                try:
+                    for packet in self.distinct_sections(4000):
+                        os.write(writer, packet)
+                except BrokenPipeError:
+                    pass  # it has left
+                os.close(writer)
+                _, errors = process.communicate(timeout=60)
+                self.assertEqual(process.returncode, 2, errors)
+                self.assertIn(b"torvelsi: out of memory\n", errors)
 
 
 class CommandLine(unittest.TestCase):
