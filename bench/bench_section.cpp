@@ -3,11 +3,13 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <memory>
 #include <random>
 #include <vector>
 
 #include "softplatform/base/Counters.h"
 #include "softplatform/base/Crc32.h"
+#include "softplatform/section/FilterSet.h"
 #include "softplatform/section/SectionAssembler.h"
 #include "softplatform/section/SectionFilter.h"
 #include "softplatform/ts/Continuity.h"
@@ -130,8 +132,30 @@ void FiltersNaive(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+// The same as the receiver asks them: all filters of a PID at once.
+void FiltersOfAPid(benchmark::State& state) {
+    FilterSet set;
+    for (const Criteria& criteria : ManyCriteria(state.range(0))) {
+        set.Add(std::make_unique<Filter>(Filter{
+            0x0012, *SectionFilter::Compile(criteria.pattern, criteria.mask, criteria.mode), {}}));
+    }
+    const Bytes bytes = SectionThatTheLastAccepts(state.range(0));
+    const SectionView section = *SectionView::From(bytes.data(), bytes.size());
+    int accepted = 0;
+    for ([[maybe_unused]] const auto _ : state) {
+        accepted = 0;
+        set.VisitMatching(section, [&accepted](Filter&) { ++accepted; });
+        benchmark::DoNotOptimize(accepted);
+    }
+    if (accepted != 1) {
+        state.SkipWithError("wrong answer");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 BENCHMARK(FiltersCompiled)->RangeMultiplier(2)->Range(1, 256);
 BENCHMARK(FiltersNaive)->RangeMultiplier(2)->Range(1, 256);
+BENCHMARK(FiltersOfAPid)->RangeMultiplier(2)->Range(1, 256);
 
 // --- From bytes to sections: items are packets
 

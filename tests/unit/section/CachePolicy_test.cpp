@@ -62,6 +62,8 @@ TEST_F(CachePolicyTest, KeepsSoManyPidsWithoutAFilter) {
         EXPECT_TRUE(policy_.OnFilterReleased(pid, true)) << pid;
     }
     EXPECT_FALSE(policy_.OnFilterReleased(0x1000, true));
+    EXPECT_FALSE(policy_.OnFilterReleased(CachePolicy::kCachedPids, true));
+    EXPECT_TRUE(policy_.OnFilterReleased(CachePolicy::kCachedPids - 1, true));
     policy_.OnFilterAdded(0x0100);  // one of them has a filter again
     EXPECT_TRUE(policy_.OnFilterReleased(0x1000, true));
     EXPECT_FALSE(policy_.OnFilterReleased(0x2000, true)) << "no packet can carry it";

@@ -32,8 +32,10 @@ TEST_P(FilterWordsTest, FindsTheSameAsOneFilterAfterTheOther) {
     for (size_t count = 0; count < 70; ++count) {
         words_.Clear();
         for (size_t i = 0; i < count; ++i) {
-            // Few bits asked for, anywhere in the word.
-            const uint64_t equal = random() & random() & random() & random() & random();
+            // One to four bits or so asked for, anywhere in the word: what allows a word stands
+            // alone in its block as often as not.
+            const uint64_t one = uint64_t{1} << random() % 64;
+            const uint64_t equal = one | (random() & random() & random() & random());
             words_.Add({random(), equal, 0});
         }
         ASSERT_EQ(words_.size(), count);
