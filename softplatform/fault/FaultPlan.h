@@ -21,12 +21,11 @@ struct FaultCount {
     uint64_t count;
 };
 
-// The faults that a receiver shall suffer, and how many of them it has suffered. Shared by what
-// injects them: FaultySource, FaultySections, FaultySubscriptions. All members may be called on any
-// thread.
+// The faults to inject, and how many were injected. Shared by the classes that inject them:
+// FaultySource, FaultySections, FaultySubscriptions. All members may be called on any thread.
 //
-// The same specs, in the same order, and the same seed injure the same events in the same way. Each
-// spec has random numbers of its own: to add one behind the others changes nothing in theirs.
+// The same specs in the same order with the same seed damage the same events in the same way. Each
+// spec has random numbers of its own: adding one at the end does not change what the others do.
 class FaultPlan {
   public:
     // `specs` as FaultSpec has it; none at all is a plan without faults. Null on failure; `error`

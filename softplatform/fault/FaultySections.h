@@ -20,16 +20,17 @@ namespace tvservice {
 // Stands between the filter engine and the client's callback, and does to the deliveries what the
 // plan says.
 //
-// Every delivery is looked at by all faults, in this order: `silent` swallows it, and nothing else
-// happens at it. `zero-length` and `unknown-id` are deliveries of their own before the section's.
+// Every delivery meets all faults, in this order. `silent` swallows it, and nothing else happens.
+// `zero-length` and `unknown-id` make additional deliveries before the section's.
 // `cut` keeps the first `to` bytes, or without `to` a random number of them, at least 1;
 // section_length stays as it is. A section already that short is not counted as cut.
-// `delay` holds a copy back until `by` later deliveries have come, swallowed ones included. Then
-// follows what is due of the held ones. Without planned delivery faults everything passes as it is.
+// `delay` holds a copy back until `by` later deliveries have come, swallowed ones included. After
+// each delivery, the delayed ones that are due are delivered. Without planned delivery faults every
+// section is passed on unchanged.
 //
-// Like the engine it delivers nothing for an id that was released: what is held for it is dropped.
-// Only `late` does on purpose: the last section that a released id got comes to it once more,
-// behind the `by`th later delivery.
+// Like the engine, it delivers nothing to an id that was released: a section held back for it is
+// dropped. Only the fault `late` does: the last section that a released id got is delivered to it
+// once more, after `by` later deliveries.
 //
 // OnSection and Flush are the delivery thread's; Subscribed and Unsubscribed may be called on any
 // thread, also inside a callback.

@@ -15,7 +15,7 @@ namespace tvservice {
 // What shall become of a request for a filter.
 struct SubscribeFault {
     bool isRefused = false;  // no filter is set
-    uint32_t back = 0;  // else: HandOut tells the handle of so many requests before; 0: its own
+    uint32_t back = 0;  // else: how many requests before the handle was given; 0: its own handle
 };
 
 // Decides which requests to set and to release filters go wrong, and keeps the book that ties the

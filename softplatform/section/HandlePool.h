@@ -29,8 +29,8 @@ class HandlePool {
     // Gives a handle back. Returns false, and does nothing, when it is not in use.
     bool Release(int handle);
 
-    // Never hands out this value again. Returns true when that is news: it is not in use, not
-    // retired yet, and of the values that this pool can give or could give before a Resize.
+    // Never hands out this value again. Returns false, and does nothing, when it is in use, retired
+    // already, or none that this pool can give or could give before a Resize.
     bool Retire(int handle);
 
     // Changes the number of slots. Handles in use stay as they are and keep a slot each. Returns

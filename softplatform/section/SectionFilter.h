@@ -8,7 +8,7 @@
 
 namespace tvservice {
 
-// A question to a section's first bytes, compiled once and then answered with and/xor on machine
+// Criteria for a section's first bytes, compiled once and then matched with and/xor on machine
 // words. Position i of the pattern is byte i of the section; bytes 1 and 2 (section_length) count
 // as positions.
 //
@@ -26,8 +26,8 @@ class SectionFilter {
                                                 const std::vector<uint8_t>& mask,
                                                 const std::vector<uint8_t>& mode);
 
-    // Whether the section of `size` bytes answers. One that ends before the last position with a
-    // mask bit never does. Reads nothing past `size`, allocates nothing.
+    // Whether the section of `size` bytes matches. One that ends before the last position with a
+    // mask bit does not. Reads nothing past `size`, allocates nothing.
     bool Matches(const uint8_t* section, size_t size) const;
 
     // Eight positions, in the byte order of memory.

@@ -44,7 +44,7 @@ class Pump {
     void Interrupt() TV_EXCLUDES(mutex_);
     void BarrierPassed(uint32_t sequence) TV_EXCLUDES(mutex_);
 
-    // The engine has changes to apply.
+    // Has the delivery thread apply the engine's changes soon, even while it waits.
     void Wake() TV_EXCLUDES(mutex_);
 
     unsigned packet_size() const { return packetSize_.load(std::memory_order_relaxed); }

@@ -105,8 +105,9 @@ SOFTPLATFORM_API SourceInfo Describe(const Source& source);
 /// subscriber that answers on the thread which handles all sections thereby holds the stream until
 /// everything delivered before has been handled.
 ///
-/// Whoever was asked has to answer, also while it is giving up the filter: somebody else who sets
-/// one in the meantime is not asked the same again, and nothing goes on until `Interrupt`.
+/// A subscriber that got a barrier section must answer it, even if it is releasing the filter. The
+/// section is not sent again to a filter that is set in the meantime: without an answer the stream
+/// stops until `Interrupt`.
 ///
 /// The section: table_id `kBarrierTableId`, section_syntax_indicator 0, section_length 4, then the
 /// sequence number, 32 bits, most significant byte first.
@@ -149,9 +150,9 @@ struct Config {
     /// in bytes; every table costs 192 beside its sections, and every section 64; 0: no cache.
     std::size_t cacheBytes = 1024 * 1024;
 
-    /// Faults to suffer on purpose, for example "drop=1/1000"; docs/faults.md has them all.
+    /// Faults to inject on purpose, for example "drop=1/1000"; docs/faults.md lists them all.
     std::vector<std::string> faults{};
-    std::uint64_t faultSeed = 1;  ///< the same seed and faults injure the same things
+    std::uint64_t faultSeed = 1;  ///< the same seed and faults damage the same packets and sections
 };
 
 /// The receiver itself: demultiplexer, section filters and the delivery thread, which calls the

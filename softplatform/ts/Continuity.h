@@ -11,7 +11,7 @@ namespace tvservice {
 
 // How one packet follows the one before it on its PID.
 enum class ContinuityVerdict {
-    kFirst,          // nothing came before: no statement
+    kFirst,          // the first packet: there is none to compare it with
     kNext,           // continuity_counter one higher, modulo 16
     kDuplicate,      // the packet before, sent a second time: to be ignored
     kGap,            // packets are missing
@@ -20,7 +20,7 @@ enum class ContinuityVerdict {
 };
 
 // Follows continuity_counter on one PID (ISO/IEC 13818-1 2.4.3.3). Keeps a copy of the last
-// payload, because a duplicate is one only when it says the same. Used by one thread.
+// payload, because a packet is a duplicate only if its payload is the same. Used by one thread.
 class Continuity {
   public:
     // Judges `packet`, which is well-formed and of this checker's PID, and remembers it.

@@ -15,7 +15,7 @@ namespace tvservice {
 // each, 192 (a 4-byte arrival time before each packet) or 204 (16 bytes of parity after each).
 //
 // Sync is found where five sync bytes follow each other at one of these distances and most of the
-// headers there can be some (adaptation_field_control is not the reserved '00'). At the distance
+// headers there are valid (adaptation_field_control is not the reserved '00'). At the distance
 // found, a packet is handed on as soon as its 188 bytes are there. Where its sync byte is wrong the
 // packet is dropped, and sync is held as long as two of the next three sync bytes stand in their
 // place; else it is lost, and the search starts again at the wrong byte.
