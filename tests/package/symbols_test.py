@@ -3,12 +3,15 @@
 
     symbols_test.py [--update] exports LIBRARY LIST
     symbols_test.py [--update] imports LIBRARY LIST
+    symbols_test.py [--update] libc LIBRARY LIST
     symbols_test.py [--update] needed LIBRARY LIST
 
-Imports of the C and C++ libraries are left out: what remains is the platform's. --update writes the
-list anew, in groups by the header that declares the class; what no header declares fails all the
-same, and so does a version among the imports that is not of the C or C++ library or the compiler.
-"needed" are the libraries in the dynamic section, in their order.
+"imports" leaves out what comes from the C and C++ libraries: the rest is the platform's. --update
+writes the list anew, in groups by the header that declares the class; what no header declares fails
+all the same, and so does a version among the imports that is not of the C or C++ library or the
+compiler. "libc" is what may be used of the C library: anything that is not in the list fails. What
+is in the list need not be used, since that differs from one compiler to the next. "needed" are the
+libraries in the dynamic section, in their order.
 """
 
 import functools
@@ -44,6 +47,11 @@ def symbols(kind, library):
                      if "@" not in name and type_ not in "wv")
 
 
+def of_the_c_library(library):
+    return sorted({name.split("@")[0] for name, _ in nm("--undefined-only", library)
+                   if name.split("@")[-1].startswith("GLIBC_")})
+
+
 def foreign_versions(library):
     return [name for name, _ in nm("--undefined-only", library)
             if "@" in name and not name.split("@")[-1].startswith(VERSIONS)]
@@ -53,6 +61,10 @@ def needed(library):
     section = subprocess.run(["readelf", "--dynamic", "--wide", library], check=True,
                              capture_output=True, text=True).stdout
     return re.findall(r"\(NEEDED\).*\[(.*)\]", section)
+
+
+def comments(path):
+    return [line for line in path.read_text().splitlines() if line.startswith("#")]
 
 
 @functools.cache
@@ -87,16 +99,26 @@ def main(arguments):
     update = arguments[0] == "--update"
     kind, library, path = arguments[1:] if update else arguments
     path = pathlib.Path(path)
-    found = needed(library) if kind == "needed" else symbols(kind, library)
+    if kind == "needed":
+        found = needed(library)
+    elif kind == "libc":
+        found = of_the_c_library(library)
+    else:
+        found = symbols(kind, library)
     if update:
-        path.write_text("\n".join([*found, ""]) if kind == "needed" else grouped(found))
+        path.write_text(grouped(found) if kind in ("exports", "imports") else
+                        "\n".join([*comments(path), *found, ""]))
     listed = [line for line in path.read_text().splitlines() if line and not line.startswith("#")]
     complaints = [f"not in the list: {symbol}" for symbol in sorted(set(found) - set(listed))]
-    complaints += [f"only in the list: {symbol}" for symbol in sorted(set(listed) - set(found))]
+    if kind == "libc":
+        if not found:
+            complaints.append("the library uses nothing of the C library: nothing was checked")
+    else:
+        complaints += [f"only in the list: {symbol}" for symbol in sorted(set(listed) - set(found))]
     if kind == "needed":
         if listed != found and not complaints:
             complaints.append(f"another order: {found}")
-    else:
+    elif kind != "libc":
         complaints += [f"no public header declares {symbol}" for symbol in found
                        if header_of(symbol) == "nowhere"]
         complaints += [f"of a library that is not allowed: {symbol}"
