@@ -113,6 +113,9 @@ def main():
         return 64
     program, folder = (pathlib.Path(word) for word in arguments)
     baseline = json.loads(BASELINE.read_text()) if BASELINE.exists() else None
+    if not update and baseline is None:
+        print("check-speed: there is no baseline; --update writes one")
+        return 1
     if not update and baseline["compiler"] != compiler():
         print(f"check-speed: the baseline is of {baseline['compiler']}; this is {compiler()}: "
               "nothing is compared")
