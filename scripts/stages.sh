@@ -122,6 +122,7 @@ need() {
         say "run: the packages could not be installed; log: build/apt.log"
         exit 1
     }
+    rm -f build/*/configured_with  # what CMake did not find may be there now
 }
 
 # build_folder [FOLDER]: makes the folder, and ends the program if another user's is in its place.

@@ -222,6 +222,13 @@ class Run(unittest.TestCase):
         self.run_it("build")
         self.assertNotIn("cmake --preset", self.called())
 
+    def test_what_was_configured_before_packages_came_is_configured_again(self):
+        self.fake("cmake", "dpkg-query", "id", "apt-get")
+        self.run_it("build")
+        self.calls.write_text("")
+        self.run_it("build", FAKE_STATUS="unknown")
+        self.assertIn("cmake --preset release", self.called())
+
     def test_a_compiler_cache_and_a_fast_linker_are_used_where_they_are(self):
         self.fake("cmake", "dpkg-query")
         self.run_it("build")
