@@ -1,6 +1,9 @@
 #include "syntax/Encoder.h"
 
 #include <array>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "softplatform/base/Crc32.h"
 #include "syntax/BitWriter.h"
@@ -54,36 +57,28 @@ class Writer {
     bool Fields(const Known& known, const Node& object);
 
   private:
-    // A part of the path to what is being encoded.
-    class Step {
-      public:
-        Step(Writer& writer, std::string_view name, std::size_t index = SIZE_MAX)
-            : writer_(writer), outer_(writer.path_), name_(name), index_(index) {
-            writer.path_ = this;
-        }
-        ~Step() { writer_.path_ = outer_; }
-        Step(const Step&) = delete;
-        Step& operator=(const Step&) = delete;
-
-        std::string Text() const {
-            std::string text = outer_ == nullptr ? std::string() : outer_->Text();
-            if (index_ != SIZE_MAX) {
-                return text + '[' + std::to_string(index_) + ']';
-            }
-            if (!text.empty()) {
-                text += '.';
-            }
-            text += name_;
-            return text;
-        }
-
-      private:
-        Writer& writer_;
-        const Step* outer_;
-        std::string_view name_;
-        std::size_t index_;
+    // A part of the path to what is being encoded: a name, or an index into a list.
+    struct Step {
+        std::string_view name;
+        std::size_t index;
     };
 
+    // Adds a part to the path for as long as it lives.
+    class Inner {
+      public:
+        Inner(Writer& writer, std::string_view name, std::size_t index = SIZE_MAX)
+            : path_(writer.path_) {
+            path_.push_back({name, index});
+        }
+        ~Inner() { path_.pop_back(); }
+        Inner(const Inner&) = delete;
+        Inner& operator=(const Inner&) = delete;
+
+      private:
+        std::vector<Step>& path_;
+    };
+
+    std::string Path() const;
     bool Refuse(std::string_view name, const std::string& expected);
     const Node* Take(const Node& object, std::string_view name);
     const Node* Take(const Node& object, const Op& op);
@@ -112,15 +107,30 @@ class Writer {
     EncodeError* error_;
     bool comparing_ = false;
     ByteView source_;
-    const Step* path_ = nullptr;
+    std::vector<Step> path_;
     const Node* next_ = nullptr;  // behind the field that was taken last
     std::size_t lengthAt_ = 0;    // of section_length
     SectionEnd end_ = SectionEnd::kNone;
 };
 
+std::string Writer::Path() const {
+    std::string path;
+    for (const Step& step : path_) {
+        if (step.index != SIZE_MAX) {
+            path += '[' + std::to_string(step.index) + ']';
+            continue;
+        }
+        if (!path.empty()) {
+            path += '.';
+        }
+        path += step.name;
+    }
+    return path;
+}
+
 bool Writer::Refuse(std::string_view name, const std::string& expected) {
     if (error_ != nullptr) {
-        std::string path = path_ == nullptr ? std::string() : path_->Text();
+        std::string path = Path();
         if (!path.empty() && !name.empty()) {
             path += '.';
         }
@@ -375,10 +385,10 @@ bool Writer::Entries(const Op& op, Frame& frame, std::size_t body, const Node& o
     const std::size_t begin = out_.position();
     std::uint64_t count = 0;
     {
-        const Step name(*this, op.name);
+        const Inner name(*this, op.name);
         for (const Node* entry = list == nullptr ? nullptr : list->first; entry != nullptr;
              entry = entry->next) {
-            const Step index(*this, {}, count);
+            const Inner index(*this, {}, count);
             if (entry->type != NodeType::kObject) {
                 return Refuse({}, "expected an object");
             }
@@ -419,7 +429,7 @@ bool Writer::OneObject(const Op& op, Frame& frame, std::size_t body, const Node&
     if (inner == nullptr || inner->type != NodeType::kObject) {
         return Refuse(op.name, "expected an object");
     }
-    const Step name(*this, op.name);
+    const Inner name(*this, op.name);
     next_ = inner->first;
     const bool fits = op.extent == Extent::kLength ? Inside(op, frame, body, *inner)
                                                    : Run(frame, body, body + op.body, *inner);
@@ -454,11 +464,11 @@ bool Writer::DescriptorLoop(const Op& op, const Node& object) {
     }
     const std::size_t begin = out_.position();
     {
-        const Step name(*this, op.name);
+        const Inner name(*this, op.name);
         std::size_t index = 0;
         for (const Node* each = list == nullptr ? nullptr : list->first; each != nullptr;
              each = each->next) {
-            const Step at(*this, {}, index++);
+            const Inner at(*this, {}, index++);
             if (comparing_) {
                 out_.PutBytes(source_.Subview(each->bitOffset / 8, each->bitCount / 8));
             } else if (!Descriptor(*each, op.space)) {
