@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <tuple>
 #include <vector>
@@ -31,64 +32,90 @@ void ReadPrograms(const SubTable& table, std::vector<Program>& programs) {
     for (size_t number = 0; number <= table.last_section_number(); ++number) {
         const auto section = table.section(number);
         const ByteView loop = section ? section->body() : ByteView();
-        for (size_t at = 0; at < loop.size(); at += kProgramSize) {
-            programs.push_back({loop.U16(at), static_cast<uint16_t>(loop.U16(at + 2) & 0x1FFF)});
+        const uint8_t* at = loop.data();
+        programs.resize(programs.size() + loop.size() / kProgramSize);
+        for (auto program =
+                 programs.end() - static_cast<std::ptrdiff_t>(loop.size() / kProgramSize);
+             program != programs.end(); ++program, at += kProgramSize) {
+            program->program_number = static_cast<uint16_t>(at[0] << 8 | at[1]);
+            program->PID = static_cast<uint16_t>((at[2] & 0x1F) << 8 | at[3]);
         }
     }
+}
+
+bool IsBefore(const Program& a, const Program& b) {
+    return a.program_number < b.program_number;
 }
 
 }  // namespace
 
 struct TCPATParser::Impl {
-    // An entry of the loop; `index` is its place there.
-    struct Entry {
+    tvservice::ArenaPool pool;
+    std::vector<Program> programs;
+
+    // Forgets what Find made of the programs.
+    void ProgramsChanged() { isSorted = false; }
+
+    // The first entry with that number; null when there is none. Clients ask for one program after
+    // the other, so the one behind the last is looked at first.
+    const Program* Find(uint16_t number) {
+        if (!isSorted) {
+            SortByNumber();
+        }
+        const std::vector<Program>& sorted = isInOrder ? programs : byNumber;
+        if (next < sorted.size() && sorted[next].program_number == number) {
+            return &sorted[next++];
+        }
+        const auto found =
+            std::lower_bound(sorted.begin(), sorted.end(), Program{number, 0}, IsBefore);
+        if (found == sorted.end() || found->program_number != number) {
+            return nullptr;
+        }
+        next = static_cast<size_t>(found - sorted.begin()) + 1;
+        return &*found;
+    }
+
+  private:
+    // An entry and its place in the loop.
+    struct Placed {
         Program program;
         size_t index;
 
-        bool operator<(const Entry& other) const {
+        bool operator<(const Placed& other) const {
             return std::tie(program.program_number, index) <
                    std::tie(other.program.program_number, other.index);
         }
     };
 
-    tvservice::ArenaPool pool;
-    std::vector<Program> programs;
-    std::vector<Entry> byNumber;  // sorted when asked for
-    size_t next = 0;              // of byNumber: behind the one found last
-
-    // The first entry with that number; null when there is none. Clients ask for one program after
-    // the other, so the one behind the last is looked at first.
-    const Program* Find(uint16_t number) {
-        if (byNumber.empty()) {
-            SortByNumber();
-        }
-        if (next < byNumber.size() && byNumber[next].program.program_number == number) {
-            return &byNumber[next++].program;
-        }
-        const auto found =
-            std::lower_bound(byNumber.begin(), byNumber.end(), Entry{{number, 0}, 0});
-        if (found == byNumber.end() || found->program.program_number != number) {
-            return nullptr;
-        }
-        next = static_cast<size_t>(found - byNumber.begin()) + 1;
-        return &found->program;
-    }
-
-  private:
-    // Only the first entry of each number stays.
+    // A loop whose numbers ascend is searched as it is; of any other the first entry of each number
+    // goes to byNumber.
     void SortByNumber() {
         next = 0;
-        for (const Program& program : programs) {
-            byNumber.push_back({program, byNumber.size()});
+        isInOrder = std::adjacent_find(programs.begin(), programs.end(),
+                                       [](const Program& a, const Program& b) {
+                                           return !IsBefore(a, b);
+                                       }) == programs.end();
+        if (!isInOrder) {
+            placed.clear();
+            for (const Program& program : programs) {
+                placed.push_back({program, placed.size()});
+            }
+            std::sort(placed.begin(), placed.end());
+            byNumber.clear();
+            for (const Placed& entry : placed) {
+                if (byNumber.empty() || IsBefore(byNumber.back(), entry.program)) {
+                    byNumber.push_back(entry.program);
+                }
+            }
         }
-        if (!std::is_sorted(byNumber.begin(), byNumber.end())) {
-            std::sort(byNumber.begin(), byNumber.end());
-        }
-        const auto isSame = [](const Entry& a, const Entry& b) {
-            return a.program.program_number == b.program.program_number;
-        };
-        byNumber.erase(std::unique(byNumber.begin(), byNumber.end(), isSame), byNumber.end());
+        isSorted = true;
     }
+
+    std::vector<Program> byNumber;  // ascending, each number once
+    std::vector<Placed> placed;     // for sorting, kept for its memory
+    bool isSorted = false;          // the next two are of the programs as they are
+    bool isInOrder = false;
+    size_t next = 0;  // behind the entry found last
 };
 
 TCPATParser::TCPATParser(TVSHandle const&) : m_impl(std::make_unique<Impl>()) {}
@@ -110,7 +137,7 @@ bool TCPATParser::Parse(short, unsigned char* bytes) {
         m_impl->programs.reserve(m_impl->programs.size() + section->body().size() / kProgramSize);
         table.Store(*section, m_impl->pool);
         ReadPrograms(table, m_impl->programs);
-        m_impl->byNumber.clear();
+        m_impl->ProgramsChanged();
     }
     // ISO/IEC 13818-1 2.4.4.5: table_id_extension is the transport_stream_id.
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = section->table_id_extension();
@@ -121,7 +148,7 @@ void TCPATParser::Reset() {
     TCSectionParser::Reset();
     TVServiceInternals::Of<TCBaseSection>(*this).sections.Clear();
     m_impl->programs.clear();
-    m_impl->byNumber.clear();
+    m_impl->ProgramsChanged();
 }
 
 int TCPATParser::NumOfProgramList() {
