@@ -75,11 +75,17 @@ void Acquisition::Unsubscribe() {
 }
 
 void Acquisition::OnPat(const Pat& pat) {
+    bool foundNewPid = false;
     for (const PatProgram& program : pat.programs) {
-        FilterPmt(program.pmtPid);
+        foundNewPid |= FilterPmt(program.pmtPid);
     }
     if (pat.networkPid) {
-        FilterNit(*pat.networkPid);
+        foundNewPid |= FilterNit(*pat.networkPid);
+    }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        hasPat_ = true;
+        foundNewPid_ = foundNewPid_ || foundNewPid;
     }
     OnNews();
 }
@@ -90,6 +96,23 @@ void Acquisition::OnNews() {
         ++news_;
     }
     changed_.notify_all();
+}
+
+bool Acquisition::WaitForPat() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return hasPat_ || released_; });
+    return hasPat_;
+}
+
+bool Acquisition::WaitForNewPid() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return foundNewPid_ || released_; });
+    return foundNewPid_;
+}
+
+bool Acquisition::FoundNewPid() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return foundNewPid_;
 }
 
 bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
@@ -120,29 +143,31 @@ bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
     }
 }
 
-void Acquisition::FilterPmt(int pid) {
+bool Acquisition::FilterPmt(int pid) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (!pmtPids_.insert(pid).second) {
-            return;
+            return false;
         }
     }
     if (extent_ == kAll) {
         Filter(static_cast<unsigned short>(pid), kPmtTableId, pmts_);
     }
+    return true;
 }
 
-void Acquisition::FilterNit(int pid) {
+bool Acquisition::FilterNit(int pid) {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (!nitPids_.insert(pid).second) {
-            return;
+            return false;
         }
     }
     if (extent_ == kAll) {
         Filter(static_cast<unsigned short>(pid), kNitActualTableId, actualNits_);
         Filter(static_cast<unsigned short>(pid), kNitOtherTableId, otherNits_);
     }
+    return true;
 }
 
 void Acquisition::Filter(unsigned short pid, unsigned int tableId, ISectionObserver& observer) {

@@ -42,6 +42,16 @@ class Acquisition {
     /// live until a barrier has passed or nothing can be queued any more.
     void Unsubscribe();
 
+    /// Waits until a PAT has come, and answers true; false as soon as Unsubscribe is called before.
+    bool WaitForPat();
+
+    /// Waits until a PAT names a PID that Subscribe knew nothing of, and answers true; false as
+    /// soon as Unsubscribe is called before. What came on that PID until then was lost.
+    bool WaitForNewPid();
+
+    /// Whether a PAT has named such a PID.
+    bool FoundNewPid() const;
+
     /// Whether a filter was set to which no section finds its way any more (kLastServedId).
     bool OutOfIds() const;
 
@@ -58,8 +68,8 @@ class Acquisition {
     void OnPat(const Pat& pat);
     void OnNews();
     void Filter(unsigned short pid, unsigned int tableId, TORVEL_MW::ISectionObserver& observer);
-    void FilterPmt(int pid);
-    void FilterNit(int pid);
+    bool FilterPmt(int pid);  // whether the PID is new
+    bool FilterNit(int pid);
     bool WasRefused(unsigned int tableId) const;
     Multiplex Look() const;  // as of now
     void FillPrograms(Multiplex& multiplex) const;
@@ -87,6 +97,8 @@ class Acquisition {
     std::set<unsigned int> refused_;           // guarded by mutex_; table ids without a filter
     bool released_ = false;                    // guarded by mutex_
     bool outOfIds_ = false;                    // guarded by mutex_
+    bool hasPat_ = false;                      // guarded by mutex_
+    bool foundNewPid_ = false;                 // guarded by mutex_; since Subscribe
     unsigned long news_ = 0;                   // guarded by mutex_; complete tables so far
     std::condition_variable changed_;
 };

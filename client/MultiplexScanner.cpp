@@ -1,5 +1,7 @@
 #include "client/MultiplexScanner.h"
 
+#include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -12,6 +14,9 @@
 namespace client {
 
 namespace {
+
+/// A smaller input is read to its end sooner than it pays to stop in it.
+constexpr std::uint64_t kLargeInput = std::uint64_t{8} << 20;  // bytes
 
 /// Keeps something to the end of the process: after an interruption sections may still be on their
 /// way to it.
@@ -30,12 +35,23 @@ struct MultiplexScanner::Impl {
     std::shared_ptr<Acquisition> acquisition;  // guarded by mutex; it locks for itself
     int passes = 0;                            // guarded by mutex
 
-    // One pass; `earlier` may be null. With a `timeout` it ends when that has passed or all is
-    // complete.
+    // Waits for something in a pass that makes the rest of it needless; false when Unsubscribe ends
+    // the wait.
+    using Wait = std::function<bool(Acquisition&)>;
+
+    static Wait UntilComplete(std::optional<std::chrono::milliseconds> timeout) {
+        if (!timeout) {
+            return {};
+        }
+        return [timeout](Acquisition& pass) { return pass.WaitUntilComplete(*timeout); };
+    }
+
+    // One pass; `earlier` may be null. It ends early, and as at the end of the input, when `enough`
+    // answers true; unless it is empty.
     tvservice::InputEnd Pass(const tvservice::SourcePtr& source,
                              tvservice::PlayOptions::Reading reading, Barrier& barrier,
                              Acquisition::Extent extent, const Acquisition* earlier,
-                             std::optional<std::chrono::milliseconds> timeout = {}) {
+                             const Wait& enough = {}) {
         auto pass = std::make_shared<Acquisition>(extent);
         {
             std::lock_guard<std::mutex> lock(mutex);
@@ -51,9 +67,9 @@ struct MultiplexScanner::Impl {
         bool isOurs = false;
         if (barrier.Works() && !pass->OutOfIds() && platform.Play(source, options)) {
             std::thread watch;
-            if (timeout) {
+            if (enough) {
                 watch = std::thread([&] {
-                    isOurs = pass->WaitUntilComplete(*timeout);
+                    isOurs = enough(*pass);
                     platform.Interrupt();
                 });
             }
@@ -95,23 +111,45 @@ struct MultiplexScanner::Impl {
             const auto reading =
                 info.rewindable ? PlayOptions::kLockStep : PlayOptions::kFreeRunning;
             return Pass(source, reading, barrier, Acquisition::kAll, nullptr,
-                        timeout.value_or(kDefaultTimeout));
+                        UntilComplete(timeout.value_or(kDefaultTimeout)));
         }
         if (!info.rewindable) {
             return Pass(source, PlayOptions::kLockStep, barrier, Acquisition::kAll, nullptr,
-                        timeout);
+                        UntilComplete(timeout));
         }
-        tvservice::InputEnd end =
-            Pass(source, PlayOptions::kFreeRunning, barrier, Acquisition::kPatOnly, nullptr);
+        // Most inputs name all their PIDs in the first PAT. Where a later one names another, all
+        // is read anew, PATs to the end first. Faults on purpose go by what was read before them:
+        // so that they are the same again, every pass is whole.
+        const bool isLarge = info.size >= kLargeInput;
+        if (isLarge && tvservice::SoftwarePlatform::Instance().FaultCounts().empty()) {
+            const tvservice::InputEnd end =
+                BothPasses(source, barrier, &Acquisition::WaitForPat, &Acquisition::WaitForNewPid);
+            if (end.reason != tvservice::InputEnd::kEndOfInput || !Current()->FoundNewPid()) {
+                return end;
+            }
+            std::lock_guard<std::mutex> lock(mutex);
+            passes = 0;
+        }
+        return BothPasses(source, barrier, {}, {});
+    }
+
+    // The PIDs first, then all.
+    tvservice::InputEnd BothPasses(const tvservice::SourcePtr& source, Barrier& barrier,
+                                   const Wait& enoughPats, const Wait& inVain) {
+        using tvservice::PlayOptions;
+        tvservice::InputEnd end = Pass(source, PlayOptions::kFreeRunning, barrier,
+                                       Acquisition::kPatOnly, nullptr, enoughPats);
         if (end.reason != tvservice::InputEnd::kEndOfInput) {
             return end;
         }
-        std::shared_ptr<Acquisition> first;
-        {
-            std::lock_guard<std::mutex> lock(mutex);
-            first = acquisition;
-        }
-        return Pass(source, PlayOptions::kFreeRunning, barrier, Acquisition::kAll, first.get());
+        const std::shared_ptr<Acquisition> first = Current();
+        return Pass(source, PlayOptions::kFreeRunning, barrier, Acquisition::kAll, first.get(),
+                    inVain);
+    }
+
+    std::shared_ptr<Acquisition> Current() const {
+        std::lock_guard<std::mutex> lock(mutex);
+        return acquisition;
     }
 };
 

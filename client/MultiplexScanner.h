@@ -23,11 +23,13 @@ class MultiplexScanner {
     /// Plays the source to its end and returns how it ended; after anything but `kEndOfInput` the
     /// result is what was acquired until then.
     ///
-    /// What can be rewound is played twice: the first pass collects every PAT, so that in the
-    /// second, the one that counts, all subscriptions are in force from the first packet on. What
-    /// cannot is played once, in lock-step: the PMT filters that a PAT asks for are in force from
-    /// the next packet on. Either way the result depends neither on read sizes nor on thread
-    /// timing.
+    /// What can be rewound is played twice: the first pass collects the PIDs that PATs name, so
+    /// that in the second, the one that counts, all subscriptions are in force from the first
+    /// packet on. In a large input the first pass ends with the first PAT; should a later one name
+    /// another PID in the second pass, both are made again, and then the first goes to the end.
+    /// What cannot be rewound is played once, in lock-step: the PMT filters that a PAT asks for are
+    /// in force from the next packet on. Either way the result depends neither on read sizes nor on
+    /// thread timing.
     ///
     /// A process can make 65535 subscriptions (kLastServedId), and a scan makes a few for each
     /// program: a scan that finds none left fails.

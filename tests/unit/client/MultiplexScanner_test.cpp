@@ -77,6 +77,70 @@ TEST_F(MultiplexScannerTest, WhatIsBegunIsMissingAsLongAsNothingWasComplete) {
     EXPECT_EQ(missing[0].sections, std::vector<unsigned char>{1});
 }
 
+// Large inputs: the first pass may end with the first PAT.
+class LargeInputTest : public MultiplexScannerTest {
+  protected:
+    static constexpr std::size_t kNullPackets = 50000;  // 9.4 MB
+
+    void WritePat(std::uint8_t version, const std::vector<generator::PatProgram>& programs) {
+        writer_.WriteSections(0x0000, generator::MakePat(1, programs, {.version_number = version}));
+    }
+
+    void WritePmt(std::uint16_t number, std::uint16_t pid) {
+        writer_.WriteSections(pid,
+                              generator::MakePmt({.program_number = number, .PCR_PID = 0x1FFF}));
+    }
+
+    // What a scan finds, with the numbers of the passes that it made.
+    Multiplex Scan() {
+        MultiplexScanner& scanner = Forever<MultiplexScanner>();
+        const auto end =
+            scanner.Scan(MemorySource("large", generator::Serialise(writer_.packets())));
+        EXPECT_EQ(end.reason, InputEnd::kEndOfInput) << end.error;
+        return scanner.Result();
+    }
+
+    static std::vector<unsigned int> NumbersOf(const Multiplex& multiplex) {
+        std::vector<unsigned int> numbers;
+        for (const auto& program : multiplex.programs) {
+            numbers.push_back(program->programNumber);
+        }
+        return numbers;
+    }
+
+    generator::TsWriter writer_;
+};
+
+TEST_F(LargeInputTest, WhatALaterPatNamesIsFoundFromTheFirstPacketOn) {
+    WritePmt(1, 0x101);
+    WritePmt(2, 0x102);
+    WritePat(0, {{1, 0x101}});
+    writer_.WriteNull(kNullPackets);
+    WritePat(1, {{1, 0x101}, {2, 0x102}});
+    const Multiplex found = Scan();
+    EXPECT_EQ(NumbersOf(found), (std::vector<unsigned int>{1, 2}));
+    EXPECT_EQ(found.input.packets, writer_.packets().size()) << "of the pass that counts";
+}
+
+TEST_F(LargeInputTest, TheNetworkPidOfALaterPatIsFoundFromTheFirstPacketOn) {
+    WritePmt(1, 0x101);
+    writer_.WriteSections(0x0111, generator::MakeNit(generator::Scope::kActual, {.id = 9}));
+    WritePat(0, {{1, 0x101}});
+    writer_.WriteNull(kNullPackets);
+    WritePat(1, {{0, 0x111}, {1, 0x101}});
+    const Multiplex found = Scan();
+    ASSERT_EQ(found.networks.size(), 1u);
+    EXPECT_EQ(found.networks[0]->networkId, 9u);
+}
+
+TEST_F(LargeInputTest, WithoutAPatItIsReadToItsEnd) {
+    writer_.WriteNull(kNullPackets);
+    writer_.WriteSections(0x0011, generator::MakeBat({.id = 7}));
+    const Multiplex found = Scan();
+    EXPECT_EQ(found.pat, std::nullopt);
+    EXPECT_EQ(found.bouquets.size(), 1u);
+}
+
 // The first answer lets the platform go on, so that a section may still be queued for a scanner
 // that has ended.
 TEST_F(MultiplexScannerTest, OutlivesTheAnswersOfAnotherClientToBarriers) {
