@@ -22,8 +22,8 @@ namespace client {
 
 /// One pass over a multiplex: the subscriptions, and the tables that they fill.
 ///
-/// The subscriptions of PIDs that a PAT names are made on the event thread when it comes, unless
-/// they were asked for before. What was found may be asked on any thread.
+/// When a PAT comes, filters are set on the PIDs that it names, on the event thread, unless they
+/// are set already. What was found may be asked for on any thread.
 class Acquisition {
   public:
     enum Extent {
@@ -35,11 +35,12 @@ class Acquisition {
     Acquisition(const Acquisition&) = delete;
     Acquisition& operator=(const Acquisition&) = delete;
 
-    /// Sets the filters; with `kAll` also those of the PIDs that an earlier pass found.
+    /// Sets the filters; with `kAll` also on the PIDs that an earlier pass found. `earlier` may be
+    /// null.
     void Subscribe(const Acquisition* earlier);
 
-    /// Releases them. What is still on its way to an observer arrives all the same: the object must
-    /// live until a barrier has passed or nothing can be queued any more.
+    /// Releases the filters. Sections that are queued already still arrive: this object must live
+    /// until a barrier has passed, or until the queue is known to be empty.
     void Unsubscribe();
 
     /// Waits until a PAT has come, and answers true; false as soon as Unsubscribe is called before.
@@ -52,16 +53,16 @@ class Acquisition {
     /// Whether a PAT has named such a PID.
     bool FoundNewPid() const;
 
-    /// Whether a filter was set to which no section finds its way any more (kLastServedId).
+    /// Whether a filter was set that gets no sections because ids have run out (kLastServedId).
     bool OutOfIds() const;
 
     /// Waits until nothing is missing or `timeout` has passed, and answers true; false as soon as
-    /// Unsubscribe is called before. Once nothing is missing, that is the result, whatever comes
-    /// behind it.
+    /// Unsubscribe is called before. Once nothing is missing the result is final: what comes later
+    /// does not change it.
     bool WaitUntilComplete(std::chrono::milliseconds timeout);
 
-    /// The tables that were found, and what is missing: as of now, or, once WaitUntilComplete saw
-    /// nothing missing, as of then.
+    /// The tables that were found, and what is missing: now, or, when WaitUntilComplete has seen
+    /// that nothing was missing, at that time.
     Multiplex Found() const;
 
   private:

@@ -8,16 +8,16 @@ namespace client {
 /// event thread. While one exists, the platform goes on past a barrier only when every section
 /// delivered before it has been handled by its observer.
 ///
-/// One at a time: the first answer lets the platform go on. Make it before
-/// `SoftwarePlatform::Play`, destroy it when nothing plays (after `WaitEnd`).
+/// There should be one at a time, because the platform goes on after the first answer. Make it
+/// before `SoftwarePlatform::Play` and destroy it after `WaitEnd`, when nothing plays.
 class Barrier : public TORVEL_MW::ISectionObserver {
   public:
     Barrier();
     ~Barrier() override;
-    /// Whether it answers; otherwise nothing asks it, and nothing is held.
+    /// Whether its filter is set. Otherwise the platform asks nobody, and waits for nobody.
     bool Works() const { return subscription_ != 0; }
 
-    /// Answers no more. What is on its way arrives all the same.
+    /// Releases the filter. Sections that are queued already still arrive.
     void Unsubscribe();
 
     Barrier(const Barrier&) = delete;

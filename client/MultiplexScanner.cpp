@@ -15,7 +15,7 @@ namespace client {
 
 namespace {
 
-/// A smaller input is read to its end sooner than it pays to stop in it.
+/// Reading a smaller input to its end takes no longer than stopping in the middle of it.
 constexpr std::uint64_t kLargeInput = std::uint64_t{8} << 20;  // bytes
 
 /// Keeps something to the end of the process: after an interruption sections may still be on their
@@ -106,8 +106,9 @@ struct MultiplexScanner::Impl {
             passes = 0;
         }
         if (info.live) {
-            // What can be rewound waits for its reader, and may hold a PMT but once: there, as in a
-            // pipe, the filters that a PAT asks for must be in force from the next packet on.
+            // A file that is looped or followed does not run ahead of its reader, and may hold a
+            // PMT only once. So the filters that a PAT asks for must be set before the next packet,
+            // as with a pipe.
             const auto reading =
                 info.rewindable ? PlayOptions::kLockStep : PlayOptions::kFreeRunning;
             return Pass(source, reading, barrier, Acquisition::kAll, nullptr,
@@ -159,11 +160,12 @@ MultiplexScanner::~MultiplexScanner() = default;
 
 tvservice::InputEnd MultiplexScanner::Scan(const tvservice::SourcePtr& source,
                                            std::optional<std::chrono::milliseconds> timeout) {
-    // One for all passes: there is no moment at which two have a filter.
+    // One barrier for all passes, so that there are never two at a time.
     auto barrier = std::make_shared<Barrier>();
     tvservice::InputEnd end = impl_->Scan(source, timeout, *barrier);
     barrier->Unsubscribe();
-    // Should somebody else in this process answer barriers too, this one's may still be queued.
+    // If another client of this process answers barriers too, a section for this one may still be
+    // queued.
     KeepForever(std::move(barrier));
     return end;
 }
