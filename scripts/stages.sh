@@ -174,18 +174,23 @@ run_ctest() {
 # tests_done PRESET LOG: says how many tests passed, and which were skipped and why.
 tests_done() {
     say "  $(grep 'tests passed' "$2")"
+    # ctest's list at the end has the numbers of the skipped tests; what they wrote is in its own log.
     awk '
-        /^[0-9]+\/[0-9]+ Testing: / { name = $3; reason = last = ""; output = 0 }
-        /^<end of output>$/ { output = 0 }
+        FNR == NR { if (/^\t *[0-9]+ - .*\(Skipped\)$/) skipped[$1] = 1; next }
+        /^[0-9]+\/[0-9]+ Testing: / { number = $1 + 0; name = $3; reason = last = ""; output = 0 }
+        /^<end of output>$/ {
+            output = 0
+            if (number in skipped) {
+                if (reason == "") reason = last
+                sub(/^skipped: /, "", reason)
+                if (!(reason in names)) order[++count] = reason
+                names[reason] = names[reason] " " name
+            }
+        }
         output && reason == "" && previous ~ /: Skipped$/ { reason = $0 }
         output && !/^\[/ && $0 != "" { last = $0 }
         /^Output:$/ { output = 1 }
         { previous = $0 }
-        /^Skip regular expression found|SKIP_RETURN_CODE/ {
-            if (reason == "") reason = last
-            if (!(reason in names)) order[++count] = reason
-            names[reason] = names[reason] " " name
-        }
         END { for (i = 1; i <= count; i++) printf "  skipped, %s:%s\n", order[i], names[order[i]] }
-    ' "build/$1/Testing/Temporary/LastTest.log" >&2
+    ' "$2" "build/$1/Testing/Temporary/LastTest.log" >&2
 }
