@@ -97,7 +97,12 @@ Node* Decoder::Descriptor(ByteView descriptor, Arena& arena, Space space) {
 }
 
 bool Decoder::Fail(const Op& op) {
-    failed_ = op.name.empty() ? lastName_ : op.name;
+    // Reserved bits and lengths have no names: what they stand in front of has.
+    const Op* named = &op;
+    while (named->name.empty() && named != stepsEnd_ - 1) {
+        ++named;
+    }
+    failed_ = op.kind == OpKind::kSectionLength ? "section_length" : named->name;
     return false;
 }
 
@@ -106,6 +111,7 @@ bool Decoder::Run(Frame& frame, std::size_t first, std::size_t last, Node* objec
         const Op& op = frame.steps[at];
         const std::size_t body = at + 1;
         bool fits = true;
+        stepsEnd_ = frame.steps.data() + frame.steps.size();
         switch (op.kind) {
             case OpKind::kLoop:
                 fits = Entries(op, frame, body, object);
@@ -117,7 +123,7 @@ bool Decoder::Run(Frame& frame, std::size_t first, std::size_t last, Node* objec
                 fits = DescriptorLoop(op, object);
                 break;
             case OpKind::kSectionLength:
-                fits = SectionEndAt(op, frame);
+                fits = SectionEndAt(op);
                 break;
             case OpKind::kWindow:
                 fits = Inside(op, frame, body, object);
@@ -147,9 +153,6 @@ bool Decoder::Run(Frame& frame, std::size_t first, std::size_t last, Node* objec
 }
 
 bool Decoder::Field(const Op& op, Frame& frame, Node* object) {
-    if (!op.name.empty()) {
-        lastName_ = op.name;
-    }
     if (IsCodedAsBytes(op.kind)) {
         return Sized(op, frame, object);
     }
@@ -218,7 +221,6 @@ bool Decoder::Sized(const Op& op, Frame& frame, Node* object) {
 
 bool Decoder::Entries(const Op& op, Frame& frame, std::size_t body, Node* object) {
     const std::size_t begin = reader_.position();
-    lastName_ = op.name;
     Node* list = NewNode(op, NodeType::kArray, begin, 0);
     list->first = nullptr;
     list->last = nullptr;
@@ -252,6 +254,7 @@ bool Decoder::Entries(const Op& op, Frame& frame, std::size_t body, Node* object
         fits = Run(frame, body, body + op.body, entry);
         entry->bitCount = static_cast<std::uint32_t>(reader_.position() - before);
         // An entry of no bits would repeat for ever.
+        stepsEnd_ = frame.steps.data() + frame.steps.size();
         fits = fits && (entry->bitCount != 0 || Fail(op));
     }
     --depth_;
@@ -262,7 +265,6 @@ bool Decoder::Entries(const Op& op, Frame& frame, std::size_t body, Node* object
 
 bool Decoder::OneObject(const Op& op, Frame& frame, std::size_t body, Node* object) {
     const std::size_t begin = reader_.position();
-    lastName_ = op.name;
     Node* inner = NewNode(op, NodeType::kObject, begin, 0);
     inner->first = nullptr;
     inner->last = nullptr;
@@ -288,6 +290,7 @@ bool Decoder::Inside(const Op& op, Frame& frame, std::size_t body, Node* object)
     const std::size_t outerEnd = reader_.end();
     reader_.SetEnd(reader_.position() + size * 8);
     bool fits = Run(frame, body, body + op.body, object);
+    stepsEnd_ = frame.steps.data() + frame.steps.size();
     if (fits && reader_.left() != 0) {
         if (op.kind == OpKind::kObject && reader_.aligned()) {
             object->Append(MakeBytes(*arena_, "trailing", reader_.TakeBytes(reader_.left() / 8)));
@@ -302,7 +305,6 @@ bool Decoder::Inside(const Op& op, Frame& frame, std::size_t body, Node* object)
 bool Decoder::AtTry(const Op& op, Frame& frame, std::size_t body, Node* object) {
     const std::size_t begin = reader_.position();
     const std::size_t end = reader_.end();
-    const std::string_view lastName = lastName_;
     const unsigned depth = depth_;
     Node* const last = object->first == nullptr ? nullptr : object->last;
     if (Run(frame, body, body + op.body, object) && (op.plus == 0 || reader_.left() == 0)) {
@@ -316,13 +318,11 @@ bool Decoder::AtTry(const Op& op, Frame& frame, std::size_t body, Node* object) 
     object->last = last;
     reader_.SetEnd(end);
     reader_.SetPosition(begin);
-    lastName_ = lastName;
     depth_ = depth;
     return true;
 }
 
-bool Decoder::SectionEndAt(const Op& op, Frame& frame) {
-    lastName_ = "section_length";
+bool Decoder::SectionEndAt(const Op& op) {
     if (reader_.left() < op.bits) {
         return Fail(op);
     }
@@ -341,13 +341,11 @@ bool Decoder::SectionEndAt(const Op& op, Frame& frame) {
         reader_.SetEnd(reader_.end() - kCrcBits);
         badCrc_ = tvservice::Crc32(reader_.bytes().data(), reader_.bytes().size()) != 0;
     }
-    (void)frame;
     return true;
 }
 
 bool Decoder::DescriptorLoop(const Op& op, Node* object) {
     const std::size_t begin = reader_.position();
-    lastName_ = op.name;
     Node* list = NewNode(op, NodeType::kArray, begin, 0);
     list->first = nullptr;
     list->last = nullptr;

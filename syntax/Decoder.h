@@ -66,7 +66,7 @@ class Decoder {
     bool Inside(const Op& op, Frame& frame, std::size_t body, Node* object);
     bool AtTry(const Op& op, Frame& frame, std::size_t body, Node* object);
     bool DescriptorLoop(const Op& op, Node* object);
-    bool SectionEndAt(const Op& op, Frame& frame);
+    bool SectionEndAt(const Op& op);
     void DescriptorsToEnd(Space space, Node* list);
     Node* OneDescriptor(Space space, LoopState& state);
     void Hint(Node* object, unsigned tag);
@@ -79,7 +79,7 @@ class Decoder {
     Arena* arena_ = nullptr;
     BitReader reader_{ByteView()};
     std::string_view failed_;
-    std::string_view lastName_;
+    const Op* stepsEnd_ = nullptr;     // of the declaration that is being read
     std::uint32_t programFormat_ = 0;  // registration of a PMT's program_info
     bool program_ = false;             // a PMT
     unsigned depth_ = 0;               // of objects in the section
