@@ -8,6 +8,9 @@
 ///
 /// The base class is the plain descriptor of any tag; derived classes decode one tag each. Not
 /// thread-safe while `Parse` runs.
+///
+/// A descriptor that a parser or a `TCDescriptorHash` owns is used by one thread at a time, as its
+/// owner is. One that a client made or got from `Fork` may be read by several.
 class TVSERVICE_API TCBaseDesc {
   public:
     TCBaseDesc();
