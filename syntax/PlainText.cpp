@@ -114,9 +114,10 @@ class TextWriter {
         if (!node.IsContainer()) {
             return Value(node);
         }
+        const std::size_t before = line_.size();
         Title(node, line_);
-        bool first = line_.empty();
-        const bool titled = !first;
+        const bool titled = line_.size() != before;
+        bool first = !titled;
         for (const Node* child = node.first; child != nullptr; child = child->next) {
             if (IsTitle(*child, node)) {
                 continue;

@@ -168,6 +168,37 @@ class Generate(unittest.TestCase):
         self.assertIn("No such file", done.stderr)
 
 
+class Codec(unittest.TestCase):
+    def test_a_descriptor_in_words(self):
+        result = run("decode", "0a04 69746101")
+        self.assertEqual(result.stdout, "0x0A ISO_639_language: languages [ISO_639_language_code "
+                                        "ita, audio_type 1 (clean effects)]\n")
+        self.assertEqual(result.returncode, 0, result.stderr)
+
+    def test_what_decode_says_in_json_encode_turns_into_the_same_bytes(self):
+        decoded = run("decode", "--format", "json", "--table", "707005c079124500")
+        self.assertEqual(json.loads(decoded.stdout)["UTC_time"], "1993-10-13T12:45:00Z")
+        with tempfile.NamedTemporaryFile("w", suffix=".json") as file:
+            file.write(decoded.stdout)
+            file.flush()
+            self.assertEqual(run("encode", file.name).stdout, "707005c079124500\n")
+
+    def test_a_value_that_does_not_fit_is_named_with_its_path(self):
+        with tempfile.NamedTemporaryFile("w", suffix=".json") as file:
+            file.write('[{"tag": 68, "name": "cable_delivery_system_descriptor",'
+                       ' "frequency_hz": 11700000000}]')
+            file.flush()
+            result = run("encode", file.name)
+            self.assertIn(file.name + ": [0].frequency_hz: expected at most 8 BCD digits",
+                          result.stderr)
+            self.assertEqual(result.returncode, 2)
+
+    def test_what_is_neither_bytes_nor_a_file_is_refused(self):
+        result = run("decode", "xyz")
+        self.assertIn("neither a file nor bytes", result.stderr)
+        self.assertEqual(result.returncode, 1)
+
+
 class Scan(unittest.TestCase):
     def test_shows_the_programs_of_the_demonstration_multiplex(self):
         done, document = scan_json("demo:")

@@ -12,5 +12,7 @@ using Run = std::function<int()>;
 void AddScanCommand(CLI::App& app, Run& run);
 void AddSectionsCommand(CLI::App& app, Run& run);
 void AddGenerateCommand(CLI::App& app, Run& run);
+void AddDecodeCommand(CLI::App& app, Run& run);
+void AddEncodeCommand(CLI::App& app, Run& run);
 
 }  // namespace tool

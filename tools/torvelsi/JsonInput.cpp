@@ -3,6 +3,8 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
+namespace tool {
+
 namespace {
 
 using syntax::Arena;
@@ -117,3 +119,5 @@ const Node* ParseJsonInput(std::string_view text, Arena& arena, std::string& err
     }
     return builder.root();
 }
+
+}  // namespace tool

@@ -55,6 +55,8 @@ int RunTool(int argc, char** argv) {
     tool::AddScanCommand(app, run);
     tool::AddSectionsCommand(app, run);
     tool::AddGenerateCommand(app, run);
+    tool::AddDecodeCommand(app, run);
+    tool::AddEncodeCommand(app, run);
     try {
         app.parse(argc, argv);
         tvservice::SetLogPriority(tool::ParseLogLevel(logLevel));

@@ -1,7 +1,7 @@
 // Each building block of declarations on bytes of public standards and captures.
 
 #include "syntax/Encoder.h"
-#include "syntax/Json.h"
+#include "syntax/PlainText.h"
 #include "tests/unit/syntax/SyntaxTest.h"
 
 namespace {
@@ -274,6 +274,24 @@ TEST(BuildingBlocks, ErrorsNameThePathAndWhatWasExpected) {
     EXPECT_EQ("services[0].service_tipe: is no field here",
               EncodedDescriptor(R"({"tag":65,"name":"service_list_descriptor","services":[)"
                                 R"({"service_id":1,"service_type":1,"service_tipe":1}]})"));
+}
+
+TEST(BuildingBlocks, PeopleReadALineWhereItFits) {
+    const std::vector<std::uint8_t> bytes = FromHex("410c 000101 000202 000302 000402");
+    const ByteView view(bytes.data(), bytes.size());
+    Arena arena;
+    const Node* tree = Decoder({}).Descriptor(view, arena);
+    std::string text;
+    PlainTextStyle style;
+    WritePlainText(*tree, view, {}, style, text);
+    EXPECT_EQ(0u, text.find("0x41 service_list\n  services:\n    - service_id 1, service_type 1 "
+                            "(digital television)\n"))
+        << text;
+    style.hex = true;
+    style.width = 300;
+    text.clear();
+    WritePlainText(*tree, view, {}, style, text);
+    EXPECT_NE(std::string::npos, text.find("digital radio sound)]\n  410c000101")) << text;
 }
 
 TEST(BuildingBlocks, EverySelectorOfATextBothWays) {

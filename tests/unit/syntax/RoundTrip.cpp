@@ -56,7 +56,7 @@ std::string RoundTripFault(ByteView section, const Options& options) {
         return "tree: " + error.path + ": " + error.expected + "\n" + json;
     }
     std::string why;
-    const Node* read = ParseJsonInput(json, arena, why);
+    const Node* read = tool::ParseJsonInput(json, arena, why);
     bytes.clear();
     if (read == nullptr || !EncodeSection(*read, options, bytes, error) || !same(bytes)) {
         return "JSON: " + why + error.path + ": " + error.expected + "\n" + json;
@@ -65,7 +65,7 @@ std::string RoundTripFault(ByteView section, const Options& options) {
         return {};
     }
     const std::string fields = Json(*tree, options);
-    const Node* alone = ParseJsonInput(fields, arena, why);
+    const Node* alone = tool::ParseJsonInput(fields, arena, why);
     bytes.clear();
     if (alone == nullptr || !EncodeSection(*alone, options, bytes, error)) {
         return "without raw: " + error.path + ": " + error.expected + "\n" + fields;

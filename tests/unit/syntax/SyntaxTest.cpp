@@ -42,7 +42,7 @@ std::string Encoded(const Node& tree, bool section, Space space, const Options& 
 std::string EncodedJson(std::string_view json, bool section, Space space, const Options& options) {
     Arena arena;
     std::string error;
-    const Node* tree = ParseJsonInput(json, arena, error);
+    const Node* tree = tool::ParseJsonInput(json, arena, error);
     if (tree == nullptr) {
         ADD_FAILURE() << error << " in " << json;
         return error;
