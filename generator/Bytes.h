@@ -1,4 +1,4 @@
-// The byte strings that the generator makes and hands on.
+// The byte strings that the generator makes and returns.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@ namespace generator {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// The parts one after the other.
+// Returns the parts joined in order.
 inline Bytes Concat(const std::vector<Bytes>& parts) {
     Bytes whole;
     for (const Bytes& part : parts) {

@@ -10,7 +10,7 @@ constexpr std::uint8_t kSyncByte = 0x47;
 
 PacketList::iterator At(PacketList& packets, std::size_t index) {
     if (index >= packets.size()) {
-        throw std::out_of_range("no packet of this index");
+        throw std::out_of_range("no packet has this index");
     }
     return packets.begin() + static_cast<std::ptrdiff_t>(index);
 }
@@ -59,7 +59,7 @@ std::size_t SwapPackets(PacketList& packets, Random& random, std::uint64_t count
         if (random.OneIn(count)) {
             std::swap(packets[i], packets[i + 1]);
             ++swapped;
-            ++i;  // the packet that moved back is not moved again
+            ++i;  // skip the packet that was just moved
         }
     }
     return swapped;

@@ -1,6 +1,7 @@
-// Damage on purpose, to finished streams: what aerials, cables and disks do. Indexes are those of
-// the list at the time of the call; an index outside of it throws std::out_of_range. Calls with a
-// Random do the same on every machine for the same seed; `count` in "one in count" is at least 1.
+// Functions that damage a finished stream on purpose, as aerials, cables and disks do. An index
+// counts the packets of the list at the time of the call; an index outside the list throws
+// std::out_of_range. The calls that take a Random choose the same packets or bytes for the same
+// seed on every machine. Their `count` means "one in count" and is at least 1.
 #pragma once
 
 #include <cstddef>
@@ -15,26 +16,28 @@ namespace generator {
 // --- On packets
 
 void DropPacket(PacketList& packets, std::size_t index);
-// The packet at `index` twice in a row.
+// Repeats the packet at `index` directly behind itself.
 void DuplicatePacket(PacketList& packets, std::size_t index);
-// Takes the packet at `from` out and puts it where it has index `to`.
+// Moves the packet at `from`, so that it then has the index `to`.
 void MovePacket(PacketList& packets, std::size_t from, std::size_t to);
 
-// Each packet with the probability one in `count`; each returns how many it met.
+// Each of these picks every packet with a probability of one in `count`, and returns how many
+// packets it picked.
 std::size_t DropPackets(PacketList& packets, Random& random, std::uint64_t count);
 std::size_t DuplicatePackets(PacketList& packets, Random& random, std::uint64_t count);
-// Exchanges a packet with the one behind it.
+// Exchanges a picked packet with the one behind it.
 std::size_t SwapPackets(PacketList& packets, Random& random, std::uint64_t count);
 
 // --- On bytes
 
-// Inverts one bit, counted from the most significant bit of the first byte.
+// Inverts one bit. Bit 0 is the most significant bit of the first byte.
 void FlipBit(Bytes& bytes, std::size_t bit);
-// Inverts one bit in each byte that is met, one in `count`; returns how many.
+// Picks every byte with a probability of one in `count` and inverts one of its bits. Returns how
+// many bytes it picked.
 std::size_t FlipBits(Bytes& bytes, Random& random, std::uint64_t count);
-// Keeps the first `size` bytes (all, when there are fewer).
+// Keeps the first `size` bytes, or all of them when there are fewer.
 void Truncate(Bytes& bytes, std::size_t size);
-// Puts `size` random bytes, none of them a sync_byte, in front.
+// Inserts `size` random bytes, none of them a sync_byte, before the first byte.
 void PrependGarbage(Bytes& bytes, Random& random, std::size_t size);
 
 }  // namespace generator

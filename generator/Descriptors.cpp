@@ -7,10 +7,10 @@
 namespace generator {
 namespace {
 
-// ISO 639-2 and ISO 3166 codes fill their 24 bits exactly.
+// ISO 639-2 and ISO 3166 codes must fill their 24 bits.
 std::string_view ThreeCharacters(std::string_view code) {
     if (code.size() != 3) {
-        throw std::logic_error("a language or country code has three characters");
+        throw std::logic_error("a language or country code must have three characters");
     }
     return code;
 }
@@ -277,7 +277,7 @@ Bytes T2DeliveryBody(const T2Delivery& delivery) {
         } else if (cell.centre_frequencies.size() == 1) {
             body.Raw(frequencies.Build());
         } else {
-            throw std::logic_error("without tfs_flag a cell has one frequency");
+            throw std::logic_error("without tfs_flag a cell must have exactly one frequency");
         }
         body.Length8(subcells.Build());
     }

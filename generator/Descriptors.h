@@ -1,7 +1,8 @@
-// Builders for descriptors, with the field names of the standards that define them. Each returns
-// the whole descriptor, tag and length included. Text arguments are bytes already coded after EN
-// 300 468 annex A (Utf8 below); language and country codes are three characters. A value that does
-// not fit its field, or a body above 255 bytes, throws std::logic_error.
+// Builders of descriptors. Their parameters have the field names of the standards. Each builder
+// returns the whole descriptor, with tag and length. Text parameters are bytes that are already
+// coded as EN 300 468 annex A says (Utf8() does that); language and country codes have three
+// characters. A builder throws std::logic_error when a value does not fit its field or the body is
+// longer than 255 bytes.
 #pragma once
 
 #include <cstdint>
@@ -13,13 +14,13 @@
 
 namespace generator {
 
-// Any descriptor: tag, length, body.
+// Any descriptor, from its tag and its body.
 Bytes Descriptor(std::uint8_t descriptor_tag, const Bytes& body);
 
-// EN 300 468 6.2.18.1 extension descriptor: tag 0x7F, then the extended tag and the body.
+// EN 300 468 6.2.18.1 extension descriptor: tag 0x7F, then descriptor_tag_extension and the body.
 Bytes ExtensionDescriptor(std::uint8_t descriptor_tag_extension, const Bytes& body);
 
-// UTF-8 as EN 300 468 annex A wants it: behind the selector 0x15.
+// Codes UTF-8 text as EN 300 468 annex A says: the selector 0x15, then the text.
 std::string Utf8(std::string_view text);
 
 // --- ISO/IEC 13818-1 and 13818-6
@@ -56,13 +57,13 @@ Bytes PrivateDataSpecifierDescriptor(std::uint32_t private_data_specifier);
 
 // --- Links and system software updates
 
-// Where a linkage points.
+// The transport stream and service that a linkage refers to.
 struct LinkageTarget {
     std::uint16_t transport_stream_id;
     std::uint16_t original_network_id;
     std::uint16_t service_id;
 };
-// 0x4A of any linkage_type, with everything behind it.
+// 0x4A with any linkage_type; `private_data` follows the linkage_type.
 Bytes LinkageDescriptor(const LinkageTarget& target, std::uint8_t linkage_type,
                         const Bytes& private_data = {});
 // One manufacturer's entry of a linkage of type 0x09 (TS 102 006).
@@ -151,8 +152,8 @@ struct LocalTimeOffset {
 };
 Bytes LocalTimeOffsetDescriptor(const LocalTimeOffset& offset);
 
-// --- Delivery systems (EN 300 468 6.2.13, 6.4.6). All values as coded; BCD fields read well in
-// hex.
+// Delivery systems (EN 300 468 6.2.13, 6.4.6). All values are those of the coded field. Write BCD
+// fields in hexadecimal: the digits are then the decimal value.
 
 // 0x43
 struct SatelliteDelivery {

@@ -8,7 +8,7 @@ namespace generator {
 
 void BitBuffer::PutBits(unsigned width, std::uint64_t value) {
     if (width > 64 || (width < 64 && value >> width != 0)) {
-        throw std::logic_error("a field's value is wider than the field");
+        throw std::logic_error("a value does not fit its field");
     }
     while (width > 0) {
         if (openBits_ == 0) {
@@ -25,7 +25,7 @@ void BitBuffer::PutBits(unsigned width, std::uint64_t value) {
 
 void BitBuffer::PutBytes(const std::uint8_t* data, std::size_t size) {
     if (openBits_ != 0) {
-        throw std::logic_error("bytes begin inside an unfinished byte");
+        throw std::logic_error("bytes were written while the last byte was unfinished");
     }
     bytes_.insert(bytes_.end(), data, data + size);
 }

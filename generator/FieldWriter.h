@@ -1,5 +1,5 @@
-// Writes syntax tables: one call a field, most significant bit first, so that the code that builds
-// a structure reads like the table in the standard that defines it.
+// Writes structures field by field, one call per field, the most significant bit first. The code
+// that builds a structure then reads like its syntax table in the standard.
 #pragma once
 
 #include <cstddef>
@@ -11,14 +11,14 @@
 
 namespace generator {
 
-// Bits collected into bytes. A value that does not fit its width, a width above 64, or bytes
-// written while the last byte is unfinished is a mistake in the caller and throws std::logic_error.
+// Collects bits into bytes. It throws std::logic_error when a value does not fit its width, a width
+// is above 64, or bytes are written while the last byte is unfinished.
 class BitBuffer {
   public:
     void PutBits(unsigned width, std::uint64_t value);
     void PutBytes(const std::uint8_t* data, std::size_t size);
-    // Everything written so far, leaving the buffer empty; throws std::logic_error when the last
-    // byte is unfinished.
+    // Returns everything written so far and empties the buffer. Throws std::logic_error when the
+    // last byte is unfinished.
     Bytes Take();
 
   private:
@@ -26,17 +26,17 @@ class BitBuffer {
     unsigned openBits_ = 0;  // bits still free in the last byte
 };
 
-// The field calls, shared by everything that is written field by field. `Self` is the class that
-// derives from it; every call returns it, so calls chain. Failures as in BitBuffer.
+// The field calls that all writers share. `Self` is the derived class; every call returns it, so
+// that calls can be chained. Errors are those of BitBuffer.
 template <class Self>
 class FieldWriter {
   public:
-    // `width` bits (0 to 64).
+    // Writes `width` bits (0 to 64).
     Self& Bits(unsigned width, std::uint64_t value) {
         buffer_.PutBits(width, value);
         return self();
     }
-    // `width` reserved bits, which are all one in every table that the generator writes.
+    // Writes `width` reserved bits. They are all one in every table that the generator writes.
     Self& Reserved(unsigned width) {
         return Bits(width, width == 0 ? 0 : ~std::uint64_t{0} >> (64 - width));
     }
@@ -46,23 +46,25 @@ class FieldWriter {
     Self& U32(std::uint64_t value) { return Bits(32, value); }
     Self& U40(std::uint64_t value) { return Bits(40, value); }
 
-    // Bytes as they stand.
+    // Writes bytes unchanged.
     Self& Raw(const Bytes& bytes) {
         buffer_.PutBytes(bytes.data(), bytes.size());
         return self();
     }
-    // Characters as they stand: text already coded after EN 300 468 annex A, language codes.
+    // Writes characters unchanged: language codes, and text already coded as EN 300 468 annex A
+    // says.
     Self& Text(std::string_view text) { return Raw(Bytes(text.begin(), text.end())); }
-    // An 8-bit length, then the characters.
+    // Writes an 8-bit length, then the characters.
     Self& Text8(std::string_view text) { return Length8(Bytes(text.begin(), text.end())); }
 
-    // A length of 8, 12 or 16 bits that counts the content, then the content. Write the bits that
-    // share the length's bytes first: `Reserved(4).Length12(content)`.
+    // Writes the length of `content` in 8, 12 or 16 bits, then the content. Write the bits that
+    // share a byte with the length first: `Reserved(4).Length12(content)`.
     Self& Length8(const Bytes& content) { return Bits(8, content.size()).Raw(content); }
     Self& Length12(const Bytes& content) { return Bits(12, content.size()).Raw(content); }
     Self& Length16(const Bytes& content) { return Bits(16, content.size()).Raw(content); }
 
-    // A descriptor loop or the like: four reserved bits, a 12-bit length, the entries.
+    // Writes a descriptor loop or a similar structure: four reserved bits, a 12-bit length, the
+    // entries.
     Self& Loop12(const std::vector<Bytes>& entries) {
         return Reserved(4).Length12(Concat(entries));
     }
@@ -81,10 +83,10 @@ class FieldWriter {
     BitBuffer buffer_;
 };
 
-// Fields alone, without a section or descriptor around them.
+// Writes fields that belong to no section or descriptor.
 class ByteWriter : public FieldWriter<ByteWriter> {
   public:
-    // What was written, leaving the writer empty.
+    // Returns what was written and empties the writer.
     Bytes Build() { return TakeFields(); }
 };
 

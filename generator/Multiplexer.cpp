@@ -8,7 +8,8 @@
 namespace generator {
 namespace {
 
-// Writes the time into a packet that has room for it (ISO/IEC 13818-1 2.4.3.4 and 2.4.3.5).
+// Writes the clock reference into a packet that has room for one (ISO/IEC 13818-1 2.4.3.4 and
+// 2.4.3.5).
 void StampClock(Packet& packet, std::uint64_t clock) {
     const bool hasClock = (packet[3] & 0x20) != 0 && packet[4] > 0 && (packet[5] & 0x10) != 0;
     if (hasClock) {
@@ -53,7 +54,8 @@ void Multiplexer::CollectDue(std::uint32_t now) {
     }
 }
 
-// One packet of the next PID behind the last one that has any; false when nothing waits.
+// Writes one packet. PIDs take turns: the search begins behind the PID of the last packet. Returns
+// false when no packet waits.
 bool Multiplexer::WriteNext(std::uint64_t clock) {
     auto next = waiting_.upper_bound(lastPid_);
     for (std::size_t tried = 0; tried < waiting_.size(); ++tried) {

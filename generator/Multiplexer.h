@@ -1,5 +1,5 @@
-// A multiplex of constant rate: whatever is due goes out in turn, PID by PID, clock references tell
-// the time of the very packet that carries them, and null packets keep the pace.
+// Builds a multiplex of constant rate. The PIDs that have packets due take turns. Each clock
+// reference gives the time of the packet that carries it. Null packets fill the gaps.
 #pragma once
 
 #include <cstdint>
@@ -15,28 +15,30 @@
 
 namespace generator {
 
-// Not for several threads at once.
+// One thread at a time may use an object.
 class Multiplexer {
   public:
-    // What a source sends when it is due; `milliseconds` is the time since the start of the stream.
-    // All packets are of the source's PID; counters and clock references are filled in later (a
-    // packet that shall carry a clock reference has any value in it).
+    // Returns the packets that a source sends when it is due; `milliseconds` is the time since the
+    // start of the stream. All packets have the PID of the source. The multiplexer sets their
+    // counters and clock references later; a packet that shall carry a clock reference needs one of
+    // any value.
     using Source = std::function<PacketList(std::uint32_t milliseconds)>;
 
-    // `packetsPerSecond` is 1 or more.
+    // `packetsPerSecond` is at least 1.
     explicit Multiplexer(std::uint32_t packetsPerSecond) : packetsPerSecond_(packetsPerSecond) {}
 
-    // Asks `source` every `period` milliseconds (1 or more), first at `phase`. Packets of one PID
-    // leave in the order in which its sources gave them, never mixed.
+    // Calls `source` every `period` milliseconds (at least 1), first at `phase`. The packets of one
+    // PID keep the order in which its sources returned them: one call's packets are never mixed
+    // with another's.
     void AddSource(std::uint16_t pid, std::uint32_t period, std::uint32_t phase, Source source);
-    // The same sections every time.
+    // Sends the same sections every time.
     void AddSections(std::uint16_t pid, std::uint32_t period, std::uint32_t phase,
                      const Sections& sections, const Packing& packing = {});
 
-    // Moves the counter with which a PID begins; see TsWriter.
+    // Moves the first continuity_counter of a PID; see TsWriter.
     void SkipContinuity(std::uint16_t pid, unsigned count) { writer_.SkipContinuity(pid, count); }
 
-    // Runs for `duration` milliseconds from the start, once, and returns the stream.
+    // Runs from the start for `duration` milliseconds and returns the stream. Call it once.
     PacketList Run(std::uint32_t duration);
 
   private:

@@ -8,7 +8,7 @@
 namespace generator {
 namespace {
 
-// The bytes between header and payload, exactly `size` of them.
+// Returns the adaptation field, which takes exactly `size` bytes between header and payload.
 Bytes CodeAdaptationField(const AdaptationField& field, std::size_t size) {
     if (size == 1) {
         return {0};  // adaptation_field_length 0: one byte of stuffing
@@ -33,7 +33,7 @@ Bytes CodeAdaptationField(const AdaptationField& field, std::size_t size) {
 }  // namespace
 
 Packet MakePacket(const PacketFields& fields, const Bytes& payload) {
-    std::size_t needed = 0;  // bytes of adaptation field that the caller asked for
+    std::size_t needed = 0;  // bytes that the adaptation field needs for what the caller asked for
     if (fields.adaptation_field) {
         needed = fields.adaptation_field->program_clock_reference ? 8 : 2;
     }

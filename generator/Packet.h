@@ -35,20 +35,20 @@ struct PacketFields {
     std::optional<AdaptationField> adaptation_field = std::nullopt;
 };
 
-// One packet. A payload that does not fill it is moved to its end by stuffing in the adaptation
-// field; an empty payload makes a packet of adaptation field alone. A payload that does not fit, or
-// a value wider than its field, throws std::logic_error.
+// Makes one packet. Stuffing in the adaptation field moves a shorter payload to the end of the
+// packet; without a payload the packet has an adaptation field only. Throws std::logic_error when
+// the payload does not fit or a value does not fit its field.
 Packet MakePacket(const PacketFields& fields, const Bytes& payload);
 
-// The PID of a packet.
+// Returns the PID of a packet.
 std::uint16_t PidOf(const Packet& packet);
 
-// How packets stand in a file: alone; behind four bytes of arrival time stamp (27 MHz, 30 bits); or
-// before 16 bytes in the place of the outer code's check bytes, all zero.
+// How a file stores packets: alone (k188), behind four bytes with an arrival time stamp of 27 MHz
+// in 30 bits (k192), or before 16 zero bytes in the place of the outer code's check bytes (k204).
 enum class PacketFormat { k188, k192, k204 };
 
-// The stream as bytes. The arrival times of k192 are those of a constant rate of
-// `packetsPerSecond` (at least 1).
+// Returns the stream as bytes. k192 gets the arrival times of a constant rate of `packetsPerSecond`
+// (at least 1).
 Bytes Serialise(const PacketList& packets, PacketFormat format = PacketFormat::k188,
                 std::uint32_t packetsPerSecond = 800);
 

@@ -1,5 +1,5 @@
-// A small generator of pseudo-random numbers, the same on every machine (the distributions of the
-// standard library are not).
+// A small generator of pseudo-random numbers. It gives the same numbers on every machine; the
+// distributions of the standard library do not.
 #pragma once
 
 #include <cstddef>
@@ -14,9 +14,9 @@ class Random {
     explicit Random(std::uint64_t seed) : state_(seed) {}
 
     std::uint64_t Next();
-    // A number from 0 up to `limit` - 1; `limit` is at least 1.
+    // Returns a number from 0 to `limit` - 1; `limit` is at least 1.
     std::uint64_t Below(std::uint64_t limit) { return Next() % limit; }
-    // True once in `count` calls on average; `count` is at least 1.
+    // Returns true once in `count` calls on average; `count` is at least 1.
     bool OneIn(std::uint64_t count) { return Below(count) == 0; }
     Bytes Fill(std::size_t size);
 

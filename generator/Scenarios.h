@@ -1,4 +1,4 @@
-// Ready-made transport streams, each the same to the byte for its name and seed on every machine.
+// Ready-made transport streams. The same name and seed give the same bytes on every machine.
 #pragma once
 
 #include <cstdint>
@@ -9,24 +9,25 @@ namespace generator {
 
 struct ScenarioInfo {
     std::string_view name;
-    std::string_view summary;  // one line for people
+    std::string_view summary;  // one line of description
 };
 
-// All scenarios, the default ("demo") first. The names live as long as the program.
+// Returns all scenarios; the first is the default ("demo"). The names live as long as the program.
 std::vector<ScenarioInfo> Scenarios();
 
-// The stream of a scenario, in packets of 188 bytes (damaged ones may lack some of them); empty for
-// a name that does not exist. The seed chooses pictures, sound, first counters and damage; the
-// tables of a scenario are the same for every seed. May be called on any thread.
+// Returns the stream of a scenario in packets of 188 bytes (a damaged stream may have cut packets),
+// or nothing when no scenario has this name. The seed chooses pictures, sound, first counters and
+// damage; the tables of a scenario are the same for every seed. Any thread may call it.
 std::vector<std::uint8_t> MakeScenario(std::string_view name, std::uint64_t seed = 0);
 
-// How fast and how long the demo is sent. Below 800 packets a second it does not find room.
+// The rate and the duration of the demo. It needs at least 800 packets a second.
 struct DemoExtent {
     std::uint32_t packetsPerSecond = 800;
     std::uint32_t milliseconds = 10'000;
 };
 
-// The demo in another extent: the same tables at the same times, and null packets for the rest.
+// Makes the demo with another rate and duration: the same tables at the same times. Null packets
+// fill the rest.
 std::vector<std::uint8_t> MakeDemoStream(const DemoExtent& extent, std::uint64_t seed = 0);
 
 }  // namespace generator

@@ -1,5 +1,5 @@
-// Builds one section of a PSI, SI or private table field by field and closes it: section_length and
-// CRC_32 are filled in by Build().
+// Builds one section of a PSI, SI or private table field by field. Build() fills in section_length
+// and CRC_32.
 //
 //     SectionBuilder(0x00)                     // table_id: program association section
 //         .TableIdExtension(1)                 // transport_stream_id
@@ -7,7 +7,7 @@
 //         .U16(7).Reserved(3).Bits(13, 0x100)  // program_number, program_map_PID
 //         .Build();
 //
-// Broken sections are made on purpose only: BreakCrc() and SectionLength().
+// A section is broken only on purpose: by BreakCrc() and SectionLength().
 #pragma once
 
 #include <cstdint>
@@ -18,12 +18,12 @@
 
 namespace generator {
 
-// The field calls of FieldWriter write the body, from behind last_section_number (long form) or
-// from behind section_length (short form); the calls below may come in any order among them.
+// The field calls of FieldWriter write the body. It begins behind last_section_number (long form)
+// or behind section_length (short form). The calls below may come in any order among them.
 class SectionBuilder : public FieldWriter<SectionBuilder> {
   public:
-    // A section of the long form (section_syntax_indicator 1, ISO/IEC 13818-1 2.4.4.11) with
-    // table_id_extension 0, version_number 0, current_next_indicator 1, section 0 of 0. The bit
+    // Begins a section of the long form (section_syntax_indicator 1, ISO/IEC 13818-1 2.4.4.11) with
+    // table_id_extension 0, version_number 0, current_next_indicator 1 and section 0 of 0. The bit
     // behind section_syntax_indicator is 0 for the tables of ISO/IEC 13818-1 (table_id below 0x40)
     // and 1 for all others.
     explicit SectionBuilder(std::uint8_t table_id);
@@ -35,20 +35,21 @@ class SectionBuilder : public FieldWriter<SectionBuilder> {
     SectionBuilder& Number(std::uint8_t section_number, std::uint8_t last_section_number);
     SectionBuilder& PrivateIndicator(bool private_indicator);
 
-    // The short form: section_syntax_indicator 0, nothing between section_length and body, no
-    // CRC_32.
+    // Changes to the short form: section_syntax_indicator is 0, the body follows section_length,
+    // and there is no CRC_32.
     SectionBuilder& WithoutSyntax();
-    // A CRC_32 at the end of a section of the short form (time offset section).
+    // Adds a CRC_32 to a section of the short form, as the time offset section has it.
     SectionBuilder& WithCrc();
 
-    // One bit of the CRC_32 wrong; without effect on a section that has none.
+    // Inverts one bit of the CRC_32. It has no effect on a section without a CRC_32.
     SectionBuilder& BreakCrc();
-    // Writes this section_length (below 4096) instead of the true one. The CRC_32 covers the bytes
-    // that are there.
+    // Writes this section_length (below 4096) instead of the true one. The CRC_32 still covers the
+    // bytes that the section has.
     SectionBuilder& SectionLength(std::uint16_t section_length);
 
-    // The section, leaving the builder's body empty. Throws std::logic_error when the body is too
-    // long for the 12 bits of section_length (and none was forced), or as BitBuffer does.
+    // Returns the section and empties the builder's body. Throws std::logic_error when the body is
+    // too long for the 12 bits of section_length (unless SectionLength() set one), and as BitBuffer
+    // does.
     Bytes Build();
 
   private:

@@ -14,13 +14,13 @@ Bytes Part(const Bytes& bytes, std::size_t position, std::size_t size) {
     return Bytes(from, from + static_cast<std::ptrdiff_t>(size));
 }
 
-// Cuts a run of bytes, in which units begin at known places, into packets.
+// Cuts a run of bytes into packets. Sections begin at known offsets of it.
 class Cutter {
   public:
     Cutter(std::uint16_t pid, const Packing& packing) : pid_(pid), packing_(packing) {}
 
-    // Cuts `bytes`; `starts` are the ascending offsets at which sections begin. The last packet is
-    // filled up with 0xFF.
+    // Cuts `bytes` into packets. Sections begin at the ascending offsets `starts`. 0xFF fills the
+    // last packet.
     void Cut(const Bytes& bytes, const std::vector<std::size_t>& starts) {
         auto next = starts.begin();
         std::size_t position = 0;
@@ -28,8 +28,8 @@ class Cutter {
             const std::size_t toStart =
                 next == starts.end() ? bytes.size() - position : *next - position;
             const bool begins = next != starts.end() && toStart + 1 < packing_.payload_size;
-            // A section that would begin in the byte which pointer_field needs waits for the next
-            // packet; this one ends before it.
+            // The pointer_field takes one byte. A section that would begin in that byte waits for
+            // the next packet, and this packet ends before the section.
             const std::size_t room =
                 begins ? packing_.payload_size - 1 : std::min(packing_.payload_size, toStart);
             const std::size_t size = std::min(room, bytes.size() - position);

@@ -18,15 +18,15 @@ constexpr std::uint32_t kUndefinedDuration = 0xFFFFFF;
 
 using Group = std::vector<Bytes>;
 
-// Deals the entries out to sections, in order. `fixed` is what a section needs besides its entries.
-// There is always at least one group.
+// Distributes the entries over sections, in order. `fixed` is the size of a section without its
+// entries. Returns at least one group.
 std::vector<Group> Split(const std::vector<Bytes>& entries, std::size_t fixed,
                          const TableOptions& options) {
     std::vector<Group> groups(1);
     std::size_t size = fixed;
     for (const Bytes& entry : entries) {
         if (fixed + entry.size() > options.max_section_size) {
-            throw std::logic_error("an entry is larger than a section may be");
+            throw std::logic_error("an entry does not fit into a section");
         }
         const bool full = size + entry.size() > options.max_section_size ||
                           groups.back().size() >= options.entries_per_section;
@@ -43,7 +43,7 @@ std::vector<Group> Split(const std::vector<Bytes>& entries, std::size_t fixed,
 SectionBuilder Begin(std::uint8_t table_id, std::uint16_t table_id_extension,
                      const TableOptions& options, std::size_t number, std::size_t count) {
     if (count > 256) {
-        throw std::logic_error("a sub-table has at most 256 sections");
+        throw std::logic_error("a sub-table can have at most 256 sections");
     }
     SectionBuilder section(table_id);
     section.TableIdExtension(table_id_extension)
@@ -86,7 +86,7 @@ Bytes CodeEvent(const EitEvent& event) {
     const auto duration = event.duration ? tvservice::EncodeDuration(*event.duration)
                                          : std::optional(kUndefinedDuration);
     if (!start_time || !duration) {
-        throw std::logic_error("an event's time cannot be coded");
+        throw std::logic_error("the time of an event cannot be coded");
     }
     return ByteWriter()
         .U16(event.event_id)
@@ -106,7 +106,7 @@ std::vector<Bytes> CodeEvents(const std::vector<EitEvent>& events) {
     return coded;
 }
 
-// One event information section; `group` is its event loop.
+// Makes one event information section; `group` is its event loop.
 Bytes CloseEit(SectionBuilder& section, const EitService& service, std::size_t segmentLast,
                std::size_t last_table_id, const Group& group) {
     return section.U16(service.transport_stream_id)
@@ -117,7 +117,8 @@ Bytes CloseEit(SectionBuilder& section, const EitService& service, std::size_t s
         .Build();
 }
 
-// The sub-table number `table` of a schedule that has `tables` of them; `segments` are its own.
+// Makes the sub-table with the number `table` of a schedule that has `tables` sub-tables;
+// `segments` are those of this sub-table.
 Sections MakeScheduleTable(const EitService& service, std::size_t firstTableId, std::size_t table,
                            std::size_t tables, const std::vector<std::vector<EitEvent>>& segments,
                            const TableOptions& options) {
@@ -125,7 +126,7 @@ Sections MakeScheduleTable(const EitService& service, std::size_t firstTableId, 
     for (const std::vector<EitEvent>& segment : segments) {
         split.push_back(Split(CodeEvents(segment), kHeaderAndCrc + 6, options));
         if (split.back().size() > kSectionsPerSegment) {
-            throw std::logic_error("a segment has at most eight sections");
+            throw std::logic_error("a segment can have at most eight sections");
         }
     }
     const std::size_t count = (split.size() - 1) * kSectionsPerSegment + split.back().size();
@@ -166,7 +167,7 @@ Sections MakeCat(const std::vector<Bytes>& descriptors, const TableOptions& opti
     const std::vector<Group> groups = Split(descriptors, kHeaderAndCrc, options);
     Sections sections;
     for (const Group& group : groups) {
-        // ISO/IEC 13818-1 2.4.4.6: 18 reserved bits stand where others have an extension.
+        // ISO/IEC 13818-1 2.4.4.6: 18 reserved bits take the place of table_id_extension.
         sections.push_back(Begin(0x01, 0xFFFF, options, sections.size(), groups.size())
                                .Raw(Concat(group))
                                .Build());
@@ -185,7 +186,7 @@ Sections MakePmt(const Pmt& pmt, const TableOptions& options) {
     }
     const Bytes bytes = section.Build();
     if (bytes.size() > options.max_section_size) {
-        throw std::logic_error("a program map is one section");
+        throw std::logic_error("a program map can have only one section");
     }
     return {bytes};
 }
@@ -235,7 +236,7 @@ Sections MakeEitPresentFollowing(Scope scope, const EitService& service,
     for (const std::vector<EitEvent>* events : {&present, &following}) {
         const std::vector<Group> groups = Split(CodeEvents(*events), kHeaderAndCrc + 6, eit);
         if (groups.size() > 1) {
-            throw std::logic_error("present and following have one section each");
+            throw std::logic_error("present and following can have only one section each");
         }
         SectionBuilder section = Begin(table_id, service.service_id, eit, sections.size(), 2);
         sections.push_back(CloseEit(section, service, 1, table_id, groups.front()));
@@ -248,12 +249,12 @@ Sections MakeEitSchedule(Scope scope, const EitService& service, std::int64_t fi
     std::vector<std::vector<EitEvent>> segments(1);
     for (const EitEvent& event : events) {
         if (!event.start_time || *event.start_time < first_day) {
-            throw std::logic_error("an event begins never or before the schedule");
+            throw std::logic_error("an event has no start_time, or begins before the schedule");
         }
         const auto segment =
             static_cast<std::size_t>((*event.start_time - first_day) / kSecondsPerSegment);
         if (segment + 1 < segments.size() || segment >= kScheduleTables * kSegmentsPerTable) {
-            throw std::logic_error("an event stands outside the order or span of a schedule");
+            throw std::logic_error("the events are out of order, or one begins after the schedule");
         }
         segments.resize(segment + 1);
         segments[segment].push_back(event);

@@ -1,6 +1,7 @@
-// Whole tables from plain values: each function returns the sections of one sub-table in order of
-// section_number. Descriptors are passed as built by Descriptors.h. A value that does not fit its
-// field, an entry too large for a section, or more than 256 sections throws std::logic_error.
+// Whole tables from plain values. Each function returns the sections of one sub-table in order of
+// section_number. Descriptors are those that Descriptors.h builds. A function throws
+// std::logic_error when a value does not fit its field, an entry does not fit into a section, or a
+// sub-table would have more than 256 sections.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +15,8 @@ namespace generator {
 
 using Sections = std::vector<Bytes>;
 
-// What every sub-table chooses. A section is closed when the next entry would make it longer than
-// `max_section_size` bytes (header and CRC_32 included), or when it holds `entries_per_section`.
+// The options that every sub-table has. A section ends when it holds `entries_per_section` entries,
+// or when one more would make it longer than `max_section_size` bytes (header and CRC_32 included).
 struct TableOptions {
     std::uint8_t version_number = 0;
     bool current_next_indicator = true;
@@ -23,7 +24,7 @@ struct TableOptions {
     std::size_t entries_per_section = SIZE_MAX;
 };
 
-// ISO/IEC 13818-1 2.4.4.3; programme 0 names the network PID.
+// ISO/IEC 13818-1 2.4.4.3. Programme 0 gives the network PID.
 struct PatProgram {
     std::uint16_t program_number;
     std::uint16_t pid;
@@ -48,12 +49,12 @@ struct Pmt {
 };
 Sections MakePmt(const Pmt& pmt, const TableOptions& options = {});
 
-// Which variant of a table that tells of this or of another network or transport stream.
+// Whether a table is about this network or transport stream, or about another one.
 enum class Scope { kActual, kOther };
 
-// EN 300 468 5.2.1 and 5.2.2. The descriptors of the first loop stand in the first section (and in
-// as many more as they need), or all of them in every section; an entry is a descriptor of the
-// first loop (unless they are repeated) or a transport stream.
+// EN 300 468 5.2.1 and 5.2.2. The first loop's descriptors are in the first section (and in as many
+// more as they need). With `repeat_descriptors` every section has all of them. An entry is a
+// transport stream or, unless they are repeated, a descriptor of the first loop.
 struct MuxEntry {
     std::uint16_t transport_stream_id;
     std::uint16_t original_network_id;
@@ -84,8 +85,8 @@ struct Sdt {
 };
 Sections MakeSdt(Scope scope, const Sdt& sdt, const TableOptions& options = {});
 
-// EN 300 468 5.2.4. start_time is in seconds since 1970-01-01T00:00:00Z, duration in seconds;
-// without a value all their bits are one: undefined.
+// EN 300 468 5.2.4. start_time is in seconds since 1970-01-01T00:00:00Z, duration in seconds.
+// Without a value all bits of the field are one, which means undefined.
 struct EitEvent {
     std::uint16_t event_id;
     std::optional<std::int64_t> start_time = std::nullopt;
@@ -99,16 +100,17 @@ struct EitService {
     std::uint16_t transport_stream_id;
     std::uint16_t original_network_id;
 };
-// Section 0 holds the present event, section 1 the following; either list may be empty. Each is one
-// section, of up to 4096 bytes whatever the options say.
+// Section 0 holds the present event, section 1 the following one; either list may be empty. Each
+// has one section of up to 4096 bytes, whatever the options say.
 Sections MakeEitPresentFollowing(Scope scope, const EitService& service,
                                  const std::vector<EitEvent>& present,
                                  const std::vector<EitEvent>& following,
                                  const TableOptions& options = {});
-// Schedule from the midnight `first_day` (seconds since 1970) on, `events` in order of start_time
-// and none before it or without one: every three hours are a segment of eight section numbers, and
-// 32 segments a sub-table (TS 101 211 4.1.4.2.1). Returns the sections of every sub-table needed,
-// 0x50 or 0x60 upwards, table_id by table_id; a segment without an event has one empty section.
+// Makes a schedule that begins at the midnight `first_day` (seconds since 1970). `events` are in
+// order of start_time; each has a start_time, and none begins before `first_day`. Every three hours
+// are a segment of eight section numbers, and a sub-table has 32 segments (TS 101 211 4.1.4.2.1).
+// Returns the sections of all sub-tables that are needed, from table_id 0x50 or 0x60 upwards. A
+// segment without an event has one empty section.
 Sections MakeEitSchedule(Scope scope, const EitService& service, std::int64_t first_day,
                          const std::vector<EitEvent>& events, const TableOptions& options = {});
 

@@ -46,7 +46,7 @@ void TsWriter::WriteNull(std::size_t count) {
 
 void TsWriter::RepeatLast() {
     if (packets_.empty()) {
-        throw std::logic_error("no packet to repeat");
+        throw std::logic_error("there is no packet to repeat");
     }
     const Packet last = packets_.back();
     packets_.push_back(last);

@@ -17,7 +17,7 @@ EitService OwnService(std::uint16_t service_id) {
     return {service_id, kBroadcastTransportStream, kBroadcastOriginalNetwork};
 }
 
-// Every descriptor that an event can have, some of them twice.
+// An event with every descriptor that an event can have, some of them twice.
 EitEvent RichEvent() {
     const ExtendedEvent first{
         .descriptor_number = 0,

@@ -22,8 +22,8 @@ constexpr LinkageTarget kOtherTarget{kBroadcastOtherStream, kBroadcastOriginalNe
                                      kOtherService};
 constexpr LinkageTarget kScanTarget{kBroadcastOtherStream, kBroadcastOriginalNetwork, 0};
 
-// Makers once and twice, selectors of no byte, of one and of many; scans of the network, of the
-// bouquet, and of a table_type that is reserved.
+// Update linkages with one maker and with two, whose selectors have no byte, one byte and many;
+// update scan linkages for the NIT, the BAT and a reserved table_type.
 std::vector<Bytes> UpdateLinkages() {
     return {
         SsuLinkageDescriptor(kUpdateTarget, {{kFirstMaker, {}},
@@ -37,7 +37,7 @@ std::vector<Bytes> UpdateLinkages() {
     };
 }
 
-// The two largest descriptors that there can be: 255 bytes of many cells, and of one cell whose
+// The two longest descriptors that are possible: 255 bytes with many cells, and with one cell whose
 // frequency changes in time.
 T2Delivery LongestOfCells() {
     T2Delivery delivery{.plp_id = 11, .T2_system_id = 0x900B, .guard_interval = 6};
@@ -58,7 +58,7 @@ T2Delivery LongestOfFrequencies() {
     return {.plp_id = 12, .T2_system_id = 0x900C, .tfs_flag = true, .cells = {cell}};
 }
 
-// Deliveries of the second terrestrial generation, each in a transport stream of its own.
+// Deliveries of the second terrestrial generation, each in its own transport stream.
 std::vector<MuxEntry> T2Streams() {
     const std::vector<T2Delivery> deliveries{
         {.plp_id = 1, .T2_system_id = 0x9001, .short_form = true},
@@ -112,7 +112,7 @@ MuxTable OwnNetwork() {
                                          .transmission_mode = 2,
                                          .other_frequency_flag = true}),
           ExtensionDescriptor(0x81, {})}},
-        // The body of a T2 delivery where an encoder forgot the tag 0x7F.
+        // The body of a T2 delivery without the tag 0x7F, as a faulty encoder sends it.
         {kBroadcastOtherStream,
          onid,
          {Descriptor(0x04, T2DeliveryBody({.plp_id = 6,
@@ -122,7 +122,7 @@ MuxTable OwnNetwork() {
     for (const MuxEntry& stream : T2Streams()) {
         network.transport_streams.push_back(stream);
     }
-    // This stream once more, delivered in other ways.
+    // The same transport stream again, delivered in other ways.
     network.transport_streams.push_back(
         {kBroadcastTransportStream,
          onid,
@@ -131,7 +131,7 @@ MuxTable OwnNetwork() {
     return network;
 }
 
-// Everything by satellite and cable; an empty name.
+// All transport streams by satellite and cable, under an empty name.
 MuxTable SkyNetwork() {
     return {.id = kSkyNetwork,
             .descriptors = {NetworkNameDescriptor(""),
@@ -174,13 +174,13 @@ MuxTable SkyNetwork() {
                                            .FEC_inner = 1})}}}};
 }
 
-// No name at all, and no delivery for its only stream.
+// A network without a name; its only transport stream has no delivery.
 MuxTable NamelessNetwork() {
     return {.id = kNamelessNetwork, .transport_streams = {{0x07B0, kBroadcastOriginalNetwork}}};
 }
 
-// All that the first loop holds stands in every section: name, specifier, linkages, and 34 more
-// of which none means an update, though some payloads look like one.
+// Every section repeats the whole first loop: name, specifier, linkages, and 34 more linkages that
+// are no update, although the payloads of some look like one.
 MuxTable OwnBouquet() {
     MuxTable bouquet{
         .id = kOwnBouquet,

@@ -20,8 +20,8 @@ SentTable Map(std::uint16_t pid, const Pmt& pmt, std::uint8_t version_number) {
     return {pid, MakePmt(pmt, {.version_number = version_number})};
 }
 
-// Access systems for the programme and for single streams; identifications with bytes behind them;
-// an extension of three bytes and longer ones.
+// Access systems for the programme and for single streams; their descriptors with more bytes behind
+// the fields; extension descriptors of three bytes and longer ones.
 SentTable MapOfTelevision() {
     return Map(
         kTelevisionMapPid,
@@ -70,7 +70,7 @@ SentTable MislabelledMap() {
                1);
 }
 
-// Update offers of every kind, among data broadcasts that are none.
+// Update offers of every kind, between data broadcasts that are no update.
 SentTable MapOfUpdates() {
     const Bytes standard =
         SsuDataBroadcastIdDescriptor({{.OUI = kFirstMaker,
@@ -99,7 +99,7 @@ SentTable MapOfUpdates() {
           {0x0D,
            0x0543,
            {StreamIdentifierDescriptor(0x43), DataBroadcastIdDescriptor(0x0005, {0x01})}},
-          // Would read well as an update, but has another data_broadcast_id.
+          // Its bytes would be a valid update, but its data_broadcast_id is another one.
           {0x0B,
            0x0544,
            {StreamIdentifierDescriptor(0x44),
@@ -108,8 +108,8 @@ SentTable MapOfUpdates() {
         0);
 }
 
-// Every stream_type of ISO/IEC 13818-6, with and without an identifier of the carousel and of the
-// stream; two streams claim one component_tag, and the extreme values are used.
+// Every stream_type of ISO/IEC 13818-6, with and without carousel and stream identifiers. Two
+// streams have the same component_tag, and the lowest and highest values are used.
 SentTable MapOfCarousels() {
     const auto stream = [](std::uint8_t stream_type, std::uint16_t pid,
                            std::vector<Bytes> descriptors) {
@@ -140,7 +140,7 @@ SentTable MapOfCarousels() {
         31);
 }
 
-// Private sections that are applications, and that are not.
+// Private sections, some with applications and some without.
 SentTable MapOfApplications() {
     return Map(kApplicationsMapPid,
                {kApplications,

@@ -10,8 +10,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Service names in every character table of EN 300 468 annex A.2, then such as no table explains.
-// The numbers of their services count up from kFirstNamed.
+// Service names in every character table of EN 300 468 annex A.2, then names that no table
+// explains. The service numbers of the names count up from kFirstNamed.
 constexpr std::uint16_t kFirstNamed = 1401;
 constexpr std::string_view kNames[] = {
     // the default table: Café Zürich €10
@@ -68,12 +68,12 @@ constexpr std::string_view kNames[] = {
     "Loud \x86News\x87\x8Atonight\x99"sv,
     "\x15Loud \xEE\x82\x86News\xEE\x82\x87\xEE\x82\x8Atonight\xEE\x82\x99"sv,
     "\x11\x00L\xE0\x86\x00N\xE0\x87\xE0\x8A\x00t\xE0\x99"sv,
-    // Selectors that are reserved, that name no table, that want a coding of their own
+    // Selectors that are reserved, that name no table, or that need a coding outside the annex
     "\x08Unknown"sv,
     "\x1EUnknown"sv,
     "\x10\x00\x0CUnknown"sv,
     "\x1F\x01zip"sv,
-    // Ends too early: in a character, after a selector, within one, behind an accent
+    // Texts that end too early: inside a character, behind or inside a selector, behind an accent
     "\x15"
     "Anfang \xC3"sv,
     "\x11\x00"
@@ -81,7 +81,7 @@ constexpr std::string_view kNames[] = {
     "\x05"sv,
     "\x10\x00"sv,
     "Fin\xC2"sv,
-    // A control character that a terminal would obey
+    // A control character that a terminal would act on
     "Esc\x1B[31mape"sv,
 };
 
@@ -90,8 +90,8 @@ SdtService Described(std::uint16_t service_id, std::uint8_t service_type, std::s
             .descriptors = {ServiceDescriptor(service_type, "Morvane Media", name)}};
 }
 
-// The service of every programme, with private descriptors around a specifier, and extensions of
-// all sizes; then the names.
+// The services of the programmes, then those with the names. The first has private descriptors
+// behind two specifiers, and extension descriptors of all sizes.
 Sdt OwnServices() {
     SdtService television = Described(kTelevision, 0x19, "Morvane Broad");
     television.EIT_schedule_flag = true;
@@ -136,7 +136,7 @@ Sdt OwnServices() {
     return sdt;
 }
 
-// "Other" about this very transport stream: fewer services, under other names.
+// SDT other that describes this same transport stream: fewer services, with other names.
 Sdt OwnServicesAsOther() {
     Sdt sdt{kBroadcastTransportStream, kBroadcastOriginalNetwork};
     sdt.services = {Described(kTelevision, 0x01, "Not Broad"), Described(1399, 0x01, "Not there")};

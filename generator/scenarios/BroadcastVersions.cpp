@@ -37,7 +37,7 @@ SentTable Programs(std::uint8_t version_number, const std::vector<std::uint16_t>
                              .current_next_indicator = current_next_indicator})};
 }
 
-// A map with `streams` elementary streams, so that each edition can be told by its content.
+// A PMT with `streams` elementary streams, so that the content shows which edition it is.
 SentTable Map(std::uint16_t program_number, std::uint8_t version_number, unsigned streams,
               bool current_next_indicator = true) {
     Pmt pmt{program_number, kPcrPid};
@@ -52,7 +52,7 @@ SentTable Map(std::uint16_t program_number, std::uint8_t version_number, unsigne
                           .current_next_indicator = current_next_indicator})};
 }
 
-// What the tables below tell: every one of them has this version, and its contents name it.
+// The version of the tables below; their contents contain its name.
 struct Edition {
     std::uint8_t version_number;
     std::string name;
@@ -65,7 +65,7 @@ struct Edition {
     }
 };
 
-// 256 sections, one transport stream each; the T2 system tells the version.
+// 256 sections with one transport stream each; the T2 system id contains the version.
 Sections ManyStreams(const Edition& edition) {
     MuxTable network{.id = kOtherNetwork,
                      .descriptors = {NetworkNameDescriptor("Wide " + edition.name)},
@@ -81,7 +81,7 @@ Sections ManyStreams(const Edition& edition) {
     return MakeNit(Scope::kOther, network, edition.Options(1));
 }
 
-// 64 sections, the name and a link to updates in every one.
+// 64 sections, each with the name and a linkage to updates.
 Sections ManyBouquetSections(const Edition& edition) {
     MuxTable bouquet{
         .id = kBouquet,
@@ -135,7 +135,7 @@ Sections Events(const Edition& edition) {
 
 using SentTables = std::vector<SentTable>;
 
-// Every table but PAT and PMT.
+// All tables but PAT and PMT.
 SentTables EveryTable(const Edition& edition) {
     const auto system = static_cast<std::uint16_t>(0xFF30 + edition.version_number);
     return {{0x0001, MakeCat({CaDescriptor(system, 0x0701)}, edition.Options(1))},
@@ -169,18 +169,18 @@ PacketList MakeBroadcastVersions(std::uint64_t seed) {
     Life life(seed, kPcrPid);
     life.Period(Join({{Programs(30, {0, 1, 2, 3}), Map(1, 31, 1), Map(2, 5, 2), Map(3, 12, 3)},
                       EveryTable({31, "old"})}));
-    // Programme 2 leaves and returns with the map and the version that it had, and meanwhile all
-    // others count over 31 to 0.
+    // Programme 2 leaves and comes back with the same PMT and version; meanwhile the versions of
+    // all others count from 31 to 0.
     life.Period({Programs(31, {0, 1, 3}), Map(1, 31, 1), Map(3, 12, 3)});
     life.Period(Join({{Programs(0, {0, 1, 2, 3}), Map(1, 0, 2), Map(2, 5, 2), Map(3, 12, 3)},
                       EveryTable({0, "wrapped"})}));
 
-    // A PAT that names no network; one that names nothing. All maps return as they were.
+    // A PAT without a network, then an empty PAT. All PMTs come back unchanged.
     life.Period({Programs(1, {1, 2, 3}), Map(1, 0, 2), Map(2, 5, 2), Map(3, 12, 3)});
     life.Period({Programs(2, {})});
     life.Period({Programs(3, {0, 1, 2, 3}), Map(1, 0, 2), Map(2, 5, 2), Map(3, 12, 3)});
 
-    // The next edition of everything is announced, then it is true.
+    // The next edition of everything is announced, then becomes current.
     life.Period(Join({{Programs(3, {0, 1, 2, 3}), Programs(4, {0, 1, 2, 3, 4}, false), Map(1, 0, 2),
                        Map(1, 1, 3, false)},
                       EveryTable({1, "next", false}),
@@ -189,7 +189,8 @@ PacketList MakeBroadcastVersions(std::uint64_t seed) {
         {{Programs(4, {0, 1, 2, 3, 4}), Map(1, 1, 3), Map(2, 5, 2), Map(3, 12, 3), Map(4, 0, 1)},
          EveryTable({1, "next"})}));
 
-    // Of version 9 the first half of one large table is sent and the second of the other.
+    // Version 9 stays incomplete: the first half of one large table and the second half of another
+    // are sent.
     Sections firstHalf = ManyStreams({9, "partial"});
     firstHalf.resize(128);
     Sections secondHalf = ManyBouquetSections({9, "partial"});
@@ -197,8 +198,8 @@ PacketList MakeBroadcastVersions(std::uint64_t seed) {
     life.Period({{0x0010, firstHalf, {.back_to_back = true}},
                  {0x0011, secondHalf, {.back_to_back = true}}});
 
-    // A restarted encoder: versions that were there jump back and are other editions than they
-    // were. Programme 4 is gone, and what is announced never comes true.
+    // The encoder restarts: versions jump back to numbers that were used, with other content.
+    // Programme 4 is gone, and the announced tables never become current.
     const SentTables last =
         Join({{Programs(2, {0, 1, 2, 3}), Map(1, 0, 4), Map(2, 4, 1), Map(3, 12, 3)},
               EveryTable({0, "last"})});

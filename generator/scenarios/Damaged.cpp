@@ -14,7 +14,8 @@ Bytes MakeDamaged(std::uint64_t seed) {
     SwapPackets(packets, random, 700);
     Bytes stream = Serialise(packets);
 
-    // A quarter in and three quarters in, bytes are missing in mid-packet: synchronisation is lost.
+    // Bytes are missing inside a packet, at one quarter and at three quarters of the stream:
+    // synchronisation is lost there.
     for (const std::size_t quarter : {std::size_t{1}, std::size_t{3}}) {
         const std::size_t packet = packets.size() * quarter / 4;
         const auto from = stream.begin() + static_cast<std::ptrdiff_t>(packet * kPacketSize + 100);

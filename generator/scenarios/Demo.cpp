@@ -10,21 +10,21 @@
 namespace generator {
 namespace {
 
-constexpr std::uint32_t kVideoPeriod = 40;  // also that of clock references, which may be 100 apart
+constexpr std::uint32_t kVideoPeriod = 40;  // ms; also of the clock references (at most 100)
 constexpr std::uint32_t kAudioPeriod = 60;
 constexpr std::uint32_t kMapPeriod = 250;
 constexpr std::uint32_t kSectionsPeriod = 800;
 constexpr std::uint32_t kTimePeriod = 1000;
 
-// One access unit that just fills a packet: PES header with time stamp, then bytes that stand for
-// the coded picture or sound.
+// One access unit that just fills a packet: a PES header with a time stamp, then bytes in the place
+// of coded picture or sound.
 PacketList MakeAccessUnit(const DemoStream& stream, std::uint32_t milliseconds, Random& random) {
     PacketFields fields{.pid = stream.pid, .payload_unit_start_indicator = true};
     fields.transport_scrambling_control = stream.scrambled ? 2 : 0;
     if (stream.carriesClock) {
         fields.adaptation_field = AdaptationField{.program_clock_reference = 0};
     }
-    // Presented half a second after it is sent; 90 kHz.
+    // The time stamp is half a second after the time of sending; 90 kHz.
     const std::uint64_t stamp = (std::uint64_t{milliseconds} + 500) * 90;
     const std::size_t size = kPayloadSize - (stream.carriesClock ? 8 : 0);
     // ISO/IEC 13818-1 2.4.3.6: stream_id, PES_packet_length, flags with PTS, PES_header_data_length
@@ -47,8 +47,8 @@ PacketList MakeAccessUnit(const DemoStream& stream, std::uint32_t milliseconds, 
     return {MakePacket(fields, payload)};
 }
 
-// Adds the streams of the demo to a multiplexer, each a little later than the one before, so that
-// not all is due at once.
+// Adds the streams of the demo to a multiplexer. Each begins a little later than the one before, so
+// that not all are due at once.
 class DemoPlan {
   public:
     DemoPlan(Multiplexer& multiplexer, std::uint64_t seed)
@@ -85,7 +85,7 @@ class DemoPlan {
     }
 
   private:
-    // Counters of a stream that was tuned to stand anywhere.
+    // Counters begin anywhere, as in a stream that a receiver has just tuned to.
     void BeginAnywhere(std::uint16_t pid) {
         if (begun_.insert(pid).second) {
             multiplexer_.SkipContinuity(pid, static_cast<unsigned>(random_.Below(16)));

@@ -1,4 +1,4 @@
-// The programme guide of the demo multiplex.
+// The programme guide of the demo.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@
 
 namespace generator {
 
-// `count` events of `duration` seconds each, one behind the other, the first at `start` (seconds
-// since 1970); the one that runs at kDemoTime has running_status 4 and more descriptors. Titles
-// follow from the service and the place in the row, event ids count up from `firstId`.
+// Makes `count` consecutive events of `duration` seconds each; the first begins at `start` (seconds
+// since 1970). The event that runs at kDemoTime has running_status 4 and more descriptors. The
+// service and the position choose the titles; event ids count up from `firstId`.
 std::vector<EitEvent> MakeDemoEvents(std::uint16_t service_id, std::int64_t start,
                                      std::uint32_t duration, std::size_t count,
                                      std::uint16_t firstId);

@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint32_t kApplicationCarousel = 0x00000201;
 constexpr std::uint32_t kUpdateCarousel = 0x00000801;
 
-// The PIDs of a programme, sixteen for each: the map first, then its streams.
+// The PIDs of a programme: sixteen each, first the PMT, then its streams.
 std::uint16_t Pid(std::size_t program, unsigned stream) {
     return static_cast<std::uint16_t>(0x0110 + 0x10 * program + stream);
 }
@@ -96,7 +96,7 @@ Sections MakeUnt(std::uint32_t OUI) {
                 .Build()};
 }
 
-// A control message of an access system: not a word of it is for receivers without a key.
+// A control message of an access system; a receiver without a key can read nothing of it.
 Sections MakeEcm(std::uint8_t parity) {
     return {SectionBuilder(parity).WithoutSyntax().Raw(Bytes(60, parity)).Build()};
 }
@@ -113,7 +113,7 @@ PmtStream Audio(std::size_t program, unsigned stream, std::uint8_t stream_type,
              Iso639LanguageDescriptor(language, 0)}};
 }
 
-// A service with a picture: the start of every television programme here.
+// The streams with which every television programme here begins.
 DemoProgram Television(std::size_t program, bool scrambled) {
     return {.pmtPid = Pid(program, 0),
             .pmt = {},
@@ -128,7 +128,7 @@ void Close(DemoProgram& program, const DemoService& service, std::uint16_t PCR_P
                           {.version_number = version_number});
 }
 
-// Plain television with a language more.
+// Television with a second language.
 DemoProgram MakeTwoLanguages(std::size_t index, const DemoService& service) {
     DemoProgram program = Television(index, false);
     program.streams.push_back({Pid(index, 3), Content::kAudio});
@@ -137,8 +137,8 @@ DemoProgram MakeTwoLanguages(std::size_t index, const DemoService& service) {
     return program;
 }
 
-// Television with an application, its carousel, a second carousel whose id is not told, and private
-// sections that are no application.
+// Television with an application, its carousel, a second carousel without an identifier, and
+// private sections that are no application.
 DemoProgram MakeInteractive(std::size_t index, const DemoService& service) {
     DemoProgram program = Television(index, false);
     program.streams.push_back({Pid(index, 4), Content::kSections, false, false, MakeAit(0x0010)});
@@ -172,7 +172,7 @@ DemoProgram MakeSubtitled(std::size_t index, const DemoService& service,
     return program;
 }
 
-// Pay television: one access system for the whole programme, another for the sound alone.
+// Pay television: one access system for the whole programme, another one for the sound only.
 DemoProgram MakeScrambled(std::size_t index, const DemoService& service) {
     DemoProgram program = Television(index, true);
     program.streams.push_back({Pid(index, 8), Content::kSections, false, false, MakeEcm(0x80)});
@@ -192,7 +192,8 @@ DemoProgram MakeRadio(std::size_t index, const DemoService& service) {
     return program;
 }
 
-// Updates for receivers: a carousel for two makers and one for any, and a notification table.
+// Updates for receivers: a carousel for two makers, a carousel for any maker, and a notification
+// table.
 DemoProgram MakeUpdates(std::size_t index, const DemoService& service) {
     DemoProgram program{
         .pmtPid = Pid(index, 0),

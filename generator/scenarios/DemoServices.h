@@ -1,4 +1,4 @@
-// Who is who in the demo multiplex: identifiers and names shared by its tables.
+// Identifiers and names that the tables of the demo share.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ constexpr std::uint16_t kDemoOtherNetwork = 0xFF12;
 constexpr std::uint16_t kDemoBouquet = 0xF101;
 constexpr std::uint32_t kDemoPrivateDataSpecifier = 0xFEDC0421;
 
-// Neighbours in the same original network.
+// Other transport streams of the same original network.
 constexpr std::uint16_t kDemoSecondStream = 0x0422;
 constexpr std::uint16_t kDemoThirdStream = 0x0423;
 
@@ -33,9 +33,9 @@ struct DemoService {
     bool scrambled;
 };
 
-// In ascending order of service_id. The default table of annex A puts an accent before its letter:
-// 0xCA ring, 0xC8 diaeresis, 0xC2 acute; 0xF9 is the Danish o. 0x15 announces UTF-8, 0x86 and 0x87
-// switch emphasis.
+// In ascending order of service_id. In the default table of annex A an accent precedes its letter:
+// 0xCA ring, 0xC8 diaeresis, 0xC2 acute. 0xF9 is the Danish o. 0x15 announces UTF-8; 0x86 and 0x87
+// switch emphasis on and off.
 constexpr DemoService kDemoServices[] = {
     {1101, 0x01, "Morvane Media", "Morvane \x86One\x87", true, false},
     {1102, 0x19, "Morvane Media", "Morvane Two HD", true, false},

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t kHour = 3600;
 
-// The services of the neighbouring stream, told of in SDT other and EIT other.
+// The services of the other transport stream, in SDT other and EIT other.
 constexpr DemoService kSecondStreamServices[] = {
     {1201, 0x19, "Morvane Media", "Morvane Sport HD", true, false},
     {1202, 0x1F, "Rondaille",
@@ -26,7 +26,7 @@ constexpr DemoService kSecondStreamServices[] = {
 constexpr LinkageTarget kUpdateService{kDemoTransportStream, kDemoOriginalNetwork, 1108};
 constexpr LinkageTarget kScanTarget{kDemoSecondStream, kDemoOriginalNetwork, 0};
 
-// The links to system software updates that both the networks and the bouquet carry.
+// The linkages to system software updates that the networks and the bouquet have.
 std::vector<Bytes> UpdateLinkages() {
     return {
         SsuLinkageDescriptor(
@@ -147,8 +147,8 @@ DemoTable MakeDemoSdt() {
         const bool hasSchedule = sdt.services.size() < 2;
         sdt.services.push_back(DescribeService(service, hasSchedule));
     }
-    // A private descriptor before and behind the specifier, and an extension: EN 300 468 6.4.10,
-    // service relocated.
+    // A private descriptor before and one behind the specifier, and an extension descriptor: EN 300
+    // 468 6.4.10, service relocated.
     std::vector<Bytes>& first = sdt.services.front().descriptors;
     first.push_back(Descriptor(0x82, {0x01}));
     first.push_back(PrivateDataSpecifierDescriptor(kDemoPrivateDataSpecifier));
@@ -166,7 +166,7 @@ DemoTable MakeDemoSdtOther() {
     return {0x0011, 1500, MakeSdt(Scope::kOther, sdt, {.version_number = 4})};
 }
 
-// Present and following of every service that promises them.
+// The present and the following event of every service whose SDT entry announces them.
 template <std::size_t N>
 DemoTable MakeDemoEitPresentFollowing(Scope scope, const DemoService (&services)[N],
                                       std::uint16_t transport_stream_id, std::uint32_t period) {
@@ -194,7 +194,7 @@ DemoTable MakeDemoEitSchedule(const DemoService& service, std::uint32_t duration
                         {.version_number = 13})};
 }
 
-// A message to one card or all; not a word of it is for receivers without a key.
+// A message to one card or to all; a receiver without a key can read nothing of it.
 DemoTable MakeEmm(std::uint16_t pid, std::uint8_t fill) {
     return {pid,
             900,

@@ -15,7 +15,7 @@ namespace generator {
 constexpr std::int64_t kDemoTime = 1936807200;
 constexpr std::int64_t kDemoMidnight = kDemoTime - 18 * 3600;
 
-// What an elementary stream carries, for the one who fills it with packets.
+// What an elementary stream carries, for the code that makes its packets.
 enum class Content { kVideo, kAudio, kSections };
 
 struct DemoStream {
@@ -32,7 +32,7 @@ struct DemoProgram {
     std::vector<DemoStream> streams;
 };
 
-// Other sections on a PID of their own or of a standard, and how often they are sent.
+// Sections on a PID that is standard or used for nothing else, and how often they are sent.
 struct DemoTable {
     std::uint16_t pid;
     std::uint32_t period;  // milliseconds
@@ -42,7 +42,7 @@ struct DemoTable {
 // The programmes in ascending order of program_number.
 std::vector<DemoProgram> MakeDemoPrograms();
 
-// PAT, CAT, NIT, SDT, BAT, EIT and the entitlement messages; no times.
+// PAT, CAT, NIT, SDT, BAT, EIT and the entitlement messages; without TDT and TOT.
 std::vector<DemoTable> MakeDemoTables();
 
 // The descriptor of the time offset section.

@@ -1,4 +1,4 @@
-// The life of a multiplex that changes: period after period, in each of which some tables are sent.
+// A multiplex that changes. It has periods; in each of them some tables are sent.
 #pragma once
 
 #include <cstdint>
@@ -12,23 +12,24 @@
 
 namespace generator {
 
-// Sections, and how they are sent.
+// Sections and how they are sent.
 struct SentTable {
     std::uint16_t pid;
     Sections sections;
     Packing packing = {};
 };
 
-// Sections of several sub-tables in turn, one of each until all are used up.
+// Alternates the sections of several sub-tables: one of each in turn, until all are used up.
 Sections Interleave(const std::vector<Sections>& tables);
 
-// Not for several threads at once.
+// One thread at a time may use an object.
 class Life {
   public:
-    // Clock references go out on `pcrPid`; the seed chooses how many null packets lie between.
+    // `pcrPid` carries the clock references; the seed chooses how many null packets are between the
+    // tables.
     Life(std::uint64_t seed, std::uint16_t pcrPid) : random_(seed), pcrPid_(pcrPid) {}
 
-    // All tables three times, in order, with clock references and null packets between.
+    // Sends all tables three times, in order, with clock references and null packets between them.
     void Period(const std::vector<SentTable>& tables);
 
     const PacketList& packets() const { return writer_.packets(); }

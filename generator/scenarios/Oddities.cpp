@@ -24,7 +24,7 @@ struct OddTable {
     Sections sections;
 };
 
-// No programme 0; 11590 stands for a map that calls itself 11690; 21 and 22 share a PID.
+// There is no programme 0. The PMT of 11590 says 11690; 21 and 22 have their PMTs on one PID.
 OddTable OddPat() {
     return {0x0000,
             MakePat(kTransportStream, {{11590, 0x0500}, {21, 0x0510}, {22, 0x0510}, {31, 0x0530}},
@@ -40,17 +40,17 @@ OddTable MislabelledMap() {
                      {{0x06, 0x0501, {registration, RegistrationDescriptor(0x4F444459)}}}})};
 }
 
-// Both maps in one packet.
+// Both PMTs in one packet.
 OddTable SharedMaps() {
     const Sections first = MakePmt({21, 0x0511, {}, {{0x02, 0x0511}}});
     const Sections second = MakePmt({22, 0x0521, {}, {{0x02, 0x0521}, {0x03, 0x0522}}});
     return {0x0510, {first[0], second[0]}};
 }
 
-// A T2 delivery descriptor of every descriptor_length from 4 to the longest, each for a transport
-// stream of its own: most lengths end inside a field.
+// T2 delivery descriptors with every descriptor_length from 4 to the longest, each for its own
+// transport stream. Most lengths end inside a field.
 std::vector<MuxEntry> CutT2Deliveries() {
-    constexpr std::size_t kLongestBody = 254;  // and descriptor_tag_extension
+    constexpr std::size_t kLongestBody = 254;  // without descriptor_tag_extension
     T2Delivery delivery{.plp_id = 7,
                         .T2_system_id = 0x0650,
                         .bandwidth = 1,
@@ -72,7 +72,7 @@ std::vector<MuxEntry> CutT2Deliveries() {
     return muxes;
 }
 
-// What ISDB (ARIB STD-B10) puts where EN 300 468 has private descriptors: tags from 0xC0 on,
+// What ISDB (ARIB STD-B10) sends where EN 300 468 has private descriptors: tags from 0xC0 on,
 // without a private data specifier.
 std::vector<Bytes> IsdbTransportStreamDescriptors() {
     return {Descriptor(0xFA, {0x5A, 0x5C, 0x0D, 0x3F, 0x0D, 0x63}),  // terrestrial delivery
@@ -96,7 +96,7 @@ OddTable IsdbMap() {
                               {0x0D, 0x0532, {Descriptor(0xFD, {0x00, 0x0C, 0x33, 0x3F})}}}})};
 }
 
-// Without a name, without a frequency, and with the T2 body where an encoder forgot the tag 0x7F.
+// No name, no frequency, and a T2 body without the tag 0x7F, as a faulty encoder sends it.
 OddTable OddNit() {
     MuxTable network{
         .id = kNetwork,
@@ -117,8 +117,9 @@ OddTable OddNit() {
     return {0x0010, MakeNit(Scope::kActual, network, {.version_number = 31})};
 }
 
-// Every linkage_type from 0x81 to 0xA2 with as many private bytes as its place in the row, and
-// update linkages without a maker, with one maker twice, with lengths that point outside.
+// Every linkage_type from 0x81 to 0xA2; the number of private bytes grows by one from each to the
+// next. Then update linkages without a maker, with the same maker twice, and with lengths that are
+// too long.
 OddTable OddBat() {
     const LinkageTarget target{kTransportStream, kOriginalNetwork, 21};
     MuxTable bouquet{.id = kBouquet, .descriptors = {BouquetNameDescriptor("")}};
@@ -138,7 +139,7 @@ OddTable OddBat() {
     return {0x0011, MakeBat(bouquet)};
 }
 
-// One service a section, as many sections as asked.
+// Makes `count` sections with one service each.
 Sections ManySections(Scope scope, std::uint16_t transport_stream_id, std::uint16_t count) {
     Sdt sdt{transport_stream_id, kOriginalNetwork};
     for (std::uint16_t i = 0; i < count; ++i) {
@@ -149,8 +150,8 @@ Sections ManySections(Scope scope, std::uint16_t transport_stream_id, std::uint1
     return MakeSdt(scope, sdt, {.entries_per_section = 1});
 }
 
-// 64 sections about this transport stream, the first of them with a service without names, a
-// service without descriptors, one of ISDB, and one whose service descriptor is cut.
+// 64 sections of SDT actual. The first has a service without names, a service without descriptors,
+// one as in ISDB, and one whose service descriptor is cut.
 OddTable LongSdt() {
     Sections sections = ManySections(Scope::kActual, kTransportStream, 64);
     Sdt odd{kTransportStream, kOriginalNetwork};
@@ -159,7 +160,7 @@ OddTable LongSdt() {
                     {.service_id = 31, .descriptors = IsdbServiceDescriptors()},
                     {.service_id = 11590, .descriptors = {Descriptor(0x48, {0x01, 0x05, 'c'})}}};
     const Bytes first = MakeSdt(Scope::kActual, odd).front();
-    // Its body again, as the first of 64.
+    // The body of SDT actual again, as the first of 64 sections.
     sections.front() = SectionBuilder(0x42)
                            .TableIdExtension(kTransportStream)
                            .Number(0, 63)
@@ -168,7 +169,7 @@ OddTable LongSdt() {
     return {0x0011, sections};
 }
 
-// "Other" about this very transport stream, under another name than "actual".
+// SDT other that describes this same transport stream with another name than SDT actual.
 OddTable OwnSdtAsOther() {
     const Sdt sdt{kTransportStream,
                   kOriginalNetwork,
@@ -176,8 +177,8 @@ OddTable OwnSdtAsOther() {
     return {0x0011, MakeSdt(Scope::kOther, sdt, {.version_number = 3})};
 }
 
-// Present: start_time and duration undefined (EN 300 468 5.2.4), and the audio component and data
-// content of ISDB. Following: digits above nine.
+// The present event has an undefined start_time and duration (EN 300 468 5.2.4), and the audio
+// component and data content of ISDB. The following event has BCD digits above nine.
 OddTable OddEit() {
     const Bytes isdb =
         Concat({Descriptor(0xC4, {0xF2, 0x03, 0x11, 0x0F, 0xFF, 0x4F, 'u', 'n', 'd'}),

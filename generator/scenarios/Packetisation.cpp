@@ -31,8 +31,8 @@ Sections Services() {
     return MakeSdt(Scope::kActual, sdt, {.version_number = 1, .entries_per_section = 1});
 }
 
-// An event section of exactly `size` bytes, header and CRC_32 included; `number` tells it from the
-// others.
+// Makes an event section of exactly `size` bytes, header and CRC_32 included. `number` makes
+// sections of the same size differ.
 Bytes EventSection(std::uint8_t number, std::size_t size) {
     ByteWriter descriptors;
     std::size_t left = size - 8 - 6 - 12 - 4;
@@ -60,8 +60,8 @@ Bytes EventSection(std::uint8_t number, std::size_t size) {
         .Build();
 }
 
-// Every payload size that matters: headers are cut behind their first, second, third byte and so
-// on.
+// Every payload size that splits a section header at a new place: behind its first byte, its
+// second, and so on.
 void WriteChopped(TsWriter& writer) {
     for (std::size_t payload_size = 2; payload_size <= kPayloadSize;
          payload_size += payload_size < 16 ? 1 : 24) {
@@ -71,19 +71,20 @@ void WriteChopped(TsWriter& writer) {
     }
 }
 
-// Sections whose last byte is the last of a packet, and one byte less and more than that.
+// Sections whose last byte is the last of a packet, and sections that are one byte shorter and
+// longer.
 void WriteFullPackets(TsWriter& writer) {
     std::uint8_t number = 0;
     for (const std::size_t size : {182u, 183u, 184u, 366u, 367u, 368u}) {
         writer.WriteSections(kEventPid, {EventSection(number, size)}, {.back_to_back = true});
         ++number;
     }
-    // Without a byte of stuffing: the last packet is filled by its adaptation field.
+    // No stuffing behind the section: the adaptation field fills the last packet.
     const Bytes exact = EventSection(number, 200);
     writer.Write(PackSectionHead(kEventPid, exact, exact.size()));
 }
 
-// Payloads that start with the end of a section that nobody saw.
+// Payloads that begin with the end of a section whose beginning was never sent.
 void WriteStrangeEnds(TsWriter& writer) {
     for (const std::size_t size : {1u, 90u, 182u}) {
         writer.WriteSections(kServicePid, Services(),
@@ -91,7 +92,7 @@ void WriteStrangeEnds(TsWriter& writer) {
     }
 }
 
-// Sections cut off by the start of the next, behind each byte of the header and further on.
+// Sections that the start of the next one cuts off, behind each byte of the header and later.
 void WriteCutOff(TsWriter& writer) {
     const Bytes cut = EventSection(0x10, 900);
     for (const std::size_t size : {1u, 2u, 3u, 4u, 8u, 183u, 184u, 600u, 899u}) {
@@ -111,8 +112,9 @@ void WriteLongest(TsWriter& writer) {
                          {.back_to_back = true});
 }
 
-// What a section layer must step over: duplicates, packets without payload, scrambled packets,
-// packets in error, announced discontinuities in mid-table.
+// Packets that a section layer must handle without losing a section: duplicates, packets without
+// payload, scrambled packets, packets with transport_error_indicator, and announced discontinuities
+// inside a table.
 void WriteAround(TsWriter& writer, Random& random) {
     const PacketList packets = PackSections(kServicePid, Services(), {.back_to_back = true});
     for (const Packet& packet : packets) {

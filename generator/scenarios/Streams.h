@@ -1,4 +1,4 @@
-// The streams behind the names of Scenarios.h, one file each.
+// The functions that make the streams of Scenarios.h, one source file each.
 #pragma once
 
 #include <cstdint>
@@ -9,21 +9,23 @@
 
 namespace generator {
 
-// A plausible multiplex without any error.
+// A plausible multiplex without an error.
 PacketList MakeDemo(std::uint64_t seed, const DemoExtent& extent = {});
-// Sub-tables that change their version in every way, announced and not.
+// Sub-tables whose version changes in every way, announced or not.
 PacketList MakeVersions(std::uint64_t seed);
-// Legal and illegal rarities that are seen on air, in undamaged packets.
+// Rare content that is seen on air, legal or not, in undamaged packets.
 PacketList MakeOddities(std::uint64_t seed);
-// Every table with whatever is rare but on air, in one unchanging state.
+// Every table, with rare content that is on air, in one state that does not change.
 PacketList MakeBroadcast(std::uint64_t seed);
-// Every table in several versions: counted on, counted back, announced; some tables are huge.
+// Every table in several versions: they count up, jump back and are announced; some tables are
+// huge.
 PacketList MakeBroadcastVersions(std::uint64_t seed);
-// A PAT that names no network, and a network on the PID where it is looked for then.
+// A PAT without a network PID, and a network on the PID that is then its default.
 PacketList MakeNoNetwork(std::uint64_t seed);
-// The same sections in every packing, and packets that a section layer must leave alone.
+// The same sections packed in every way, and packets that a section layer must ignore.
 PacketList MakePacketisation(std::uint64_t seed);
-// The demo after a bad way: losses, duplicates, exchanges, bit errors, lost bytes, a cut end.
+// The demo after bad reception: losses, duplicates, exchanged packets, bit errors, lost bytes, a
+// cut end.
 Bytes MakeDamaged(std::uint64_t seed);
 
 }  // namespace generator

@@ -28,7 +28,7 @@ Sections Programs(std::uint8_t version_number, const std::vector<std::uint16_t>&
         {.version_number = version_number, .current_next_indicator = current_next_indicator});
 }
 
-// A map with `streams` elementary streams, so that each of its versions can be told by its content.
+// A PMT with `streams` elementary streams, so that the content shows which version it is.
 Sections Map(std::uint16_t program_number, std::uint8_t version_number, unsigned streams,
              bool current_next_indicator = true) {
     Pmt pmt{program_number, kPcrPid};
@@ -41,7 +41,7 @@ Sections Map(std::uint16_t program_number, std::uint8_t version_number, unsigned
         pmt, {.version_number = version_number, .current_next_indicator = current_next_indicator});
 }
 
-// Four services in two sections; `edition` is part of every name.
+// Four services in two sections; their names contain `edition`.
 Sections Services(std::uint8_t version_number, const std::string& edition) {
     Sdt sdt{kTransportStream, kOriginalNetwork};
     for (std::uint16_t number = 1; number <= 4; ++number) {
@@ -64,7 +64,7 @@ PacketList MakeVersions(std::uint64_t seed) {
         return SentTable{MapPid(number), sections};
     };
 
-    // Versions count up over 31 to 0; programme 3 comes, programme 2 goes.
+    // Versions count from 31 to 0; programme 3 comes, programme 2 leaves.
     life.Period({pat(Programs(30, {1, 2})), pmt(1, Map(1, 0, 1)), pmt(2, Map(2, 5, 2)),
                  sdt(Services(31, "first"))});
     life.Period({pat(Programs(31, {1, 2, 3})), pmt(1, Map(1, 0, 1)), pmt(2, Map(2, 5, 2)),
@@ -72,26 +72,26 @@ PacketList MakeVersions(std::uint64_t seed) {
     life.Period({pat(Programs(0, {1, 3})), pmt(1, Map(1, 0, 1)), pmt(3, Map(3, 7, 3)),
                  sdt(Services(31, "first"))});
 
-    // Programme 2 returns with the map and the version that it had.
+    // Programme 2 comes back with the same PMT and version.
     life.Period({pat(Programs(1, {1, 2, 3})), pmt(1, Map(1, 0, 1)), pmt(2, Map(2, 5, 2)),
                  pmt(3, Map(3, 7, 3)), sdt(Services(31, "first"))});
 
-    // A restarted encoder: the version jumps back and is another table than it was.
+    // The encoder restarts: the version jumps back to a used number, with other content.
     life.Period({pat(Programs(0, {1})), pmt(1, Map(1, 0, 1)), sdt(Services(31, "first"))});
 
-    // Announced and not yet true: programme 4, a larger map of programme 1.
+    // Announced only: programme 4, and a larger PMT of programme 1.
     life.Period({pat(Programs(0, {1})), pat(Programs(6, {1, 2, 4}, false)), pmt(1, Map(1, 0, 1)),
                  pmt(1, Map(1, 1, 4, false))});
     life.Period({pat(Programs(6, {1, 2, 4})), pmt(1, Map(1, 1, 4)), pmt(2, Map(2, 5, 2)),
                  pmt(4, Map(4, 0, 1))});
 
-    // Half of a version, then a new one: nobody may mix them. The second sections come first.
+    // Half of one version, then a new version, second section first. A receiver must not mix them.
     const Sections half = Services(0, "never whole");
     const Sections whole = Services(1, "second");
     life.Period({sdt({half[0]})});
     life.Period({sdt({whole[1], whole[0]})});
 
-    // Every version of a map once, round to the one it had and on to the next.
+    // The versions of a PMT from 6 to 31, then from 0 to 6.
     for (std::uint8_t step = 0; step < 33; ++step) {
         life.Period({pmt(2, Map(2, static_cast<std::uint8_t>((6 + step) % 32), 1u + step % 5u))});
     }
