@@ -13,7 +13,7 @@ using tvservice::SoftwarePlatform;
 
 namespace {
 
-// What a scan follows whatever the PAT says.
+// The tables that a scan follows without a PAT.
 constexpr std::pair<unsigned short, unsigned char> kFixed[] = {
     {client::kPatPid, client::kPatTableId},
     {client::kCatPid, client::kCatTableId},

@@ -14,31 +14,31 @@
 
 namespace fuzzing {
 
-// Scans one input after the other by the same subscriptions. A process can make 65535 of them
-// (client::kLastServedId): with those of a client::MultiplexScanner, which begins anew each time,
-// it would be at its end after some thousand inputs.
+// Scans one input after the other with the same subscriptions. A process can make 65535
+// subscriptions (client::kLastServedId). client::MultiplexScanner subscribes anew for each scan, so
+// it would use them up after some thousand inputs.
 //
-// Everything between the bytes and what the tool prints takes part: receiver, subscriber, section
-// manager, the SI layer's parsers and the platform's, and the client's readers.
+// A scan runs everything between the bytes and the tool's output: receiver, subscriber, section
+// manager, the parsers of the SI layer and of the platform, and the client's readers.
 class LastingScan final : public TORVEL_MW::ISectionObserver {
   public:
-    // The only one, never destroyed. The first call starts the platform.
+    // Returns the only object, which is never destroyed. The first call starts the platform.
     static LastingScan& Instance();
 
-    // Plays the source in lock-step and returns how it ended; nothing else may be playing. PIDs
-    // that a PAT names are followed from the next packet on. Tables on those of earlier inputs,
-    // whose filters are still set, are left out, and so are PIDs beyond kMaxFilters.
+    // Plays the source in lock-step and returns how it ended. Nothing else may be playing. The scan
+    // follows PIDs that a PAT names from the next packet on. It ignores tables on PIDs of earlier
+    // inputs, whose filters are still set, and PIDs beyond kMaxFilters.
     tvservice::InputEnd Scan(const tvservice::SourcePtr& source);
 
-    // Makes way for a scan of another kind, which has a barrier of its own: of two the first answer
-    // would count, and the other would not have come yet. Until the next Scan; costs a
-    // subscription.
+    // Call this before a scan of another kind: each has a barrier, and with two barriers the
+    // platform would count the first answer while sections were still waiting for the other. The
+    // next Scan ends it. It costs one subscription.
     void StepAside() { barrier_.reset(); }
 
-    // What the last scan has found. Not while one runs.
+    // Returns what the last scan found. Do not call it while a scan runs.
     client::Multiplex Result() const;
 
-    // What the process has set; leaves room for scans of other kinds.
+    // The most filters that this class sets; the others are for scans of other kinds.
     static constexpr std::size_t kMaxFilters = 3500;
 
     void OnSectionReceived(unsigned short id, unsigned short pid, unsigned short length,
@@ -53,7 +53,7 @@ class LastingScan final : public TORVEL_MW::ISectionObserver {
     void Follow(unsigned short pid, unsigned char tableId);
 
     std::unique_ptr<client::Barrier> barrier_;
-    std::set<Filter> set_;  // the event thread's while a source plays, like the two below
+    std::set<Filter> set_;  // while a source plays, only the event thread uses it and the two below
     std::set<Filter> followed_;
     std::unique_ptr<TableReaders> readers_;
 };

@@ -20,14 +20,14 @@ void Require(bool condition) {
     }
 }
 
-// Parses a copy that does not outlive the call.
+// Parses a copy of the section, which is freed when the call returns.
 bool Take(contract::Table& table, Section section) {
     return table.parser().Parse(kPid, section.data());
 }
 
-// What is held of all sub-tables, by the definition alone: a section of another version or another
-// number of sections drops the earlier ones of its sub-table, one with the same number takes the
-// place of that one.
+// The sections that are held of all sub-tables, by the definition only: a section of another
+// version or another number of sections drops the earlier ones of its sub-table, and a section with
+// the same number replaces the earlier one.
 class InForce {
   public:
     InForce(bool hasSubTables, std::size_t identitySize)
@@ -69,7 +69,7 @@ class InForce {
     std::vector<Section> sections_;
 };
 
-// How many bytes behind the header tell sub-tables apart, beside table_id_extension.
+// How many bytes behind the header identify a sub-table, together with table_id_extension.
 std::size_t IdentitySize(unsigned char tableId) {
     switch (tableId) {
         case 0x42:  // ETSI EN 300 468 5.2.3: original_network_id
@@ -83,7 +83,7 @@ std::size_t IdentitySize(unsigned char tableId) {
     }
 }
 
-// The dump of the contract asks for two sub-tables of each kind, by their identities.
+// The dump of the contract suite asks for two sub-tables of each kind, by their identities.
 Section Renamed(Section section, const contract::TableKind& kind) {
     const std::size_t identitySize = IdentitySize(kind.tableId);
     if (section.size() < kHeaderSize + identitySize) {
@@ -116,7 +116,7 @@ void RequireRepeatsTeachNothing(const contract::TableKind& kind,
             inForce.Add(section);
             Require(Take(*fresh, section));
         }
-        // The one that came last stands last, as the fresh parser knows it.
+        // The last section moves to the end, in the order in which the fresh parser gets it.
         for (const Section& held : inForce.all()) {
             Require(Take(*taught, held));
         }

@@ -7,10 +7,10 @@
 
 namespace fuzzing {
 
-// What a broadcast says again and again teaches nothing. One parser of the kind is fed the sections
-// in order, and after each of them whatever of the tables is still in force again; another one only
-// what the first one took, each section once. Aborts unless both have the same to say to whatever
-// can be asked, and unless every repeat is taken.
+// Tests that repeats change nothing. One parser of the kind gets the sections in order; after each
+// of them it gets again all sections that are still in force. A second parser gets only the
+// sections that the first one accepted, each once. Aborts when their dumps differ, or when the
+// first one refuses a repeat.
 void RequireRepeatsTeachNothing(const contract::TableKind& kind,
                                 const std::vector<Section>& sections);
 

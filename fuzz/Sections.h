@@ -8,8 +8,8 @@ namespace fuzzing {
 
 using Section = std::vector<std::uint8_t>;
 
-// The input as sections one behind the other, each in memory of exactly its own length; what is
-// left at the end and is none is dropped.
+// Splits the input into sections, each in memory of exactly its own length. Bytes at the end that
+// are no section are dropped.
 inline std::vector<Section> SectionsOf(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t kUpToSectionLength = 3;
     std::vector<Section> sections;

@@ -86,7 +86,8 @@ void Print(const client::Multiplex& multiplex) {
     tool::WriteScanDocument(multiplex, [](std::string_view) {});
     std::string text;
     tool::WriteScanText(multiplex, [&](std::string_view piece) { text += piece; });
-    // The document gets U+FFFD for what is no UTF-8; the text is as the decoders made it.
+    // The JSON document gets U+FFFD for bytes that are not UTF-8; the text output keeps what the
+    // decoders made.
     static_cast<void>(tool::Json(text).dump());
 }
 

@@ -14,19 +14,19 @@
 
 namespace fuzzing {
 
-// The client's reader of each table. Fed by one thread at a time.
+// The client's readers of all tables. One thread at a time feeds them.
 class TableReaders {
   public:
-    // `onPat` is called with each PAT that has become whole; may be empty.
+    // `onPat` is called with each PAT that is complete; it may be empty.
     explicit TableReaders(std::function<void(const client::Pat&)> onPat = {});
 
-    // Hands a section to the reader of its table_id, if there is one.
+    // Gives a section to the reader of its table_id, if there is one.
     void Take(unsigned short pid, unsigned char* section, unsigned short length);
 
-    // Hands it to every reader, whatever its table_id.
+    // Gives a section to every reader, whatever its table_id.
     void TakeForAll(unsigned short pid, unsigned char* section, unsigned short length);
 
-    // What all of them have found.
+    // Returns what all readers found.
     client::Multiplex Found() const;
 
   private:
@@ -40,7 +40,7 @@ class TableReaders {
     client::SubTableReader<client::BatTable> bat_;
 };
 
-// Makes all that the tool prints of a scan, and throws where a text is no UTF-8.
+// Makes everything that the tool prints of a scan. Throws when a text is not UTF-8.
 void Print(const client::Multiplex& multiplex);
 
 }  // namespace fuzzing

@@ -1,6 +1,6 @@
-// What people type: inputs, how they are read, faults, numbers and durations. Nothing is opened:
-// open() and socket() are this file's and note what was asked for. Input: the text; its last byte
-// also chooses the options of reading.
+// The texts that people type: inputs, their options, faults, numbers and durations. Nothing is
+// opened: this file replaces open() and socket() and records their arguments. Input: the text; its
+// last byte also chooses the options of reading.
 
 #include <cerrno>
 #include <cstddef>
@@ -23,7 +23,7 @@
 
 namespace {
 
-// What an input asked the system for.
+// What opening an input asked the system for.
 struct Asked {
     std::vector<std::string> paths;
     int sockets = 0;
@@ -35,7 +35,7 @@ Asked* s_asked = nullptr;  // null outside of OpenSource
 
 extern "C" {
 
-// The linker (--wrap) leads every call of open() to __wrap_open.
+// The linker option --wrap makes every call of open() a call of __wrap_open.
 int __real_open(const char* path, int flags, unsigned mode);
 int __wrap_open(const char* path, int flags, unsigned mode);
 int __real_socket(int domain, int type, int protocol);
@@ -69,7 +69,7 @@ void Require(bool condition) {
     }
 }
 
-// Either it is understood or one line says why not.
+// A text is either understood, or one line says why it is not.
 void RequireWord(bool isUnderstood, const std::string& error) {
     Require(isUnderstood == error.empty());
     Require(error.find('\n') == std::string::npos);
@@ -105,7 +105,7 @@ void OpenNothing(const std::string& uri, const tvservice::SourceOptions& options
     s_asked = nullptr;
     RequireWord(source != nullptr, error);
     Require(asked.paths == expected.paths && asked.sockets == expected.sockets);
-    // Only standard input is open already; it has an end, and no way back.
+    // Only standard input is open already. It has an end and cannot restart.
     Require(source == nullptr || (uri == "-" && !options.dvr && !options.loop && !options.follow));
 }
 
@@ -126,7 +126,7 @@ tvservice::SourceOptions OptionsOf(unsigned choice) {
     return options;
 }
 
-// A stream in memory can be read again and has an end.
+// A stream in memory can restart and has an end.
 void Wrap(const std::string& name, const tvservice::SourceOptions& options) {
     std::string error;
     const auto source = tvservice::WithOptions(
@@ -139,7 +139,7 @@ void Wrap(const std::string& name, const tvservice::SourceOptions& options) {
             tvservice::Describe(*source).live == (options.loop || options.follow));
 }
 
-// None where the text is refused, in words.
+// Returns null when the text is refused with a message.
 template <class Parse>
 auto Parsed(Parse parse) -> std::optional<decltype(parse())> {
     try {

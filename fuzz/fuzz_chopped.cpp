@@ -1,5 +1,5 @@
-// A stream fed whole and in pieces gives the same packets, sections and counters. Input: one byte
-// that chooses the pieces, then the stream.
+// A stream gives the same packets, sections and counters whole and in pieces. Input: one byte that
+// chooses the sizes of the pieces, then the stream.
 
 #include <cstddef>
 #include <cstdint>
@@ -44,7 +44,7 @@ Result Feed(const std::uint8_t* data, std::size_t size, std::size_t piece) {
         return true;
     };
     for (std::size_t at = 0; at < size; at += piece) {
-        // Exactly as large as the piece, so that a read beyond it is found.
+        // The memory is exactly as large as the piece, so AddressSanitizer finds a read beyond it.
         const std::vector<std::uint8_t> bytes(data + at, data + std::min(size, at + piece));
         sync.Feed(bytes.data(), bytes.size(), onPacket);
     }

@@ -1,4 +1,4 @@
-// The fast CRC-32s against the polynomial division, bit by bit.
+// Compares the fast CRC-32 functions with the polynomial division, bit by bit.
 
 #include <cstddef>
 #include <cstdint>

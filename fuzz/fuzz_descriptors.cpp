@@ -1,6 +1,6 @@
-// Descriptors on anything: each in memory of exactly 2 + descriptor_length bytes, through the
-// platform's loops of a NIT and of another table, every field, every copy, and the SI layer's two
-// entries for single descriptors.
+// Decodes any bytes as descriptors, each in memory of exactly 2 + descriptor_length bytes: through
+// the platform's loops of a NIT and of another table, with every field and every copy, and through
+// the SI layer's two functions for single descriptors.
 
 #include <algorithm>
 #include <cstddef>

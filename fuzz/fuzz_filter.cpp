@@ -1,5 +1,5 @@
-// The compiled filter against its definition. Input: one byte with the pattern's length, the
-// pattern, the mask, the mode, then the section.
+// Compares the compiled filter with its definition. Input: one byte with the length of the pattern,
+// the pattern, the mask, the mode, then the section.
 
 #include <cstddef>
 #include <cstdint>

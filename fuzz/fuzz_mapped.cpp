@@ -1,6 +1,6 @@
-// A file that is mapped beside the same file read with read(2), while it grows and becomes shorter:
-// both sources give the same bytes, ends and errors. Input: steps of two bytes, what to do and how
-// much of it.
+// Compares a mapped file with the same file read by read(2), while the file grows and shrinks: both
+// sources must give the same bytes, ends and errors. Input: steps of two bytes, an action and its
+// size.
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -26,7 +26,8 @@ void Require(bool condition) {
     }
 }
 
-// Reads the same from both. A window may end before `count` bytes; read(2) then gets as many.
+// Reads the same bytes from both. A window may end before `count` bytes; read(2) then gets only as
+// many.
 void Compare(tvservice::ByteSource& mapped, tvservice::ByteSource& read, size_t count) {
     std::vector<uint8_t> oneBuffer(count);
     std::vector<uint8_t> otherBuffer(count);

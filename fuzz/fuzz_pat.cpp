@@ -1,5 +1,5 @@
-// The platform's PAT parser on anything: sections one after the other, each in memory of exactly
-// its own length. A parser that took repeats knows what a fresh one knows.
+// Feeds any bytes to the platform's PAT parser, as consecutive sections, each in memory of exactly
+// its own length. A parser that got repeats must know the same as a fresh one.
 
 #include <cstddef>
 #include <cstdint>

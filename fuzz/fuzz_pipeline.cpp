@@ -1,5 +1,5 @@
-// From bytes to what the tool prints: the whole road, through the section manager and every parser.
-// Input: a transport stream. What it takes for a section is one, whatever its CRC_32.
+// From bytes to the tool's output, through the section manager and every parser. Input: a transport
+// stream. Sections count as good whatever their CRC_32 is.
 
 #include <cstddef>
 #include <cstdint>
@@ -17,7 +17,7 @@ using TORVEL_MW::ISectionManager;
 
 constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
 
-// Subscribes in the ways that a scan does not.
+// Subscribes in ways in which a scan does not subscribe.
 class Watcher : public TORVEL_MW::ISectionObserver {
   public:
     Watcher() {
@@ -39,7 +39,7 @@ bool Start() {
     fuzzing::LastingScan::Instance();
     static Watcher& watcher = *new Watcher;
     static_cast<void>(watcher);
-    // libFuzzer ends by exit(), which the section manager turns into SIGABRT.
+    // libFuzzer calls exit(), which ends a process that used the section manager with SIGABRT.
     std::atexit([] { std::_Exit(EXIT_SUCCESS); });
     return true;
 }

@@ -1,6 +1,6 @@
-// Every table parser of the SI layer, through the client's readers, and every one of the platform
-// alone, on anything: sections one after the other, each in memory of exactly its own length. What
-// a platform's parser knows after repeats, a fresh one knows without them.
+// Feeds any bytes, as consecutive sections in memory of exactly their own length, to every table
+// parser of the SI layer (through the client's readers) and to every parser of the platform alone.
+// What a platform's parser knows after repeats, a fresh one must know without them.
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,5 @@
-// Text of EN 300 468 on anything: valid UTF-8 comes out, and not much more than went in.
+// Decodes any bytes as text of EN 300 468. The result must be valid UTF-8 and not much longer than
+// the input.
 
 #include <cstddef>
 #include <cstdint>

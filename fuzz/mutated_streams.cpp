@@ -1,15 +1,16 @@
-// Real streams, injured at random, through the scanner and what the tool prints: nothing but a
-// crash, a hang or a sanitizer's report counts. A plain program, not libFuzzer's.
+// Damages real streams at random, scans them and makes what the tool prints. Only a crash, a hang
+// or a sanitizer's report counts as a find. This is a plain program, not a libFuzzer one.
 //
 //     mutated_streams FOLDER COUNT [SEED [FIRST]]
 //     mutated_streams --copies OUT FOLDER COUNT [SEED]
 //
-// Takes COUNT windows of at most 64 KiB of each .ts and .sec file of the folder. Window and
-// injuries of one round follow from SEED, the name of the file and the number of the round alone; a
-// find is seen again with FIRST at its round, or somewhat before, as the section manager lives on
-// from round to round. What was injured is taken for a section whatever its CRC_32.
+// Takes COUNT windows of at most 64 KiB of each .ts and .sec file of the folder. SEED, the name of
+// the file and the number of the round alone choose the window and the damage. To repeat a find,
+// set FIRST to its round, or to a somewhat earlier one, because the section manager keeps its state
+// from round to round. Damaged sections count as good whatever their CRC_32 is.
 //
-// With --copies nothing is scanned: COUNT injured copies of each whole stream go to the folder OUT.
+// With --copies nothing is scanned: COUNT damaged copies of each whole stream are written to the
+// folder OUT.
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -47,20 +48,20 @@ using Random = std::mt19937_64;
 
 constexpr std::size_t kWindow = 64 * 1024;
 constexpr std::size_t kPacket = 188;
-constexpr std::size_t kMostTimes = 15;  // that a copy of a long stream is injured again
+constexpr std::size_t kMostTimes = 15;  // how often a copy of a long stream is damaged at most
 
-// Every so many rounds the scanner of the tool, which makes up to 100 of the 65535 subscriptions
-// that a process can make; in the others the lasting scan.
+// In one round of this many, the tool's scanner is used. It makes up to 100 of the 65535
+// subscriptions that a process can make, so the other rounds use the lasting scan.
 constexpr std::uint64_t kScannerRounds = 20;
 
-constexpr unsigned kPatience = 60;  // seconds for a round; what takes longer hangs
+constexpr unsigned kPatience = 60;  // seconds; a round that takes longer counts as a hang
 constexpr int kMaxFinds = 20;       // of one stream
 
 std::size_t Below(Random& random, std::size_t bound) {
     return static_cast<std::size_t>(random() % bound);
 }
 
-// The PID on which a table is looked for (ETSI EN 300 468 5.1.3); below 256.
+// Returns the PID that carries a table (ETSI EN 300 468 5.1.3); it is below 256.
 std::uint8_t PidOf(std::uint8_t table_id) {
     return table_id <= 0x01                                           ? table_id
            : table_id == 0x40 || table_id == 0x41                     ? 0x10
@@ -68,7 +69,7 @@ std::uint8_t PidOf(std::uint8_t table_id) {
                                                                       : 0x12;
 }
 
-// A file of sections, one behind the other, in packets.
+// Puts the consecutive sections of a file into packets.
 Bytes Packets(const Bytes& sections) {
     Bytes packets;
     std::array<unsigned, 256> counters{};
@@ -91,7 +92,7 @@ Bytes Packets(const Bytes& sections) {
     return packets;
 }
 
-// A window that mostly begins at a packet.
+// Returns a window that mostly begins at a packet.
 Bytes Window(const Bytes& stream, Random& random) {
     const std::size_t size = std::min(stream.size(), 1 + Below(random, kWindow));
     std::size_t begin = Below(random, stream.size() - size + 1);
@@ -153,8 +154,8 @@ Random RandomOf(const std::string& name, std::uint64_t seed, std::uint64_t round
     return Random(seed << 40 ^ std::uint64_t{ofName} << 20 ^ round);
 }
 
-// Injures and scans in the rounds from `first` up to `end`, says in `round` which one it is, and
-// ends the process.
+// Damages and scans in the rounds from `first` to before `end`, writes the number of the current
+// round to `round`, and ends the process.
 [[noreturn]] void Scan(const fs::path& path, std::uint64_t seed, std::uint64_t first,
                        std::uint64_t end, std::atomic<std::uint64_t>& round) {
     fuzzing::LastingScan& lasting = fuzzing::LastingScan::Instance();
@@ -197,7 +198,7 @@ Random RandomOf(const std::string& name, std::uint64_t seed, std::uint64_t round
     std::quick_exit(EXIT_SUCCESS);
 }
 
-// Where a child process says which round it is in.
+// A child process writes the number of its current round here.
 std::atomic<std::uint64_t>& SharedRound() {
     void* const page = ::mmap(nullptr, sizeof(std::atomic<std::uint64_t>), PROT_READ | PROT_WRITE,
                               MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -207,8 +208,8 @@ std::atomic<std::uint64_t>& SharedRound() {
     return *new (page) std::atomic<std::uint64_t>(0);
 }
 
-// All rounds of one stream, in one process; after a find the next one goes on behind it. Returns
-// the number of finds.
+// Runs all rounds of one stream in one child process. After a find, another process goes on with
+// the next round. Returns the number of finds.
 int ScanAll(const fs::path& path, std::uint64_t seed, std::uint64_t first, std::uint64_t end) {
     static std::atomic<std::uint64_t>& round = SharedRound();
     int finds = 0;
@@ -231,7 +232,7 @@ int ScanAll(const fs::path& path, std::uint64_t seed, std::uint64_t first, std::
     return finds;
 }
 
-// The streams of a folder, by name.
+// Returns the streams of a folder in order of their names.
 std::vector<fs::path> Streams(const char* folder) {
     std::vector<fs::path> paths;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
@@ -247,7 +248,7 @@ std::vector<fs::path> Streams(const char* folder) {
     return paths;
 }
 
-// About as densely injured as a window.
+// The damage is about as dense as in a window.
 void WriteCopy(const fs::path& path, std::uint64_t seed, std::uint64_t number,
                const fs::path& out) {
     const std::string name = path.filename().string();
@@ -273,7 +274,9 @@ int Run(int argc, char** argv) {
     const bool copies = argc > 1 && std::string(argv[1]) == "--copies";
     const int folder = copies ? 3 : 1;
     if (argc < folder + 2) {
-        throw std::runtime_error("see the head of its source for how it is called");
+        throw std::runtime_error(
+            "usage: mutated_streams FOLDER COUNT [SEED [FIRST]] | mutated_streams --copies OUT "
+            "FOLDER COUNT [SEED]");
     }
     const std::uint64_t count = Number(argc, argv, folder + 1, 0);
     const std::uint64_t seed = Number(argc, argv, folder + 2, 1);
