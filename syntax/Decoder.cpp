@@ -1,7 +1,6 @@
 #include "syntax/Decoder.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 
 #include "softplatform/base/Crc32.h"
@@ -482,21 +481,10 @@ void Decoder::Verify(const Known& known, Node* object, ByteView whole, std::size
 void Decoder::Hint(Node* object, unsigned tag) {
     std::string hint;
     for (const Known* known : Explanations(tag)) {
-        const Scope& scope = known->head.scope;
         hint += hint.empty() ? "" : "; ";
         hint += known->head.name;
-        if (scope.specifier != 0) {
-            char text[32];
-            std::snprintf(text, sizeof text, " under 0x%08X", scope.specifier);
-            hint += text;
-        } else if (scope.registration != 0) {
-            hint += " under registration ";
-            for (int shift = 24; shift >= 0; shift -= 8) {
-                hint += static_cast<char>(scope.registration >> shift & 0xFF);
-            }
-        } else {
-            hint += (scope.standards & kIsdbOnly) != 0 ? " in ISDB" : " in ATSC";
-        }
+        hint += ' ';
+        hint += ScopeWords(known->head.scope);
     }
     if (!hint.empty()) {
         object->Append(MakeString(*arena_, "hint", arena_->Copy(hint)));

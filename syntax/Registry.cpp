@@ -1,6 +1,7 @@
 #include "syntax/Registry.h"
 
 #include <array>
+#include <cstdio>
 
 #include "syntax/declarations/Groups.h"
 
@@ -126,6 +127,23 @@ std::vector<const Known*> Explanations(unsigned tag) {
         result.push_back(known);
     }
     return result;
+}
+
+std::string ScopeWords(const Scope& scope) {
+    std::string words;
+    if (scope.specifier != 0) {
+        char text[32];
+        std::snprintf(text, sizeof text, "under 0x%08X", scope.specifier);
+        words = text;
+    } else if (scope.registration != 0) {
+        words = "under registration ";
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            words += static_cast<char>(scope.registration >> shift & 0xFF);
+        }
+    } else if ((scope.standards & kDvbOnly) == 0) {
+        words = (scope.standards & kIsdbOnly) != 0 ? "in ISDB" : "in ATSC";
+    }
+    return words;
 }
 
 bool ExtensionSpace(Space space, unsigned tag, Space& extension) {

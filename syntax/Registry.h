@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -40,6 +41,10 @@ const Known* FindDescriptor(Space space, std::string_view name, int tag);
 
 // Those that would explain a private tag under other specifiers, formats or standards.
 std::vector<const Known*> Explanations(unsigned tag);
+
+// What must be in force where a descriptor of `scope` counts: "under 0x00000028", "under
+// registration CUEI", "in ISDB". Empty when nothing must.
+std::string ScopeWords(const Scope& scope);
 
 // The space of the extension descriptors of `tag` in `space`; false when it has none.
 bool ExtensionSpace(Space space, unsigned tag, Space& extension);
