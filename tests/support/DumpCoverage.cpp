@@ -1,6 +1,7 @@
-// Part of every program and of every shared library of a coverage build: writes what was covered
-// when the process ends in a way that the compiler's own code does not notice (quick_exit, _Exit,
-// SIGABRT), as most that use the section manager do. Each library counts, and dumps, for itself.
+// Linked into every program and shared library of a coverage build. It writes the coverage when the
+// process ends by quick_exit, _Exit or SIGABRT, which the compiler's own code does not notice. Most
+// processes that use the section manager end so. Each library counts its own lines and writes them
+// itself.
 
 #include <unistd.h>
 
@@ -14,7 +15,8 @@ namespace {
 struct sigaction s_before;
 const pid_t s_process = ::getpid();
 
-// Not in a forked child, where another thread of its parent may have had the dump's lock.
+// A forked child does not write: in the parent another thread may have held the lock when it was
+// forked.
 void Dump() {
     if (::getpid() == s_process) {
         __gcov_dump();
@@ -24,7 +26,7 @@ void Dump() {
 void DumpAndGoOn(int signal) {
     Dump();
     if (s_before.sa_handler != SIG_DFL && s_before.sa_handler != SIG_IGN) {
-        s_before.sa_handler(signal);  // another library's
+        s_before.sa_handler(signal);  // the handler of another library
     }
 }  // back into abort(), which ends the process
 
@@ -37,7 +39,7 @@ void DumpAndGoOn(int signal) {
 
 }  // namespace
 
-// In the place of _Exit: what that leaves out is what quick_exit calls.
+// Replaces _Exit: calls the handlers that quick_exit would call.
 extern "C" void __wrap__Exit(int status) {
     std::quick_exit(status);
 }

@@ -6,7 +6,7 @@
 
 namespace testsupport {
 
-// The words that run a program: its name, behind those of the emulator if there is one.
+// Returns the command that runs a program: its name, and before it the emulator, if there is one.
 inline std::vector<std::string> CommandOf(const std::string& program) {
     std::vector<std::string> words;
 #if defined(TORVELSI_EMULATOR)

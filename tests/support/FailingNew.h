@@ -4,13 +4,13 @@
 #include <cstdlib>
 #include <new>
 
-/// Replaces operator new by one that counts and that can fail on demand. To be included in one file
-/// of a program.
+/// Replaces operator new by one that counts and that fails on demand. Include it in one file of a
+/// program only.
 namespace testsupport {
 
-/// What the calling thread allocates.
+/// The allocations of the calling thread.
 struct Heap {
-    int failAfter = -1;        // allocations until one fails; below 0 for none
+    int failAfter = -1;        // this many more succeed, then one fails; below 0: none fails
     int allocations = 0;       // that succeeded
     int blocks = 0;            // allocated, less those that were freed
     std::size_t lastSize = 0;  // of the last allocation

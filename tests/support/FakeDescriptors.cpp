@@ -97,8 +97,8 @@ int CopySelector(const OuiEntry& entry, OuiLoop& loop, char* buffer, int* length
     return entry.answer;
 }
 
-// The first field of the three older delivery systems (ETSI EN 300 468 6.2.13), or as much of it as
-// is there.
+// The first field of the three older delivery systems (ETSI EN 300 468 6.2.13), or the part of it
+// that the bytes hold.
 unsigned int FrequencyIn(const unsigned char* payload, int length) {
     unsigned int frequency = 0;
     for (int index = 0; index < 4 && index < length; ++index) {
@@ -107,8 +107,8 @@ unsigned int FrequencyIn(const unsigned char* payload, int length) {
     return frequency;
 }
 
-// Ends the program when `desc` is an object of another class: somebody made it a T by a cast that
-// does not look, and what it would answer is garbage.
+// Ends the program when `desc` is an object of another class. A static_cast in the SI layer made it
+// a T without a check, and its answers would be garbage.
 template <class T>
 void CheckClass(const T& desc) {
     const TCBaseDesc& base = desc;
@@ -252,7 +252,7 @@ int TCBaseDesc::Decode(const unsigned char*, int length) {
     return length;
 }
 
-// --- The classes whose answers a test writes
+// --- The classes whose answers a test sets
 
 TCDescCA::TCDescCA() : m_impl(std::make_unique<Impl>()) {}
 TCDescCA::TCDescCA(const TCDescCA& other)

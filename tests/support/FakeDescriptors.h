@@ -2,9 +2,9 @@
 
 // The fake platform's descriptors: objects that answer what a test wrote into them.
 //
-// Tests make them with the functions below and put them into the loops of FakeTables.h. Objects
-// that the SI layer makes for itself (in its two static `Parse` entries) take what `ParseScript`
-// says; the delivery systems decode the first field of their bytes.
+// Tests make the objects with the functions below and put them into the loops of FakeTables.h.
+// Objects that the SI layer makes itself (in its two static `Parse` functions) answer what
+// `ParseScript` says; those of the delivery systems decode the first field of their bytes.
 
 #include <functional>
 #include <memory>
@@ -22,12 +22,13 @@ struct OuiEntry {
     unsigned int oui = 0;
     Bytes selector;
     bool isRefused = false;          ///< its selector bytes cannot be copied
-    bool isMissing = false;          ///< the loop answers null for it
-    std::optional<int> copied = {};  ///< bytes that SelectorByte writes and reports, when not all
-    int answer = 1;                  ///< of SelectorByte, when it is not refused
+    bool isMissing = false;          ///< the loop returns null for it
+    std::optional<int> copied = {};  ///< bytes that SelectorByte writes and reports; default: all
+    int answer = 1;                  ///< what SelectorByte returns when it is not refused
 };
 
-/// An OUI loop. `duringCount` runs each time it is counted, before the answer, and may change it.
+/// An OUI loop. `duringCount` runs each time the entries are counted, before the answer, and may
+/// change the loop.
 struct OuiLoop {
     std::vector<OuiEntry> entries;
     std::function<void(OuiLoop&)> duringCount;
@@ -35,7 +36,7 @@ struct OuiLoop {
     std::vector<int> capacities;  ///< the capacities offered to SelectorByte, in order
 };
 
-/// What a linkage descriptor answers.
+/// The answers of a linkage descriptor.
 struct LinkageScript {
     unsigned short tsid = 0, onid = 0, sid = 0;
     int linkageType = 0;
@@ -43,8 +44,8 @@ struct LinkageScript {
     std::shared_ptr<OuiLoop> loop = std::make_shared<OuiLoop>();
 };
 
-/// What an object that the SI layer makes itself answers once it has parsed. Without a value the
-/// bytes speak: their first byte, their length byte, all consumed.
+/// The answers of an object that the SI layer makes itself, after its `Parse`. Without a value they
+/// come from the bytes: the first byte, the length byte, and all bytes consumed.
 struct ParseScript {
     std::optional<int> consumed;
     std::optional<int> length;
@@ -57,18 +58,18 @@ struct ParseScript {
 
 ParseScript& Parsing();
 
-/// Descriptor objects that exist, copies by `Fork` included.
+/// How many descriptor objects exist, copies by `Fork` included.
 int LivingDescriptors();
-/// Calls of `Fork` since `ResetDescriptors`.
+/// How often `Fork` was called since `ResetDescriptors`.
 int Forks();
-/// The object that `copy` was forked from; null when it is no fork.
+/// Returns the object that `copy` was forked from, or null when it is no fork.
 const TCBaseDesc* ForkedFrom(const TCBaseDesc& copy);
 
-/// Forgets script and records.
+/// Clears script and records.
 void ResetDescriptors();
 
-/// A plain descriptor. `Tag()` is `tag`; `bytes` is the whole descriptor; when `isRefused` it
-/// cannot be copied. `copied`: the count that GetDescriptor answers, when not all.
+/// Makes a plain descriptor. `Tag()` returns `tag`; `bytes` is the whole descriptor. With
+/// `isRefused` it cannot be copied. `copied` is the count that GetDescriptor returns; default: all.
 std::shared_ptr<TCBaseDesc> PlainDesc(unsigned short tag, Bytes bytes, bool isRefused = false,
                                       std::optional<int> copied = {});
 std::shared_ptr<TCBaseDesc> CADesc(unsigned short caSystemId);

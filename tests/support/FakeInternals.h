@@ -1,6 +1,6 @@
 #pragma once
 
-// The fake platform's door to the private parts of the classes that platform/ declares.
+// Gives the fake platform access to the private parts of the classes that platform/ declares.
 
 #include <memory>
 #include <utility>

@@ -19,7 +19,7 @@ std::string Yellow(const std::string& text) {
     return "\033[33m" + text + "\033[0m";
 }
 
-// What follows the prefix in the formats of each source file.
+// The formats of each source file, without their prefix.
 const std::map<std::string, Formats>& FormatsByFile() {
     static const auto& formats = *new std::map<std::string, Formats>{
         {"BATParserKorvo.cpp",

@@ -22,13 +22,13 @@ namespace {
 
 constexpr std::chrono::seconds kPatience(20);
 
-// The source files whose log lines bear fixed numbers.
+// The source files whose log lines have fixed line numbers.
 bool HasFixedNumbers(const std::string& file) {
     return file == "KorvoSectionManager.cpp" || file == "DescriptorsKorvo.cpp" ||
            file == "NITParserKorvo.cpp" || file == "BATParserKorvo.cpp";
 }
 
-/// The sources of the SI layer, against which the numbers of log lines are checked.
+/// The source files of the SI layer. The line numbers of log lines are checked against them.
 class Sources {
   public:
     Sources() {
@@ -41,9 +41,9 @@ class Sources {
         }
     }
 
-    /// Whether the statement on that line of the file logs. Compilers number a statement of several
-    /// lines by its first or by its last. In a file that is no source of the SI layer every number
-    /// is right.
+    /// Returns whether the statement on this line of the file writes to the log. Compilers give a
+    /// statement of several lines the number of its first or of its last line. For a file that is
+    /// no source of the SI layer the answer is true.
     bool LogAt(const std::string& file, std::size_t number) const {
         const auto found = files_.find(file);
         if (found == files_.end()) {
@@ -103,7 +103,7 @@ FakePlatform& FakePlatform::Get() {
 }
 
 void FakePlatform::Reset() {
-    TheSources();  // read now, so that no test finds its memory among its own
+    TheSources();  // read here, so that no test counts the memory as its own
     ResetTables();
     ResetDescriptors();
     duringCreation = nullptr;
@@ -174,7 +174,7 @@ bool FakePlatform::WaitForLog(const std::string& line, int count) {
 void FakePlatform::Deliver(int id, Bytes section, bool flag) {
     std::thread([&] {
         callback(flag, static_cast<unsigned short>(section.size()), section.data(), id);
-        // The bytes were the platform's only until now.
+        // Until now only the platform could change these bytes.
         std::fill(section.begin(), section.end(), static_cast<unsigned char>(0xEE));
     }).join();
 }
@@ -212,7 +212,7 @@ int FakePlatform::Answer(Request request, int* handle) {
             replies_.pop_front();
         }
     }
-    if (const auto hook = duringRequest) {  // a copy: a hook may take itself away
+    if (const auto hook = duringRequest) {  // a copy, because a hook may remove itself
         hook(request);
     }
     if (reply.handle) {

@@ -1,9 +1,9 @@
 #pragma once
 
-// A platform under the SI layer that does what a test scripts, and keeps what was asked of it.
+// A platform under the SI layer that does what a test scripts and records what the SI layer asks.
 //
-// It defines, at link time, what platform/ declares and the SI layer uses. One per process, like
-// every platform; `FakePlatform::Get().Reset()` forgets script and records.
+// It defines, at link time, those declarations of platform/ that the SI layer uses. A process has
+// one, like every platform. `FakePlatform::Get().Reset()` clears script and records.
 
 #include <condition_variable>
 #include <deque>
@@ -23,7 +23,7 @@ namespace fake {
 
 using Bytes = std::vector<unsigned char>;
 
-/// One request for a filter, as it arrived.
+/// One request for a filter, as the platform got it.
 struct Request {
     bool isTable;
     int id;
@@ -36,13 +36,13 @@ struct Request {
     int handleOnEntry;
 };
 
-/// The answer to one request. Without a handle the handle variable is left alone.
+/// The answer to one request. Without a handle the fake does not write the handle variable.
 struct Reply {
     int result = 1;
     std::optional<int> handle;
 };
 
-/// What the scripted PAT parser answers, and what was asked of it.
+/// What the scripted PAT parser answers, and what it was asked.
 struct PatScript {
     std::vector<std::pair<unsigned short, unsigned short>> programs;  // number, PID
     unsigned short transportStreamId = 0;
@@ -65,18 +65,18 @@ class FakePlatform final : public ISectionSubscriber {
 
     void Reset();
 
-    // --- Script. Replies are used up in order; then filters are accepted with handles 100, 101,
-    // ... and releases with true.
+    // --- Script. Each reply is used once, in order. After them, filters are accepted with the
+    // handles 100, 101, ... and releases return true.
     void NextReply(Reply reply);
     void NextRelease(bool result);
     void HaveNoSubscriber();
-    /// Called inside CreateSectionSubscriber, before it gives the subscriber, with no lock held.
+    /// Called inside CreateSectionSubscriber before it returns the subscriber. No lock is held.
     std::function<void()> duringCreation;
-    /// Called inside each request, before it is answered, with no lock held.
+    /// Called inside each request before the answer. No lock is held.
     std::function<void(const Request&)> duringRequest;
-    /// Called inside each release, with no lock held.
+    /// Called inside each release. No lock is held.
     std::function<void(int handle)> duringRelease;
-    /// Called for each log line, with no lock held, after it was kept.
+    /// Called for each log line after it was recorded. No lock is held.
     std::function<void(const std::string& line)> duringLog;
     PatScript pat;
 
@@ -86,13 +86,13 @@ class FakePlatform final : public ISectionSubscriber {
     bool IsReleased(int handle) const;
     int SubscribersMade() const;
 
-    /// The log since the last call, one string a line: "5 SectionSubscription.cpp OnCallback(*) >
-    /// Length is 0", with priority, file, function and line number. In files whose numbers are not
-    /// fixed the number is replaced by *.
+    /// Returns the log since the last call, one string per line: "5 SectionSubscription.cpp
+    /// OnCallback(*) > Length is 0", with priority, file, function and line number. Where a file's
+    /// line numbers are not fixed, * replaces them.
     ///
-    /// What does not show in the text fails the running test when the line is written: another
-    /// buffer or tag, a printf format that the source file does not have (FakeLogFormats.h), or a
-    /// number that is not the one of a log statement in the source.
+    /// The rest fails the running test as soon as the line is written: a wrong buffer or tag, a
+    /// printf format that the source file does not have (FakeLogFormats.h), or a line number that
+    /// is not that of a log statement in the source.
     std::vector<std::string> TakeLog();
     /// Waits until such a line has been written since the last TakeLog.
     bool WaitForLog(const std::string& line);
@@ -100,9 +100,9 @@ class FakePlatform final : public ISectionSubscriber {
     bool WaitForLog(const std::string& line, int count);
 
     // --- Delivery
-    /// Delivers a section on a thread of the platform's own; returns when the callback has.
+    /// Delivers a section on a thread of the platform. Returns after the callback.
     void Deliver(int id, Bytes section, bool flag = false);
-    /// The callback and the other arguments of CreateSectionSubscriber.
+    /// Returns the callback and the other arguments of CreateSectionSubscriber.
     TVServiceAPI::SectionCallback callback = nullptr;
     int profile = 0;
     int parameter = -1;

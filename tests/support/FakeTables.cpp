@@ -103,7 +103,7 @@ std::vector<std::function<void()>>& Undo() {
     return undo;
 }
 
-// The platform object over a script, kept until the scripts are reset.
+// Returns the platform object over a script. It exists until the scripts are reset.
 template <class Object, class Script>
 Object* Over(const std::shared_ptr<Script>& script) {
     static auto& made = *new std::map<const Script*, std::unique_ptr<Object>>;

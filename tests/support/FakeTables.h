@@ -14,8 +14,9 @@
 
 namespace fake {
 
-/// A descriptor loop. An entry with a null descriptor is counted under its tag and answered with
-/// null. `duringCount` runs each time the loop is counted, before the answer, and may change it.
+/// A descriptor loop. An entry with a null descriptor counts under its tag, but the loop returns
+/// null for it. `duringCount` runs each time the loop is counted, before the answer, and may change
+/// the loop.
 struct Loop {
     struct Entry {
         int tag;
@@ -35,7 +36,7 @@ struct StreamScript {
     Loop loop;
 };
 
-/// Null streams are missing ones.
+/// A null entry is a stream that is missing.
 struct PmtScript {
     bool valid = false;
     Loop loop;
@@ -69,20 +70,20 @@ struct NetworkScript {
     unsigned char nitAttribute = 0, tableAttribute = 0;
     Loop loop;
     std::vector<std::shared_ptr<MuxScript>> muxes;
-    std::optional<int> muxCount;  ///< what they are counted as, when not as they are
+    std::optional<int> muxCount;  ///< the count that is answered; default: the true one
     MuxScript& AddMux(unsigned short onid, unsigned short tsid);
     void AddMissingMux() { muxes.push_back(nullptr); }
 };
 
 struct EventScript {
-    Bytes loop;  ///< what is handed to TCDescriptor::Parse
+    Bytes loop;  ///< the bytes that TCDescriptor::Parse gets
 };
 
-/// What a table parser answers, and what was asked of it.
+/// What a table parser answers, and what it was asked.
 struct TableScript {
     bool accepts = true;
     std::function<void()> duringParse;
-    std::function<void()> duringDestruction;  ///< runs before anything of the parser is gone
+    std::function<void()> duringDestruction;  ///< runs before any part of the parser is destroyed
 
     int constructed = 0;
     int destroyed = 0;
@@ -121,7 +122,7 @@ struct EitTable : TableScript {
     std::optional<bool> itemParses;  ///< the answer of an item's m_Parse, when not "has events"
     int livingItems = 0;
     Loop loop;  ///< what TCDescriptor::Parse fills the hash with
-    /// Of the item: its four arguments, what m_Parse got; of TCDescriptor::Parse: the rest.
+    /// The arguments of each call: of an item's constructor, of m_Parse, of TCDescriptor::Parse.
     std::vector<std::vector<int>> itemsMade;
     std::vector<std::pair<unsigned char*, std::pair<int, int>>> itemsParsed;
     std::vector<std::vector<int>> loopsParsed;  ///< length, table_id
@@ -149,10 +150,10 @@ struct Tables {
     BatTable bat;
 };
 
-/// Script and records of all tables but the PAT (which FakePlatform has).
+/// Script and records of all tables except the PAT (which FakePlatform has).
 Tables& TheTables();
 
-/// Forgets script and records.
+/// Clears script and records.
 void ResetTables();
 
 }  // namespace fake

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-/// An object that lives to the end of the process: what the section manager's event thread may
-/// still call when a test is over. To LeakSanitizer it is in use, not lost.
+/// An object that lives until the process ends. The section manager's event thread may still call
+/// it after its test. LeakSanitizer does not report it as a leak.
 template <class T, class... Arguments>
 T& Forever(Arguments&&... arguments) {
     static std::mutex mutex;

@@ -1,4 +1,4 @@
-// A test whose two threads never end, for the watchdog to find.
+// A test with two threads that never end. The watchdog must report it.
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,8 @@
 #include <mutex>
 #include <thread>
 
-// External, and with something left to do behind each wait, so that every stack has their names.
+// The functions are external and do something after each wait, so that every stack shows their
+// names.
 std::mutex s_mutex;
 std::condition_variable s_never;
 volatile bool s_isForever = true;

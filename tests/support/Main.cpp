@@ -1,8 +1,8 @@
 // Main program of every test executable.
 //
-// It leaves by _Exit: a process that used the section manager would end through the termination
-// handler if it returned from main. What normally happens at exit is therefore done here: output
-// flushed, leaks looked for.
+// It leaves by _Exit: when a process that used the section manager returns from main, it ends
+// through the termination handler. So this program does itself what normally happens at exit: it
+// flushes the output and looks for leaks.
 
 #include <gtest/gtest.h>
 
@@ -27,8 +27,8 @@
 #endif
 
 int main(int argc, char** argv) {
-    // GoogleTest keeps how it was started, to start it anew for a death test: an emulated program
-    // by its emulator.
+    // GoogleTest keeps the command line and starts it again for a death test. Under an emulator the
+    // emulator must be part of it.
     std::vector<std::string> words = testsupport::CommandOf(argv[0]);
     words.insert(words.end(), argv + 1, argv + argc);
     std::vector<char*> command;
@@ -37,7 +37,8 @@ int main(int argc, char** argv) {
     }
     command.push_back(nullptr);
     int count = static_cast<int>(words.size());
-    // Death tests start anew: a fork of a program with threads may hang, and has no watchdog.
+    // Death tests start the program again: the fork of a program with threads may hang, and it has
+    // no watchdog.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     testing::InitGoogleTest(&count, command.data());
     testsupport::WatchTests();
@@ -45,7 +46,7 @@ int main(int argc, char** argv) {
     std::cout.flush();
     std::fflush(nullptr);
 #if defined(TORVEL_LEAK_CHECK)
-    __lsan_do_leak_check();  // ends the process with a status of its own when it finds one
+    __lsan_do_leak_check();  // when it finds a leak, it ends the process with its own exit status
 #endif
     std::_Exit(result);
 }

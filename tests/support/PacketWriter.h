@@ -9,16 +9,16 @@
 
 namespace testsupport {
 
-// A stream, packet by packet; keeps the continuity_counter of every PID.
+// Writes a stream packet by packet and sets the continuity_counter of every PID.
 class PacketWriter {
   public:
-    // A packet with the counter that is due.
+    // Writes a packet with the next continuity_counter of its PID.
     PacketWriter& Packet(PacketBytes fields, const Bytes& payload) {
         fields.continuity_counter = counters_[fields.PID]++ & 0xF;
         return Raw(fields.Build(payload));
     }
 
-    // A section in packets of its own, stuffed to the end of the last.
+    // Writes a section in packets of its own. Stuffing fills the last packet.
     PacketWriter& Section(uint16_t pid, const Bytes& section) {
         Bytes bytes = Join({{0x00}, section});  // pointer_field
         for (size_t at = 0; at < bytes.size(); at += 184) {
@@ -28,16 +28,16 @@ class PacketWriter {
         return *this;
     }
 
-    // The last packet once more.
+    // Repeats the last packet.
     PacketWriter& RepeatLast() { return Raw(Slice(bytes_, bytes_.size() - 188)); }
 
-    // The next packet of that PID will not be there.
+    // Leaves out the next packet of this PID.
     PacketWriter& Lose(uint16_t pid) {
         ++counters_[pid];
         return *this;
     }
 
-    // The packet that was written last is not there, but was counted.
+    // Removes the last packet; its continuity_counter stays used.
     PacketWriter& DropPacket() {
         bytes_.resize(bytes_.size() - 188);
         return *this;
@@ -55,7 +55,7 @@ class PacketWriter {
         return *this;
     }
 
-    // What was written since the last call.
+    // Returns what was written since the last call.
     Bytes Take() { return std::exchange(bytes_, {}); }
 
   private:

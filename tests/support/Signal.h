@@ -6,7 +6,7 @@
 
 namespace testsupport {
 
-// Something that happens once, on some thread, and that others wait for.
+// An event that happens once, on any thread, and that other threads wait for.
 class Signal {
   public:
     void Set() {
@@ -15,7 +15,7 @@ class Signal {
         changed_.notify_all();
     }
 
-    // Whether it happened, or does so within that time.
+    // Waits for the event. Returns false when it does not happen within the time.
     bool Wait(std::chrono::milliseconds atMost = std::chrono::seconds(30)) {
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_for(lock, atMost, [this] { return set_; });

@@ -2,7 +2,7 @@
 
 namespace testsupport {
 
-// How many times as long a test may take that is given a time, under a sanitizer or an emulator.
+// The factor by which a test may take longer under a sanitizer or an emulator.
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(TORVELSI_EMULATOR)
 constexpr int kSlowdown = 10;
 #elif defined(__has_feature)

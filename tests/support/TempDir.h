@@ -11,13 +11,13 @@
 
 namespace testsupport {
 
-// A directory of its own for a test; gone with it.
+// A directory for one test. The destructor removes it.
 class TempDir {
   public:
     TempDir() {
         std::string path = testing::TempDir() + "torvelsi-XXXXXX";
         if (mkdtemp(path.data()) == nullptr) {
-            ADD_FAILURE() << "no temporary directory";
+            ADD_FAILURE() << "cannot make a temporary directory";
         }
         path_ = path;
     }

@@ -19,7 +19,7 @@ std::atomic<bool> s_isWritten{false};
 
 void Write(const char* text) {
     if (::write(STDERR_FILENO, text, std::strlen(text)) < 0) {
-        return;  // nobody is left to tell
+        return;  // there is nobody left to report to
     }
 }
 
@@ -33,7 +33,7 @@ void WriteNumber(long number) {
     Write(at);
 }
 
-// On each thread in turn.
+// Runs on each thread in turn.
 void WriteStack(int) {
     void* frames[64];
     const int count = ::backtrace(frames, 64);
@@ -61,9 +61,9 @@ void WriteStackOf(long thread) {
 }
 
 void OnLimit(int) {
-    Write("\nIt has not come to its end in time. Its threads:\n");
+    Write("\nTime limit exceeded. Stacks of all threads:\n");
     WriteStack(0);
-    // Not by opendir, which allocates: the test may hang in there.
+    // opendir would allocate memory, and the test may hang inside the allocator.
     const int tasks = ::open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     alignas(dirent64) char entries[4096];
     for (long size = 1; size > 0;) {
@@ -81,7 +81,8 @@ void OnLimit(int) {
 
 void WriteStacksOnAlarm() {
     void* frame = nullptr;
-    ::backtrace(&frame, 1);  // loads what it needs while nothing is amiss
+    // The first call loads a library, which the signal handler must not do.
+    ::backtrace(&frame, 1);
     struct sigaction action {};
     action.sa_handler = WriteStack;
     ::sigaction(SIGUSR2, &action, nullptr);

@@ -2,12 +2,12 @@
 
 namespace testsupport {
 
-// From now on SIGALRM has the stack of every thread of this process written to stderr and ends it
-// by SIGABRT. Uses SIGUSR2 too, and no thread of its own.
+// After this call, SIGALRM makes the process write the stacks of all its threads to stderr and end
+// by SIGABRT. It also uses SIGUSR2, and it starts no thread.
 void WriteStacksOnAlarm();
 
-// TORVELSI_TEST_LIMIT of the environment: how long a test or a process of one may take; 0: no
-// limit.
+// Returns TORVELSI_TEST_LIMIT of the environment: how many seconds a test, or a process that a test
+// started, may take. 0 means no limit.
 unsigned SecondsOfTestLimit();
 
 }  // namespace testsupport

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-// Packets and sections by hand, one line a field. Independent of the code under test.
+// Packets and sections written by hand, one line per field. Independent of the code under test.
 namespace testsupport {
 
 using Bytes = std::vector<uint8_t>;
@@ -20,14 +20,14 @@ inline Bytes Join(const std::vector<Bytes>& parts) {
     return whole;
 }
 
-// The bytes from `offset` on, at most `count` of them.
+// Returns the bytes from `offset` on, at most `count` of them.
 inline Bytes Slice(const Bytes& bytes, size_t offset, size_t count = SIZE_MAX) {
     const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(offset, bytes.size()));
     const size_t left = static_cast<size_t>(bytes.end() - first);
     return Bytes(first, first + static_cast<std::ptrdiff_t>(std::min(count, left)));
 }
 
-// `count` bytes 0, 1, 2, ..., from `first` on.
+// Returns `count` bytes that count up from `first`.
 inline Bytes Counting(size_t count, uint8_t first = 0) {
     Bytes bytes(count);
     for (size_t i = 0; i < count; ++i) {
@@ -44,7 +44,7 @@ inline Bytes RandomBytes(std::mt19937& random, size_t count) {
     return bytes;
 }
 
-// ISO/IEC 13818-1 annex A, bit by bit: the twin that every faster way must equal.
+// The CRC-32 of ISO/IEC 13818-1 annex A, bit by bit. Every faster function must give the same.
 inline uint32_t Crc32Bitwise(const uint8_t* data, size_t size, uint32_t crc = 0xFFFFFFFF) {
     for (size_t i = 0; i < size; ++i) {
         for (int bit = 7; bit >= 0; --bit) {
@@ -55,7 +55,7 @@ inline uint32_t Crc32Bitwise(const uint8_t* data, size_t size, uint32_t crc = 0x
     return crc;
 }
 
-// A section with section_syntax_indicator 1 and the right CRC_32.
+// A section with section_syntax_indicator 1 and a correct CRC_32.
 struct SectionBytes {
     uint8_t table_id = 0x42;
     uint16_t table_id_extension = 0x0001;
@@ -87,12 +87,12 @@ struct SectionBytes {
     }
 };
 
-// A good section of exactly `size` bytes (12 to 4096), of which the body counts up.
+// A correct section of exactly `size` bytes (12 to 4096). The bytes of its body count up.
 inline Bytes SectionOfSize(size_t size, uint8_t table_id = 0x42) {
     return SectionBytes{.table_id = table_id, .body = Counting(size - 12)}.Build();
 }
 
-// A section without syntax: table_id, section_length, body.
+// A section of the short form: table_id, section_length, body.
 inline Bytes PlainSection(uint8_t table_id, const Bytes& body) {
     return Join({{table_id, static_cast<uint8_t>(0x70 | body.size() >> 8),
                   static_cast<uint8_t>(body.size())},
@@ -106,17 +106,19 @@ struct PacketBytes {
     bool payload_unit_start_indicator = false;
     bool transport_error_indicator = false;
     uint8_t transport_scrambling_control = 0;
-    // After adaptation_field_length; made longer with stuffing as the payload leaves room. When it
-    // is empty and the payload fills the packet there is no adaptation field.
+    // The bytes behind adaptation_field_length. Stuffing makes them longer when the payload leaves
+    // room. The packet has no adaptation field when they are empty and the payload fills the
+    // packet.
     Bytes adaptation_field{};
 
-    // The payload fills what is left, up to 184 bytes; an adaptation field stuffs the rest.
+    // The payload, up to 184 bytes, at the end of the packet. Stuffing in the adaptation field
+    // fills the rest.
     Bytes Build(const Bytes& payload) const {
         const bool adaptation = payload.size() < 184;
         if (payload.size() > 184 ||
             (adaptation && adaptation_field.size() + payload.size() > 183) ||
             (!adaptation && !adaptation_field.empty())) {
-            throw std::length_error("does not fit a packet");
+            throw std::length_error("the payload does not fit into a packet");
         }
         Bytes bytes{
             0x47,
@@ -140,7 +142,8 @@ struct PacketBytes {
     }
 };
 
-// A payload of 184 bytes: `bytes`, then stuffing as ISO/IEC 13818-1 2.4.4 has it behind sections.
+// A payload of 184 bytes: `bytes`, then the stuffing that ISO/IEC 13818-1 2.4.4 puts behind
+// sections.
 inline Bytes Stuffed(Bytes bytes) {
     bytes.resize(184, 0xFF);
     return bytes;

@@ -2,11 +2,11 @@
 
 namespace testsupport {
 
-// From now on a test that does not come to its end in time has the stack of every thread written to
-// stderr, and its process ends by SIGABRT. The limit is TORVELSI_TEST_LIMIT seconds of the
-// environment for each test, which ctest sets below its own; without it there is none.
+// After this call, a test that exceeds its time limit has the stacks of all threads written to
+// stderr, and the process ends by SIGABRT. The limit of each test is TORVELSI_TEST_LIMIT seconds of
+// the environment, which ctest sets below its own limit. Without it there is no limit.
 //
-// Between tests nothing is watched. Uses SIGALRM and SIGUSR2 (ThreadStacks.h).
+// The time between tests is not limited. The watchdog uses SIGALRM and SIGUSR2 (ThreadStacks.h).
 void WatchTests();
 
 }  // namespace testsupport

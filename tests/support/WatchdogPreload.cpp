@@ -1,6 +1,5 @@
-// A library that programs are started with (LD_PRELOAD) which know nothing of tests: a process that
-// takes longer than TORVELSI_TEST_LIMIT seconds writes the stack of every thread and ends by
-// SIGABRT.
+// A library to preload (LD_PRELOAD) into programs that are not tests: a process that takes longer
+// than TORVELSI_TEST_LIMIT seconds writes the stacks of all its threads and ends by SIGABRT.
 
 #include <unistd.h>
 
