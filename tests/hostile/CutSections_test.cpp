@@ -1,4 +1,5 @@
-// Sections without their end, which still have the section_length of the whole: what reads them.
+// Sections whose end is missing, but whose section_length still counts the whole, and the code that
+// reads them.
 
 #include <initializer_list>
 #include <list>
@@ -29,7 +30,7 @@ uint16_t U16(const Bytes& bytes, size_t at) {
     return static_cast<uint16_t>(bytes[at] << 8 | bytes[at + 1]);
 }
 
-// Everything that the interface tells, for the identifiers that `section`, a whole one, has.
+// Returns everything that the interface answers for the identifiers of `section`, a whole section.
 
 std::string Describe(TORVEL_MW::IPATParser& parser, const Bytes&) {
     std::ostringstream text;
@@ -98,7 +99,7 @@ std::string Describe(TORVEL_MW::INITParser& parser, const Bytes& section) {
 
 class CutSectionsTest : public HostileTest {
   protected:
-    // The first section of a table of the demonstration multiplex, as its observer gets it.
+    // The first section of a table of the demo multiplex, as its observer gets it.
     Bytes Whole(uint16_t pid, uint8_t table_id) {
         const unsigned id = Subscribe(inbox_, pid, table_id);
         EXPECT_TRUE(platform_.Play(tvservice::MemorySource("demo", stream_)));
@@ -108,10 +109,10 @@ class CutSectionsTest : public HostileTest {
         return sections.empty() ? Bytes() : sections.front();
     }
 
-    // For each length that a section can be cut to: what lies behind the cut in a receiver's buffer
-    // is something else, and is parsed because section_length says so. Nothing behind
-    // section_length is read (the buffer ends there, which AddressSanitizer knows), and the whole
-    // section, parsed afterwards, says what it would have said at first.
+    // The test tries every length that a section can be cut to. In a receiver's buffer other bytes
+    // follow the cut, and they are parsed because section_length counts them. Nothing behind
+    // section_length may be read: the buffer ends there, so AddressSanitizer finds such a read.
+    // Then the whole section is parsed and must give the same answers as at first.
     template <class Make>
     void ExpectToSurviveEveryCut(Make make, uint16_t pid, const Bytes& whole) {
         ASSERT_THAT(whole, Not(IsEmpty()));
@@ -154,7 +155,7 @@ TEST_F(CutSectionsTest, ParsersReadNoFurtherThanSectionLength) {
                             Whole(kNitPid, kNit));
 }
 
-// What a scan has found, in short.
+// A summary of what a scan found.
 std::string Summary(const client::Multiplex& multiplex) {
     std::ostringstream text;
     text << multiplex.complete;

@@ -1,5 +1,5 @@
-// Deliveries that are cut, delayed, left out, empty, for nobody or late, and what the SI layer does
-// with each.
+// Deliveries that are cut, delayed, left out, empty, late or for an unknown subscription, and what
+// the SI layer does with each.
 
 #include <map>
 
@@ -20,7 +20,7 @@ using testing::Pair;
 
 class DeliveryFaultsTest : public HostileTest {
   protected:
-    // Holds the event thread at the first section of `inbox` until the platform has made `count`
+    // Blocks the event thread at the first section of `inbox` until the platform has made `count`
     // deliveries.
     void HoldEventsUntil(Inbox& inbox, uint64_t count) {
         inbox.Then([this, count](unsigned) { WaitForDeliveries(count); });
@@ -51,7 +51,7 @@ TEST_F(DeliveryFaultsTest, ACutSectionArrivesAsLongAsItWasDelivered) {
     const std::string whole = Accepted(handle, 2, kPid, kTable, 183);
     const std::string cancelled = TimerCancelled(2);
     std::vector<std::string> log = TakeLog();
-    log.resize(10);  // then the barrier
+    log.resize(10);  // the lines behind these are the barrier's
     EXPECT_THAT(
         log, ElementsAre(whole, cancelled, whole, cancelled, Accepted(handle, 2, kPid, kTable, 50),
                          cancelled, whole, cancelled, whole, cancelled));
@@ -113,7 +113,8 @@ TEST_F(DeliveryFaultsTest, ADelayedSectionOfAReleasedIdIsNotDelivered) {
     Suffer({"delay@1:by=5"});
     const unsigned id = Subscribe(inbox_);
     Subscribe(other_, kOtherPid, kOtherTable);
-    // The second of its two is held back when the first one of the other table releases it.
+    // The second section of its table is delayed. Meanwhile the first section of the other table
+    // releases the subscription.
     bool isReleased = false;
     other_.Then([&](unsigned) {
         if (!std::exchange(isReleased, true)) {
@@ -191,7 +192,7 @@ TEST_F(DeliveryFaultsTest, AnEmptyDeliveryUsesUpAOneShotAndItsSectionFindsNobody
     Suffer({"zero-length@0:table=0x42"});
     Subscribe(other_, kOtherPid, kOtherTable);
     const unsigned id = Subscribe(inbox_, kPid, kTable, ISectionManager::EOneShot);
-    HoldEventsUntil(other_, 2);  // the platform does not learn of the end before the section
+    HoldEventsUntil(other_, 2);  // the section comes before the platform learns of the end
     const SectionList others = Sections(1, kOtherTable);
     Write(others, kOtherPid).Write(Sections(1)).Play();
     EXPECT_THAT(inbox_.Take(), IsEmpty());
@@ -231,7 +232,7 @@ TEST_F(DeliveryFaultsTest, ASectionForTheIdOfAnotherReachesThatOneOnTop) {
     Write(Sublist(others, 0, 2), kOtherPid).Write(sections);
     Write(Sublist(others, 2, 8), kOtherPid).Play();
     EXPECT_THAT(inbox_.Take(), ElementsAreArray(sections));
-    // The fourth delivery is the second of the first table.
+    // The fourth delivery is the second section of the first table.
     SectionList expected = others;
     expected.insert(expected.begin() + 2, sections[1]);
     EXPECT_THAT(other_.Take(), ElementsAreArray(expected));
@@ -255,7 +256,8 @@ TEST_F(DeliveryFaultsTest, ASectionAfterTheReleaseIsReportedAndDropped) {
     EXPECT_THAT(Faults(), ElementsAre(Pair("late", 1)));
     std::vector<std::string> log = TakeLog();
     EXPECT_THAT(log, Contains(NoSubscription(id)).Times(1));
-    // Behind the second of the five, each of which leaves two lines.
+    // The late section comes behind the second of the five sections; each of those leaves two
+    // lines.
     ASSERT_GT(log.size(), 4u);
     EXPECT_EQ(log[4], NoSubscription(id));
 }
@@ -297,7 +299,7 @@ TEST_F(DeliveryFaultsTest, WhateverIsDoneToDeliveriesAtOnceTheAccountsBalance) {
     EXPECT_THAT(trouble, Contains(NoLength()).Times(faults["zero-length"]));
     EXPECT_EQ(trouble.size(), faults["unknown-id"] + faults["zero-length"]);
 
-    // All that was not swallowed has come, to its own observer, once: whole, or 20 bytes of it.
+    // Every section that was not dropped came once, to its own observer: whole, or 20 bytes of it.
     uint64_t received = 0, cuts = 0;
     const auto check = [&](SectionList all, const SectionList& some) {
         for (const Bytes& section : some) {

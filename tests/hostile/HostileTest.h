@@ -29,11 +29,11 @@ namespace testsupport {
 using TORVEL_MW::ISectionManager;
 using SectionList = std::vector<Bytes>;
 
-// Keeps what an observer is told, and does on top what a test asks for.
+// Records what an observer is told, and then calls what a test asks for.
 class Inbox final : public TORVEL_MW::ISectionObserver {
   public:
-    // Called behind each section with the subscription's id, on the event thread. Set it while
-    // nothing plays.
+    // Called after each section with the id of the subscription, on the event thread. Set it only
+    // while nothing plays.
     void Then(std::function<void(unsigned id)> onSection) { onSection_ = std::move(onSection); }
 
     void OnSectionReceived(unsigned short id, unsigned short, unsigned short length,
@@ -52,7 +52,7 @@ class Inbox final : public TORVEL_MW::ISectionObserver {
         changed_.notify_all();
     }
 
-    // The sections since the last call.
+    // Returns the sections since the last call.
     SectionList Take() {
         const std::lock_guard<std::mutex> lock(mutex_);
         return std::exchange(sections_, {});
@@ -61,7 +61,7 @@ class Inbox final : public TORVEL_MW::ISectionObserver {
         const std::lock_guard<std::mutex> lock(mutex_);
         return timeouts_;
     }
-    // Whether a time-out came, or comes in time.
+    // Waits for a time-out. Returns false when none comes within the limit.
     bool WaitForTimeout() {
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_for(lock, std::chrono::seconds(30),
@@ -76,10 +76,10 @@ class Inbox final : public TORVEL_MW::ISectionObserver {
     std::vector<unsigned> timeouts_;
 };
 
-// A receiver that suffers faults, and the SI layer on it. Every section of a stream has been
-// handled by its observer, and every line was written, when Play returns: a barrier ends it.
+// A receiver with faults, and the SI layer on it. Play ends with a barrier: when it returns, the
+// observers have handled every section of the stream, and every log line was written.
 //
-// The barrier has the id 1, the subscriptions of a test count from 2 on.
+// The barrier has the id 1; the subscriptions of a test have the ids from 2 on.
 class HostileTest : public testing::Test {
   protected:
     static constexpr unsigned kNoTimeout = 0xFFFFFFFF;
@@ -108,7 +108,7 @@ class HostileTest : public testing::Test {
         tvservice::SetLogSink({});
     }
 
-    // Starts the receiver. `filters` are those that the barrier leaves.
+    // Starts the receiver. `filters` does not count the filter of the barrier.
     void Suffer(const std::vector<std::string>& faults, unsigned filters = 255, uint64_t seed = 1) {
         tvservice::Config config;
         config.filters = filters + 1;
@@ -133,7 +133,8 @@ class HostileTest : public testing::Test {
                                    kNoTimeout);
     }
 
-    // `count` sections of one table, told apart by their table_id_extension, of one packet each.
+    // Makes `count` sections of one table, of one packet each, with different table_id_extension
+    // values.
     static SectionList Sections(size_t count, uint8_t table_id = kTable, size_t size = 183) {
         SectionList sections;
         for (size_t i = 0; i < count; ++i) {
@@ -162,7 +163,7 @@ class HostileTest : public testing::Test {
         }
         return *this;
     }
-    // Section by section in turn.
+    // Writes the sections in turn, one of each.
     HostileTest& WriteInTurn(const SectionList& sections, const SectionList& others) {
         for (size_t i = 0; i < sections.size(); ++i) {
             writer_.Section(kPid, sections[i]).Section(kOtherPid, others[i]);
@@ -170,7 +171,7 @@ class HostileTest : public testing::Test {
         return *this;
     }
 
-    // Plays what was written since the last time, to its end.
+    // Plays to the end what was written since the last call.
     void Play(tvservice::PlayOptions::Reading reading = tvservice::PlayOptions::kFreeRunning) {
         tvservice::PlayOptions options;
         options.reading = reading;
@@ -189,8 +190,8 @@ class HostileTest : public testing::Test {
     }
     uint64_t FaultCount() const { return Faults().at(0).second; }
 
-    // Waits until the platform has made `count` deliveries of what it plays, all of the last
-    // section among them. For Inbox::Then, to hold the event thread meanwhile.
+    // Waits until the platform has made `count` deliveries of what it plays, and all of the last
+    // section. Inbox::Then uses it to block the event thread meanwhile.
     void WaitForDeliveries(uint64_t count) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (Count("delivered_sections") < count) {
@@ -202,8 +203,8 @@ class HostileTest : public testing::Test {
         }
     }
 
-    // The lines since the last call, from `lowest` priority on: "buffer/priority/tag line". The
-    // numbers of lines that are nobody's business stand as *.
+    // Returns the log lines since the last call that have at least priority `lowest`:
+    // "buffer/priority/tag line". A line number that no test depends on is replaced by *.
     std::vector<std::string> TakeLog(int lowest = 3) {
         const std::lock_guard<std::mutex> lock(logMutex_);
         std::vector<std::string> lines;
@@ -214,9 +215,9 @@ class HostileTest : public testing::Test {
         }
         return lines;
     }
-    // What deserves a look, and what went wrong.
+    // Returns the warnings and errors.
     std::vector<std::string> TakeTrouble() { return TakeLog(5); }
-    // The same, of lines that TakeLog gave.
+    // Returns the warnings and errors of `lines`, which TakeLog returned.
     static std::vector<std::string> TroubleIn(std::vector<std::string> lines) {
         lines.erase(std::remove_if(lines.begin(), lines.end(),
                                    [](const std::string& line) { return line.at(2) < '5'; }),
@@ -224,8 +225,8 @@ class HostileTest : public testing::Test {
         return lines;
     }
 
-    // The platform's handle of a subscription, from the lines since the last TakeLog, which it
-    // takes.
+    // Finds the platform's handle of a subscription in the lines since the last TakeLog. It takes
+    // those lines.
     std::string HandleOf(unsigned id) {
         const std::string start = OfSubscription(
             4, "SubscribeSection",
@@ -236,7 +237,7 @@ class HostileTest : public testing::Test {
                 return line.substr(common, line.size() - common - kColourEnd);
             }
         }
-        ADD_FAILURE() << "no handle was given to " << id;
+        ADD_FAILURE() << "the log has no handle for subscription " << id;
         return "none";
     }
 
@@ -280,7 +281,7 @@ class HostileTest : public testing::Test {
     std::vector<std::pair<int, std::string>> log_;
 };
 
-// Whether `some` are sections of `all`, each once at most, in their order.
+// Returns whether `some` are sections of `all`, each at most once, in the same order.
 inline bool AreSomeOf(const SectionList& some, const SectionList& all) {
     auto at = all.begin();
     return std::all_of(some.begin(), some.end(), [&](const Bytes& section) {

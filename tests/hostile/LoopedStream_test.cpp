@@ -1,5 +1,6 @@
-// A stream that never ends, and clients that come and go: what the receiver uses stays the same,
-// and the accounts balance. soak.cpp is the long form.
+// A stream that never ends, and clients that subscribe and leave. The resources of the receiver
+// must stay the same, and its counters must agree with those of the clients. soak.cpp is the long
+// form.
 
 #include <gtest/gtest.h>
 
@@ -29,7 +30,8 @@ namespace {
 using TORVEL_MW::ISectionManager;
 using tvservice::SoftwarePlatform;
 
-// Where it is slower, memory is no measure either.
+// Where the test runs slower (under a sanitizer or an emulator), the memory of the process says
+// nothing either.
 constexpr bool kMemoryIsAMeasure = kSlowdown == 1;
 constexpr uint64_t kBytesToPlay = kMemoryIsAMeasure ? 40'000'000 : 12'000'000;
 constexpr size_t kMemoryBound = 2 * 1024 * 1024;
@@ -39,8 +41,8 @@ constexpr unsigned kVisitorThreads = 2;
 constexpr uint64_t kStay = 300;  // packets
 constexpr uint64_t kVisitors = 400;
 
-// In each round of the stream a packet of each of these PIDs, with one section, and then others
-// that nobody wants.
+// Each round of the stream has one packet with one section on each of these PIDs, and then packets
+// on other PIDs that no client asks for.
 constexpr std::array<uint16_t, 5> kPids{0x0000, 0x0010, 0x0011, 0x0012, 0x0100};
 constexpr size_t kPermanent = 2;  // of kPids
 constexpr uint16_t kOtherPid = 0x0300;
@@ -77,8 +79,8 @@ class LoopedStreamTest : public testing::Test {
         return writer.Take();
     }
 
-    // Waits until the platform has read that much and so many have come. False when it takes too
-    // long.
+    // Waits until the platform has read this many bytes and this many clients have come. Returns
+    // false when that takes too long.
     bool WaitFor(uint64_t bytes, const Visitors& visitors, uint64_t came) {
         const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
         while (platform_.Counter("bytes") < bytes || visitors.came() < came) {
@@ -108,7 +110,7 @@ TEST_F(LoopedStreamTest, ServesClientsThatComeAndGoAndLeavesNothingBehind) {
     ASSERT_NE(source, nullptr) << error;
     ASSERT_TRUE(platform_.Start(tvservice::Config{}, error)) << error;
     tvservice::PlayOptions options;
-    options.barrierInterval = 64 * 1024;  // so the queue of sections stays short
+    options.barrierInterval = 64 * 1024;  // keeps the queue of sections short
     ASSERT_TRUE(platform_.Play(source, options));
 
     std::vector<Visitors::Table> tables;
@@ -131,22 +133,22 @@ TEST_F(LoopedStreamTest, ServesClientsThatComeAndGoAndLeavesNothingBehind) {
           "duplicate_packets", "refused_subscriptions", "retired_handles"}) {
         EXPECT_EQ(platform_.Counter(loss), 0u) << loss;
     }
-    // What was delivered is handled when a barrier behind it has passed.
+    // When a barrier passes, all sections delivered before it are handled.
     ASSERT_TRUE(platform_.Play(tvservice::MemorySource("nothing", {})));
     EXPECT_EQ(platform_.WaitEnd().reason, tvservice::InputEnd::kEndOfInput);
 
     EXPECT_EQ(visitors.refused(), 0u);
     EXPECT_EQ(otherErrors_, 0u);
     EXPECT_EQ(permanent.sections() + visitors.sections() + orphans_, delivered)
-        << "what finds nobody came behind a release";
+        << "a section without a subscription must follow a release";
     EXPECT_EQ(visitors.oneShotSections(), visitors.oneShots());
     EXPECT_GT(visitors.sections(), visitors.came());
 
-    // The interruption leaves some of the last read alone.
+    // Play is interrupted, so some of the last bytes read may not be used.
     EXPECT_LE(packets, bytes / 188);
     EXPECT_LT(bytes / 188 - packets, kReadSize / 188 + 2);
-    // One packet a round, with a section: none of them is missing, none came twice. The packet that
-    // was found when the interruption came may have been left alone.
+    // Each round has one packet with a section: none is missing, none came twice. The packet that
+    // was next when Play was interrupted may be missing.
     const auto sectionsIn = [](uint64_t count) {
         return (count + kPacketsARound - 1 - kPermanent) / kPacketsARound;
     };
@@ -157,7 +159,7 @@ TEST_F(LoopedStreamTest, ServesClientsThatComeAndGoAndLeavesNothingBehind) {
     platform_.Stop();
     EXPECT_TRUE(ThreadsBecome(threadsBefore - 1))
         << ThreadsOfThisProcess() << " threads, " << threadsBefore
-        << " before, one of them the permanent client's timer";
+        << " before; one thread of these is the permanent client's timer";
 
     RecordProperty("visitors", static_cast<int>(visitors.came()));
     RecordProperty("resident_early", std::to_string(memoryEarly));

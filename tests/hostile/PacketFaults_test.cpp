@@ -1,5 +1,5 @@
-// Packets that are lost, sent twice, sent out of order or damaged: what of it the SI layer's
-// clients see is missing sections, nothing else.
+// Packets that are lost, repeated, out of order or damaged. The clients of the SI layer must see
+// only missing sections.
 
 #include "tests/hostile/HostileTest.h"
 
@@ -109,8 +109,9 @@ TEST_F(PacketFaultsTest, ADamagedSectionNeverReachesItsObserver) {
 }
 
 TEST_F(PacketFaultsTest, ABitInvertedAnywhereBehindTheHeaderCostsItsSectionOnly) {
-    // This seed hits pointer_field, table_id and both bytes of section_length too, but never
-    // section_syntax_indicator: without that bit a section has no CRC_32 and is delivered damaged.
+    // This seed damages pointer_field, table_id and both bytes of section_length too, but never
+    // section_syntax_indicator. Without that bit a section has no CRC_32 and would be delivered
+    // damaged.
     constexpr uint64_t kSeed = 24;
     Suffer({"corrupt=1/10"}, 255, kSeed);
     Subscribe(inbox_);
@@ -120,8 +121,8 @@ TEST_F(PacketFaultsTest, ABitInvertedAnywhereBehindTheHeaderCostsItsSectionOnly)
     EXPECT_THAT(Faults(), ElementsAre(Pair("corrupt", testing::Gt(50u))));
     EXPECT_EQ(received.size(), sections.size() - FaultCount());
     EXPECT_TRUE(AreSomeOf(received, sections));
-    // By its pointer_field, and by its section_length twice, a section seems to go on behind its
-    // packet.
+    // A damaged pointer_field makes one section seem to continue behind its packet; a damaged
+    // section_length does so for two.
     EXPECT_EQ(Count("truncated_sections"), 3u);
     EXPECT_EQ(Count("crc_errors"), FaultCount() - 3);
     EXPECT_THAT(TakeTrouble(), IsEmpty());

@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-// What this process uses, as the kernel has it.
+// The resources of this process, as the kernel counts them.
 namespace testsupport {
 
 inline std::size_t ThreadsOfThisProcess() {
@@ -25,8 +25,8 @@ inline std::size_t ThreadsOfThisProcess() {
     return count;
 }
 
-// Whether there are so many threads, or so many come to be soon: one that was joined may be listed
-// for a moment longer.
+// Waits until the process has this many threads. The kernel may still list a thread for a moment
+// after it was joined.
 inline bool ThreadsBecome(std::size_t count) {
     const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (ThreadsOfThisProcess() != count) {

@@ -1,5 +1,5 @@
-// Raw bytes through the SI layer's two entries for single descriptors, decoded by the software
-// platform.
+// Feeds raw bytes to the SI layer's two functions for single descriptors. The software platform
+// decodes them.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Requests that the platform refuses, and handles that it gives twice.
+// Requests that the platform refuses, and handles that it gives to two requests.
 
 #include "tests/hostile/HostileTest.h"
 
@@ -24,7 +24,7 @@ class RequestFaultsTest : public HostileTest {
     static std::string Released() {
         return OfSubscription(4, "~CSectionSubscription", "refcount = 0, unsubscribe section");
     }
-    // Of a toggling subscription whose new filter was set, whichever handle it got.
+    // The line of a toggling subscription whose new filter was set, with any handle.
     static testing::Matcher<std::string> Toggled(const std::string& received,
                                                  const std::string& awaited) {
         const std::string line =
@@ -83,7 +83,7 @@ TEST_F(RequestFaultsTest, ARefusedToggleIsReportedAndItsSubscriptionHearsNoMore)
                 ElementsAre(OfSubscription(
                     5, "Toggle",
                     "Re-subscribe section failed id: " + std::to_string(id) + ", TVS handle: -1")));
-    // It holds the old handle, which was given up already.
+    // It keeps the old handle, which is already released.
     Manager().Unsubscribe(id);
     EXPECT_THAT(TakeTrouble(), ElementsAre(NoRelease()));
     EXPECT_EQ(Count("retired_handles"), 1u);
@@ -104,7 +104,7 @@ TEST_F(RequestFaultsTest, ARefusedUnsubscribeIsReportedAndItsSectionsFindNobody)
     const std::vector<std::string> trouble = TakeTrouble();
     EXPECT_THAT(trouble, SizeIs(sections_.size()));
     EXPECT_THAT(trouble, Each(NoSubscription(id)));
-    // Its slot is taken, and lost.
+    // The refused release keeps its filter in use, so no filter is free any more.
     EXPECT_EQ(Subscribe(inbox_, kPid, kOtherTable), 0u);
 }
 
@@ -122,8 +122,9 @@ TEST_F(RequestFaultsTest, ARefusedUnsubscribeOfOneShotsIsReported) {
 TEST_F(RequestFaultsTest, AToggleGoesOnWhenItsOldFilterIsNotReleased) {
     Suffer({"refuse-unsubscribe@0"});
     SubscribeToggling(inbox_);
-    // The first 0x4E has its filter to itself; each section behind it also matches the one that
-    // stayed, and is delivered twice, both times before the first toggles.
+    // The first section with 0x4E matches one filter only. Each section behind it also matches the
+    // filter that stayed, so it is delivered twice, both times before the first subscription
+    // toggles.
     inbox_.Then([this, received = uint64_t{0}](unsigned) mutable {
         ++received;
         WaitForDeliveries(2 * received - 1);
@@ -133,7 +134,7 @@ TEST_F(RequestFaultsTest, AToggleGoesOnWhenItsOldFilterIsNotReleased) {
     Write(inTurn).Play(kLockStep);
     EXPECT_THAT(inbox_.Take(), ElementsAreArray(inTurn));
     EXPECT_THAT(Faults(), ElementsAre(Pair("refuse-unsubscribe", 1)));
-    // The second is told by its table_id from what is awaited then.
+    // The second delivery is recognised as old, because its table_id is not the one expected then.
     EXPECT_THAT(TakeTrouble(),
                 ElementsAre(OfSubscription(5, "Toggle", "Unsubscribe section failed"),
                             Toggled("4E", "4F"),                                    //
@@ -169,7 +170,7 @@ TEST_F(RequestFaultsTest, AHandleGivenTwiceIsHeldUntilBothAreReleased) {
     EXPECT_THAT(TakeLog(), Contains(Released()));
     WriteInTurn(sections_, others_).Play();
     EXPECT_THAT(other_.Take(), IsEmpty());
-    EXPECT_THAT(TakeTrouble(), IsEmpty()) << "nothing is delivered any more";
+    EXPECT_THAT(TakeTrouble(), IsEmpty()) << "nothing may be delivered any more";
     EXPECT_EQ(Count("delivered_sections"), 0u);
 }
 

@@ -15,22 +15,22 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// Twelve ask for one of four filters: six want the same, six a table each of their own.
+// Twelve clients share four filters: six ask for the same table, six for a table of their own each.
 class ScarceFiltersTest : public HostileTest {
   protected:
     static constexpr auto kContinuous = ISectionManager::EContinuous;
     static constexpr unsigned kSlots = 4;
     static constexpr size_t kAlike = 6, kSingle = 6;
     static constexpr uint8_t kFirstSingleTable = 0x60;
-    // What single requests get: all slots but the one of those who want the same.
+    // The clients with a table of their own get all filters but the one that the others share.
     static constexpr size_t kServed = kSlots - 1;
 
     static uint8_t TableOf(size_t single) {
         return static_cast<uint8_t>(kFirstSingleTable + single);
     }
 
-    // Those who want the same share only once there is no free slot: the first four requests take
-    // the slots, then sharing and refused ones come in turn.
+    // A filter is shared only when none is free: the first four requests take all filters; after
+    // that, requests for the shared table succeed and the others are refused.
     void SubscribeAll() {
         Ask(alike_[0], kPid, kTable);
         for (size_t i = 0; i < kServed; ++i) {
@@ -56,7 +56,7 @@ class ScarceFiltersTest : public HostileTest {
         unsigned id = 0;
     };
 
-    // A refused request leaves its id to the next one.
+    // A refused request does not use up its id: the next one gets it.
     void Ask(Client& client, uint16_t pid, uint8_t table_id) {
         client.inbox = &Forever<Inbox>();
         client.id = Subscribe(*client.inbox, pid, table_id);
@@ -118,7 +118,7 @@ TEST_F(ScarceFiltersTest, TheLastSharerToGoMakesRoomAndUntilThenSectionsOfThoseG
     for (size_t gone = 1; gone < kAlike; ++gone) {
         Manager().Unsubscribe(alike_[gone - 1].id);
         orphans.push_back(NoSubscription(alike_[gone - 1].id));
-        EXPECT_EQ(Subscribe(late, kOtherPid, TableOf(kServed)), 0u) << "no room yet";
+        EXPECT_EQ(Subscribe(late, kOtherPid, TableOf(kServed)), 0u) << "no filter is free yet";
         TakeLog();
         Write(Sublist(sections_, 0, 1)).Play();
         for (size_t i = 0; i < kAlike; ++i) {
@@ -136,7 +136,7 @@ TEST_F(ScarceFiltersTest, TheLastSharerToGoMakesRoomAndUntilThenSectionsOfThoseG
     for (const Client& client : alike_) {
         EXPECT_THAT(client.inbox->Take(), IsEmpty());
     }
-    EXPECT_THAT(TakeTrouble(), IsEmpty()) << "nothing goes to released ids any more";
+    EXPECT_THAT(TakeTrouble(), IsEmpty()) << "nothing may be delivered to released ids";
 }
 
 TEST_F(ScarceFiltersTest, ASharerThatComesLaterGetsEverySectionFromThenOn) {
@@ -154,7 +154,8 @@ TEST_F(ScarceFiltersTest, ASharerThatComesLaterGetsEverySectionFromThenOn) {
     EXPECT_THAT(trouble, Each(NoSubscription(first)));
 }
 
-// Those who toggle a filter that they share part, and there is room for one of them.
+// Two subscriptions share a filter and toggle, which separates them; there is room for only one new
+// filter.
 TEST_F(ScarceFiltersTest, OfTwoThatToggleOneFilterOnlyTheLastFindsRoomForItsNext) {
     Suffer({}, 1);
     const unsigned first = SubscribeToggling(other_), last = SubscribeToggling(inbox_);
@@ -166,7 +167,7 @@ TEST_F(ScarceFiltersTest, OfTwoThatToggleOneFilterOnlyTheLastFindsRoomForItsNext
     EXPECT_THAT(inbox_.Take(), ElementsAreArray(inTurn));
     EXPECT_THAT(TakeTrouble(), Contains(NoNextFilter(first)).Times(1));
 
-    // It gives up the shared filter, which the other gave up already.
+    // It releases the shared filter, which the other one has released already.
     Manager().Unsubscribe(first);
     EXPECT_THAT(TakeTrouble(), ElementsAre(NoRelease()));
     Write(inTurn).Play(kLockStep);
@@ -188,8 +189,8 @@ TEST_F(ScarceFiltersTest, TwoThatToggleOneFilterFindRoomForTwo) {
     EXPECT_EQ(Count("retired_handles"), 0u);
 }
 
-// Whoever is refused its next filter keeps the old one, and gives it up once more with each toggle:
-// in the end for the others.
+// A subscription whose next filter is refused keeps the old handle and releases it again with each
+// toggle. In the end it releases filters of others.
 TEST_F(ScarceFiltersTest, OneThatTogglesWithoutRoomTakesTheFilterFromThoseWhoShareIt) {
     Suffer({}, 1);
     const unsigned lasting =

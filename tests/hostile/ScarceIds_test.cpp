@@ -1,4 +1,4 @@
-// A process that has made as many subscriptions as sections can find back to.
+// A process that has made the most subscriptions to which sections can be delivered.
 
 #include <gtest/gtest.h>
 
@@ -35,14 +35,14 @@ TEST(ScarceIds, AScanFailsRatherThanWaitForSectionsThatNeverCome) {
     const std::string error =
         "demo: cannot be scanned: this process has no filter left, or has set 65535";
 
-    // The ids end within the scan.
+    // The ids run out during the scan.
     use(client::kLastServedId - 5);
     client::MultiplexScanner scanner;
     tvservice::InputEnd end = scanner.Scan(source);
     EXPECT_EQ(end.reason, tvservice::InputEnd::kFailed);
     EXPECT_EQ(end.error, error);
 
-    // There are none before it.
+    // No id is left before the scan.
     use(client::kLastServedId + 1);
     end = scanner.Scan(source);
     EXPECT_EQ(end.reason, tvservice::InputEnd::kFailed);

@@ -31,8 +31,8 @@ class SectionCounter final : public TORVEL_MW::ISectionObserver {
     std::atomic<std::uint64_t> sections_{0}, timeouts_{0};
 };
 
-// Clients of the section manager that come, stay for a while, and go, from construction to
-// SendAway: one in two wants one section only, and goes with it.
+// Clients of the section manager that subscribe, stay for a while and leave, from construction to
+// SendAway. Every second one wants one section only and leaves with it.
 class Visitors {
   public:
     struct Table {
@@ -40,8 +40,8 @@ class Visitors {
         std::uint8_t table_id;
     };
 
-    // On `threads` threads, one new visitor each after every `stay` packets that the platform
-    // plays.
+    // Starts `threads` threads. Each makes a new client after every `stay` packets that the
+    // platform plays.
     Visitors(std::vector<Table> tables, std::uint64_t stay, unsigned threads)
         : tables_(std::move(tables)), stay_(stay) {
         for (unsigned seed = 1; seed <= threads; ++seed) {
@@ -52,8 +52,8 @@ class Visitors {
     Visitors(const Visitors&) = delete;
     Visitors& operator=(const Visitors&) = delete;
 
-    // Waits until all have gone. The stream must go on meanwhile, for those that wait for a
-    // section.
+    // Waits until all clients have left. The stream must go on meanwhile, because some clients wait
+    // for a section.
     void SendAway() {
         isOver_ = true;
         for (std::thread& thread : threads_) {
@@ -121,7 +121,7 @@ class Visitors {
     const std::uint64_t stay_;
     TORVEL_MW::ISectionManager& manager_ = *TORVEL_MW::ISectionManager::Instance();
     tvservice::SoftwarePlatform& platform_ = tvservice::SoftwarePlatform::Instance();
-    // What is on its way to those that went may still come.
+    // Deliveries to clients that left may still come.
     SectionCounter& staying_ = Forever<SectionCounter>();
     SectionCounter& brief_ = Forever<SectionCounter>();
     std::atomic<bool> isOver_{false};

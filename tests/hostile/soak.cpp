@@ -1,7 +1,7 @@
-// soak MINUTES PACE: the demonstration multiplex, looped, at PACE times real time for MINUTES of
-// the clock, while clients come and go. Prints what the process uses at minute 5 (or a tenth of the
-// time if that is earlier) and at the end, and the counters. Exit status 1 when the accounts do not
-// balance, a thread was left behind, or memory grew by more than 2 MiB in between.
+// soak MINUTES PACE: plays the demo multiplex, looped, at PACE times real time for MINUTES of wall
+// time, while clients subscribe and leave. It prints the counters and what the process uses, at
+// minute 5 (or after a tenth of the time if that is earlier) and at the end. Exit status 1 means
+// that counters disagree, a thread is left, or memory grew by more than 2 MiB in between.
 
 #include <algorithm>
 #include <atomic>
@@ -33,7 +33,7 @@ constexpr std::size_t kMemoryBound = 2 * 1024 * 1024;
 constexpr std::uint64_t kReadSize = 256 * 1024;  // of the platform
 constexpr unsigned kVisitorThreads = 4;
 constexpr std::uint64_t kPacketsPerSecond = 800;  // of the demo
-// Sections find back to the first 65535 subscriptions of a process only.
+// Sections can be delivered only to the first 65535 subscriptions of a process.
 constexpr std::uint64_t kMostVisitors = 50'000;
 constexpr std::uint64_t kShortestStay = 100;  // packets
 
@@ -45,7 +45,7 @@ void Report(Minutes at) {
               << std::flush;
 }
 
-// Whether it holds, which is said.
+// Prints a condition and whether it holds. Returns whether it holds.
 bool Check(bool holds, const std::string& claim) {
     std::cout << (holds ? "holds: " : "DOES NOT HOLD: ") << claim << '\n';
     return holds;
@@ -104,19 +104,20 @@ bool Soak(Minutes minutes, double pace) {
     const std::uint64_t bytes = platform.Counter("bytes");
     const std::uint64_t played = platform.Counter("packets");
     const std::uint64_t delivered = platform.Counter("delivered_sections");
-    platform.Play(tvservice::MemorySource("nothing", {}));  // until all was handled
+    platform.Play(tvservice::MemorySource("nothing", {}));  // returns when all sections are handled
     platform.WaitEnd();
     platform.Stop();
 
     std::cout << "  " << visitors.came() << " clients came and went, " << visitors.oneShots()
               << " of them with their first section\n"
               << "  " << visitors.sections() << " sections were received, " << g_orphans
-              << " came behind a release\n";
+              << " came after the release of their filter\n";
     bool isGood = Check(visitors.sections() + g_orphans == delivered, "received = delivered");
-    isGood &= Check(visitors.oneShotSections() == visitors.oneShots(), "one section a one-shot");
+    isGood &=
+        Check(visitors.oneShotSections() == visitors.oneShots(), "each one-shot got one section");
     isGood &= Check(visitors.refused() == 0 && g_otherErrors == 0, "nothing else went wrong");
     isGood &= Check(played <= bytes / 188 && bytes / 188 - played < kReadSize / 188 + 2,
-                    "packets = bytes / 188, but for the last read");
+                    "packets = bytes / 188, except for the last read");
     isGood &= Check(testsupport::ThreadsBecome(threadsBefore), "no thread left behind");
     isGood &= Check(memoryLate < memoryEarly + kMemoryBound, "memory flat");
     return isGood;
