@@ -1,4 +1,4 @@
-// Faults on purpose; expect_report.sh sees that the sanitizers find them.
+// Deliberate faults. expect_report.sh checks that the sanitizers report them.
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
-// The section manager over the software platform, with clients that come and go on four threads.
+// The section manager over the software platform, with clients that subscribe and unsubscribe on
+// four threads.
 
 #include <gtest/gtest.h>
 
@@ -22,7 +23,7 @@ constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
 constexpr std::size_t kThreads = 4;
 constexpr std::size_t kRoundsPerThread = 300;
 
-/// Counts, and in every third delivery unsubscribes itself from inside.
+/// Counts its sections, and unsubscribes itself in every third delivery.
 class Client : public TORVEL_MW::ISectionObserver {
   public:
     void OnSectionReceived(unsigned short id, unsigned short, unsigned short length,
@@ -50,7 +51,7 @@ class SectionManagerUnderLoad : public testing::TestWithParam<unsigned> {
         ASSERT_TRUE(tvservice::SoftwarePlatform::Instance().Start());
     }
 
-    /// Subscribes with a random overload, mode and time-out.
+    /// Subscribes by a random overload, with a random mode and time-out.
     static unsigned int Subscribe(Client& client, std::mt19937& random) {
         ISectionManager& manager = *ISectionManager::Instance();
         constexpr ISectionManager::EFilterMode kModes[] = {
@@ -72,7 +73,8 @@ class SectionManagerUnderLoad : public testing::TestWithParam<unsigned> {
 TEST_P(SectionManagerUnderLoad, ServesClientsThatComeAndGoOnFourThreads) {
     std::atomic<std::size_t> running{kThreads};
     std::atomic<std::size_t> accepted{0};
-    // Observers outlive their subscriptions by what may still be on its way.
+    // An observer must outlive its subscription, because deliveries may still be on their way to
+    // it.
     auto& clients = Forever<std::vector<std::vector<std::unique_ptr<Client>>>>(kThreads);
     std::vector<std::thread> threads;
     for (std::size_t thread = 0; thread < kThreads; ++thread) {
@@ -120,7 +122,7 @@ TEST_P(SectionManagerUnderLoad, ServesClientsThatComeAndGoOnFourThreads) {
     }
     EXPECT_GT(events, 0);
 
-    // The manager still works: a late client gets its PAT.
+    // The manager still works: a new client gets its PAT.
     Client& late = Forever<Client>();
     ASSERT_NE(ISectionManager::Instance()->Subscribe(
                   0x0000, 0x00, late, ISectionManager::EContinuous, kNoTimeout, false),

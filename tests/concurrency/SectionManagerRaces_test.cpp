@@ -1,6 +1,6 @@
-// What may race in the section manager, one race a test, over the software platform with few
-// filters; the sections are pushed as a platform's delivery threads would. Seeds choose who does
-// what and where threads give way.
+// Races of the section manager, one per test, over the software platform with few filters. Threads
+// of the test push sections as the delivery threads of a platform would. Seeds choose which thread
+// does what, and where a thread yields.
 
 #include <gtest/gtest.h>
 
@@ -24,14 +24,14 @@ namespace {
 constexpr unsigned kFilters = 16;
 constexpr unsigned kThreads = 4;
 
-/// A thread's own chances.
+/// The random choices of one thread.
 class Chance {
   public:
     Chance(unsigned seed, unsigned thread) : random_(seed * 1000 + thread) {}
 
     unsigned Below(unsigned limit) { return static_cast<unsigned>(random_()) % limit; }
 
-    /// Lets other threads run, sometimes, for longer or shorter.
+    /// Sometimes lets other threads run, for a short or a longer time.
     void GiveWay() {
         switch (Below(8)) {
             case 0:
@@ -54,8 +54,8 @@ void Push(unsigned int id, unsigned char table_id = 0x42) {
     CKorvoSectionManager::s_OnSectionData(true, sizeof section, section, static_cast<int>(id));
 }
 
-/// Counts what comes; `leaves` when the first section does. Observers live for ever: what is on its
-/// way to one arrives after its subscription has ended.
+/// Counts its sections. With `leaves` it unsubscribes at the first one. Observers are never
+/// destroyed: a delivery may reach one after its subscription ended.
 class Counter : public TORVEL_MW::ISectionObserver {
   public:
     explicit Counter(bool leaves = false) : leaves_(leaves) {}
@@ -72,7 +72,7 @@ class Counter : public TORVEL_MW::ISectionObserver {
 
     int sections() const { return sections_; }
     int timeouts() const { return timeouts_; }
-    bool isInTurn() const { return isInTurn_; }  // no table id came twice running
+    bool isInTurn() const { return isInTurn_; }  // no table_id came twice in succession
 
     void WaitForSections(int count) const {
         while (sections_ < count) {
@@ -107,7 +107,7 @@ class SectionManagerRaces : public testing::TestWithParam<unsigned> {
 
     void TearDown() override { tvservice::SoftwarePlatform::Instance().Stop(); }
 
-    /// By any of the three overloads, each of which sets the same filter.
+    /// Subscribes by one of the three overloads. Each of them sets the same filter.
     static unsigned int Subscribe(Counter& counter, unsigned short pid,
                                   ISectionManager::EFilterMode mode = ISectionManager::EContinuous,
                                   unsigned int timeout = kNoTimeout, unsigned overload = 0) {
@@ -122,7 +122,7 @@ class SectionManagerRaces : public testing::TestWithParam<unsigned> {
         }
     }
 
-    /// All that was pushed before has been handled.
+    /// Waits until all sections that were pushed before are handled.
     void Settle() {
         const std::lock_guard<std::mutex> lock(settling_);
         const int before = last_.sections();
@@ -130,7 +130,7 @@ class SectionManagerRaces : public testing::TestWithParam<unsigned> {
         last_.WaitForSections(before + 1);
     }
 
-    /// No filter was kept, none was given up twice: there are as many as at first.
+    /// No filter was kept and none was released twice: as many are free as at the start.
     void ExpectAllFiltersFree() {
         Settle();
         std::vector<unsigned int> ids;
@@ -144,8 +144,8 @@ class SectionManagerRaces : public testing::TestWithParam<unsigned> {
         }
     }
 
-    /// Runs `body(thread, chance)` on so many threads, and `beside(chance)` again and again on one
-    /// more until they are done.
+    /// Runs `body(thread, chance)` on so many threads. Until they are done, another thread repeats
+    /// `beside(chance)`.
     template <class Body, class Beside>
     void Run(Body body, Beside beside) {
         std::atomic<unsigned> running{kThreads};
@@ -173,8 +173,8 @@ class SectionManagerRaces : public testing::TestWithParam<unsigned> {
     std::mutex settling_;
 };
 
-// A one-shot, or a client that unsubscribes inside its first delivery, against Unsubscribe on
-// another thread: whoever comes first, there is one delivery at most and one release.
+// A one-shot, or a client that unsubscribes inside its first delivery, races against Unsubscribe on
+// another thread. Whichever is first, there is at most one delivery, and one release.
 TEST_P(SectionManagerRaces, OneShotsAgainstUnsubscribe) {
     constexpr int kRounds = 300;
     std::array<std::atomic<unsigned int>, kThreads> current{};
@@ -196,7 +196,7 @@ TEST_P(SectionManagerRaces, OneShotsAgainstUnsubscribe) {
                 }
                 ISectionManager::Instance()->Unsubscribe(id);
                 if (chance.Below(8) == 0) {
-                    Settle();  // may still be on its way until then
+                    Settle();  // until then a delivery may still be on its way
                     EXPECT_LE(counter.sections(), 1);
                 }
                 delivered += counter.sections();
@@ -214,7 +214,7 @@ TEST_P(SectionManagerRaces, OneShotsAgainstUnsubscribe) {
     ExpectAllFiltersFree();
 }
 
-// Each section sets the filter anew, while others come and go that ask for what it asks for.
+// Each section sets the filter anew, while other clients subscribe to the same filter and leave.
 TEST_P(SectionManagerRaces, TogglesAtAHighRate) {
     constexpr int kSections = 1000;
     constexpr unsigned short kPid = 0x0012;
@@ -247,7 +247,8 @@ TEST_P(SectionManagerRaces, TogglesAtAHighRate) {
     ExpectAllFiltersFree();
 }
 
-// A section and a time-out at the same moment: each comes once at most, and none of them gets lost.
+// A section and a time-out come at the same moment: each is reported at most once, and the section
+// is not lost.
 TEST_P(SectionManagerRaces, TimeoutsAgainstSections) {
     constexpr int kRounds = 100;
     std::atomic<int> inTime{0};
@@ -286,7 +287,8 @@ TEST_P(SectionManagerRaces, TimeoutsAgainstSections) {
     ExpectAllFiltersFree();
 }
 
-// Ids count on over the end of their range, each given once, and find their sections.
+// Ids wrap at the end of their range. Each is given once, and sections reach the subscription of
+// their id.
 TEST_P(SectionManagerRaces, IdsAroundTheEndOfTheirRange) {
     constexpr unsigned kPerThread = 100;
     constexpr unsigned kBeforeTheEnd = 200;
@@ -294,7 +296,7 @@ TEST_P(SectionManagerRaces, IdsAroundTheEndOfTheirRange) {
     KorvoSectionManagerPeer::SetNextId(
         dynamic_cast<CKorvoSectionManager&>(*ISectionManager::Instance()),
         kLastId - kBeforeTheEnd + 1);
-    // The ids that are in use already, from 1 on, would be given again.
+    // Ids wrap to 1, so an id from there that is still in use would be given twice.
     ISectionManager::Instance()->Unsubscribe(lastId_);
     std::mutex mutex;
     std::vector<unsigned int> given;

@@ -34,7 +34,7 @@ class SourceContract : public testing::TestWithParam<SourceKind> {
     const std::unique_ptr<SourceRig> rig_ = GetParam().rig();
 };
 
-// Those of which that can be asked.
+// Returns the kinds of sources that have this ability.
 class EndingSource : public SourceContract {};
 class RestartingSource : public SourceContract {};
 class WaitingSource : public SourceContract {};

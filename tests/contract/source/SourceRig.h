@@ -9,45 +9,46 @@
 
 namespace testsupport {
 
-// A place where one kind of source gets its bytes (a DVB demux has no bytes but sections: what it
-// promises is in tests/unit/service/DvbFeed_test.cpp), in the hands of a test. The source that it
-// opens may outlive it.
+// Makes one kind of source for a test and controls where its bytes come from. The source may
+// outlive the rig. (A DVB demux gives sections, not bytes: tests/unit/service/DvbFeed_test.cpp
+// tests it.)
 class SourceRig {
   public:
     virtual ~SourceRig() = default;
     SourceRig(const SourceRig&) = delete;
     SourceRig& operator=(const SourceRig&) = delete;
 
-    // A source that has `content` to give; whole packets. Once.
+    // Opens a source that has `content`, which are whole packets, to give. Call it once.
     virtual std::shared_ptr<tvservice::ByteSource> Open(const Bytes& content) = 0;
 
-    // A source that does not come to an end in a minute, wherever it spends its time. Once.
+    // Opens a source that does not end within a minute, whatever it waits for or reads. Call it
+    // once.
     virtual std::shared_ptr<tvservice::ByteSource> OpenEndless() = 0;
 
-    // There is more to give. For a kind that waits.
+    // Adds bytes that the source can give. Only for a kind that waits.
     virtual void Add(const Bytes& content);
 
-    // There is no more, now. For a kind that ends.
+    // Ends the bytes here. Only for a kind that ends.
     virtual void Close() {}
 
-    // Reading fails from now on. For a kind that fails.
+    // Makes every read fail from now on. Only for a kind that can fail.
     virtual void Break();
 
   protected:
     SourceRig() = default;
 };
 
-// A kind of source and what can be asked of it.
+// A kind of source and its abilities.
 struct SourceKind {
     std::string name;
     std::unique_ptr<SourceRig> (*rig)();
-    bool ends;      // after its content; others are live
-    bool restarts;  // from its start
-    bool waits;     // for what is still to come
-    bool fails;     // can be made to
+    bool ends;      // after its content; a source that does not end is live
+    bool restarts;  // can begin again at its start
+    bool waits;     // for bytes that are added later
+    bool fails;     // its reads can be made to fail
 };
 
-// All of them. A new kind of source is added here.
+// Returns all kinds. Add a new kind of source here.
 const std::vector<SourceKind>& SourceKinds();
 
 // A stream of 64 packets with PCRs, 15 ms long.

@@ -33,7 +33,7 @@ using tvservice::FileDescriptor;
 
 namespace {
 
-// Makes the open descriptor one that cannot be read: a directory's.
+// Replaces the open descriptor by one that cannot be read: that of a directory.
 void Spoil(int descriptor) {
     const FileDescriptor directory(::open("/", O_RDONLY | O_CLOEXEC));
     if (::dup2(directory.get(), descriptor) < 0) {
@@ -47,7 +47,7 @@ class MemoryRig final : public SourceRig {
         return std::make_shared<tvservice::BufferSource>("memory", content, 0);
     }
     std::shared_ptr<ByteSource> OpenEndless() override {
-        // Byte by byte: that takes as long as is needed.
+        // Reading byte by byte takes as long as the test needs.
         return std::make_shared<tvservice::LoopSource>(
             std::make_shared<tvservice::BufferSource>("memory", Bytes(1 << 20), 1));
     }
@@ -59,7 +59,7 @@ class FileRig : public SourceRig {
         return OpenFile(dir_.WriteFile("stream.ts", content), content.size());
     }
     std::shared_ptr<ByteSource> OpenEndless() override {
-        constexpr off_t kSize = off_t{1} << 40;  // a hole
+        constexpr off_t kSize = off_t{1} << 40;  // a sparse file
         const std::string path = dir_.WriteFile("stream.ts", {});
         EXPECT_EQ(::truncate(path.c_str(), kSize), 0);
         return OpenFile(path, kSize);
@@ -88,7 +88,7 @@ class FileRig : public SourceRig {
     int descriptor_ = -1;
 };
 
-// In windows that are shorter than the stream.
+// Reads the file in windows that are shorter than the stream.
 class MappedFileRig final : public FileRig {
   protected:
     std::shared_ptr<ByteSource> Make(const std::string& path, FileDescriptor file,
@@ -127,13 +127,13 @@ class PipeRig : public SourceRig {
     int descriptor_ = -1;
 };
 
-// The packets of a tuned adapter: a stream of which only a driver that fails makes an end.
+// The packets of a tuned adapter. Such a stream ends only when the driver fails.
 class DvrRig final : public PipeRig {
   public:
     DvrRig() : PipeRig(true) {}
 };
 
-// Seven packets a datagram.
+// Sends seven packets in each datagram.
 constexpr size_t kDatagram = size_t{7} * 188;
 
 class UdpRig : public SourceRig {
@@ -248,7 +248,7 @@ class PacedPipeRig final : public PipeRig {
     }
 };
 
-// Under a plan whose fault lies behind everything.
+// Applies a fault plan whose only fault is behind the end of every stream.
 class FaultyFileRig final : public FileRig {
   public:
     std::shared_ptr<ByteSource> Open(const Bytes& content) override {
