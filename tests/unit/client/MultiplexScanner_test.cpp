@@ -91,7 +91,7 @@ class LargeInputTest : public MultiplexScannerTest {
                               generator::MakePmt({.program_number = number, .PCR_PID = 0x1FFF}));
     }
 
-    // What a scan finds, with the numbers of the passes that it made.
+    // The result of a scan, and the numbers of the passes that it made.
     Multiplex Scan() {
         MultiplexScanner& scanner = Forever<MultiplexScanner>();
         const auto end =
@@ -141,8 +141,8 @@ TEST_F(LargeInputTest, WithoutAPatItIsReadToItsEnd) {
     EXPECT_EQ(found.bouquets.size(), 1u);
 }
 
-// The first answer lets the platform go on, so that a section may still be queued for a scanner
-// that has ended.
+// The first of two answers lets the platform go on, so a section may still be in the queue for a
+// scanner that has ended.
 TEST_F(MultiplexScannerTest, OutlivesTheAnswersOfAnotherClientToBarriers) {
     Forever<Barrier>();
     for (int scan = 0; scan < 20; ++scan) {

@@ -18,8 +18,8 @@ using testsupport::SectionBytes;
 
 constexpr unsigned char kRefusedVersion = 31;
 
-/// What is kept of a sub-table is its version and how many sections it was read from. Sections with
-/// kRefusedVersion are refused.
+/// The reader keeps of a sub-table its version and the number of sections that it was read from. It
+/// refuses sections with kRefusedVersion.
 struct CountingTable {
     using Key = unsigned short;
     struct Snapshot {
@@ -155,7 +155,7 @@ TEST_F(SubTableReaderTest, TakesSoManySubTablesAndNamesTheFirstThatFindsNoRoom) 
     EXPECT_EQ(reader_.Whole().size(), most);
     EXPECT_THAT(reader_.Unfinished(), ElementsAre(Pair(most, ElementsAre(0))));
     Feed({.extension = 3, .version = 1});
-    EXPECT_EQ(VersionOf(3), 1) << "a sub-table that is known goes on";
+    EXPECT_EQ(VersionOf(3), 1) << "a known sub-table is still updated";
 }
 
 TEST_F(SubTableReaderTest, TakesSoManyBytesAndANewVersionGivesThemBack) {
@@ -163,7 +163,7 @@ TEST_F(SubTableReaderTest, TakesSoManyBytesAndANewVersionGivesThemBack) {
         FeedLarge(extension);
     }
     EXPECT_EQ(reader_.Whole().size(), kFit);
-    ASSERT_EQ(reader_.Unfinished().size(), 1u) << "the one that was cut short is named";
+    ASSERT_EQ(reader_.Unfinished().size(), 1u) << "the incomplete one is named";
     EXPECT_EQ(reader_.Unfinished().begin()->first, kFit);
     for (unsigned extension = 0; extension < kFit; ++extension) {
         FeedLarge(extension);
@@ -172,7 +172,7 @@ TEST_F(SubTableReaderTest, TakesSoManyBytesAndANewVersionGivesThemBack) {
 
     Feed({.extension = 1000, .bodySize = kLarge});
     EXPECT_FALSE(IsWhole(1000));
-    Feed({.extension = 0, .version = 1});  // in the place of 256 sections
+    Feed({.extension = 0, .version = 1});  // replaces 256 sections
     EXPECT_EQ(VersionOf(0), 1);
     Feed({.extension = 1000, .bodySize = kLarge});
     EXPECT_TRUE(IsWhole(1000));
@@ -202,11 +202,11 @@ TEST_F(SubTableReaderTest, CountsACompleteVersionUntilAnotherOneIsComplete) {
         }
         EXPECT_EQ(reader_.Whole().size(), kFit);
     }
-    for (unsigned number = 1; number < 25; ++number) {  // what room is left
+    for (unsigned number = 1; number < 25; ++number) {  // fills the room that is left
         Feed({.extension = 1000, .number = number, .last = 255, .bodySize = kLarge});
     }
     Feed({.extension = 1001, .bodySize = kLarge});
-    EXPECT_FALSE(IsWhole(1001)) << "all that was complete is still held";
+    EXPECT_FALSE(IsWhole(1001)) << "every complete sub-table is still held";
     Feed({.extension = 0, .number = 0, .last = 1, .version = 3});
     EXPECT_EQ(VersionOf(0), 3);
     Feed({.extension = 1001, .bodySize = kLarge});

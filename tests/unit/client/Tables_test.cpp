@@ -1,5 +1,5 @@
-// The tables as they come to `SubTableReader`: what repeats itself in them is there once, and costs
-// no more than that.
+// The tables that `SubTableReader` gives. Content that sections repeat is kept only once and costs
+// nothing more.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ std::optional<typename Table::Snapshot> Read(unsigned short pid,
     return Table::Read(pid, byNumber);
 }
 
-// A descriptor as a list has it: its tag, specifier, recorded extension, and bytes.
+// A descriptor of a list: its tag, specifier, recorded extension and bytes.
 using Shown = std::tuple<int, std::optional<unsigned>, std::optional<unsigned char>, Bytes>;
 
 std::vector<Shown> ShownOf(const DescriptorList& list) {
@@ -54,7 +54,7 @@ std::vector<Shown> ShownOf(const DescriptorList& list) {
     return shown;
 }
 
-// Counts how often two of its kind are compared.
+// Counts how often two objects of this class are compared.
 struct Counted {
     int value;
     static inline std::size_t comparisons = 0;
@@ -189,7 +189,7 @@ class PmtTableTest : public testing::Test {
   protected:
     PmtTableTest() { tvservice::SetLogPriority(7); }
 
-    // Section `number` of so many, with one stream that has an update of its own.
+    // Section `number` of `count`, with one stream that has an update of its own.
     static std::vector<std::uint8_t> Section(unsigned number, unsigned count) {
         const auto byte = static_cast<std::uint8_t>(number);
         const generator::Bytes offer =
@@ -205,7 +205,7 @@ class PmtTableTest : public testing::Test {
             .Build();
     }
 
-    // Whether a PMT of so many sections becomes complete.
+    // Returns whether a PMT of so many sections becomes complete.
     bool Take(unsigned count) {
         generator::Sections sections;
         for (unsigned number = 0; number < count; ++number) {
@@ -230,7 +230,8 @@ TEST_F(PmtTableTest, TheUpdatesOfSeveralSectionsAreThereOnceEach) {
     }
 }
 
-// The specifier holds in its own loop and from there on; the program's loop is another one.
+// A specifier applies in its own loop, to the descriptors behind it; the program's loop is
+// separate.
 TEST_F(PmtTableTest, DescriptorsBearTheSpecifierInForce) {
     const Bytes lone{0x83, 2, 0x12, 0x34};
     const Bytes specifier{0x5F, 4, 0, 0, 0, 0x28};

@@ -173,7 +173,7 @@ TEST(T2DeliverySystem, KeepsTheCellsBeforeOneThatDoesNotFit) {
         EXPECT_EQ(ParseExactly(desc, Whole(0x7F, head + cell + rest)), 2 + 6 + 7);
         EXPECT_EQ(desc.NumOfCells(), 1);
     }
-    // Frequencies that do not come out even.
+    // The frequencies have 3 bytes, which is not a multiple of 4.
     EXPECT_EQ(ParseExactly(desc, Whole(0x7F, {0x04, 1, 0, 2, 0, 1, 0, 1, 3, 0, 0, 1, 0})), 2 + 6);
 }
 

@@ -17,22 +17,22 @@ using Bytes = std::vector<unsigned char>;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// A descriptor of that tag over a payload.
+/// Makes a descriptor with this tag and payload.
 inline Bytes Whole(unsigned char tag, const Bytes& payload) {
     Bytes bytes{tag, static_cast<unsigned char>(payload.size())};
     bytes.insert(bytes.end(), payload.begin(), payload.end());
     return bytes;
 }
 
-/// Parses from a heap buffer of exactly the descriptor's size, so that sanitizers see every read
-/// past it.
+/// Parses from a heap buffer of exactly the descriptor's size, so that AddressSanitizer finds every
+/// read behind it.
 inline int ParseExactly(TCBaseDesc& desc, const Bytes& bytes) {
     const auto buffer = std::make_unique<unsigned char[]>(bytes.size());
     std::copy(bytes.begin(), bytes.end(), buffer.get());
     return desc.Parse(buffer.get());
 }
 
-/// Whether the syntax consumed the descriptor to its last byte.
+/// Returns whether the descriptor was consumed to its last byte.
 inline bool ParsesWhole(TCBaseDesc& desc, const Bytes& bytes) {
     const int consumed = ParseExactly(desc, bytes);
     return consumed == desc.Length();

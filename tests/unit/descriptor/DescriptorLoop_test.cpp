@@ -28,7 +28,7 @@ uint64_t Overruns() {
     return ReceiverCounters().Get(Counter::kDescriptorOverruns);
 }
 
-/// A loop over bytes of its own, in an arena that has room for exactly its descriptors.
+/// A loop over its own bytes, in an arena with room for exactly its descriptors.
 struct Loop {
     Loop(Bytes content, uint8_t tableId) : bytes(std::move(content)) {
         const ByteView view(bytes.data(), bytes.size());
@@ -123,8 +123,8 @@ TEST(Decoders, CountsWhatTheFieldsDoNotFill) {
     }
     EXPECT_EQ(malformed({0x5F, 3, 0, 0, 0}), 1u);                    // too short
     EXPECT_EQ(malformed({0x5F, 5, 0, 0, 0, 1, 2}), 1u);              // bytes left over
-    EXPECT_EQ(malformed({0x48, 3, 1, 9, 'c'}), 1u);                  // a name that overruns it
-    EXPECT_EQ(malformed({0x4A, 9, 0, 1, 0, 2, 0, 3, 9, 5, 0}), 1u);  // an OUI loop that does
+    EXPECT_EQ(malformed({0x48, 3, 1, 9, 'c'}), 1u);                  // too long a name
+    EXPECT_EQ(malformed({0x4A, 9, 0, 1, 0, 2, 0, 3, 9, 5, 0}), 1u);  // too long an OUI loop
     EXPECT_EQ(malformed({0x7F, 8, 0x04, 1, 0, 2, 0, 0, 0, 1}), 1u);  // a cell that is cut
 }
 
@@ -150,7 +150,7 @@ TEST(Decoders, EveryTagIsDecodedUnderTheTagThatItHas) {
 }
 
 TEST(Decoders, EveryDeclaredDescriptorHasItsClass) {
-    // Long enough for every fixed part, zeros for every inner length.
+    // The payload is long enough for every fixed part; every length inside it is 0.
     for (const int tag : {0x09, 0x13, 0x40, 0x41, 0x43, 0x44, 0x47, 0x48, 0x4A, 0x4D, 0x4E, 0x50,
                           0x52, 0x54, 0x55, 0x5A, 0x5F, 0x66, 0x6F}) {
         const Bytes bytes = Whole(static_cast<unsigned char>(tag), Bytes(12));

@@ -19,7 +19,8 @@
 
 namespace {
 
-/// Parses a payload; what was consumed of it, or -1 when the fixed part did not fit.
+/// Parses a payload. Returns how many bytes of it were consumed, or -1 when the fixed part did not
+/// fit.
 template <class Desc>
 int Consumed(Desc& desc, const Bytes& payload) {
     const int consumed = ParseExactly(desc, Whole(0x00, payload));
@@ -33,7 +34,7 @@ TEST(CADescriptor, HasSystemAndPidBeforeItsPrivateData) {
     EXPECT_EQ(desc.CASystemId(), 0x0919);
     EXPECT_EQ(desc.CAPID(), 0x1FFE);
     EXPECT_EQ(Consumed(desc, {0x09, 0x19, 0xFF}), -1);
-    EXPECT_EQ(desc.CASystemId(), 0) << "of what does not fit nothing is told";
+    EXPECT_EQ(desc.CASystemId(), 0) << "a fixed part that does not fit gives no values";
 }
 
 TEST(CarouselIdentifierDescriptor, HasTheCarouselId) {

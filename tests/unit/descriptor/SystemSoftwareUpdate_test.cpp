@@ -22,7 +22,7 @@ Bytes SelectorOf(Entry& entry) {
 TEST(LinkageDescriptor, HasItsPlaceWhateverItsType) {
     for (const int type : {0x00, 0x04, 0x08, 0x0D, 0x81, 0x90, 0xA2, 0xFF}) {
         TCDescLinkage desc;
-        // A payload that looks like an OUI loop is none under these types.
+        // With these types a payload that looks like an OUI loop is not read as one.
         const Bytes bytes = Linkage(static_cast<unsigned char>(type), {4, 0, 1, 0x5A, 0, 9});
         EXPECT_TRUE(ParsesWhole(desc, bytes));
         EXPECT_EQ(desc.TransportStreamId(), 1);
@@ -57,11 +57,11 @@ TEST(LinkageDescriptor, OfAnUpdateServiceMayListNothing) {
 
 TEST(LinkageDescriptor, WhoseLoopOverrunsConsumesLessThanItsLength) {
     TCDescLinkage desc;
-    // The second entry wants more selector bytes than OUI_data_length leaves.
+    // The second entry's selector is longer than OUI_data_length allows.
     const Bytes bytes = Linkage(0x09, {9, 0, 1, 0x5A, 0, 0, 1, 0x5B, 3, 0x11});
     EXPECT_EQ(ParseExactly(desc, bytes), 2 + 7 + 1 + 4);
     EXPECT_EQ(desc.NumOfSSULinkLoop(), 1);
-    // OUI_data_length reaches past the descriptor.
+    // OUI_data_length is longer than the descriptor.
     EXPECT_FALSE(ParsesWhole(desc, Linkage(0x09, {8, 0, 1, 0x5A, 0})));
     EXPECT_EQ(desc.NumOfSSULinkLoop(), 1);
 }

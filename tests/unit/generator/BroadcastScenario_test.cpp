@@ -26,7 +26,7 @@ using testing::SizeIs;
 using testing::UnorderedElementsAre;
 using testsupport::Slice;
 
-// The stream is made once and read once for all tests of a process.
+// The tests of a process share one stream, which is made and read once.
 class BroadcastScenarioTest : public testing::Test {
   protected:
     static const TsReader& Broadcast() {
@@ -34,7 +34,7 @@ class BroadcastScenarioTest : public testing::Test {
         return reader;
     }
 
-    // The different sections of a sub-table, in order of section_number.
+    // Returns the different sections of a sub-table in order of section_number.
     static std::vector<ReadSection> SubTable(uint16_t pid, uint8_t table_id,
                                              uint16_t table_id_extension) {
         std::map<uint8_t, ReadSection> sections;
@@ -63,7 +63,7 @@ class BroadcastScenarioTest : public testing::Test {
         return ReadMap(SubTable(pid, 0x02, program_number).at(0));
     }
 
-    // All services of a transport stream.
+    // Returns all services of a transport stream.
     static std::vector<ReadService> Services(uint8_t table_id, uint16_t transport_stream_id) {
         std::vector<ReadService> services;
         for (const ReadSection& section : SubTable(0x0011, table_id, transport_stream_id)) {
@@ -84,12 +84,12 @@ class BroadcastScenarioTest : public testing::Test {
         return {};
     }
 
-    // Present for 0, following for 1.
+    // Returns the present event for 0 and the following one for 1.
     static std::vector<ReadEvent> Events(uint16_t service_id, size_t section_number) {
         return ReadEvents(SubTable(0x0012, 0x4E, service_id).at(section_number));
     }
 
-    // The delivery descriptors of the own network by transport stream.
+    // Returns the delivery descriptors of this network by transport stream.
     static std::multimap<uint16_t, Bytes> Descriptors(uint16_t network_id, uint8_t table_id) {
         std::multimap<uint16_t, Bytes> found;
         for (const ReadSection& section : SubTable(0x0010, table_id, network_id)) {
@@ -225,7 +225,7 @@ TEST_F(BroadcastScenarioTest, UpdatesAreOfferedAmongOtherDataBroadcasts) {
 }
 
 TEST_F(BroadcastScenarioTest, CarouselsAreIdentifiedAndNot) {
-    // stream_type, component_tag and carousel_id, -1 where there is none
+    // stream_type, component_tag and carousel_id; -1 where the stream has none
     std::vector<std::tuple<int, int64_t, int64_t>> carousels;
     for (const ReadMap::Stream& stream : Map(0x0440, 1306).streams) {
         int64_t tag = -1;
@@ -275,7 +275,7 @@ TEST_F(BroadcastScenarioTest, ANetworkNameIsEmptyAndAnotherNotThere) {
     EXPECT_THAT(nameless.streams[0].descriptors, IsEmpty());
 }
 
-// The links to updates, as networks and bouquets carry them.
+// The linkages to updates that networks and bouquets carry.
 void ExpectUpdateLinkages(const ReadDescriptors& descriptors) {
     ASSERT_GE(descriptors.size(), 7u);
     EXPECT_EQ(descriptors[1], (Bytes{0x5F, 4, 0xFE, 0xDC, 0x07, 0x81}));
@@ -433,7 +433,7 @@ TEST_F(BroadcastScenarioTest, ABouquetNameIsEmptyAndAnotherNotThere) {
     EXPECT_EQ(nameless[0].bytes.size(), 8u + 2 + 2 + 4);
 }
 
-// The service's name as coded.
+// Returns the coded name of a service.
 std::string NameOf(const ReadService& service) {
     const Bytes descriptor = WithTag(service.descriptors, 0x48).at(0);
     const size_t provider = descriptor[3];
@@ -441,7 +441,7 @@ std::string NameOf(const ReadService& service) {
                        descriptor.end());
 }
 
-// As the C library decodes it.
+// Decodes with the C library.
 std::string Decode(const char* codeset, std::string text) {
     const iconv_t converter = iconv_open("UTF-8", codeset);
     if (converter == reinterpret_cast<iconv_t>(-1)) {

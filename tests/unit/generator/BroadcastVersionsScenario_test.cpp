@@ -24,8 +24,8 @@ class BroadcastVersionsScenarioTest : public testing::Test {
         return reader;
     }
 
-    // The current (or only the announced) versions in the order in which they came, repeats left
-    // out.
+    // Returns the current versions (or only the announced ones) in order of arrival, without
+    // repeats.
     static std::vector<int> Versions(uint16_t pid, uint8_t table_id, bool current = true) {
         std::vector<int> versions;
         for (const ReadSection& section : Stream().Table(pid, table_id)) {
@@ -38,7 +38,7 @@ class BroadcastVersionsScenarioTest : public testing::Test {
         return versions;
     }
 
-    // The program numbers of each PAT that is current, repeats left out.
+    // Returns the program numbers of each current PAT, without repeats.
     static std::vector<std::set<int>> Programs() {
         std::vector<std::set<int>> all;
         for (const ReadSection& pat : Stream().Table(0x0000, 0x00)) {
@@ -53,7 +53,7 @@ class BroadcastVersionsScenarioTest : public testing::Test {
         return all;
     }
 
-    // How many sections of each version were sent, announced ones left out.
+    // Returns how many sections of each version were sent, without announced ones.
     static std::map<int, size_t> SectionsOfVersions(uint16_t pid, uint8_t table_id) {
         std::map<int, std::set<int>> numbers;
         for (const ReadSection& section : Stream().Table(pid, table_id)) {
@@ -110,7 +110,7 @@ TEST_F(BroadcastVersionsScenarioTest, MapsStayReturnWrapAndJumpBack) {
 }
 
 TEST_F(BroadcastVersionsScenarioTest, AProgrammeReturnsWithTheVeryMapThatItHad) {
-    // The map of programme 2 in version 5 before, and after a PAT without the programme.
+    // The PMT of programme 2 has version 5 before and after a PAT that does not list the programme.
     std::set<Bytes> maps;
     size_t before = 0;
     size_t after = 0;
@@ -151,7 +151,7 @@ TEST_F(BroadcastVersionsScenarioTest, ThereAreTablesOf64AndOf256SectionsAndHalve
     }
 }
 
-// The last section of each number that is current, by sub-table.
+// Returns the last section of each number that is current, by sub-table.
 TEST_F(BroadcastVersionsScenarioTest, TheLastStateOfEveryTableIsWholeAndOfOneEdition) {
     std::map<std::tuple<uint16_t, uint8_t, uint16_t>, std::map<int, ReadSection>> last;
     for (const ReadSection& section : Stream().sections) {

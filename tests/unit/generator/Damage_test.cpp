@@ -9,7 +9,7 @@
 namespace generator {
 namespace {
 
-// Packets that are told apart by their PID, 0, 1, 2, ...
+// Packets with the PIDs 0, 1, 2, ..., so that each can be recognised.
 PacketList Numbered(std::uint16_t count) {
     PacketList packets;
     for (std::uint16_t i = 0; i < count; ++i) {

@@ -30,7 +30,7 @@ Key KeyOf(const ReadSection& section) {
             section.section_number()};
 }
 
-// The stream is made once and read once for all tests of a process.
+// The tests of a process share one stream, which is made and read once.
 class DemoScenarioTest : public testing::Test {
   protected:
     static const TsReader& Demo() {
@@ -38,7 +38,7 @@ class DemoScenarioTest : public testing::Test {
         return reader;
     }
 
-    // The program numbers of the PAT with their PIDs.
+    // Returns the programs of the PAT: number and PID.
     static std::map<uint16_t, uint16_t> Programs() {
         std::map<uint16_t, uint16_t> programs;
         for (const ReadSection& pat : Demo().Table(0x0000, 0x00)) {
@@ -64,7 +64,7 @@ class DemoScenarioTest : public testing::Test {
         return services;
     }
 
-    // The bytes of all sections of a table, one behind the other, in order of arrival.
+    // Returns the bytes of all sections of a table, joined in order of arrival.
     static Bytes BytesOf(uint16_t pid, uint8_t table_id) {
         Bytes bytes;
         for (const ReadSection& section : Demo().Table(pid, table_id)) {
@@ -88,7 +88,7 @@ TEST_F(DemoScenarioTest, IsTenSecondsOfWholePacketsWithoutAnError) {
     EXPECT_GT(Demo().packets.at(0x1FFF), 800u);
 }
 
-// Every section comes again within two seconds, from the beginning to the end at `length` seconds.
+// Every section is repeated within two seconds, from the beginning to the end at `length` seconds.
 void ExpectRepetition(const TsReader& stream, double length) {
     std::map<Key, double> last;
     for (const ReadSection& section : stream.sections) {
@@ -101,7 +101,8 @@ void ExpectRepetition(const TsReader& stream, double length) {
     for (const auto& [key, seconds] : last) {
         EXPECT_GE(seconds, length - 2.0) << "table " << int{std::get<1>(key)};
     }
-    // Eight programmes, and the tables named below: a reader that found nothing would pass too.
+    // There are eight programmes and the tables below. Without this check, a reader that finds
+    // nothing would pass.
     EXPECT_GT(last.size(), 100u);
 }
 

@@ -79,7 +79,7 @@ TEST(PacketTest, AStreamHasPacketsOfTheChosenSize) {
     const Bytes with192 = Serialise(packets, PacketFormat::k192, 1000);
     ASSERT_EQ(with192.size(), 2u * 192);
     EXPECT_EQ(Bytes(with192.begin(), with192.begin() + 5), (Bytes{0, 0, 0, 0, 0x47}));
-    // A packet's time at 1000 packets a second: 27000 ticks.
+    // At 1000 packets a second one packet takes 27000 ticks.
     EXPECT_EQ(Bytes(with192.begin() + 192, with192.begin() + 197),
               (Bytes{0x00, 0x00, 0x69, 0x78, 0x47}));
 

@@ -41,8 +41,8 @@ TEST(ScenariosTest, ASeedAlwaysGivesTheSameBytesAndAnotherSeedOthers) {
     }
 }
 
-// Sums over whole streams: they change only when a scenario is changed on purpose, never with the
-// compiler or the machine.
+// Checksums of whole streams. They change only when somebody changes a scenario on purpose;
+// compiler and machine do not change them.
 TEST(ScenariosTest, TheBytesAreTheSameOnEveryMachine) {
     const std::map<std::string_view, uint32_t> expected{
         {"demo", 0xDA2A49AB},
@@ -62,8 +62,8 @@ TEST(ScenariosTest, TheBytesAreTheSameOnEveryMachine) {
 
 // --- versions
 
-// The versions of a table in the order in which they came, repeats left out; a version that is not
-// current yet has 100 added.
+// Returns the versions of a table in order of arrival, without repeats. Adds 100 to a version that
+// is not current yet.
 std::vector<int> VersionsOf(const TsReader& reader, uint16_t pid, uint8_t table_id) {
     std::vector<int> versions;
     for (const ReadSection& section : reader.Table(pid, table_id)) {
@@ -91,7 +91,7 @@ TEST_F(VersionsScenarioTest, ThePatWrapsJumpsBackAndAnnouncesItsNext) {
 
 TEST_F(VersionsScenarioTest, AMapLeavesAndReturnsWithTheSameVersion) {
     const auto maps = reader_.Table(0x0120, 0x02);
-    // Versions 5 before and after a time in which the PAT does not list the programme.
+    // Version 5 comes before and after a time in which the PAT does not list the programme.
     EXPECT_GE(std::count_if(maps.begin(), maps.end(),
                             [](const auto& map) { return map.version_number() == 5; }),
               12);
@@ -136,7 +136,7 @@ TEST_F(VersionsScenarioTest, OneVersionOfTheServicesIsNeverWhole) {
 
 class OdditiesScenarioTest : public testing::Test {
   protected:
-    // How many different sub-tables and sections there are: table_id_extension to numbers.
+    // How many different sub-tables and sections come: section numbers by table_id_extension.
     std::map<uint16_t, std::set<int>> Numbers(uint16_t pid, uint8_t table_id) const {
         std::map<uint16_t, std::set<int>> numbers;
         for (const ReadSection& section : reader_.Table(pid, table_id)) {
@@ -232,7 +232,8 @@ TEST(PacketisationScenarioTest, EverySectionIsReadInEveryPacking) {
     for (const ReadSection& section : reader.Table(0x0011, 0x42)) {
         ++services[section.section_number()];
     }
-    // Two plain, 14 + 8 payload sizes twice, three after strange ends, two around other packets.
+    // Two plain, 14 + 8 payload sizes twice, three behind foreign section ends, two around other
+    // packets.
     ASSERT_EQ(services.size(), 6u);
     for (const auto& [number, count] : services) {
         EXPECT_EQ(count, 2u + 2 * (14 + 8) + 3 + 2);
@@ -275,7 +276,8 @@ TEST(DamagedScenarioTest, MostOfTheDemoSurvivesButNotAll) {
     for (size_t at = 0; at < demo.size(); at += 188) {
         packets.insert(packetAt(demo, at));
     }
-    // Read as a receiver would: a byte on when there is no packet, a packet on when there is.
+    // Reads as a receiver does: one byte further when there is no packet, one packet further when
+    // there is one.
     size_t intact = 0;
     size_t damaged = 0;
     for (size_t at = 0; at + 188 <= stream.size();) {

@@ -7,7 +7,7 @@
 namespace generator {
 namespace {
 
-// What a packet carries, read by hand.
+// The content of a packet, read without the code under test.
 struct Payload {
     bool starts;
     Bytes bytes;  // pointer_field included
@@ -19,7 +19,7 @@ Payload Read(const Packet& packet) {
             Bytes(packet.begin() + static_cast<std::ptrdiff_t>(at), packet.end())};
 }
 
-// A stand-in for a section: `size` times one byte.
+// Stands for a section: `size` times the same byte.
 Bytes Fill(std::size_t size, std::uint8_t fill) {
     return Bytes(size, fill);
 }
@@ -72,8 +72,8 @@ TEST(SectionPackerTest, ASectionMayBeginInTheLastByteOfAPacketThatHasAPointer) {
 }
 
 TEST(SectionPackerTest, ASectionThatWouldNeedThePointersByteWaitsForTheNextPacket) {
-    // 183 bytes in the first packet, 183 more in the second: only its last byte is left, which a
-    // pointer_field would need.
+    // The first packet takes 183 bytes and the second 183 more. The last byte of the second is then
+    // free, but a new section there would need it for pointer_field.
     const PacketList packets =
         PackSections(0x0011, {Fill(366, 1), Fill(5, 2)}, {.back_to_back = true});
     ASSERT_EQ(packets.size(), 3u);

@@ -11,8 +11,8 @@
 
 namespace generator {
 
-// Takes whole sections apart into their loops, independent of the code under test. A loop that does
-// not end where its length says is a failure of the test that reads it.
+// Splits whole sections into their loops, independent of the code under test. A loop that does not
+// end where its length says fails the test that reads it.
 
 using ReadDescriptors = std::vector<std::vector<uint8_t>>;  // each with tag and length
 
@@ -28,7 +28,7 @@ inline ReadDescriptors ReadLoop(const ReadSection& section, size_t from, size_t 
     return descriptors;
 }
 
-// Only those with the tag.
+// Returns only the descriptors with this tag.
 inline ReadDescriptors WithTag(const ReadDescriptors& descriptors, uint8_t tag) {
     ReadDescriptors found;
     for (const auto& descriptor : descriptors) {

@@ -17,14 +17,14 @@ using testsupport::Slice;
 constexpr std::int64_t kTime = 750516300;
 constexpr std::int64_t kMidnight = kTime - 12 * 3600 - 45 * 60;
 
-// The section without its CRC_32, once that has been found good.
+// Checks the CRC_32 of a section and returns the section without it.
 Bytes Checked(const Bytes& section) {
     EXPECT_EQ(Crc32Bitwise(section.data(), section.size()), 0u);
     EXPECT_EQ(section.size(), 3u + ((section[1] & 0x0Fu) << 8 | section[2]));
     return Slice(section, 0, section.size() - 4);
 }
 
-// What several sections of one sub-table must agree on.
+// The fields that all sections of one sub-table must have in common.
 void ExpectNumbered(const Sections& sections, std::uint8_t version_number) {
     for (std::size_t i = 0; i < sections.size(); ++i) {
         Checked(sections[i]);

@@ -13,8 +13,8 @@
 
 namespace generator {
 
-// Reads an undamaged stream of 188-byte packets the plain way, in as few lines as that takes, and
-// independent of the code under test: sections with their time, and counts of what went wrong.
+// Reads an undamaged stream of 188-byte packets in the simplest way, independent of the code under
+// test: sections with their time, and counts of errors.
 struct ReadSection {
     uint16_t pid;
     std::vector<uint8_t> bytes;
@@ -47,9 +47,9 @@ class TsReader {
     size_t continuityGaps = 0;
     size_t duplicates = 0;
     size_t crcErrors = 0;
-    size_t cutSections = 0;  // begun and not ended before the next began
+    size_t cutSections = 0;  // the next section began before they ended
 
-    // The sections of a table, in order of arrival.
+    // Returns the sections of a table in order of arrival.
     std::vector<ReadSection> Table(uint16_t pid, uint8_t table_id) const {
         std::vector<ReadSection> found;
         for (const ReadSection& section : sections) {

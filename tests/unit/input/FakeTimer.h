@@ -17,7 +17,7 @@ inline bool IsReadable(int descriptor) {
     return ::poll(&ready, 1, 0) == 1;
 }
 
-// A timer whose time passes when the test says so.
+// A timer whose time passes only when a test lets it pass.
 class FakeTimer final : public tvservice::Timer {
   public:
     std::chrono::nanoseconds Now() override { return now_; }

@@ -80,7 +80,7 @@ TEST_F(FollowSourceTest, ReadsAgainAfterRewind) {
 TEST_F(FollowSourceTest, FailsWhenTheFileBecomesShorter) {
     ReadAll(source_, 10);
     ASSERT_EQ(::truncate(path_.c_str(), 10), 0);
-    EXPECT_EQ(Ask(source_), ReadResult::kWouldBlock) << "that is where it ends";
+    EXPECT_EQ(Ask(source_), ReadResult::kWouldBlock) << "the file ends there";
     ASSERT_EQ(::truncate(path_.c_str(), 9), 0);
     uint8_t byte = 0;
     const ReadResult result = source_.Read(&byte, 1);

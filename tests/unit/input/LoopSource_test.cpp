@@ -45,7 +45,7 @@ TEST(LoopSource, GoesToTheStartOfTheFirstRound) {
     EXPECT_EQ(ReadAll(source, 12), Join({Counting(10), {0, 1}}));
 }
 
-// A source that has only one start in it.
+// A source that can start only once.
 class OnceSource final : public ByteSource {
   public:
     OnceSource() : ByteSource("once\n") {}

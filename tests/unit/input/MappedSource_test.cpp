@@ -1,4 +1,4 @@
-// A mapped file beside the same file read with read(2): one gives what the other gives.
+// Compares a mapped file with the same file read by read(2): both must give the same.
 
 #include "softplatform/input/MappedSource.h"
 
@@ -108,8 +108,8 @@ TEST_F(MappedSourceTest, LendsTheBytesOfTheFile) {
     EXPECT_EQ(Bytes(second.bytes.begin(), second.bytes.end()), Slice(stream, kPage, kPage));
 }
 
-// One step after the other on both: reads of any size, and a file that grows or becomes shorter
-// while nothing of it is touched. Both give the same bytes, ends and failures.
+// Applies the steps one after the other to both: reads of any size, and a file that grows or
+// shrinks while no lent byte is touched. Both must give the same bytes, ends and errors.
 TEST_F(MappedSourceTest, DoesWhatReadDoesOnAFileThatChanges) {
     for (int round = 0; round < 100; ++round) {
         size_t size = random_() % (6 * kPage);
@@ -139,7 +139,7 @@ TEST_F(MappedSourceTest, DoesWhatReadDoesOnAFileThatChanges) {
                     }
                     break;
                 default: {
-                    // A window may end before `count` bytes; read(2) then gets as many.
+                    // A window may end before `count` bytes; read(2) then gets only as many.
                     const size_t count = 1 + random_() % (2 * kPage);
                     const ReadResult one = ReadOnce(*mapped, fromMapped, count);
                     const ReadResult other =
@@ -184,24 +184,24 @@ TEST_F(MappedSourceTest, FailsAlsoWhenWhatWasMissingIsBack) {
     const Bytes seen(lent.bytes.begin(), lent.bytes.end());
     EXPECT_EQ(seen, Bytes(stream.size()));
     Append(Random(8 * kPage));
-    EXPECT_EQ(Ask(*mapped), ReadResult::kFailed) << "zeros were lent that the file never had";
+    EXPECT_EQ(Ask(*mapped), ReadResult::kFailed) << "it lent zeros that the file never had";
 }
 
 TEST_F(MappedSourceTest, ReadsWhatCannotBeMapped) {
     const Bytes stream = Random(3 * kPage);
     Write(stream);
     std::vector<std::unique_ptr<MappedSource>> sources;
-    for (int i = 0; i < 40; ++i) {  // more than there are windows
+    for (int i = 0; i < 40; ++i) {  // more sources than there are windows
         sources.push_back(Map(kPage));
         EXPECT_EQ(ReadAll(*sources.back(), stream.size(), 1000), stream) << i;
     }
     Bytes buffer(10);
     ASSERT_TRUE(sources.back()->Rewind());
     EXPECT_EQ(sources.back()->Read(buffer.data(), buffer.size()).bytes.data(), buffer.data())
-        << "the last one had no window";
+        << "no window was left for the last one";
     sources.clear();
     EXPECT_NE(Map(kPage)->Read(buffer.data(), buffer.size()).bytes.data(), buffer.data())
-        << "windows are given back";
+        << "closed sources return their windows";
 }
 
 TEST_F(MappedSourceTest, RepairsNothingElse) {
@@ -231,7 +231,7 @@ TEST_F(MappedSourceTest, IsWhatOpenSourceGivesAProgramThatAsksForIt) {
     EXPECT_FALSE(isMapped(path, false)) << "read(2) is the default";
     EXPECT_FALSE(isMapped("/dev/zero", true));
     EXPECT_EQ(error, "");
-    // A file whose size the system does not tell.
+    // A file whose size the system does not know.
     const SourcePtr proc = OpenSource("/proc/self/status", {.mapped = true}, error);
     ASSERT_NE(proc, nullptr) << error;
     EXPECT_GT(ReadAll(*proc->bytes(), 100).size(), 0u);

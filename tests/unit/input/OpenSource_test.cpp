@@ -107,7 +107,7 @@ TEST(SourceSchemes, AreWhatOpeningKnows) {
     for (const SourceScheme& scheme : SourceSchemes()) {
         EXPECT_EQ(std::string(scheme.form).rfind(scheme.prefix, 0), 0u) << scheme.form;
         EXPECT_STRNE(scheme.meaning, "");
-        // What is behind the prefix is no address: the error is not that of a path.
+        // The rest behind the prefix is not an address, and the error must not be that of a path.
         EXPECT_EQ(Error(std::string(scheme.prefix) + "x", {}).find("No such file"),
                   std::string::npos);
         all += (all.empty() ? "" : ", ") + std::string(scheme.prefix);

@@ -31,7 +31,7 @@ using testsupport::Slice;
 
 using testsupport::kMs;
 
-// Five packets, then three blocks of a PCR and four packets, 40 ms from PCR to PCR.
+// Five packets, then three blocks of one packet with a PCR and four without. PCRs are 40 ms apart.
 Bytes Stream(uint64_t first = 0) {
     Bytes bytes = PlainPackets(5);
     for (uint64_t n = 0; n < 3; ++n) {
@@ -40,7 +40,7 @@ Bytes Stream(uint64_t first = 0) {
     }
     return bytes;
 }
-// Where the bytes end that pass before that PCR is due.
+// Where the bytes end that may pass before this PCR is due.
 constexpr size_t EndBefore(size_t pcr) {
     return (5 + pcr * 5) * 188 + 12;
 }
@@ -55,7 +55,7 @@ class PaceSourceTest : public testing::Test {
     void Pace(const Bytes& bytes, double speed = 1) {
         Pace(std::make_shared<BufferSource>("memory", bytes, 0), speed);
     }
-    // All that may pass now.
+    // Returns all bytes that may pass now.
     Bytes ReadNow() {
         Bytes all;
         for (;;) {
@@ -138,7 +138,7 @@ TEST_F(PaceSourceTest, PacesEveryRoundOfALoop) {
     const Bytes stream = Stream();
     Pace(std::make_shared<LoopSource>(std::make_shared<BufferSource>("memory", stream, 0)));
     size_t passed = ReadNow().size();
-    for (int n = 0; n < 20; ++n) {  // two waits a round, none where the round begins
+    for (int n = 0; n < 20; ++n) {  // two waits per round, none at its start
         timer_->Pass(40ms);
         passed += ReadNow().size();
     }
@@ -155,7 +155,7 @@ TEST_F(PaceSourceTest, WaitsForTheSourceWhereThatHasNothing) {
     EXPECT_FALSE(IsReadable(source_->descriptor()));
     ASSERT_EQ(::write(in.get(), "abc", 3), 3);
     EXPECT_TRUE(IsReadable(source_->descriptor()));
-    EXPECT_EQ(ReadNow(), Bytes({'a', 'b', 'c'})) << "nothing is kept back to find packets in it";
+    EXPECT_EQ(ReadNow(), Bytes({'a', 'b', 'c'})) << "bytes without packets pass at once";
 }
 
 TEST_F(PaceSourceTest, AnswersAsTheSourceDoes) {

@@ -9,7 +9,7 @@ namespace testsupport {
 
 constexpr uint64_t kMs = tvservice::kPcrFrequency / 1000;
 
-// A transport packet with a PCR, ISO/IEC 13818-1 2.4.3.5; all else of it is stuffing.
+// A transport packet with a PCR (ISO/IEC 13818-1 2.4.3.5); the rest of it is stuffing.
 struct PcrBytes {
     uint16_t PID = 0x0100;
     uint64_t program_clock_reference = 0;  // of 27 MHz
@@ -34,7 +34,7 @@ struct PcrBytes {
     }
 };
 
-// `count` packets of PID 0x0200 without an adaptation field, each of another content.
+// `count` packets of PID 0x0200 without an adaptation field; the content of each differs.
 inline Bytes PlainPackets(size_t count) {
     Bytes bytes;
     for (size_t i = 0; i < count; ++i) {

@@ -21,7 +21,7 @@ struct Found {
     Pcr pcr;
 };
 
-// All that is found when the bytes come in pieces of that size.
+// Returns everything that is found when the bytes come in pieces of this size.
 std::vector<Found> Scan(const Bytes& bytes, size_t piece = SIZE_MAX) {
     PcrScanner scanner;
     std::vector<Found> found;
@@ -40,7 +40,7 @@ std::vector<Found> Scan(const Bytes& bytes, size_t piece = SIZE_MAX) {
     return found;
 }
 
-// The same packets with bytes put before and behind each.
+// The same packets with other bytes before and behind each.
 Bytes Widened(const Bytes& packets, size_t before, size_t behind) {
     Bytes bytes;
     for (size_t at = 0; at < packets.size(); at += 188) {
@@ -130,7 +130,7 @@ TEST(PcrScanner, FindsNothingInWhatIsNoStream) {
     EXPECT_TRUE(Scan(Bytes(100000, 0x00)).empty());
     std::mt19937 random(1);
     const Bytes noise = testsupport::RandomBytes(random, 100000);
-    Scan(noise, 1);  // whatever it takes for one: every byte passes
+    Scan(noise, 1);  // whatever it finds: every byte passes
 }
 
 TEST(PcrScanner, ForgetsWhatPassedBeforeAReset) {

@@ -12,7 +12,7 @@ using std::chrono::nanoseconds;
 
 using testsupport::kMs;
 
-// A stream whose PCRs are reached as soon as they are due, unless a test says otherwise.
+// A stream whose PCRs come exactly when they are due, unless a test gives another time.
 class PcrScheduleTest : public testing::Test {
   protected:
     std::optional<nanoseconds> Reach(uint64_t ticks, uint16_t pid = 0x100,
@@ -104,7 +104,7 @@ TEST_F(PcrScheduleTest, LeavesOtherPidsAloneWhileTheFirstGoesOn) {
 TEST_F(PcrScheduleTest, FollowsAnotherPidWhenTheFirstFallsSilent) {
     EXPECT_EQ(Reach(0, 0x100), 0ms);
     EXPECT_EQ(Reach(100 * kMs, 0x100), 100ms);
-    // One that stops with the first, and one that goes on.
+    // One PID stops after its first PCR, and one goes on.
     EXPECT_EQ(Reach(5 * kMs, 0x300), std::nullopt);
     EXPECT_EQ(Reach(9000 * kMs, 0x200), std::nullopt);
     EXPECT_EQ(Reach(9500 * kMs, 0x200), std::nullopt);

@@ -11,7 +11,7 @@
 
 namespace testsupport {
 
-// The next result that is not kWouldBlock; waits for it. `bytes` receives a copy of its bytes.
+// Waits for the next result that is not kWouldBlock. `bytes` receives a copy of its bytes.
 inline tvservice::ReadResult ReadOnce(tvservice::ByteSource& source, Bytes& bytes, size_t size) {
     for (;;) {
         Bytes buffer(size);
@@ -23,13 +23,14 @@ inline tvservice::ReadResult ReadOnce(tvservice::ByteSource& source, Bytes& byte
         }
         pollfd ready{source.descriptor(), POLLIN, 0};
         if (::poll(&ready, 1, 20000) != 1) {
-            ADD_FAILURE() << source.name() << " has had nothing to say for 20 s";
+            ADD_FAILURE() << source.name() << " gave no result for 20 s";
             return result;
         }
     }
 }
 
-// The next `count` bytes, read in pieces of at most `piece`; less where the source ends or fails.
+// Returns the next `count` bytes, read in pieces of at most `piece`; fewer when the source ends or
+// fails.
 inline Bytes ReadAll(tvservice::ByteSource& source, size_t count, size_t piece = 65536) {
     Bytes all;
     while (all.size() < count) {
@@ -45,7 +46,7 @@ inline Bytes ReadAll(tvservice::ByteSource& source, size_t count, size_t piece =
     return all;
 }
 
-// The status of one read.
+// Returns the status of one read.
 inline tvservice::ReadResult::Status Ask(tvservice::ByteSource& source) {
     Bytes buffer(4096);
     return source.Read(buffer.data(), buffer.size()).status;

@@ -7,7 +7,7 @@
 
 namespace testsupport {
 
-// An RTP packet by hand, RFC 3550 5.1.
+// An RTP packet, built by hand (RFC 3550 5.1).
 struct RtpBytes {
     uint8_t version = 2;
     uint8_t payload_type = 33;  // MP2T, RFC 3551

@@ -15,7 +15,7 @@ std::optional<RtpPacket> Parse(const Bytes& bytes) {
     return RtpPacket::From(ByteView(bytes.data(), bytes.size()));
 }
 
-// The payload that is found, which has to be one.
+// Parses a packet that must be valid and returns its payload.
 Bytes PayloadOf(const Bytes& bytes) {
     const std::optional<RtpPacket> packet = Parse(bytes);
     EXPECT_TRUE(packet);

@@ -15,7 +15,8 @@ using testing::IsEmpty;
 using testsupport::Bytes;
 using testsupport::RtpBytes;
 
-// Numbers of packets go in, numbers come out: each payload holds that of its packet.
+// Feeds packets with these sequence numbers and returns those of the packets that come out. Each
+// payload holds the number of its packet.
 class RtpSequenceTest : public testing::Test {
   protected:
     std::vector<int> Feed(std::vector<int> numbers, uint32_t SSRC = 1) {

@@ -55,7 +55,7 @@ TEST_F(RtpSourceTest, KeepsTheOrderOverSmallReads) {
         Send(n ^ 1, Counting(1316, n ^ 1));
         all = Join({all, Counting(1316, n)});
     }
-    // The first is 1: what comes before it then has passed.
+    // The first packet has the number 1, so a packet before it is too late.
     all = testsupport::Slice(all, 1316);
     EXPECT_EQ(ReadAll(*source_, all.size(), 100), all);
     EXPECT_EQ(counters_.Get(Counter::kRtpReordered), 99u);
@@ -83,7 +83,7 @@ TEST_F(RtpSourceTest, LeavesOutAndCountsWhatIsNoRtp) {
     EXPECT_EQ(counters_.Get(Counter::kMalformedDatagrams), 3u);
 }
 
-// Or those who send faster than it is read would keep it for ever.
+// Otherwise a sender that is faster than the reader would keep the read busy for ever.
 TEST_F(RtpSourceTest, ReturnsFromAFloodOfWhatIsNoRtpBatchByBatch) {
     for (int i = 0; i < 100; ++i) {
         sender_->Send({1, 2, 3});

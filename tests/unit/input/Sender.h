@@ -14,10 +14,11 @@
 
 namespace testsupport {
 
-// Sends datagrams to an address of this machine, or to a group; those do not leave it.
+// Sends datagrams to an address of this machine, or to a group. Datagrams to a group do not leave
+// the machine.
 class Sender {
   public:
-    // Groups are reached through the interface of that name.
+    // `interface` is the name of the interface for groups.
     explicit Sender(uint16_t port, const std::string& host = "127.0.0.1",
                     const std::string& interface = "lo") {
         const bool isIpv6 = host.find(':') != std::string::npos;

@@ -31,7 +31,7 @@ using testsupport::Counting;
 using testsupport::IsReadable;
 using testsupport::TempDir;
 
-// One read of at most `size` bytes, which has to give some.
+// Reads once, at most `size` bytes. The read must give some.
 Bytes ReadBytes(ByteSource& source, size_t size) {
     Bytes buffer(size);
     const ReadResult result = source.Read(buffer.data(), size);
@@ -141,7 +141,8 @@ TEST(OpenSource, OpensANamedPipeWithoutWaitingForItsWriter) {
     const std::string path = dir.Path("fifo");
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
     const auto source = Open(path);
-    EXPECT_EQ(ReadStatus(*source), ReadResult::kWouldBlock) << "not the end: nobody wrote yet";
+    EXPECT_EQ(ReadStatus(*source), ReadResult::kWouldBlock)
+        << "it is not the end: nothing was written yet";
     EXPECT_FALSE(IsReadable(source->descriptor()));
     {
         const FileDescriptor writer(::open(path.c_str(), O_WRONLY));
@@ -170,7 +171,7 @@ TEST(StreamSource, CannotBeRewoundOnceItWasRead) {
     StreamSource source("a pipe", std::move(pipe.out));
     EXPECT_FALSE(source.rewindable());
     EXPECT_EQ(source.size(), 0u);
-    EXPECT_TRUE(source.Rewind()) << "it stands at its start";
+    EXPECT_TRUE(source.Rewind()) << "it is already at its start";
     pipe.Write(Counting(5));
     ReadBytes(source, 16);
     EXPECT_FALSE(source.Rewind());

@@ -15,7 +15,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// The address as text, which has to be one.
+// Parses an address that must be valid and returns it as text.
 std::string Host(const std::string& uri) {
     UdpAddress address;
     std::string error = "untouched";

@@ -32,7 +32,7 @@ std::unique_ptr<UdpSocket> Open(const std::string& uri, Counters& counters) {
     return socket;
 }
 
-// The next datagram, which has to come.
+// Waits for the next datagram, which must come.
 Bytes Receive(UdpSocket& socket) {
     pollfd ready{socket.descriptor(), POLLIN, 0};
     UdpSocket::Received received = socket.Receive();
@@ -62,8 +62,8 @@ TEST(UdpSocket, AsksForALargeReceiveBuffer) {
     int size = 0;
     socklen_t length = sizeof size;
     ASSERT_EQ(::getsockopt(socket->descriptor(), SOL_SOCKET, SO_RCVBUF, &size, &length), 0);
-    // What the system grants to everybody, or, to root, all of it; the kernel doubles it
-    // (socket(7)).
+    // The size that the system grants to every user; root gets all that it asks for. The kernel
+    // doubles the value (socket(7)).
     int granted = 0;
     if (!(std::ifstream("/proc/sys/net/core/rmem_max") >> granted)) {
         GTEST_SKIP() << "this machine does not say how large a buffer may be";
@@ -86,7 +86,7 @@ TEST(UdpSocket, CountsExactlyWhatTheKernelDropped) {
         while (socket->Receive().status == UdpSocket::Received::kDatagram) {
             ++received;
         }
-        sender.Send({1});  // tells of those before it
+        sender.Send({1});  // reports the loss before it
         EXPECT_EQ(Receive(*socket), Bytes{1});
     }
     EXPECT_GT(received, 0u);
@@ -131,7 +131,7 @@ TEST(UdpSocket, ReceivesOnEveryIpv4AddressWithoutAHost) {
     }
 }
 
-// An interface that carries IPv6 multicast, as loopback does not; empty when there is none.
+// Returns an interface other than loopback that carries IPv6 multicast; empty when there is none.
 std::string Ipv6MulticastInterface() {
     ifaddrs* interfaces = nullptr;
     EXPECT_EQ(::getifaddrs(&interfaces), 0);
@@ -148,7 +148,7 @@ std::string Ipv6MulticastInterface() {
     return name;
 }
 
-// An interface that is up and not that one; empty when there is none.
+// Returns another interface that is up; empty when there is none.
 std::string Another(const std::string& name) {
     ifaddrs* interfaces = nullptr;
     EXPECT_EQ(::getifaddrs(&interfaces), 0);
@@ -174,7 +174,7 @@ class UdpMulticast : public testing::TestWithParam<Groups> {
   protected:
     void SetUp() override {
         if (interface_.empty()) {
-            GTEST_SKIP() << "no interface of this machine carries such multicast";
+            GTEST_SKIP() << "no interface of this machine carries this multicast";
         }
     }
     std::string Uri(uint16_t port, const std::string& interface) const {

@@ -24,7 +24,7 @@ class UdpSourceTest : public testing::Test {
         source_ = UdpSource::Open("udp://127.0.0.1:0", error_);
         ASSERT_TRUE(source_) << error_;
     }
-    /// Reads until that many bytes have come.
+    /// Reads until this many bytes have come.
     Bytes Read(size_t count, size_t room = 65536) {
         Bytes bytes;
         while (bytes.size() < count) {
@@ -81,7 +81,7 @@ TEST_F(UdpSourceTest, GivesADatagramInPiecesToASmallBuffer) {
     EXPECT_EQ(Read(7, 2), Bytes({1, 2, 3, 4, 5, 6, 7}));
 }
 
-// Or those who send faster than it is read would keep it for ever.
+// Otherwise a sender that is faster than the reader would keep the read busy for ever.
 TEST_F(UdpSourceTest, ReturnsFromAFloodOfEmptyDatagramsBatchByBatch) {
     Sender sender(source_->port());
     for (int i = 0; i < 150; ++i) {
@@ -94,7 +94,7 @@ TEST_F(UdpSourceTest, ReturnsFromAFloodOfEmptyDatagramsBatchByBatch) {
         EXPECT_EQ(source_->Read(&byte, 1).status, ReadResult::kWouldBlock);
         EXPECT_EQ(ReceiverCounters().Get(Counter::kMalformedDatagrams) - before, counted);
         pollfd ready{source_->descriptor(), POLLIN, 0};
-        EXPECT_EQ(::poll(&ready, 1, 0), 1) << "the rest is in the kernel still";
+        EXPECT_EQ(::poll(&ready, 1, 0), 1) << "the rest is still in the kernel";
     }
     EXPECT_EQ(Read(1), Bytes({1}));
 }
@@ -113,14 +113,14 @@ TEST_F(UdpSourceTest, TakesSoManyTinyDatagramsAtATime) {
 }
 
 TEST_F(UdpSourceTest, CountsWhatTheKernelHadNoRoomFor) {
-    const int small = 1;  // the kernel's least
+    const int small = 1;  // the kernel then uses its minimum
     ::setsockopt(source_->descriptor(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
     Sender sender(source_->port());
     for (int i = 0; i < 100; ++i) {
         sender.Send(Bytes(1316, 1));
     }
     const size_t first = Read(1316).size() / 1316;
-    sender.Send(Bytes(1316, 2));  // the next datagram tells what was lost before it
+    sender.Send(Bytes(1316, 2));  // the next datagram reports the loss before it
     Read(1316);
     EXPECT_GT(ReceiverCounters().Get(Counter::kKernelDrops), 0u);
     EXPECT_LE(ReceiverCounters().Get(Counter::kKernelDrops), 100 - first);

@@ -34,7 +34,7 @@ TEST(BATParserPlatform, ReadsBouquets) {
 
 TEST(BATParserPlatform, AllAreReceivedWhenEveryOneBegunIsWhole) {
     TCDVBBATParser parser(TVSHandle(1, 0));
-    EXPECT_FALSE(parser.AllSubtablesReceived()) << "none is known";
+    EXPECT_FALSE(parser.AllSubtablesReceived()) << "no sub-table is known";
     Feed(parser, Bat(2, {}, 0, 1));
     EXPECT_FALSE(parser.AllSubtablesReceived());
     Feed(parser, Bat(1, {}));

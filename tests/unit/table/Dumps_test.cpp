@@ -1,5 +1,6 @@
-// What the parsers make of many thousand damaged sections and descriptor loops, as one checksum a
-// table: they were taken from parsers that decoded everything to objects of its own.
+// What the parsers answer about many thousand damaged sections and descriptor loops, as one
+// checksum per table. The checksums come from earlier parsers, which decoded everything into
+// objects.
 
 #include <cstdint>
 #include <iterator>
@@ -19,7 +20,7 @@ namespace {
 using contract::SectionOptions;
 using contract::TableKind;
 
-// FNV-1a.
+// The checksum is FNV-1a.
 uint32_t Add(uint32_t sum, const std::string& text) {
     for (const char character : text) {
         sum = (sum ^ static_cast<uint8_t>(character)) * 16777619u;
@@ -31,7 +32,7 @@ unsigned char Below(std::mt19937& random, unsigned limit) {
     return static_cast<unsigned char>(random() % limit);
 }
 
-// Tags of all classes, and others.
+// Tags of all classes, and some others.
 unsigned char Tag(std::mt19937& random) {
     constexpr unsigned char kTags[] = {0x09, 0x13, 0x40, 0x41, 0x43, 0x44, 0x47,
                                        0x48, 0x4A, 0x4D, 0x4E, 0x50, 0x52, 0x54,
@@ -39,8 +40,8 @@ unsigned char Tag(std::mt19937& random) {
     return kTags[random() % std::size(kTags)];
 }
 
-// Descriptors of every tag over bytes that are small, so that lengths inside them often fit. The
-// last may reach past the end.
+// Makes descriptors of every tag. Their bytes are small, so that lengths inside them often fit. The
+// last descriptor may reach behind the end.
 Bytes Loop(std::mt19937& random) {
     Bytes loop;
     for (size_t count = random() % 6; count > 0; --count) {
@@ -65,7 +66,7 @@ Bytes Loop(std::mt19937& random) {
     return loop;
 }
 
-// The body of a section of that table with random entries.
+// Makes the body of a section of this table with random entries.
 Bytes Body(const TableKind& kind, std::mt19937& random) {
     const auto entries = [&](size_t headSize) {
         Bytes loop;
@@ -137,7 +138,7 @@ uint32_t SumOfLoops(unsigned rounds) {
             TCBaseDesc& desc = *hash.DescriptorByIndex(static_cast<unsigned>(i));
             const std::string dump = contract::Dump(&desc);
             sum = Add(sum, dump);
-            // One that owns its bytes makes its fields by another road.
+            // A copy owns its bytes and decodes its fields in another way.
             const std::unique_ptr<TCBaseDesc> fork(desc.Fork());
             EXPECT_EQ(contract::Dump(fork.get()), dump);
         }

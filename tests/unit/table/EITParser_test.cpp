@@ -52,7 +52,7 @@ TEST(EITParserPlatform, KeepsACopyOfTheLastSectionTaken) {
     const Bytes second = Eit(8, {}).Build();
     EXPECT_TRUE(Feed(parser, Eit(8, {})));
     EXPECT_EQ(Bytes(parser.Section(), parser.Section() + second.size()), second);
-    EXPECT_TRUE(parser.Parse(0, Bytes(kept).data())) << "a repeat is the last one too";
+    EXPECT_TRUE(parser.Parse(0, Bytes(kept).data())) << "a repeat also counts as the last section";
     EXPECT_EQ(Bytes(parser.Section(), parser.Section() + kept.size()), kept);
     parser.Reset();
     EXPECT_EQ(parser.Section(), nullptr);

@@ -90,7 +90,8 @@ TEST_F(SpanningLoopTest, AnswersInWhateverOrderItIsAsked) {
     EXPECT_EQ(loop_.At(6), nullptr);
 }
 
-// 256000 descriptors: whoever walked them anew with each question would not come to an end in time.
+// The loop has 256000 descriptors. Code that walks it from the start with each question would not
+// end in time.
 TEST_F(SpanningLoopTest, AsksNoDescriptorTwiceForItsTag) {
     for (int number = 0; number < 256; ++number) {
         Bytes& bytes = bytes_.emplace_back();

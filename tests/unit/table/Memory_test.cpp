@@ -1,6 +1,6 @@
-// What the table parsers ask of the heap: nothing once they have been given a few versions of a
-// table; and when there is none, a section changes nothing. A program of its own: it replaces
-// operator new.
+// How the table parsers use the heap. After a few versions of a table they allocate nothing more,
+// and when an allocation fails, the section changes nothing. This is a program of its own, because
+// it replaces operator new.
 
 #include <memory>
 #include <new>
@@ -59,7 +59,7 @@ TEST_P(TableMemoryTest, ANewVersionNeedsNone) {
     EXPECT_EQ(t_heap.allocations, warm);
 }
 
-// The section with every one of its allocations failing in turn.
+// Feeds the section with each of its allocations failing in turn.
 TEST_P(TableMemoryTest, ASectionWithoutMemoryChangesNothing) {
     std::vector<Bytes> sections;
     sections.push_back(Version(1));  // the first of all
@@ -102,7 +102,7 @@ TEST_P(TableMemoryTest, ASectionWithoutMemoryChangesNothing) {
 
 TEST_P(TableMemoryTest, AllOfItIsGivenBack) {
     Bytes section = Version(1);
-    GetParam().make()->Take(section);  // what the library keeps for ever is made
+    GetParam().make()->Take(section);  // makes what the library keeps for ever
     const int blocks = t_heap.blocks;
     {
         const std::unique_ptr<Table> table = GetParam().make();
@@ -115,7 +115,7 @@ TEST_P(TableMemoryTest, AllOfItIsGivenBack) {
 INSTANTIATE_TEST_SUITE_P(AllTables, TableMemoryTest, testing::ValuesIn(contract::TableKinds()),
                          [](const auto& kind) { return kind.param.name; });
 
-// Counts the allocations of reading `read(version)` for a new version each time.
+// Counts the allocations of `read(version)`, with a new version each time.
 template <class Read>
 int AllocationsOnceWarm(Read read) {
     int warm = 0;
@@ -140,7 +140,7 @@ std::vector<Bytes> Versions(Make make) {
     return versions;
 }
 
-// Reads every descriptor of a loop; the answer is how many bytes of texts it saw.
+// Reads every descriptor of a loop. Returns how many bytes of text they had.
 template <class Loop>
 size_t Read(Loop& loop) {
     size_t read = 0;
@@ -247,7 +247,7 @@ TEST(TableMemory, AnEitWithAnItemASectionAndAHashAnEventNeedsNone) {
     EXPECT_EQ(allocations, 0);
 }
 
-// Entries of a linkage are objects on the heap, whose owner stands in an arena.
+// The entries of a linkage are on the heap; the linkage, which owns them, is in an arena.
 TEST(TableMemory, EntriesOfDescriptorsAreGivenBack) {
     const Bytes linkage{0x4A, 13, 0, 1, 0, 2, 0, 3, 9, 5, 0, 1, 0x5A, 1, 0x77};
     const Bytes many = Join({linkage, linkage, {0x83, 0}});
@@ -264,7 +264,7 @@ TEST(TableMemory, EntriesOfDescriptorsAreGivenBack) {
                 ASSERT_NE(desc, nullptr);
                 ASSERT_EQ(desc->NumOfSSULinkLoop(), 1);
             }
-            // A client may have a descriptor of a table take other bytes.
+            // A client may make a descriptor of a table parse other bytes.
             Bytes other = linkage;
             TCBaseDesc& reused = *table.DescriptorByIndex(0);
             EXPECT_EQ(reused.Parse(other.data()), 15);

@@ -81,13 +81,14 @@ TEST_F(NITParserPlatformTest, OthersHaveAnotherTableId) {
 }
 
 TEST_F(NITParserPlatformTest, CutsWhatOverrunsAndCountsIt) {
-    // network_descriptors_length takes all there is: no transport stream loop is left.
+    // network_descriptors_length covers the rest of the section, so there is no transport stream
+    // loop.
     EXPECT_TRUE(
         Feed(parser_, {.table_id = 0x40, .body = Join({U16(0xF005), Mark(1), U16(0xF000)})}));
     EXPECT_EQ(parser_.GetInstance(1)->NumOfDescriptors(), 2);
     EXPECT_EQ(parser_.GetInstance(1)->NumOfDVBItemMux(), 0);
     EXPECT_GE(TakeOverruns(), 1u);
-    // transport_stream_loop_length reaches past the section.
+    // transport_stream_loop_length reaches behind the end of the section.
     EXPECT_TRUE(Feed(parser_, {.table_id = 0x40,
                                .table_id_extension = 2,
                                .body = Join({Counted({}), U16(0xF0FF), Mux(1, 1, Mark(4))})}));

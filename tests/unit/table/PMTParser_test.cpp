@@ -104,17 +104,18 @@ TEST_F(PMTParserPlatformTest, WhatItDoesNotTakeChangesNothing) {
 }
 
 TEST_F(PMTParserPlatformTest, CutsWhatOverrunsAndCountsIt) {
-    // program_info_length reaches past the section: what is there is read, and nothing follows.
+    // program_info_length reaches behind the end of the section: the descriptors that are there are
+    // read, and there are no streams.
     EXPECT_TRUE(FeedPmt(1, Join({U16(0xE001), U16(0xF010), Mark(1)})));
     EXPECT_THAT(Marks(*parser_.PMTInstance(1)), ElementsAre(1));
     EXPECT_EQ(parser_.PMTInstance(1)->NumOfElementary(), 0);
     EXPECT_EQ(TakeOverruns(), 1u);
-    // ES_info_length does.
+    // ES_info_length reaches behind the end of the section.
     EXPECT_TRUE(FeedPmt(2, Body(1, {}, Join({{0x02}, U16(0xE100), U16(0xF004), Mark(2)}))));
     ASSERT_EQ(parser_.PMTInstance(2)->NumOfElementary(), 1);
     EXPECT_THAT(Marks(*parser_.PMTInstance(2)->PMTElementary(0)), ElementsAre(2));
     EXPECT_EQ(TakeOverruns(), 1u);
-    // Half a stream.
+    // The section ends inside a stream.
     EXPECT_TRUE(FeedPmt(3, Body(1, {}, Join({Stream(2, 0x100, {}), {0x02, 0xE1}}))));
     EXPECT_EQ(parser_.PMTInstance(3)->NumOfElementary(), 1);
     EXPECT_EQ(TakeOverruns(), 1u);

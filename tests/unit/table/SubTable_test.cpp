@@ -89,9 +89,9 @@ TEST_F(ScheduleTest, NeedsOfEachSegmentTheSectionsUpToItsLastOne) {
 TEST_F(ScheduleTest, NeedsASectionOfEverySegment) {
     Feed(Schedule(0, 23, 0));
     Feed(Schedule(16, 23, 16));
-    EXPECT_FALSE(table_.complete()) << "nothing of the second segment came";
+    EXPECT_FALSE(table_.complete()) << "no section of the second segment came";
     Feed(Schedule(9, 23, 8));
-    EXPECT_FALSE(table_.complete()) << "its first section did not";
+    EXPECT_FALSE(table_.complete()) << "the first section of the second segment is missing";
     Feed(Schedule(8, 23, 8));
     EXPECT_TRUE(table_.complete());
 }

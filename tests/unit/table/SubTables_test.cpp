@@ -29,8 +29,8 @@ std::ostream& operator<<(std::ostream& out, const Kind& kind) {
 
 class FullParserTest : public testing::TestWithParam<Kind> {
   protected:
-    // Ones are one entry that reaches past the section's end, in every table. Parsers do not look
-    // at the CRC.
+    // Bytes of 0xFF are, in every table, one entry that reaches behind the end of the section.
+    // Parsers do not check the CRC.
     bool FeedOne(unsigned extension, uint8_t version = 0, size_t size = 4000, uint8_t number = 0,
                  uint8_t last = 0) {
         const size_t section_length = size + 9;
@@ -46,7 +46,7 @@ class FullParserTest : public testing::TestWithParam<Kind> {
         return parser_->Parse(0, section_.data());
     }
 
-    // Answers how many were taken before one was refused.
+    // Returns how many sections were accepted before one was refused.
     unsigned Fill() {
         unsigned taken = 0;
         while (taken <= 0xFFFF && FeedOne(taken)) {
@@ -108,7 +108,7 @@ TEST_P(FullParserTest, ResetMakesRoom) {
     EXPECT_EQ(Fill(), taken);
 }
 
-// Sections that announce 255 more and never send them.
+// Sections that announce 255 more, which never come.
 TEST_P(FullParserTest, PlacesOfSectionsToComeTakeRoomToo) {
     unsigned taken = 0;
     while (taken <= 0xFFFF && FeedOne(taken, 0, 20, 0, 255)) {
@@ -119,7 +119,7 @@ TEST_P(FullParserTest, PlacesOfSectionsToComeTakeRoomToo) {
 }
 
 TEST_P(FullParserTest, CountsWhatIsNoTable) {
-    EXPECT_FALSE(FeedOne(1, 0, 1)) << "too short for what every section of it has";
+    EXPECT_FALSE(FeedOne(1, 0, 1)) << "too short for the fixed part of the table";
     EXPECT_EQ(TakeMalformed(), 1u);
     EXPECT_FALSE(FeedOne(1, 0, 300, 2, 1)) << "section 2 of 0 to 1";
     EXPECT_EQ(TakeMalformed(), 1u);

@@ -23,12 +23,12 @@ inline Bytes U16(unsigned value) {
     return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
 }
 
-/// A field of 12 bits behind 4 reserved ones, then what it counts.
+/// A 12-bit length behind 4 reserved bits, then the bytes that it counts.
 inline Bytes Counted(const Bytes& bytes) {
     return Join({U16(0xF000 | static_cast<unsigned>(bytes.size())), bytes});
 }
 
-/// The overruns that were counted since the last call.
+/// Returns how many overruns were counted since the last call.
 inline uint64_t TakeOverruns() {
     const uint64_t overruns =
         tvservice::ReceiverCounters().Get(tvservice::Counter::kDescriptorOverruns);
@@ -36,7 +36,7 @@ inline uint64_t TakeOverruns() {
     return overruns;
 }
 
-/// The malformed tables that were counted since the last call.
+/// Returns how many malformed tables were counted since the last call.
 inline uint64_t TakeMalformed() {
     const uint64_t malformed =
         tvservice::ReceiverCounters().Get(tvservice::Counter::kMalformedTables);
@@ -44,7 +44,7 @@ inline uint64_t TakeMalformed() {
     return malformed;
 }
 
-/// A descriptor of one byte, which tells which loop it stood in.
+/// A descriptor of one byte, which identifies the loop that it is in.
 inline Bytes Mark(uint8_t value) {
     return {0x80, 1, value};
 }

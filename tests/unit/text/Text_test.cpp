@@ -126,7 +126,7 @@ TEST(Text, KoreanAndChinese) {
     for (const int selector : {0x12, 0x13}) {
         EXPECT_EQ(Utf8(Bytes{static_cast<uint8_t>(selector), 'a', 0xB0}), "a\uFFFD") << "cut off";
         EXPECT_EQ(Utf8(Bytes{static_cast<uint8_t>(selector), 0xB0, 'a'}), "\uFFFDa")
-            << "half a code";
+            << "half of a two-byte code";
         EXPECT_EQ(Utf8(Bytes{static_cast<uint8_t>(selector), 0xFF, 0xFF, 'a'}), "\uFFFDa")
             << "no character";
         EXPECT_EQ(
@@ -163,7 +163,7 @@ TEST(Text, ControlCodesOfSingleByteTables) {
 
 TEST(Text, CarriageReturnLineFeedAndBothTogetherAreOneLineBreak) {
     EXPECT_EQ(Utf8(Bytes{'a', 0x0D, 'b', 0x0A, 'c', 0x0D, 0x0A, 'd'}), "a\nb\nc\nd");
-    EXPECT_EQ(Utf8(Bytes{'b', 0x0D, 0x0D, 0x0A, 0x0A, 'a'}), "b\n\n\na") << "three of them";
+    EXPECT_EQ(Utf8(Bytes{'b', 0x0D, 0x0D, 0x0A, 0x0A, 'a'}), "b\n\n\na") << "three line breaks";
     EXPECT_EQ(Utf8(Bytes{'b', 0x0D, 'a', 0x0A}), "b\na\n");
     EXPECT_EQ(Utf8(Bytes{0x05, 0x0D, 0xFC, 0x0A}), "\nü\n");
     EXPECT_EQ(Utf8(Bytes{0x11, 0x00, 0x0D, 0x00, 0x0A, 0x00, 'a'}), "\na");

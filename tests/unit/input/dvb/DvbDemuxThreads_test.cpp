@@ -1,4 +1,5 @@
-// The demux in a loop of its own thread, while others add, remove, broadcast and pull the plug.
+// The demux loop runs on its own thread while other threads add and remove filters, broadcast
+// sections and remove the device.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -140,7 +141,7 @@ TEST_F(DvbDemuxThreads, SignalsEndTheWaitAndNothingElse) {
     demux_.Add(kPid, TableId(0x70));
     Start();
     ASSERT_TRUE(kernel_.WaitForFilters(1));
-    // One that comes between two waits is not seen; so they are sent until enough were.
+    // A section that comes between two waits is not seen, so the test sends until enough have come.
     const size_t enough = turns_ + 100;
     while (turns_ < enough) {
         ASSERT_EQ(::pthread_kill(thread_.native_handle(), SIGUSR1), 0);

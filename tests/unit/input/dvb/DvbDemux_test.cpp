@@ -1,4 +1,4 @@
-// The demux over a kernel that a test plays, step by step on the test's own thread.
+// The demux over a fake kernel. Each test runs it step by step on its own thread.
 
 #include "softplatform/input/dvb/DvbDemux.h"
 
@@ -69,7 +69,8 @@ class DvbDemuxTest : public testing::Test, protected DvbDemuxSink {
     }
     void SetUp() override { Make({}); }
 
-    // One WaitAndDeliver that does not wait; its error, empty when there is none.
+    // Calls WaitAndDeliver once without waiting. Returns its error, which is empty when there is
+    // none.
     std::string WaitAndDeliver() {
         std::string error;
         const bool isGood = demux_->WaitAndDeliver(wake_.get(), error);
@@ -77,7 +78,7 @@ class DvbDemuxTest : public testing::Test, protected DvbDemuxSink {
         return error;
     }
 
-    // What came in turns until nothing more does.
+    // Calls it until nothing more comes. Returns what came.
     std::vector<Arrival> Arrivals() {
         std::vector<Arrival> all;
         do {
@@ -90,7 +91,7 @@ class DvbDemuxTest : public testing::Test, protected DvbDemuxSink {
 
     std::vector<std::string> TakeWarnings() { return std::exchange(warnings_, {}); }
 
-    // Adds and sets it.
+    // Adds a filter and sets it.
     uint64_t AddNow(uint16_t pid, const DvbFilter& filter) {
         const uint64_t name = demux_->Add(pid, filter);
         EXPECT_NE(name, 0u);
@@ -208,7 +209,8 @@ TEST_F(DvbDemuxTest, ASectionThatSeveralDeviceFiltersLetPassComesOnce) {
 
 TEST_F(DvbDemuxTest, ASectionThatPassesByBytesBehindItsEndIsLeftOut) {
     AddNow(kPid, {{0x70, 0, 0, 9}, {0xFF, 0, 0, 0xFF}, {}});
-    kernel_.Broadcast(kPid, Section(0x42, {9}));  // leaves its byte where the next one ends
+    // The byte 9 stays in the kernel's window, behind the end of the next section.
+    kernel_.Broadcast(kPid, Section(0x42, {9}));
     kernel_.Broadcast(kPid, Section(0x70, {}));
     EXPECT_THAT(Arrivals(), IsEmpty());
     kernel_.Broadcast(kPid, Section(0x70, {9}));
@@ -246,7 +248,7 @@ TEST_F(DvbDemuxTest, BeyondTheBudgetOfAPidItsFirstDeviceTurnsWide) {
     EXPECT_EQ(kernel_.OpenFiles(), 3u);
     kernel_.Broadcast(kPid, Section(0x50));
     demux_->Add(kPid, TableId(0x60));
-    // What the narrow ones held is not lost with them.
+    // Sections that the narrow filters still held are not lost.
     EXPECT_THAT(Arrivals(), ElementsAre(Arrival(kPid, Section(0x50))));
     EXPECT_EQ(kernel_.OpenFiles(), 2u);
 
@@ -461,7 +463,7 @@ TEST_F(DvbDemuxTest, UnpluggingIsSeenWhereverItComes) {
     EXPECT_THAT(WaitAndDeliver(), isGone);
     EXPECT_EQ(WaitAndDeliver(), "");
 
-    // While a device that leaves is read empty.
+    // The error comes while the sections of a removed filter's device are read.
     demux_->Add(kPid, Extension(5));
     EXPECT_EQ(WaitAndDeliver(), "");
     demux_->Remove(first);
@@ -469,13 +471,13 @@ TEST_F(DvbDemuxTest, UnpluggingIsSeenWhereverItComes) {
     EXPECT_THAT(WaitAndDeliver(), isGone);
     EXPECT_EQ(WaitAndDeliver(), "");
 
-    // While devices are read empty before the first of them turns wide.
+    // The error comes while devices are read empty, before the first of them becomes wide.
     demux_->Add(kPid, Extension(6));
     demux_->Add(kPid, Extension(7));
     kernel_.FailReads(ENODEV);
     EXPECT_THAT(WaitAndDeliver(), isGone);
 
-    // While it turns wide.
+    // The error comes while it becomes wide.
     EXPECT_EQ(WaitAndDeliver(), "");
     EXPECT_TRUE(OnlyTheWideFilterIsSet());
     Make(limits);

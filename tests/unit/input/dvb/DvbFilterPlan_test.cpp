@@ -17,7 +17,7 @@ using testsupport::KernelPasses;
 using testsupport::kPid;
 using testsupport::TableId;
 
-// A filter of `size` bytes that asks nothing but what is put into it.
+// A filter of `size` bytes that compares no bit until a test sets some.
 DvbFilter Nothing(size_t size) {
     return {Bytes(size), Bytes(size), Bytes(size)};
 }
@@ -30,7 +30,7 @@ bool ChecksCrc(const DvbFilter& wanted) {
     return (DeviceFilterFor(kPid, wanted).flags & DMX_CHECK_CRC) != 0;
 }
 
-// What is wanted, bit by bit and straight from its definition.
+// Whether a filter wants a section, bit by bit from the definition.
 bool IsWanted(const DvbFilter& filter, const Bytes& section) {
     bool asksDifference = false;
     bool differs = false;
@@ -172,7 +172,8 @@ TEST(DvbFilterPlan, FiltersThatOnlyOverlapStayApart) {
     const DvbFilter version3{{0x42, 0, 0, 0, 0, 0x06}, {0xFF, 0, 0, 0, 0, 0x3E}, {}};
     EXPECT_EQ(PlanDeviceFilters(kPid, {TableId(0x42), TableId(0x46)}, 4).size(), 2u);
     EXPECT_EQ(PlanDeviceFilters(kPid, {notVersion3, version3}, 4).size(), 2u);
-    // Asks a difference somewhere in two bytes: more than one that asks it in the first.
+    // A filter that asks for a difference anywhere in two bytes lets more sections pass than one
+    // that asks for it in the first byte.
     const DvbFilter inOne{{0x42, 0, 0, 0, 0}, {0xFF, 0, 0, 0xFF, 0}, {0, 0, 0, 0xFF, 0}};
     const DvbFilter inTwo{{0x42, 0, 0, 0, 0}, {0xFF, 0, 0, 0xFF, 0xFF}, {0, 0, 0, 0xFF, 0xFF}};
     EXPECT_EQ(PlanDeviceFilters(kPid, {inOne, inTwo}, 4).size(), 2u);
@@ -208,7 +209,7 @@ TEST(DvbFilterPlan, ASectionThatEndsBeforeTheLastByteAskedForDoesNotPass) {
     EXPECT_TRUE(Passes(WideDeviceFilter(kPid), section.data(), 3));
 }
 
-// Few values and few mask bits, so that about half of what is asked is answered.
+// With few values and few mask bits about half of the sections match.
 TEST(DvbFilterPlan, WhatIsWantedPassesTheKernelAndAnyPlanAndNothingElseWhereTheDeviceSeesAll) {
     std::mt19937 random(11);
     const auto below = [&](unsigned n) { return static_cast<uint8_t>(random() % n); };

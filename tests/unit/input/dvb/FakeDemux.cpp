@@ -133,7 +133,7 @@ class FakeKernel::File final : public DemuxDevice {
 
     int descriptor() const override { return polled_.get(); }
 
-    // The rest is the kernel's, which holds its lock.
+    // The fake kernel calls the functions below with its lock held.
 
     const std::optional<dmx_sct_filter_params>& filter() const { return filter_; }
     size_t bufferSize() const { return bufferSize_; }
@@ -151,7 +151,7 @@ class FakeKernel::File final : public DemuxDevice {
         Stir();
     }
 
-    // Wakes who polls.
+    // Wakes a poll(2) on the device.
     void Stir() {
         const uint8_t ring = 1;
         while (::write(bell_.get(), &ring, sizeof(ring)) < 0 && errno == EINTR) {

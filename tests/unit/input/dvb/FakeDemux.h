@@ -21,13 +21,13 @@ inline tvservice::DvbFilter TableId(uint8_t table_id, uint8_t mask = 0xFF) {
     return {{table_id}, {mask}, {}};
 }
 
-// Whether a filter lets the 18 bytes of the kernel's window pass: the kernel's own way to see it,
-// in which it turns the mode bits over and spreads the 16 bytes of the filter over the window.
+// Returns whether a filter lets the 18 bytes of the kernel's window pass. It does what the kernel
+// does: it inverts the mode bits and spreads the 16 bytes of the filter over the window.
 bool KernelPasses(const dmx_filter& filter, const Bytes& window);
 
-// Plays the kernel: one adapter with one demux, which many may open, each with a section filter and
-// a buffer. It filters as the kernel does, through an 18-byte window whose bytes past the end of a
-// section are those of the section before. All operations may be called on any thread.
+// A fake kernel: one adapter with one demux. Each open device has a section filter and a buffer. It
+// filters as the kernel does, through a window of 18 bytes; behind the end of a short section the
+// window holds bytes of the section before. Any thread may call any operation.
 class FakeKernel {
   public:
     class File;  // an open device
@@ -40,36 +40,36 @@ class FakeKernel {
     const std::string& path() const { return path_; }
     tvservice::DemuxOpener Opener();
 
-    // A section comes on `pid`: each filter that lets it pass keeps a copy, or, when its buffer is
-    // full, loses what it kept and the section.
+    // Sends a section on `pid`. Each filter that lets it pass keeps a copy. When its buffer is
+    // full, it loses what it kept and the section.
     void Broadcast(uint16_t pid, const Bytes& section) TV_EXCLUDES(mutex_);
 
-    // Hands these bytes to every filter of `pid`, as a driver would that is not right.
+    // Gives these bytes to every filter of `pid`, as a faulty driver would.
     void BroadcastRaw(uint16_t pid, const Bytes& bytes) TV_EXCLUDES(mutex_);
 
-    // From now on there is no such device.
+    // Removes the device: from now on it does not exist.
     void Unplug() TV_EXCLUDES(mutex_);
     void PlugIn() TV_EXCLUDES(mutex_);
 
-    // The next `times` calls of this kind fail with `reason`. Others follow in the order in which
-    // they were asked for.
+    // Makes the next `times` calls of this kind fail with `reason`. Several requests apply in the
+    // order of their calls.
     void Fail(Call call, int reason, size_t times = 1) TV_EXCLUDES(mutex_);
 
-    // The next `times` reads of any device fail with `reason`.
+    // Makes the next `times` reads of any device fail with `reason`.
     void FailReads(int reason, size_t times = 1) TV_EXCLUDES(mutex_);
 
-    // The devices that are open report an error to who polls, and no read tells of it.
+    // Makes poll(2) report an error for the open devices, while reads report none.
     void HangUp() TV_EXCLUDES(mutex_);
 
-    // One read hands over at most so many bytes.
+    // Limits the bytes that one read gives.
     void SetReadSize(size_t bytes) TV_EXCLUDES(mutex_);
 
-    // How many filters the demux has; more are refused with EBUSY.
+    // Sets how many filters the demux has. It refuses more with EBUSY.
     void SetRoom(size_t filters) TV_EXCLUDES(mutex_);
 
-    // The filters that are set, the oldest device first.
+    // Returns the filters that are set, the oldest device first.
     std::vector<dmx_sct_filter_params> Filters() const TV_EXCLUDES(mutex_);
-    // Waits until so many filters are set; false when that does not come to pass.
+    // Waits until this many filters are set. Returns false when that does not happen in time.
     bool WaitForFilters(size_t count) TV_EXCLUDES(mutex_);
 
     size_t OpenFiles() const TV_EXCLUDES(mutex_);

@@ -1,5 +1,5 @@
-// The calls that reach the kernel. There is no demux on a build machine: a named pipe stands in for
-// the device, and this program's own ioctl() for the kernel's.
+// The calls that reach the kernel. A build machine has no demux: a named pipe replaces the device,
+// and this program's own ioctl() replaces the system's.
 
 #include "softplatform/input/dvb/KernelDemuxDevice.h"
 
