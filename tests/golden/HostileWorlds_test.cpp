@@ -1,8 +1,8 @@
-// What the generator's streams hold, as one golden document each, whatever way they come: in pieces
-// of any size, in packets of any size, after garbage, with packets twice, with packets lost or
-// broken or cut off.
+// The generator's streams, with one golden document each. The scan must give this document however
+// the stream comes: in pieces and packets of any size, behind garbage, with packets repeated, and
+// with packets lost, damaged or cut off.
 //
-// TORVELSI_UPDATE_GOLDEN=1 writes the documents anew; the difference is for a reviewer.
+// TORVELSI_UPDATE_GOLDEN=1 writes the documents anew; review the difference.
 
 #include <gtest/gtest.h>
 
@@ -46,7 +46,7 @@ PacketList PacketsOf(const std::string& scenario) {
     return packets;
 }
 
-/// A scan in a process of its own test.
+/// Scans one stream. Each test has its own process.
 class World {
   public:
     explicit World(Bytes bytes, std::size_t piece = 0) {
@@ -72,12 +72,12 @@ class World {
 
     const Json& document() const { return document_; }
 
-    /// What people read, without the input and what stands behind it: the counters.
+    /// Returns the text output without the input's name and without the counters.
     const std::string& text() const { return text_; }
 
     std::uint64_t Count(const std::string& counter) const { return counters_.at(counter); }
 
-    /// The counters of loss and damage that are not 0.
+    /// Returns the counters of loss and damage that are not 0.
     Counters Losses() const {
         static const std::set<std::string> kHealthy{"bytes",
                                                     "packets",
@@ -109,7 +109,7 @@ Json Golden(const std::string& scenario) {
     return Json::parse(in, nullptr, false);
 }
 
-/// Line by line: of the whole a failure would print pages.
+/// Compares line by line, because a failure over the whole text would print pages.
 void ExpectGoldenText(const World& world, const std::string& scenario) {
     std::ifstream golden(GoldenPath(scenario, ".txt"));
     ASSERT_TRUE(golden.is_open()) << GoldenPath(scenario, ".txt");
@@ -124,7 +124,7 @@ void ExpectGoldenText(const World& world, const std::string& scenario) {
 }
 
 void ExpectGolden(const World& world, const std::string& scenario) {
-    // Of whole documents a failure would print pages: key by key.
+    // Compares key by key, because a failure over the whole document would print pages.
     const Json golden = Golden(scenario);
     ASSERT_TRUE(golden.is_object()) << GoldenPath(scenario);
     for (const auto& [key, value] : golden.items()) {
@@ -135,7 +135,7 @@ void ExpectGolden(const World& world, const std::string& scenario) {
 
 class HostileWorlds : public testing::TestWithParam<const char*> {
   protected:
-    // What is lost of a scenario however it comes: the descriptors of the oddities that are cut.
+    // The losses that a scenario always has: the cut descriptors of the oddities.
     Counters Losses(Counters others = {}) const {
         if (scenario_ == "oddities") {
             others["malformed_descriptors"] = 246;
@@ -214,12 +214,12 @@ INSTANTIATE_TEST_SUITE_P(Scenarios, HostileWorlds,
                              return name;
                          });
 
-// In the worlds below every section comes three times, and what is lost is one of the three.
+// In the tests below every section is sent three times, and one of the three is lost.
 class LossyWorlds : public testing::TestWithParam<const char*> {
   protected:
     const std::string scenario_ = GetParam();
 
-    /// Where the packets of a PID stand.
+    /// Returns the positions of the packets of a PID.
     static std::map<int, std::vector<std::size_t>> Positions(const PacketList& packets) {
         std::map<int, std::vector<std::size_t>> positions;
         for (std::size_t i = 0; i < packets.size(); ++i) {
@@ -228,7 +228,7 @@ class LossyWorlds : public testing::TestWithParam<const char*> {
         return positions;
     }
 
-    /// PIDs of service information with packets before and after the one in the middle.
+    /// Returns the PIDs of service information that have packets before and after the middle one.
     static std::vector<std::size_t> MiddlePackets(const PacketList& packets) {
         std::vector<std::size_t> middles;
         for (const int pid : {0x00, 0x01, 0x10, 0x11, 0x12}) {
@@ -251,7 +251,7 @@ TEST_P(LossyWorlds, OneLostPacketOfEachPidIsCountedAndNothingElseIsLost) {
     }
     const World world(generator::Serialise(packets));
     ExpectGolden(world, scenario_);
-    // A section that was begun before the lost packet and goes on in it is cut.
+    // A section that begins before the lost packet and continues in it is cut.
     const std::uint64_t begunBefore = scenario_ == "demo" ? 1 : 3;
     EXPECT_EQ(world.Losses(),
               (Counters{{"continuity_gaps", middles.size()}, {"truncated_sections", begunBefore}}));

@@ -1,7 +1,7 @@
-// Real broadcast streams against what independent decoders made of them: how many sections of each
-// table arrive on each PID, and the PAT, for whole files, byte by byte and in 17-byte pieces;
-// scan_golden_test.py compares what the other tables hold. The streams are not part of the
-// repository; without the folder there is nothing to compare.
+// Real broadcast streams, compared with what independent decoders found in them: how many sections
+// of each table come on each PID, and the PAT. Each stream is read as a whole file, byte by byte
+// and in pieces of 17 bytes. scan_golden_test.py compares the other tables. The streams are not
+// part of the repository; without their folder the tests are skipped.
 
 #include <gtest/gtest.h>
 
@@ -65,8 +65,8 @@ json Expectation(const std::string& name) {
     return json::parse(in);
 }
 
-/// Puts concatenated sections into packets: the standard PIDs, a PMT on the PID that the PAT gives
-/// it, else 0x1000 + program, everything else on 0x0300.
+/// Puts consecutive sections into packets. Tables with a standard PID get that PID; a PMT gets the
+/// PID that the PAT names, or else 0x1000 + program; all others get 0x0300.
 std::vector<std::uint8_t> Packetise(const std::vector<std::uint8_t>& sections) {
     std::map<int, std::uint16_t> pmtPids;
     const auto pidOf = [&](const generator::Bytes& section) -> std::uint16_t {
@@ -139,7 +139,7 @@ class Counter : public TORVEL_MW::ISectionObserver {
     SectionCounts& counts_;
 };
 
-/// Gives the EIT schedules to the platform's parsers, and works out from the same sections which
+/// Gives the EIT schedules to the platform's parsers, and computes from the same sections which
 /// sub-tables are complete by ETSI EN 300 468 5.2.4.
 class Schedules : public TORVEL_MW::ISectionObserver {
   public:
@@ -167,7 +167,7 @@ class Schedules : public TORVEL_MW::ISectionObserver {
     }
     void OnSectionTimeout(unsigned int) override {}
 
-    /// Compares the two; the answer is how many sub-tables came and how many are complete.
+    /// Compares the two. Returns how many sub-tables came and how many are complete.
     std::pair<int, int> Compare() {
         int complete = 0;
         for (const auto& [key, table] : tables_) {
@@ -240,7 +240,7 @@ Expected ExpectedSections(const json& expectation) {
     return expected;
 }
 
-/// Counts per table id alone: the PIDs of section files were made up here.
+/// Returns the counts per table_id only, because this test chose the PIDs of section files.
 std::map<int, int> ByTable(const SectionCounts& counts) {
     std::map<int, int> byTable;
     for (const auto& [pid, tables] : counts) {
@@ -253,7 +253,7 @@ std::map<int, int> ByTable(const SectionCounts& counts) {
 
 struct Feeding {
     std::string name;
-    std::size_t piece;  // bytes a read; 0: the file itself
+    std::size_t piece;  // bytes per read; 0: the file itself
 
     friend std::ostream& operator<<(std::ostream& out, const Feeding& feeding) {
         return out << feeding.name << " in pieces of " << feeding.piece;
@@ -270,7 +270,8 @@ std::vector<Feeding> Feedings() {
     return feedings;
 }
 
-/// As the expectations have it: {"tsid", "version", "programs": {program_number: PMT PID}} or null.
+/// The form that the expectations have: {"tsid", "version", "programs": {program_number: PMT PID}}
+/// or null.
 json PatIn(const client::SubTableReader<client::PatTable>& pats) {
     const auto whole = pats.Whole();
     if (whole.empty()) {
@@ -279,7 +280,7 @@ json PatIn(const client::SubTableReader<client::PatTable>& pats) {
     const client::Pat& pat = *whole.begin()->second;
     json programs = json::object();
     for (const client::PatProgram& program : pat.programs) {
-        if (program.programNumber != 0) {  // the NIT's
+        if (program.programNumber != 0) {  // program 0 names the PID of the NIT
             programs[std::to_string(program.programNumber)] = program.pmtPid;
         }
     }
@@ -316,7 +317,7 @@ TEST_P(RealStream, SectionCountsAndPatAreAsIndependentlyDecoded) {
         source = tvservice::MemorySource(name, ReadFile(path), piece);
     }
     ASSERT_TRUE(source) << error;
-    // A pattern of no significant bit lets every section of the PID through.
+    // A pattern without significant bits lets every section of the PID pass.
     for (const int pid : pids) {
         ASSERT_NE(ISectionManager::Instance()->Subscribe(static_cast<unsigned short>(pid), {0}, {0},
                                                          {0}, counter, ISectionManager::EContinuous,

@@ -1,4 +1,5 @@
-// The service library without the SI layer: asks it for the PAT, and ends well when one has come.
+// Uses the service library without the SI layer: requests the PAT and exits with success when one
+// comes.
 
 #include <tvservice/ISectionSubscriber.h>
 #include <tvservice/SoftwarePlatform.h>
