@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-// glibc's own names for what is replaced here.
+// The names under which glibc offers the functions that this file replaces.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);

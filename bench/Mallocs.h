@@ -4,8 +4,8 @@
 
 namespace bench {
 
-/// How often this thread has allocated memory so far, by malloc, calloc, realloc or new. Counts in
-/// programs that are linked with Mallocs.cpp.
+/// Returns how often this thread has allocated memory so far, by malloc, calloc, realloc or new.
+/// Only programs that are linked with Mallocs.cpp count.
 std::uint64_t MallocsOfThisThread();
 
 }  // namespace bench

@@ -47,7 +47,7 @@ bool IsLast(const unsigned char* section) {
     return section[6] == section[7];
 }
 
-/// Every descriptor of a loop: its tag is looked at.
+/// Reads every descriptor of a loop: looks at its tag.
 template <class Container>
 std::uint64_t Descriptors(Container& container) {
     const int count = container.NumOfDescriptors();
@@ -68,8 +68,8 @@ std::uint64_t MuxTable(Instance& instance) {
     return read;
 }
 
-/// Entries of a loop whose fixed part has `size` bytes, of which the last two hold the length of
-/// the descriptors.
+/// Reads the entries of a loop. Their fixed part has `size` bytes; its last two hold the length of
+/// the entry's descriptors.
 template <class Take>
 void ForEachEntry(const unsigned char* at, const unsigned char* end, int size, Take take) {
     while (end - at >= size) {
@@ -208,7 +208,8 @@ std::uint64_t SiReader::Read(unsigned short pid, unsigned char* section, unsigne
             return ids.size();
         }
         case kPmt: {
-            // A new one each time: a PMT parser keeps the offers of all sections that it was fed.
+            // Makes a new one for each section, because a PMT parser keeps the offers of all
+            // sections that it got.
             const auto pmt = TORVEL_MW::IPMTParser::CreatePMTParser();
             pmt->Initialize();
             if (!pmt->Parse(pid, section)) {
@@ -280,7 +281,8 @@ std::uint64_t SiReader::ReadNit(TORVEL_MW::INITParser& parser, unsigned short pi
     }
     const auto network = parser.GetInstance(id);
     std::uint64_t read = 0;
-    // ETSI EN 300 468 5.2.1: behind the network's descriptors and the length of the loop
+    // ETSI EN 300 468 5.2.1: behind the network's descriptors and the two bytes with the length of
+    // the loop
     const unsigned char* const end = section + length - 4;
     const unsigned char* const loop =
         std::min<const unsigned char*>(end, section + 12 + U12(section + 8));

@@ -1,5 +1,5 @@
-// What a client does with a section: parse it and read everything in it. Each reader counts what it
-// read (entries of loops, and descriptors), so that nobody gets faster by reading less.
+// What a client does with a section: it parses it and reads everything in it. Each reader counts
+// what it read (entries of loops, and descriptors), so a reader that reads less is noticed.
 #pragma once
 
 #include <array>
@@ -26,12 +26,12 @@
 
 namespace bench {
 
-/// Reads sections with the platform's parsers, one for each table_id. A table is read whole when
-/// its last section has come, an EIT section by section.
+/// Reads sections with the platform's parsers, one for each table_id. It reads a table when its
+/// last section has come, and an EIT after every section.
 class PlatformReader {
   public:
     PlatformReader();
-    /// @return how many entries and descriptors were read
+    /// @return the number of entries and descriptors that were read
     std::uint64_t Read(unsigned short pid, unsigned char* section, unsigned short length);
 
   private:
@@ -48,8 +48,8 @@ class PlatformReader {
     std::array<std::unique_ptr<TCDVBEITParser>, 0x100> eits_;
 };
 
-/// Reads sections with the parsers of the SI layer; tables that it has no parser for with the
-/// platform's.
+/// Reads sections with the parsers of the SI layer. It uses the platform's for tables for which the
+/// SI layer has none.
 class SiReader {
   public:
     SiReader();
@@ -72,10 +72,10 @@ class SiReader {
     PlatformReader others_;
 };
 
-/// Remembers the last section of each place in a table, so that a client can skip repeats.
+/// Remembers the last section of each place in a table. A client can use it to skip repeats.
 class Repeats {
   public:
-    /// True when the same bytes came before; remembers them when they did not.
+    /// Returns true when the same bytes came before. Otherwise it remembers them and returns false.
     bool IsRepeat(unsigned short pid, const unsigned char* section, unsigned short length);
 
   private:

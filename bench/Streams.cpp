@@ -152,7 +152,7 @@ std::vector<Sent> EveryTable(std::uint64_t seed, std::uint8_t version) {
     return tables;
 }
 
-// Packets of sound and pictures: what is in them does not matter, and they are never looked into.
+// Packets of sound and pictures. Their content does not matter, because nothing reads it.
 class OtherPackets {
   public:
     explicit OtherPackets(std::uint64_t seed) : random_(seed) {
@@ -174,7 +174,7 @@ class OtherPackets {
     std::array<Bytes, 256> payloads_;
 };
 
-// continuity_counter of every packet, in the order in which they are sent.
+// The continuity_counter of every packet, in the order in which the packets are sent.
 class Counters {
   public:
     void Number(std::vector<std::uint8_t>& stream) {
@@ -228,7 +228,7 @@ bool ContentOf(std::string_view name, Content& content) {
 
 void MakeStream(Content content, std::uint64_t bytes, std::uint64_t seed,
                 const std::function<void(const std::vector<std::uint8_t>&)>& take) {
-    constexpr std::size_t kOthersForEach = 19;  // of 20 packets one is service information
+    constexpr std::size_t kOthersForEach = 19;  // one packet of 20 is service information
     OtherPackets others(seed + 1);
     Counters counters;
     std::vector<std::vector<std::uint8_t>> cycles;

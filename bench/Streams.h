@@ -1,4 +1,5 @@
-// What is measured: tables and streams of the generator, the same for the same seed everywhere.
+// The tables and streams that are measured. The generator makes them; they are the same for the
+// same seed on every machine.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +12,7 @@
 
 namespace bench {
 
-/// One section of each kind of table, in all 32 versions, so that a parser never sees a repeat.
+/// One section of each kind of table, in all 32 versions, so that a parser gets no repeats.
 struct SampleTable {
     std::string kind;
     bool hasSiParser;
@@ -23,14 +24,14 @@ struct SampleTable {
 std::vector<SampleTable> SampleTables();
 
 enum class Content {
-    kMixed,    ///< 5 % of the packets are service information, new versions
-    kSi,       ///< nothing but service information, a new version each time
-    kRepeats,  ///< the same, but always the same version
+    kMixed,    ///< 5 % of the packets are service information, in new versions
+    kSi,       ///< only service information, with a new version each time
+    kRepeats,  ///< only service information, always in the same version
 };
-/// "mixed", "si" or "repeats"; false for another name.
+/// Finds the content that "mixed", "si" or "repeats" names. Returns false for another name.
 bool ContentOf(std::string_view name, Content& content);
 
-/// Hands out a stream of about so many bytes in pieces of whole packets (188 bytes).
+/// Makes a stream of about `bytes` bytes and hands it out in pieces of whole packets (188 bytes).
 void MakeStream(Content content, std::uint64_t bytes, std::uint64_t seed,
                 const std::function<void(const std::vector<std::uint8_t>&)>& take);
 

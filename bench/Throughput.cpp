@@ -25,7 +25,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr unsigned kNoTimeout = 0xFFFFFFFF;
 
-/// What one pass does with a section. Used by one thread at a time: the delivery thread, or the
+/// What one pass does with a section. One thread at a time uses it: the delivery thread, or the
 /// event thread of the section manager.
 struct Work {
     Pass pass;
@@ -103,7 +103,7 @@ double Play(const std::string& file) {
     return took.count();
 }
 
-/// Collects the PIDs that a PAT names.
+/// Collects the PIDs of the PMTs that a PAT names.
 class PatReader {
   public:
     void Take(unsigned char* section) {
@@ -158,7 +158,7 @@ Throughput::Throughput(std::string file, Mode mode, std::size_t cacheBytes)
     } else {
         throw std::runtime_error(error);
     }
-    // The first pass finds the PMTs: it goes through the section cache's road as any other.
+    // The first pass finds the PMTs. Like any pass, it sends its sections through the cache.
     static PatReader* s_pat = nullptr;
     PatReader pat;
     s_pat = &pat;
@@ -188,7 +188,8 @@ Pass Throughput::Run() {
     if (IsOfClient(mode_)) {
         TORVEL_MW::ISectionManager& manager = *TORVEL_MW::ISectionManager::Instance();
         Observer observer;
-        // It answers behind every section delivered before: the pass ends with the last of them.
+        // The barrier is answered behind every section delivered before, so the pass ends with the
+        // last of them.
         client::Barrier barrier;
         std::vector<unsigned> subscriptions;
         for (const unsigned short pid : pids_) {

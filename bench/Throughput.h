@@ -1,4 +1,4 @@
-// How fast a file goes through the libraries, measured as their clients use them.
+// Measures how fast a file goes through the libraries when clients use them as usual.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace bench {
 
-/// What is done with the sections of a file.
+/// What is done with the sections of a file. The letters are the modes of the command line.
 enum class Mode {
     kScan,                 ///< a: nothing is subscribed
     kSections,             ///< b: every section reaches a filter's callback
@@ -18,7 +18,7 @@ enum class Mode {
     kClient,               ///< c: and the SI layer's parsers; everything in it is read
     kClientSkipRepeats     ///< C: the same, but repeats are skipped by comparing
 };
-/// By its letter; false for another letter.
+/// Finds the mode with this letter. Returns false for another letter.
 bool ModeOf(const std::string& letter, Mode& mode);
 
 struct Pass {
@@ -28,20 +28,20 @@ struct Pass {
     std::uint64_t items = 0;  ///< entries of loops and descriptors that were read
 };
 
-/// Plays one file as often as is asked, always with the same filters: on PIDs 0, 1, 0x10, 0x11,
-/// 0x12, 0x14 and on those of the PMTs, all sections of each. One in a process.
+/// Plays one file as often as asked, always with the same filters: all sections of the PIDs 0, 1,
+/// 0x10, 0x11, 0x12, 0x14 and of the PMTs. A process can have only one.
 class Throughput {
   public:
     /// Reads the file once, which also brings it into the page cache. Throws std::runtime_error
-    /// when it cannot be read.
+    /// when that fails.
     /// @param cacheBytes  the platform's section cache; 0: none
     Throughput(std::string file, Mode mode, std::size_t cacheBytes);
 
-    /// From `Play` until the last section has been handled.
+    /// Measures the time from `Play` until the last section has been handled.
     Pass Run();
 
     std::uint64_t fileSize() const { return fileSize_; }
-    /// The PIDs that have filters.
+    /// Returns the PIDs that have filters.
     const std::vector<unsigned short>& pids() const { return pids_; }
 
   private:

@@ -1,4 +1,4 @@
-// torvelsi-throughput MODE FILE: how fast the file goes through the libraries; see --help.
+// torvelsi-throughput MODE FILE: measures how fast the file goes through the libraries; see --help.
 
 #include <algorithm>
 #include <chrono>
@@ -53,7 +53,8 @@ struct Cost {
     double mallocs;
 };
 
-/// What the call costs, the fastest of many batches; `call` gets the sections in turn.
+/// Returns the time of one call, from the fastest of many batches; `call` gets the sections in
+/// turn.
 Cost Measure(const std::vector<Section>& sections,
              const std::function<void(const Section&)>& call) {
     constexpr int kBatches = 25;
@@ -72,26 +73,26 @@ Cost Measure(const std::vector<Section>& sections,
             took = Clock::now() - begin;
         } while (took < kBatch);
         const auto count = static_cast<double>(calls);
-        // The first batch also fills what is kept from then on.
+        // The first batch also allocates what is kept from then on.
         best = {std::min(best.nanoseconds, took.count() / count),
                 static_cast<double>(bench::MallocsOfThisThread() - mallocs) / count};
     }
     return best;
 }
 
-/// A reader with what it found, so that nothing can be left out.
+/// Keeps a reader and what it found, so that the compiler cannot remove the work.
 template <class Reader>
 struct Reading {
     Reader reader;
     std::uint64_t items = 0;
     void Read(const bench::SampleTable& table, const Section& section) {
-        // Parsers take sections that may be written to, and leave them alone.
+        // Parsers take a pointer to non-const bytes, but do not change them.
         items += reader.Read(table.pid, const_cast<std::uint8_t*>(section.data()),
                              static_cast<unsigned short>(section.size()));
     }
 };
 
-/// 0 when the CRC_32 is right.
+/// Returns 0 when the CRC_32 is right.
 std::uint32_t Crc(const Section& section) {
     return tvservice::Crc32(section.data(), section.size(), tvservice::kCrc32Initial);
 }
@@ -113,7 +114,7 @@ void PrintTable(const bench::SampleTable& table, const std::string& kind) {
                 plain.nanoseconds, table.versions.front().size(), checked.mallocs);
 }
 
-/// Reads so many sections, for those who count instructions.
+/// Reads this many sections, for tools that count instructions.
 template <class Reader>
 void ReadTable(const bench::SampleTable& table, std::uint64_t count) {
     Reading<Reader> reading;
@@ -249,6 +250,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "torvelsi-throughput: %s\n", error.what());
     }
     std::fflush(nullptr);
-    // The section manager lives as long as the process: returning would end in its termination.
+    // The section manager lives as long as the process. Returning from main would end in SIGABRT.
     std::quick_exit(status);
 }

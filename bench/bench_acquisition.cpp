@@ -1,5 +1,5 @@
-// Section acquisition: the queue between the platform's thread and the event thread, and what a
-// subscription costs.
+// Benchmarks of section acquisition: the queue between the platform's thread and the event thread,
+// and the cost of a subscription.
 
 #include <benchmark/benchmark.h>
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-// One thread: what a record costs when nobody waits.
+// One thread: the cost of a record when nothing waits for it.
 void QueuePushPop(benchmark::State& state) {
     TORVEL_MW::EventQueue<int> queue;
     for ([[maybe_unused]] const auto _ : state) {
@@ -24,7 +24,7 @@ void QueuePushPop(benchmark::State& state) {
 }
 BENCHMARK(QueuePushPop);
 
-// Two threads: each record is waited for on the other side.
+// Two threads: each side waits for the record of the other.
 void QueueBetweenThreads(benchmark::State& state) {
     TORVEL_MW::EventQueue<bool> queue;
     TORVEL_MW::EventQueue<bool> answers;
@@ -42,7 +42,7 @@ void QueueBetweenThreads(benchmark::State& state) {
 }
 BENCHMARK(QueueBetweenThreads)->UseRealTime();
 
-// The thread that every subscription has, alone: what of a subscription is not ours to save.
+// The cost of a thread alone. Every subscription has one, so no subscription can cost less.
 void StartAndJoinAThread(benchmark::State& state) {
     for ([[maybe_unused]] const auto _ : state) {
         std::thread([] {}).join();
@@ -57,13 +57,13 @@ class Observer final : public TORVEL_MW::ISectionObserver {
     void OnSectionTimeout(unsigned int) override {}
 };
 
-// While so many others are subscribed.
+// The cost of a subscription while this many others exist.
 void SubscribeAndUnsubscribe(benchmark::State& state) {
     using TORVEL_MW::ISectionManager;
     constexpr unsigned kNoTimeout = 0xFFFFFFFF;
     tvservice::SetLogPriority(7);
     tvservice::SoftwarePlatform::Instance().Start();
-    // The manager's thread may look at an observer that has been unsubscribed just now.
+    // The manager's thread may still use an observer that was just unsubscribed.
     static Observer observer;
     ISectionManager& manager = *ISectionManager::Instance();
     const auto subscribe = [&](int number) {
@@ -97,6 +97,6 @@ int main(int argc, char** argv) {
         return 1;
     }
     benchmark::RunSpecifiedBenchmarks();
-    // The section manager lives as long as the process: returning would end in its termination.
+    // The section manager lives as long as the process. Returning from main would end in SIGABRT.
     std::quick_exit(0);
 }

@@ -1,5 +1,5 @@
-// The software platform from outside: how long a section takes from the cache to a new client, and
-// what clients that come and go cost the stream.
+// Benchmarks of the software platform from outside: how long a section takes from the cache to a
+// new client, and what clients that come and go cost the stream.
 
 #include <benchmark/benchmark.h>
 
@@ -60,8 +60,8 @@ struct Table {
     unsigned short table_id;
 };
 
-// From the request of a second client to its callback, for PAT, SDT and a PMT, while the input is
-// idle (0) or read as fast as can be (1). What the receiver promises is a millisecond.
+// The time from the request of a second client to its callback, for PAT, SDT and a PMT, while the
+// input is idle (0) or is read at full speed (1). The receiver promises a millisecond.
 void CacheToCallback(benchmark::State& state) {
     constexpr Table kTables[] = {{0x0000, 0x00}, {0x0011, 0x42}, {0x0110, 0x02}};
     const Table table = kTables[state.range(1)];
@@ -99,8 +99,8 @@ BENCHMARK(CacheToCallback)
     ->ArgsProduct({{0, 1}, {0, 1, 2}})
     ->UseRealTime();
 
-// The demo through the receiver, with 8 filters, while another thread makes so many changes a
-// second: which must cost none of the sections of these.
+// Plays the demo through the receiver with 8 filters, while another thread makes this many changes
+// of other filters a second. The 8 filters must lose no section.
 void StreamUnderChanges(benchmark::State& state) {
     Subscriber();
     SoftwarePlatform& platform = SoftwarePlatform::Instance();

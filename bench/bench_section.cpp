@@ -1,4 +1,4 @@
-// How fast bytes become sections: CRC-32, section filters, and the road from bytes to sections.
+// Benchmarks from bytes to sections: CRC-32, section filters, and the whole way.
 
 #include <benchmark/benchmark.h>
 
@@ -132,7 +132,7 @@ void FiltersNaive(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-// The same as the receiver asks them: all filters of a PID at once.
+// The same section as the receiver compares it: with all filters of a PID at once.
 void FiltersOfAPid(benchmark::State& state) {
     FilterSet set;
     for (const Criteria& criteria : ManyCriteria(state.range(0))) {
@@ -163,7 +163,8 @@ constexpr size_t kPackets = 4000;
 constexpr uint16_t kSectionPid = 0x0012;
 constexpr uint16_t kOtherPid = 0x0200;
 
-// Of each hundred packets `sectionPackets` carry sections of 500 bytes; the others are not wanted.
+// In each hundred packets, `sectionPackets` carry sections of 500 bytes; no filter wants the
+// others.
 Bytes Multiplex(int64_t sectionPackets) {
     const Bytes section = testsupport::SectionOfSize(500);
     Bytes stream;
@@ -188,7 +189,7 @@ Bytes Multiplex(int64_t sectionPackets) {
     return stream;
 }
 
-// Packet boundaries alone.
+// Finds packet boundaries only.
 void Sync(benchmark::State& state) {
     const Bytes stream = Multiplex(0);
     Counters counters;
@@ -211,7 +212,7 @@ void Sync(benchmark::State& state) {
 }
 BENCHMARK(Sync);
 
-// The same, and each packet's PID is looked up among so many that are wanted.
+// The same; in addition, each packet's PID is looked up among this many wanted ones.
 void Demux(benchmark::State& state) {
     const Bytes stream = Multiplex(5);
     Counters counters;

@@ -1,5 +1,5 @@
-// From one section to everything in it read: each table through the platform's parsers, and through
-// the SI layer's. The versions take turns, so that no section is a repeat.
+// Benchmarks that parse one section and read everything in it: each table with the platform's
+// parsers and with the SI layer's. The versions alternate, so that no section is a repeat.
 
 #include <benchmark/benchmark.h>
 
@@ -18,7 +18,7 @@ void ReadSections(benchmark::State& state, const bench::SampleTable& table) {
     Reader reader;
     std::uint64_t items = 0;
     std::size_t next = 0;
-    // Parsers take sections that may be written to.
+    // Parsers take a pointer to non-const bytes.
     generator::Sections sections = table.versions;
     for ([[maybe_unused]] const auto _ : state) {
         generator::Bytes& section = sections[next++ % sections.size()];

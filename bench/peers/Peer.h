@@ -1,9 +1,9 @@
-// What the programs have in common that run the same work through another library of the field:
+// The common part of the programs that do the same work with another library of the field:
 //
 //     peer-NAME MODE FILE PID...
 //
-// MODE as in torvelsi-throughput, PID... the PIDs whose sections are wanted. The line that is
-// printed is that of torvelsi-throughput.
+// MODE is one of torvelsi-throughput; PID... are the PIDs whose sections are wanted. The printed
+// line has the form of torvelsi-throughput's.
 #pragma once
 
 #include <fcntl.h>
@@ -28,7 +28,8 @@ struct Counts {
     std::uint64_t items = 0;
 };
 
-/// Reads the file in large blocks of whole packets and gives them to `take`, begin and end.
+/// Reads the file in large blocks of whole packets. Calls `take` with the begin and the end of
+/// each.
 template <class Take>
 bool ReadPackets(const char* file, Take take) {
     constexpr std::size_t kBlock = kPacketSize * 4096;
@@ -50,8 +51,8 @@ bool ReadPackets(const char* file, Take take) {
     return got == 0;
 }
 
-/// The program: `Peer` is constructed for each pass with the mode and the PIDs, is given the blocks
-/// by `Take`, and says what it counted. `Peer::Can(mode)`: whether it knows the mode.
+/// Runs the program. Each pass constructs a `Peer` with the mode and the PIDs, gives it the blocks
+/// by `Take`, and asks it for its counts. `Peer::Can(mode)` says whether it supports the mode.
 template <class Peer>
 int PeerMain(const char* name, int argc, char** argv) {
     if (argc < 3 || std::strlen(argv[1]) != 1 || !Peer::Can(argv[1][0])) {
@@ -64,7 +65,7 @@ int PeerMain(const char* name, int argc, char** argv) {
     }
     const char* const file = argv[2];
     std::uint64_t bytes = 0;
-    // The first time, the file comes into the page cache.
+    // The first pass brings the file into the page cache.
     bool isRead = ReadPackets(file, [&](const std::uint8_t* begin, const std::uint8_t* end) {
         bytes += static_cast<std::uint64_t>(end - begin);
     });

@@ -1,5 +1,6 @@
-// libbitstream: a: packets scanned; b: sections assembled, their CRC_32 checked; p: and every loop
-// walked. It builds no structure: its accessors read the bytes where they are.
+// libbitstream. Mode a: packets are scanned; b: sections are assembled and their CRC_32 is checked;
+// p: in addition every loop is walked. It builds no structures: its accessors read the bytes in
+// place.
 
 #include <bitstream/dvb/si.h>
 #include <bitstream/mpeg/psi.h>
@@ -9,7 +10,7 @@
 
 namespace {
 
-/// Without its look-up by index, which walks the loop from its start each time.
+/// Walks a loop without its look-up by index, which would begin at the start of the loop each time.
 std::uint64_t DescriptorLoop(const std::uint8_t* at, std::uint16_t length) {
     std::uint64_t count = 0;
     for (const std::uint8_t* const end = at + length;
@@ -24,7 +25,7 @@ std::uint64_t Loop(std::uint8_t* descs) {
     return DescriptorLoop(descs + DESCS_HEADER_SIZE, descs_get_length(descs));
 }
 
-/// Entries and descriptors of one section.
+/// Counts the entries and descriptors of one section.
 std::uint64_t Items(std::uint8_t* section) {
     std::uint64_t items = 0;
     const std::uint8_t tableId = psi_get_tableid(section);

@@ -1,7 +1,7 @@
-// libdvbpsi: b: sections assembled, their CRC_32 checked, each handed to a callback; p: and decoded
-// into structures, each descriptor too.
+// libdvbpsi. Mode b: sections are assembled, their CRC_32 is checked, and each is handed to a
+// callback; p: in addition they are decoded into structures, descriptors too.
 
-// libdvbpsi's headers want what those before them declare.
+// The headers of libdvbpsi need declarations of those before them.
 // clang-format off
 #include "bench/peers/Peer.h"
 #include <dvbpsi/dvbpsi.h>
@@ -20,7 +20,7 @@
 
 namespace {
 
-/// What one pass counts; the callbacks are given it.
+/// The counts of one pass. The callbacks get a pointer to it.
 struct Work {
     bench::Counts counts;
     std::uint64_t Decode(dvbpsi_descriptor_t* descriptor) {
@@ -142,7 +142,7 @@ void OnNewTable(dvbpsi_t* handle, std::uint8_t tableId, std::uint16_t extension,
 
 // --- Sections alone
 
-/// The decoder of a sub-table whose sections are only counted.
+/// The decoder of a sub-table. It only counts the sections.
 struct Counter {
     DVBPSI_DECODER_COMMON
     Work* work;
@@ -212,7 +212,7 @@ class Dvbpsi {
     bench::Counts counts() const { return work_.counts; }
 
   private:
-    /// A PMT decoder wants to know its program: the first section of the PID tells it.
+    /// A PMT decoder needs its program number, which the first section of the PID gives.
     bool AttachPmt(dvbpsi_t* handle, const std::uint8_t* packet) {
         const bool hasStart = (packet[1] & 0x40) != 0 && (packet[3] & 0x30) == 0x10;
         if (!hasStart || packet[4] > 170 || packet[5 + packet[4]] != 0x02) {
