@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
-# Builds the libraries and their tests for 32-bit ARM and runs the tests under QEMU; and the tests of
-# what is written for 64-bit ARM.
+# Builds the libraries and their tests for 32-bit ARM and runs the tests under QEMU. Also runs the
+# tests of the code that is written for 64-bit ARM.
 # usage: armhf.sh [BUILD_DIR]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1-build/armhf}
 
 excluded=(
-    # They convert text by iconv modules that the cross compiler's C library lacks.
+    # These tests convert text by iconv modules, which the cross compiler's C library lacks.
     Text.SelectorsOfOneByteChooseAPartOfIso8859
     Text.SelectorOfThreeBytesChoosesAPartOfIso8859
     Text.KoreanAndChinese
     BroadcastScenarioTest.NamesUseEveryCharacterTable
-    # It starts 65535 threads, one after the other, which takes minutes under QEMU.
+    # This test starts 65535 threads one after the other, which takes minutes under QEMU.
     ScarceIds.AScanFailsRatherThanWaitForSectionsThatNeverCome
     # QEMU does not know the socket options SO_RXQ_OVFL, IP_MULTICAST_IF and IP_MULTICAST_ALL.
     UdpSocket.CountsExactlyWhatTheKernelDropped
@@ -24,11 +24,11 @@ excluded=(
 
 cmake --preset armhf -B "$build"
 cmake --build "$build" -j "$(nproc)"
-# Emulated tests are slow. More than two at a time would reach their time limits.
+# Emulated tests are slow. If more than two ran at a time, they would exceed their time limits.
 ctest --test-dir "$build" -j 2 --output-on-failure --no-tests=error \
     -E "^($(IFS='|'; echo "${excluded[*]//./\\.}"))( |\$)"
 
-# On 64-bit ARM the CRC-32 is computed by an instruction of its own, which needs its own test.
+# 64-bit ARM has an instruction for the CRC-32; the code that uses it has its own test.
 gtest=/usr/src/googletest/googletest
 arm64=(aarch64-linux-gnu-g++ -std=c++20 -O2 -pthread -I. -I"$gtest/include" -I"$gtest")
 "${arm64[@]}" -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror \

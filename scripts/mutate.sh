@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Mutation check. Each patch under scripts/mutations changes one required behaviour of SI/ that looks
-# like a mistake into what would look right; a test must fail then. Called by ./run mutate [NAME...];
-# a NAME is the beginning of a patch's name. Exits 1 when no test failed, or when a patch does not
-# apply or does not compile. Works on a copy and leaves the checkout alone.
+# Mutation check. SI/ has required behaviours that look like mistakes. Each patch under
+# scripts/mutations replaces one of them by what would look right; then a test must fail. Called by
+# ./run mutate [NAME...]; a NAME is the beginning of a patch's name. Exits 1 when no test failed, or
+# when a patch does not apply or compile. Works on a copy and does not change the checkout.
 set -euo pipefail
 shopt -s nullglob
 cd "$(dirname "$0")/.."
@@ -20,13 +20,13 @@ if [ $# -eq 0 ]; then
 fi
 for name in "$@"; do
     found=("$PWD/scripts/mutations/$name"*.patch)
-    [ ${#found[@]} -gt 0 ] || { say "mutate: no mutation begins with '$name'"; exit 1; }
+    [ ${#found[@]} -gt 0 ] || { say "mutate: no mutation's name begins with '$name'"; exit 1; }
     patches+=("${found[@]}")
 done
 [ ${#patches[@]} -gt 0 ] || { say "mutate: there are no mutations"; exit 1; }
 
-# Only files that differ are copied. They get the present time and are compiled again, also those that
-# an interrupted run left changed.
+# Copies only files that differ. The copies get the present time, so they are compiled again; this
+# includes files that an interrupted run left changed.
 copy_tree() {
     mkdir -p "$tree" "$log"
     find SI platform tests/support tests/unit/si -type f | sort >"$work/files"
@@ -37,7 +37,7 @@ copy_tree() {
     done <"$work/files"
 }
 
-# The copy lies inside a repository. Git must not apply the patch there.
+# The copy is inside a git repository. Without this, git would apply the patch to the repository.
 patch_tree() { (cd "$tree" && GIT_CEILING_DIRECTORIES=$work git apply "$@"); }
 
 compile() { cmake --build "$build" -j "$(nproc)" --target "$1"; }
@@ -46,8 +46,8 @@ try() {
         --no-tests=error "$@"
 }
 
-# verdict PATCH: applies it and prints the result. The test program that its line "# First:" names runs
-# before the others, because it is the most likely to fail.
+# verdict PATCH: applies the patch and prints the result. The test program that the patch's line "#
+# First:" names runs first, because it is the most likely to fail.
 verdict() {
     local first
     first=$(sed -n 's/^# First: //p' "$1")
@@ -60,12 +60,12 @@ verdict() {
             return
         fi
     fi
-    # It must fail again: a test that fails now and then proves nothing.
+    # The test must fail a second time: a test that fails only sometimes proves nothing.
     if try --rerun-failed >&2; then
         echo "NOTICED NOW AND THEN"
         return
     fi
-    # ctest's own list of what failed: "<number>:<name>".
+    # ctest's list of the tests that failed: "<number>:<name>".
     local failed
     failed=$(sed 's/^[0-9]*://' "$build/Testing/Temporary/LastTestsFailed.log" | head -n 1)
     echo "noticed by ${failed:?no test failed}"
@@ -76,7 +76,7 @@ copy_tree
     cmake -S scripts/mutations -B "$build" -G Ninja -DSI_TREE="$tree" && compile all && try
 } >"$log/unchanged" 2>&1 || {
     cat "$log/unchanged"
-    say "mutate: without any mutation the tests do not build or pass"
+    say "mutate: the tests do not build or do not pass without a mutation"
     exit 1
 }
 

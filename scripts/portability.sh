@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The SI layer needs nothing but the platform's headers and the standard library: a copy of SI/ and
-# platform/ alone compiles without a warning under every compiler at hand, for 32 bits too. Nothing
-# is linked or run.
+# Checks that the SI layer needs only the platform's headers and the standard library: a copy of SI/
+# and platform/ alone must compile without a warning with every installed compiler, for 32 bits too.
+# Nothing is linked or run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -13,18 +13,18 @@ cp -R SI platform "$work"
 cd "$work"
 mkdir out
 
-# The standard's headers have neither a dot nor a folder in their names; the one exception is for
-# builds under ThreadSanitizer alone.
+# A header of the standard library has neither a dot nor a folder in its name. The one exception is
+# used only in builds under ThreadSanitizer.
 foreign=$(grep -rnE '^\s*#\s*include\s*<' SI platform --include='*.h' --include='*.cpp' |
     grep -vE '<([a-z_0-9]+|sanitizer/tsan_interface\.h)>') || true
-[ -z "$foreign" ] || fail "not of the standard library: $foreign"
+[ -z "$foreign" ] || fail "these headers are not of the standard library: $foreign"
 
 export flags='-std=c++20 -fno-plt -O2 -D_GLIBCXX_ASSERTIONS -Wall -Wextra -Wconversion -Werror -I.'
 
-# The files of a dependency list that lie outside of the copy.
+# Lists the files of a dependency list that are outside the copy.
 outside() { sed -E 's/^[^ ]*://; s/\\$//' "$1" | tr -s ' ' '\n' | grep '^/' | sort -u; }
 
-# compile SOURCE TARGET: the target is a compiler with the options that choose its processor.
+# compile SOURCE TARGET: TARGET is a compiler with the options that choose the processor.
 compile() {
     local output foreign
     output=out/$(tr ' /' '__' <<<"$2 $1")
@@ -40,20 +40,21 @@ export -f compile outside
 
 targets=()
 for target in g++ clang++ 'g++ -m32' 'clang++ -m32' arm-linux-gnueabihf-g++; do
-    # It is there when it makes a program, with all of the standard library's headers.
+    # A target counts as installed when it compiles a program with all headers of the standard
+    # library.
     # shellcheck disable=SC2086
     if printf '#include <bits/stdc++.h>\nint main() {}\n' |
         $target $flags -MD -x c++ - -o out/probe 2>out/probe.log; then
         targets+=("$target")
         outside out/probe.d >"out/$target.standard"
     else
-        echo "portability: not under $target, which makes no program here"
+        echo "portability: skipped: $target cannot make a program here"
     fi
 done
-[ ${#targets[@]} -gt 0 ] || fail "no compiler makes a program"
+[ ${#targets[@]} -gt 0 ] || fail "no compiler can make a program"
 
 find SI -name '*.cpp' | LC_ALL=C sort >out/sources
-[ -s out/sources ] || fail "no sources under SI/"
+[ -s out/sources ] || fail "found no source files under SI/"
 while read -r source; do
     printf "$source\0%s\0" "${targets[@]}"
 done <out/sources | xargs -0 -n 2 -P "$(nproc)" bash -uc 'compile "$@"' compile || exit 1

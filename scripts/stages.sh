@@ -1,11 +1,11 @@
-# Functions of ./run and of the scripts that it starts: packages, builds and stages that show how far
-# they are. Sourced from the top of the repository.
+# Functions of ./run and its scripts for packages, builds and stages that show their progress.
+# Source this file from the top of the repository.
 
 jobs=$(nproc)
 
 say() { printf '%s\n' "$*" >&2; }
 
-# On a terminal one line changes; elsewhere a line is written now and then.
+# On a terminal one line changes; elsewhere a new line is written every 30 seconds.
 progress_line=
 [ -t 2 ] && [ "${TERM:-dumb}" != dumb ] && progress_line=1
 
@@ -15,8 +15,8 @@ show() {
     printf '\r\033[K%s' "${1:0:width-1}" >&2
 }
 
-# follow LOG: copies standard input to LOG and shows the steps that ninja, ctest and apt write. A test
-# that fails is named at once.
+# follow LOG: copies standard input to LOG and shows the steps of ninja, ctest and apt. It reports a
+# failed test at once.
 follow() {
     local line step='' shown=$SECONDS
     local test_line='^ *([0-9]+/[0-9]+) Test +#[0-9]+: ([^ ]+) [. ]*(.*)$'
@@ -49,7 +49,7 @@ follow() {
 
 minutes() { printf '%d:%02d' $(($1 / 60)) $(($1 % 60)); }
 
-# plan NAME...: the stages that are to come, in their order.
+# plan NAME...: sets the stages that follow, in their order.
 plan() {
     planned=("$@")
     stages=$#
@@ -57,14 +57,15 @@ plan() {
 planned=()
 stages=0
 
-# What of a log tells why a stage failed: all but the steps that went well.
+# Prints the part of a log that says why a stage failed: everything except the steps that succeeded.
 why_it_failed() {
     grep -vE '^ *Start +[0-9]+:|   Passed +[0-9.]+ sec$|^\[[0-9]+/[0-9]+\] (Building|Linking|Generating|Creating)' \
         "$1" >&2 || true
 }
 
-# stage TIME LOG COMMAND...: runs the command of the next planned stage with its output in LOG. TIME
-# says how long that is likely to take. A failure ends the program, and says what did not run.
+# stage TIME LOG COMMAND...: runs the command of the next planned stage and writes its output to
+# LOG. TIME is how long it is likely to take. When the command fails, the program ends and lists the
+# stages that did not run.
 stage() {
     local name=${planned[0]} time=$1 log=$2 start=$SECONDS status=0
     planned=("${planned[@]:1}")
@@ -83,14 +84,14 @@ stage() {
     say "  done in $(minutes $((SECONDS - start)))"
 }
 
-# need PACKAGE...: Debian packages, which are installed if they are missing.
+# need PACKAGE...: installs those of the Debian packages that are missing.
 need() {
     [ "${TORVELSI_SKIP_INSTALL:-0}" = 1 ] && return
     if ! command -v dpkg-query >/dev/null; then
-        say "run: this system has no dpkg, so ./run cannot install what it needs. Install what these"
-        say "Debian packages hold, by the means of your system:"
+        say "run: this system has no dpkg, so ./run cannot install packages. Install the contents of"
+        say "these Debian packages with your system's package manager:"
         say "    $*"
-        say "Then tell ./run that all of it is there:"
+        say "Then run this, which skips the check for packages:"
         say "    TORVELSI_SKIP_INSTALL=1 ./run ${command_line[*]}"
         exit 1
     fi
@@ -104,12 +105,12 @@ need() {
     local sudo=()
     if [ "$(id -u)" -ne 0 ]; then
         if ! command -v sudo >/dev/null; then
-            say "run: packages are missing, and installing them takes root. As root, run this line:"
+            say "run: packages are missing, and only root can install them. As root, run this line:"
             say "    apt-get update && apt-get install -y --no-install-recommends ${missing[*]}"
             exit 1
         fi
         sudo=(sudo)
-        sudo -v  # asks for the password while its question can still be seen
+        sudo -v  # asks for the password now, because later its prompt would go to a log
     fi
     build_folder
     say "run: installing ${#missing[@]} packages and what they need (a minute or two; log: build/apt.log): ${missing[*]}"
@@ -119,13 +120,13 @@ need() {
                 --no-install-recommends "${missing[@]}"
     } 2>&1 | follow build/apt.log || {
         tail -n 20 build/apt.log >&2
-        say "run: the packages could not be installed; log: build/apt.log"
+        say "run: installing the packages failed; log: build/apt.log"
         exit 1
     }
-    rm -f build/*/configured_with  # what CMake did not find may be there now
+    rm -f build/*/configured_with  # makes CMake look again for what it did not find
 }
 
-# build_folder [FOLDER]: makes the folder, and ends the program if another user's is in its place.
+# build_folder [FOLDER]: makes the folder. The program ends if the folder belongs to another user.
 build_folder() {
     local folder=${1-build} at
     for at in build "$folder"; do
@@ -138,7 +139,7 @@ build_folder() {
     mkdir -p "$folder"
 }
 
-# A compiler cache and a faster linker are used where they are installed.
+# Uses ccache and the linker mold where they are installed.
 build_options() {
     if command -v ccache >/dev/null; then
         printf '%s\n' -DCMAKE_CXX_COMPILER_LAUNCHER=ccache
@@ -147,11 +148,11 @@ build_options() {
         printf '%s\n' -DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=mold
     fi
 }
-# Without these, ccache leaves alone whatever uses a precompiled header.
+# Without these settings ccache does not store files that use a precompiled header.
 export CCACHE_SLOPPINESS=pch_defines,time_macros
 
-# build PRESET TARGET [cmake options]: builds TARGET in build/PRESET. It is configured only when that
-# would make a difference: ninja does it by itself when a CMakeLists.txt has changed.
+# build PRESET TARGET [cmake options]: builds TARGET in build/PRESET. It runs cmake only when the
+# preset or the options have changed; ninja runs it when a CMakeLists.txt has changed.
 build() {
     local preset=$1 target=$2 options configured=build/$1/configured_with
     build_folder "build/$preset"
@@ -165,16 +166,17 @@ build() {
     cmake --build "build/$preset" -j "$jobs" --target "$target"
 }
 
-# run_ctest PRESET [ctest options]: the tests of build/PRESET. Those that took longest last time begin
-# first.
+# run_ctest PRESET [ctest options]: runs the tests of build/PRESET. ctest begins with those that
+# took longest the last time.
 run_ctest() {
     ctest --test-dir "build/$1" --output-on-failure --no-tests=error -j "$jobs" "${@:2}"
 }
 
-# tests_done PRESET LOG: says how many tests passed, and which were skipped and why.
+# tests_done PRESET LOG: prints how many tests passed, and which were skipped and why.
 tests_done() {
     say "  $(grep 'tests passed' "$2")"
-    # ctest's list at the end has the numbers of the skipped tests; what they wrote is in its own log.
+    # The list at the end of ctest's output has the numbers of the skipped tests; its own log has
+    # their output.
     awk '
         FNR == NR { if (/^\t *[0-9]+ - .*\(Skipped\)$/) skipped[$1] = 1; next }
         /^[0-9]+\/[0-9]+ Testing: / { number = $1 + 0; name = $3; reason = last = ""; output = 0 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the build tree into a folder of its own, then builds the programs of examples/, of which one
-# is the README's, and one that includes every installed header from there as a stranger would,
-# through find_package from C++14 on and through pkg-config, and runs them; and one that knows the
+# Installs the build tree into a folder of its own. Against it, through find_package from C++14 on
+# and through pkg-config, it builds and runs the programs of examples/ (one is the README's) and a
+# program that includes every installed header. It also builds and runs a program that uses the
 # software platform alone.
 # usage: package_test.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
@@ -15,10 +15,10 @@ mkdir -p "$work"
 
 fail() { echo "package_test: $*" >&2; exit 1; }
 
-# shows PAGE PROGRAM: the program that the page shows is that example, to the letter.
+# shows PAGE PROGRAM: checks that the page shows exactly this example.
 shows() {
     awk '/^```cpp$/ {code = 1; next} /^```$/ {code = 0} code' "$source_dir/$1" |
-        cmp - "$source_dir/examples/$2" || fail "$1 shows another program than examples/$2"
+        cmp - "$source_dir/examples/$2" || fail "the program in $1 differs from examples/$2"
 }
 shows README.md pat_programs.cpp
 shows docs/faults.md faults.cpp
@@ -43,7 +43,7 @@ for program in json.load(sys.stdin)["pat"]["programs"]:
     print("%d: PID %d" % (program["program_number"], program["pmt_pid"]))' >"$work/expected"
 [ -s "$work/expected" ] || fail "the demonstration multiplex has no programs"
 
-# Every installed header once.
+# A program that includes every installed header once.
 {
     (cd "$prefix/include" && find . -name '*.h' | LC_ALL=C sort | sed 's|^\./\(.*\)|#include <\1>|')
     cat <<'MAIN'
@@ -53,12 +53,12 @@ int main(int argc, char** argv) {
 }
 MAIN
 } >"$work/every_header.cpp"
-[ "$(grep -c '^#include' "$work/every_header.cpp")" -gt 50 ] || fail "hardly any header was installed"
+[ "$(grep -c '^#include' "$work/every_header.cpp")" -gt 50 ] || fail "fewer headers were installed than expected"
 
 programs=("$source_dir"/examples/*.cpp "$work/every_header.cpp")
 options=(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -pthread)
 
-# check FOLDER: runs each program there.
+# check FOLDER: runs each program in the folder.
 check() {
     local program printed
     for program in "${programs[@]}"; do
@@ -86,7 +86,7 @@ for compiler in g++ clang++; do
         check "$build"
     done
 
-    # pkg-config tells flags, and those are the same for every standard.
+    # pkg-config gives the same flags for every standard.
     build=$work/pkg-config-$compiler
     mkdir "$build"
     for program in "${programs[@]}"; do
@@ -98,9 +98,9 @@ for compiler in g++ clang++; do
     lib='' check "$build"  # as the README tells: the programs know where the libraries are
 done
 
-# The README's program says what is wrong with its input.
+# The README's program reports what is wrong with its input.
 LD_LIBRARY_PATH=$lib "$work/pkg-config-g++/pat_programs" "$work/no-such-file" 2>"$work/error" &&
-    fail "pat_programs took a file that does not exist"
+    fail "pat_programs accepted a file that does not exist"
 grep -q no-such-file "$work/error" || fail "pat_programs said: $(cat "$work/error")"
 
 platform_program=$source_dir/tests/package/consumer/platform_alone/platform_alone.cpp

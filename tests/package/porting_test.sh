@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# What docs/porting.md tells a receiver maker to take is all that the contract suite needs: in a
-# folder with just the files that are listed there, a rig of the maker's own and each file of the
-# suite compile. usage: porting_test.sh SOURCE_DIR WORK_DIR
+# docs/porting.md lists the files that a receiver maker needs for the contract suite. This test
+# copies just these files into a folder, adds a rig of its own, and compiles each file of the suite.
+# usage: porting_test.sh SOURCE_DIR WORK_DIR
 set -euo pipefail
 source_dir=$1
 work=$2
@@ -12,8 +12,8 @@ rm -rf "$work"
 mkdir -p "$work"
 work=$(cd "$work" && pwd)
 
-# The first block of the chapter without a language: a pattern or a folder a line, of a folder
-# perhaps "without NAME, NAME and NAME".
+# The list is the first code block of the chapter that has no language. Each line is a pattern or a
+# folder; behind a folder there may be "without NAME, NAME and NAME".
 awk '/^## / {chapter = $0 == "## Compile the suite"} chapter && /^```/ {if (inside || seen) exit
     inside = seen = 1; next} inside' "$source_dir/docs/porting.md" >"$work/files"
 [ -s "$work/files" ] || fail "docs/porting.md lists no files"
@@ -26,7 +26,7 @@ while read -r what without names; do
     # shellcheck disable=SC2086
     (cd "$source_dir" && cp --parents -t "$work/suite" $what)
     for name in $(sed -E 's/,| and / /g' <<<"$names"); do
-        [ -e "$work/suite/${what%\*}$name" ] || fail "docs/porting.md leaves out $name, which there is not"
+        [ -e "$work/suite/${what%\*}$name" ] || fail "docs/porting.md excludes $name, which does not exist"
         rm "$work/suite/${what%\*}$name"
     done
 done <"$work/files"
@@ -56,10 +56,10 @@ std::unique_ptr<contract::PlatformRig> contract::MakePlatformRig() {
 RIG
 
 sources=(OurRig.cpp tests/contract/platform/*.cpp)
-[ ${#sources[@]} -gt 1 ] || fail "there is no suite"
+[ ${#sources[@]} -gt 1 ] || fail "the folder has no file of the suite"
 for compiler in g++ clang++; do
     printf '%s\0' "${sources[@]}" |
         xargs -0 -n 1 -P "$(nproc)" "$compiler" -std=c++20 -I. -fsyntax-only -Wall -Wextra -Werror ||
-        fail "the suite does not compile under $compiler from what docs/porting.md lists"
+        fail "the files that docs/porting.md lists do not compile with $compiler"
 done
 echo "porting_test: $(find . -type f | wc -l) files, ${#sources[@]} of them compiled, passed"
