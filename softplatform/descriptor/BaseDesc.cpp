@@ -9,7 +9,7 @@ namespace {
 constexpr size_t kHeaderSize = 2;  // descriptor_tag, descriptor_length
 }
 
-// The bytes follow in the same piece of memory.
+// An Impl that owns its bytes. They lie behind it in the same block of memory.
 struct TCBaseDesc::Impl::Owned : TCBaseDesc::Impl {
     std::vector<uint8_t> made[2];
 
@@ -33,7 +33,7 @@ void TCBaseDesc::Impl::operator delete(Impl* impl, std::destroying_delete_t) {
     }
 }
 
-// Without an Impl: one in an arena is given a place there.
+// Makes no Impl: a descriptor of a loop gets one in the arena (DecodeIn).
 TCBaseDesc::TCBaseDesc() = default;
 
 TCBaseDesc::TCBaseDesc(const TCBaseDesc& other) {
@@ -49,10 +49,10 @@ TCBaseDesc::~TCBaseDesc() = default;
 int TCBaseDesc::Parse(unsigned char* descriptor) {
     auto parsed = Impl::Owned::Copy(ByteView(descriptor, kHeaderSize + descriptor[1]));
     if (m_impl && m_impl->arena != nullptr) {
-        m_impl->arena->DestroyLater(*this);  // it has memory of its own from now on
+        m_impl->arena->DestroyLater(*this);  // from now on it owns memory of its own
     }
     m_impl = std::move(parsed);
-    m_impl->fits = true;  // Decode reads its own fields
+    m_impl->fits = true;  // so that Decode can read fields
     const int consumed = Decode(m_impl->data + kHeaderSize, descriptor[1]);
     m_impl->fits = consumed >= 0;
     return consumed < 0 ? 0 : static_cast<int>(kHeaderSize) + consumed;

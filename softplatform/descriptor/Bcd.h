@@ -5,8 +5,8 @@
 
 namespace tvservice {
 
-// The number that `digits` binary coded decimal digits give, the last digit in the low 4 bits of
-// `value`; none when one of them is above 9.
+// The number in the lowest `digits` binary coded decimal digits of `value`, 4 bits each. None when
+// one of the digits is above 9.
 constexpr std::optional<uint32_t> FromBcd(uint32_t value, int digits) {
     uint32_t number = 0;
     for (int i = digits - 1; i >= 0; --i) {

@@ -32,7 +32,7 @@ namespace {
 
 constexpr int kHeaderSize = 2;  // descriptor_tag, descriptor_length
 
-// A T in the slot, which must be large enough for it.
+// Makes a T at `place`, the `object` of a slot.
 template <class T>
 TCBaseDesc* New(void* place) {
     static_assert(sizeof(T) <= DescriptorSlot::kObjectSize);
@@ -48,7 +48,7 @@ TCBaseDesc* New<TCDescSatelliteDeliverySystem>(void* place) {
 struct Decoder {
     uint16_t tag;  // descriptor_tag, or 0x7Fxx with descriptor_tag_extension
     TCBaseDesc* (*make)(void* place);
-    // The class makes objects of its own on the heap, so that its destructor must run.
+    // The class allocates the entries of its loop on the heap, so its destructor has to run.
     bool hasEntries = false;
 };
 
@@ -78,7 +78,7 @@ constexpr Decoder kDecoders[] = {
 constexpr Decoder kPlain{0, New<TCBaseDesc>};
 constexpr Decoder kPlainExtension{0, New<TCDescExtension>};
 
-// For each descriptor_tag the index of its row in kDecoders, and the count of rows for one without.
+// By descriptor_tag: the index of its row in kDecoders, or the number of rows when it has none.
 constexpr auto kRowByTag = [] {
     std::array<uint8_t, 0x100> rows{};
     rows.fill(static_cast<uint8_t>(std::size(kDecoders)));
@@ -105,7 +105,8 @@ const Decoder& DecoderOf(uint16_t tag) {
     return found != std::end(kDecoders) ? *found : kPlainExtension;
 }
 
-// Makes the object; null when its fixed part does not fit, and then it has no entries.
+// Makes the object. Returns null when the fixed part does not fit; the object then owns no memory
+// and another may take its place.
 TCBaseDesc* Decoded(const Decoder& decoder, DescriptorSlot& slot) {
     TCBaseDesc* const desc = decoder.make(slot.object);
     int consumed = -1;

@@ -9,13 +9,14 @@
 
 namespace tvservice {
 
-// Whether extension descriptors get classes of their own in the loops of a table: in those of
-// NITs only. Everywhere else they are plain descriptors, whose Tag() is 0x007F.
+// Whether extension descriptors (tag 0x7F) have classes of their own in the loops of this table:
+// only in a NIT. In other tables they are plain descriptors whose Tag() is 0x007F.
 constexpr bool HasExtensionClasses(uint8_t tableId) {
     return tableId == 0x40 || tableId == 0x41;
 }
 
-// What Tag() of the object that a descriptor is decoded to will answer. `descriptor` is whole.
+// What Tag() returns for a descriptor: 0x7F00 + descriptor_tag_extension for an extension
+// descriptor of a NIT, else descriptor_tag. `descriptor` is whole.
 inline uint16_t TagOf(ByteView descriptor, uint8_t tableId) {
     constexpr uint8_t kExtensionTag = 0x7F;
     const uint8_t tag = descriptor.U8(0);
@@ -25,18 +26,19 @@ inline uint16_t TagOf(ByteView descriptor, uint8_t tableId) {
     return tag;
 }
 
-// The place of one descriptor of a loop in an arena: its bytes and tag from the start, the object
-// once it was asked for.
+// One descriptor of a loop, in an arena. Its bytes and its tag are known from the start; the object
+// is made when a client first asks for it.
 struct DescriptorSlot {
-    static constexpr size_t kObjectSize = 4 * sizeof(void*);  // the largest class
+    static constexpr size_t kObjectSize = 4 * sizeof(void*);  // of the largest class
 
     TVServiceInternals::Impl<TCBaseDesc> impl;
     alignas(void*) unsigned char object[kObjectSize];
 };
 
-// Makes the object of the slot: of its tag's class, from the table in Decoders.cpp. One whose tag
-// is not there, or whose fixed part does not fit its length, is plain: its bytes stay readable. One
-// that its fields do not fill is counted (Counter::kMalformedDescriptors).
+// Makes the slot's object, of the class that Decoders.cpp lists for its tag. When the tag is not
+// listed, or the fixed part does not fit the declared length, the object is a plain descriptor,
+// which only gives out its bytes. When the fields do not end where the descriptor does, the
+// descriptor is counted (Counter::kMalformedDescriptors).
 TCBaseDesc& DecodeDescriptor(DescriptorSlot& slot);
 
 }  // namespace tvservice

@@ -24,7 +24,7 @@ TCDescriptor::TCDescriptor(TVSHandle const&) {}
 TCDescriptor::~TCDescriptor() = default;
 
 struct TCDescriptorHash::Impl {
-    tvservice::DescriptorArena arena;  // the bytes of the loop and its descriptors
+    tvservice::DescriptorArena arena;  // holds the loop's bytes and its descriptors
     tvservice::DescriptorLoop loop;
 };
 

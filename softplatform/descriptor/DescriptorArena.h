@@ -14,13 +14,12 @@ class TCBaseDesc;
 
 namespace tvservice {
 
-// Memory for what is decoded from one section: taken from the heap in one piece, handed out from
-// its start to its end, and used again for the next section. A parser that is given one section
-// after another so needs no heap once its arenas have grown.
+// Memory for the objects that are decoded from one section. It is allocated as one block, handed
+// out from its start on, and reused for the next section. So a parser allocates nothing once its
+// arenas are large enough.
 //
-// Begin ends the life of everything that was taken, without running destructors; those of
-// descriptors that hold memory of their own run, when DestroyLater was told. Used by one thread at
-// a time.
+// Begin ends the life of all objects in the block. It runs no destructors except those that
+// DestroyLater asked for. Used by one thread at a time.
 class DescriptorArena {
   public:
     DescriptorArena() = default;
@@ -28,12 +27,12 @@ class DescriptorArena {
     DescriptorArena(const DescriptorArena&) = delete;
     DescriptorArena& operator=(const DescriptorArena&) = delete;
 
-    // Forgets what was taken and makes room for `size` bytes. When there is no memory for them
-    // (std::bad_alloc), nothing has changed.
+    // Ends the life of all objects in the block and makes room for `size` bytes. Throws
+    // std::bad_alloc when there is no memory; nothing has changed then.
     void Begin(size_t size);
 
-    // The next `size` bytes, aligned for every object. All that is taken fits what Begin was given,
-    // each size rounded up by Rounded.
+    // The next `size` bytes, aligned to 8. Not checked: all sizes, each rounded up by Rounded, must
+    // not add up to more than Begin was given.
     void* Take(size_t size) {
         void* const taken = memory_.get() + used_;
         used_ += Rounded(size);
@@ -44,13 +43,15 @@ class DescriptorArena {
         return (size + kAlignment - 1) & ~(kAlignment - 1);
     }
 
-    // A copy of the bytes as a vector, which lives until Begin.
+    // Copies the bytes into a vector that lives until Begin.
     const std::vector<uint8_t>& Text(ByteView bytes);
 
-    // Has the destructor of a descriptor in this memory run at Begin. Told twice is as told once.
+    // Asks for the destructor of `desc`, which lies in this memory, to run at Begin or with the
+    // arena's own. Needed for descriptors that own memory. A second call for the same descriptor
+    // changes nothing.
     void DestroyLater(TCBaseDesc& desc);
 
-    // Bytes of memory held.
+    // The size of the block in bytes.
     size_t capacity() const { return capacity_; }
 
   private:
@@ -62,21 +63,21 @@ class DescriptorArena {
     size_t capacity_ = 0;
     size_t used_ = 0;
     std::vector<TCBaseDesc*> toDestroy_;
-    // Those before usedTexts_ are in use, the others keep their memory for the next ones.
+    // The first usedTexts_ are in use. The others are kept for their memory.
     std::optional<std::deque<std::vector<uint8_t>>> texts_;
     size_t usedTexts_ = 0;
 };
 
-// Arenas that wait for their next section: a few, and no more memory than a parser soon needs
-// again. Used by one thread at a time.
+// Keeps arenas that are not in use for the next sections: at most 16, with kMaxBytes in all. Used
+// by one thread at a time.
 class ArenaPool {
   public:
     static constexpr size_t kMaxBytes = size_t{256} << 10;
 
-    // One of them, or a new one.
+    // A kept arena, or a new one when none is kept.
     std::unique_ptr<DescriptorArena> Take();
 
-    // Keeps the arena if there is room; null is ignored.
+    // Keeps the arena; frees it when the pool is full. Null is ignored.
     void Give(std::unique_ptr<DescriptorArena> arena) noexcept;
 
   private:

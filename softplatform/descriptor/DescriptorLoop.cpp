@@ -8,7 +8,7 @@
 
 namespace tvservice {
 
-// The slots of a loop are an array.
+// So the slots that the arena hands out one after the other form an array.
 static_assert(DescriptorLoop::kRoomEach == sizeof(DescriptorSlot));
 
 size_t DescriptorLoop::CountIn(ByteView loop) {

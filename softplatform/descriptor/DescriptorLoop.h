@@ -10,30 +10,30 @@
 
 namespace tvservice {
 
-// One descriptor loop, indexed once and decoded descriptor by descriptor when asked. Its index and
-// the objects stand in an arena and live as long as what was taken there; so must the loop's bytes.
-// Copies are the same loop.
+// One descriptor loop. The constructor finds the descriptors; each is decoded when a client first
+// asks for it. The index and the objects lie in an arena and live until its next Begin. The loop's
+// bytes must live as long. A copy shares the index and the objects.
 //
-// Asked for the descriptors of one tag one after the other, as clients do, it walks the loop once.
-// A descriptor that reaches past the end of the loop ends it and is counted
+// Clients ask for the descriptors of one tag in ascending order: that takes one walk through the
+// loop. A descriptor that reaches past the end of the loop ends it and is counted
 // (Counter::kDescriptorOverruns). Used by one thread at a time.
 class DescriptorLoop {
   public:
-    // What each descriptor of a loop takes from the arena.
+    // The bytes that each descriptor takes from the arena.
     static constexpr size_t kRoomEach = DescriptorArena::Rounded(sizeof(DescriptorSlot));
 
-    // How many descriptors the loop has.
+    // The number of descriptors in the loop, without one that reaches past its end.
     static size_t CountIn(ByteView loop);
 
     DescriptorLoop() = default;
 
-    // @param tableId  the table that the loop stands in, see HasExtensionClasses
-    // @param arena    has room for the descriptors, kRoomEach for each
+    // @param tableId  the table_id of the section that the loop is in (HasExtensionClasses)
+    // @param arena    borrowed; has room for CountIn(loop) * kRoomEach bytes
     DescriptorLoop(ByteView loop, uint8_t tableId, DescriptorArena& arena);
 
     size_t size() const { return size_; }
 
-    // How many descriptors have that Tag().
+    // The number of descriptors with that Tag().
     size_t Count(int tag) const;
 
     // The descriptor at `index`; null past the end.
@@ -43,11 +43,11 @@ class DescriptorLoop {
     TCBaseDesc* Find(int tag, size_t index);
 
   private:
-    // Where the search for the tag that was asked for last stands.
+    // The last search by tag. The next one for the same tag goes on from there.
     struct Cursor {
-        int tag = -1;  // of no descriptor
-        uint32_t count = 0;
-        uint32_t at = 0;      // of the descriptors
+        int tag = -1;         // at first one that no descriptor has
+        uint32_t count = 0;   // descriptors of that tag
+        uint32_t at = 0;      // the index of the slot that was reached
         uint32_t before = 0;  // descriptors of that tag before `at`
     };
 

@@ -7,7 +7,7 @@
 
 namespace tvservice {
 
-// Walks a descriptor loop (ETSI EN 300 468 6.1), never past its end:
+// Walks through the descriptors of a loop (ETSI EN 300 468 6.1) and never reads past its end:
 //
 //     DescriptorReader reader(loop);
 //     while (reader.Next()) { use(reader.descriptor()); }
@@ -16,7 +16,8 @@ class DescriptorReader {
   public:
     explicit DescriptorReader(ByteView loop) : loop_(loop) {}
 
-    // Steps to the next descriptor; false at the end, and where one reaches past the end.
+    // Steps to the next descriptor. False at the end of the loop, and when the next descriptor
+    // reaches past it.
     bool Next() {
         at_ = next_;
         if (at_ == loop_.size()) {
@@ -30,10 +31,10 @@ class DescriptorReader {
         return true;
     }
 
-    // The descriptor stepped to, tag and length bytes first. After Next() was true.
+    // The current descriptor, from its tag byte on. Only after Next() returned true.
     ByteView descriptor() const { return loop_.Subview(at_, next_ - at_); }
 
-    // Whether the loop ended with a descriptor that reaches past its end.
+    // Whether Next() returned false because a descriptor reaches past the end of the loop.
     bool overrun() const { return overrun_; }
 
   private:

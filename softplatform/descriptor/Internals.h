@@ -13,25 +13,26 @@
 
 class TCBaseDesc;
 
-// This platform's door to the private parts of the classes that platform/ declares: the nested
-// Impl, whose definition the caller includes.
+// Access to the private Impl of the classes that platform/ declares. They name this struct as their
+// friend. The caller includes the definition of the Impl.
 struct TVServiceInternals {
     template <class T>
     static typename T::Impl& Of(T& object) {
         return *object.m_impl;
     }
 
-    // The Impl of T. By way of Of: Clang lets an alias of a private member be used by friends only.
+    // The type of T's Impl. It is taken from Of, because Clang rejects an alias of the private
+    // T::Impl outside this struct.
     template <class T>
     using Impl = std::remove_reference_t<decltype(Of(std::declval<T&>()))>;
 
-    // The same, null when the object has none.
+    // The object's Impl; null when it has none.
     template <class T>
     static typename T::Impl* Get(T& object) {
         return object.m_impl.get();
     }
 
-    // A new T over an Impl of these members.
+    // A new T with a new Impl, which is initialised with `members`.
     template <class T, class... Members>
     static std::unique_ptr<T> Make(Members&&... members) {
         using Impl = typename T::Impl;
@@ -39,29 +40,29 @@ struct TVServiceInternals {
             new T(std::unique_ptr<Impl>(new Impl{std::forward<Members>(members)...})));
     }
 
-    // A T at `place`, whose destructor never runs, over an Impl that outlives it.
+    // Makes a T at `place` with an Impl that the caller keeps. The destructor of that T must never
+    // run: it would delete the Impl.
     template <class T>
     static T* MakeAt(void* place, typename T::Impl& impl) {
         return ::new (place) T(std::unique_ptr<typename T::Impl>(&impl));
     }
 
-    // Gives a descriptor, which has none, an Impl in its arena, and has its class decode the
-    // payload.
-    // @return what its Decode returned
+    // Gives `desc`, which has no Impl yet, the one in the arena, and calls its Decode.
+    // @return what Decode returned
     template <class T>
     static int DecodeIn(T& desc, typename T::Impl& impl) {
         desc.m_impl.reset(&impl);
-        impl.fits = true;  // Decode reads its own fields
+        impl.fits = true;  // so that Decode can read fields
         const tvservice::ByteView payload = impl.bytes().Subview(2);
         const int consumed = desc.Decode(payload.data(), static_cast<int>(payload.size()));
         impl.fits = consumed >= 0;
         return consumed;
     }
 
-    // What Tag() answers before the first Parse.
+    // Sets what Tag() returns before the first Parse.
     static void SetTag(TCBaseDesc& desc, uint8_t tag);
 
-    // See BaseDesc.h.
+    // tvservice::TextOf of BaseDesc.h.
     static const std::vector<uint8_t>& TextOf(const TCBaseDesc& desc, size_t which,
                                               tvservice::ByteView text);
 };

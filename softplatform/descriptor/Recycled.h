@@ -4,17 +4,18 @@
 
 namespace tvservice {
 
-// An object that a thread makes and gives up again and again, with the memory that it holds: each
-// thread keeps one that was given up for the next that is wanted.
+// Reuses objects that a thread makes and frees again and again, with the memory that they hold.
+// Each thread keeps one freed object for the next Take.
 template <class T>
 class Recycled {
   public:
-    // One that was given up, or a new one.
+    // The object that this thread keeps, or a new one.
     static std::unique_ptr<T> Take() {
         std::unique_ptr<T> taken = s_isOver ? nullptr : std::move(Kept().object);
         return taken ? std::move(taken) : std::make_unique<T>();
     }
 
+    // Keeps the object for the next Take; destroys it when this thread keeps one already.
     static void Give(std::unique_ptr<T> object) {
         if (!s_isOver && !Kept().object) {
             Kept().object = std::move(object);
@@ -32,7 +33,8 @@ class Recycled {
         return slot;
     }
 
-    // Objects of static life are given up after the thread's own are gone.
+    // True once the thread's Slot is destroyed. Static objects are destroyed later and may still
+    // call Give.
     static inline thread_local bool s_isOver = false;
 };
 

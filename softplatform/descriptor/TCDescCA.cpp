@@ -18,7 +18,7 @@ TCBaseDesc* TCDescCA::Fork() const {
 }
 
 int TCDescCA::Decode(const unsigned char*, int length) {
-    return length < 4 ? -1 : length;  // private data follows
+    return length < 4 ? -1 : length;  // the rest is private data
 }
 
 unsigned short TCDescCA::CASystemId() const {

@@ -19,7 +19,7 @@ TCBaseDesc* TCDescCarouselIdentifier::Fork() const {
 }
 
 int TCDescCarouselIdentifier::Decode(const unsigned char*, int length) {
-    return length < 4 ? -1 : length;  // FormatId and what depends on it follow
+    return length < 4 ? -1 : length;  // carousel_id; FormatId and the fields after it are not read
 }
 
 unsigned int TCDescCarouselIdentifier::CarouselId() const {

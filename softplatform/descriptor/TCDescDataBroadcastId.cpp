@@ -60,7 +60,7 @@ int CSSUInfoLoop::SelectorByte(char* buffer, int* length) {
 
 // ETSI EN 300 468 6.2.12
 struct TCDescDataBroadcastId::Impl {
-    std::vector<std::shared_ptr<CSSUInfoLoop>> entries;  // shared by forks; they never change
+    std::vector<std::shared_ptr<CSSUInfoLoop>> entries;  // copies share them: they never change
 };
 
 TCDescDataBroadcastId::TCDescDataBroadcastId() = default;
@@ -81,9 +81,9 @@ int TCDescDataBroadcastId::Decode(const unsigned char* payload, int length) {
         return -1;
     }
     if (bytes.U16(0) != kSystemSoftwareUpdate || !bytes.Has(kIdSize, 1)) {
-        return length;  // id_selector bytes follow
+        return length;  // the rest are id_selector bytes
     }
-    // ETSI TS 102 006 7.1: OUI_data_length, then the entries, then private data
+    // ETSI TS 102 006 7.1: OUI_data_length, the entries, then private data.
     const size_t loopSize = bytes.U8(kIdSize);
     const ByteView loop = bytes.Subview(kIdSize + 1, loopSize);
     m_impl = std::make_unique<Impl>();

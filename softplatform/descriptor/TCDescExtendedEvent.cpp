@@ -16,7 +16,7 @@ struct TCDescExtendedEvent::Impl {};
 
 namespace {
 
-constexpr size_t kItemsAt = 5;  // behind length_of_items
+constexpr size_t kItemsAt = 5;  // after length_of_items
 
 ByteView ItemsOf(ByteView payload) {
     return payload.Subview(kItemsAt, payload.U8(kItemsAt - 1));
@@ -27,7 +27,7 @@ struct ItemView {
     ByteView item;
 };
 
-// Walks the items of an extended event, up to one that reaches past length_of_items.
+// Walks through the items of an extended event, up to one that reaches past length_of_items.
 class ItemReader {
   public:
     explicit ItemReader(ByteView items) : items_(items), reader_(items, 0) {}
@@ -46,10 +46,10 @@ class ItemReader {
         return true;
     }
 
-    // The item stepped to. After Next() was true.
+    // The current item. Only after Next() returned true.
     const ItemView& item() const { return item_; }
 
-    // Bytes consumed so far.
+    // Where the reader stopped: after the last text that fits.
     int at() const { return reader_.at(); }
 
   private:
@@ -58,7 +58,7 @@ class ItemReader {
     ItemView item_;
 };
 
-// Empty past the end.
+// The item at `index`; empty past the end.
 ItemView ItemAt(const TCDescExtendedEvent& desc, size_t index) {
     ItemReader reader(ItemsOf(PayloadOf(desc)));
     while (reader.Next()) {
@@ -73,7 +73,8 @@ std::vector<unsigned char> Copy(ByteView bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-// One that owns its bytes may be read by several threads: nothing is left to make then.
+// Several threads may read a descriptor that owns its bytes: its texts are made now, not when they
+// are first asked for.
 void MakeTexts(const TCDescExtendedEvent& desc) {
     if (tvservice::OwnsItsBytes(desc)) {
         desc.Text();

@@ -46,7 +46,7 @@ int CSSULinkLoop::SelectorByte(char* buffer, int* length) {
 
 // ETSI EN 300 468 6.2.19
 struct TCDescLinkage::Impl {
-    std::vector<std::shared_ptr<CSSULinkLoop>> entries;  // shared by forks; they never change
+    std::vector<std::shared_ptr<CSSULinkLoop>> entries;  // copies share them: they never change
 };
 
 TCDescLinkage::TCDescLinkage() = default;
@@ -68,9 +68,10 @@ int TCDescLinkage::Decode(const unsigned char* payload, int length) {
     }
     if (bytes.U8(kLinkageTypeAt) != LINKAGE_TYPE_SOFTWARE_UPDATE ||
         !bytes.Has(kLinkageHeadSize, 1)) {
-        return length;  // private data follows
+        return length;  // the rest is private data
     }
-    // ETSI TS 102 006 6.2: OUI_data_length, then OUI, selector_length and selector bytes of each
+    // ETSI TS 102 006 6.2: OUI_data_length, the entries, then private data. An entry is OUI,
+    // selector_length and the selector bytes.
     const size_t loopSize = bytes.U8(kLinkageHeadSize);
     const ByteView loop = bytes.Subview(kLinkageHeadSize + 1, loopSize);
     m_impl = std::make_unique<Impl>();

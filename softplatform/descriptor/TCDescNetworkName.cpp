@@ -11,7 +11,8 @@ struct TCDescNetworkName::Impl {};
 
 namespace {
 
-// One that owns its bytes may be read by several threads: nothing is left to make then.
+// Several threads may read a descriptor that owns its bytes: its texts are made now, not when they
+// are first asked for.
 void MakeTexts(const TCDescNetworkName& desc) {
     if (tvservice::OwnsItsBytes(desc)) {
         desc.Name();

@@ -12,7 +12,7 @@ using tvservice::PayloadOf;
 struct TCDescSatelliteDeliverySystem::Impl {};
 
 TCDescSatelliteDeliverySystem::TCDescSatelliteDeliverySystem(int tag) {
-    if (tag != 0) {  // one in an arena gets its tag with its place
+    if (tag != 0) {  // 0: a descriptor of a loop; DecodeIn gives it a tag
         TVServiceInternals::SetTag(*this, static_cast<uint8_t>(tag));
     }
 }

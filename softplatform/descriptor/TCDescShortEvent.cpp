@@ -16,7 +16,8 @@ struct TCDescShortEvent::Impl {};
 
 namespace {
 
-// One that owns its bytes may be read by several threads: nothing is left to make then.
+// Several threads may read a descriptor that owns its bytes: its texts are made now, not when they
+// are first asked for.
 void MakeTexts(const TCDescShortEvent& desc) {
     if (tvservice::OwnsItsBytes(desc)) {
         desc.EventName();

@@ -69,7 +69,7 @@ namespace {
 constexpr size_t kFrequencySize = 4;
 constexpr size_t kSubCellSize = 5;
 
-// Where the parts of a cell lie: its frequencies, then its sub-cells.
+// Where the frequencies and the sub-cells of a cell are.
 struct CellLayout {
     size_t frequenciesAt;
     size_t frequenciesSize;
@@ -84,8 +84,8 @@ CellLayout LayoutOf(ByteView bytes, bool tfs) {
     return {frequenciesAt, frequenciesSize, subCellsAt, bytes.U8(subCellsAt - 1)};
 }
 
-// Bytes of the cell at the start of `bytes`; 0 when it does not fit or its loops do not come out
-// even.
+// The size of the cell at the start of `bytes`. 0 when the cell does not fit, or when the length of
+// one of its loops is no multiple of its entries' size.
 size_t CellSize(ByteView bytes, bool tfs) {
     const CellLayout layout = LayoutOf(bytes, tfs);
     const bool fits =
@@ -109,7 +109,8 @@ std::shared_ptr<TCT2Cell> ReadCell(ByteView bytes, bool tfs) {
                                               std::move(subCells));
 }
 
-// What follows the short form; empty when it is not whole.
+// The bytes after the short form, from SISO/MISO on; empty when they are fewer than the two that
+// the optional part begins with.
 ByteView SystemPartOf(const TCDescT2SystemDelivery& desc) {
     return desc.HasSystemPart() ? PayloadOf(desc).Subview(kShortSize) : ByteView();
 }
@@ -118,7 +119,7 @@ ByteView SystemPartOf(const TCDescT2SystemDelivery& desc) {
 
 // ETSI EN 300 468 6.4.6.3
 struct TCDescT2SystemDelivery::Impl {
-    std::vector<std::shared_ptr<TCT2Cell>> cells;  // shared by forks; they never change
+    std::vector<std::shared_ptr<TCT2Cell>> cells;  // copies share them: they never change
 };
 
 TCDescT2SystemDelivery::TCDescT2SystemDelivery() = default;

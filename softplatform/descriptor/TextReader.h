@@ -7,17 +7,17 @@
 
 namespace tvservice {
 
-// The text whose length byte stands at `at`, without that byte, as far as it lies in `bytes`.
+// The text whose length byte is at `at`, without that byte. Cut at the end of `bytes`.
 constexpr ByteView TextAt(ByteView bytes, size_t at) {
     return bytes.Subview(at + 1, bytes.U8(at));
 }
 
-// Walks texts with a length byte before each, one after the other.
+// Walks through texts that follow each other, each after its length byte.
 class TextReader {
   public:
     TextReader(ByteView bytes, size_t at) : bytes_(bytes), at_(at) {}
 
-    // Steps over the next one; false when it does not fit, and then stays where it is.
+    // Skips the next text. Returns false, and skips nothing, when it does not fit.
     bool Skip() {
         const size_t size = bytes_.U8(at_);
         if (!bytes_.Has(at_, 1 + size)) {
@@ -27,7 +27,7 @@ class TextReader {
         return true;
     }
 
-    // Bytes consumed so far.
+    // Where the next text begins.
     int at() const { return static_cast<int>(at_); }
 
   private:
