@@ -3,7 +3,7 @@
 #include "platform/TCBaseSection.h"
 #include "softplatform/table/SubTable.h"
 
-// Every table and sub-table object holds its sections here.
+// The sections of a table or sub-table object.
 struct TCBaseSection::Impl {
     tvservice::SubTable sections;
 };

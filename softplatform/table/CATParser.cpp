@@ -31,7 +31,7 @@ bool TCDVBCATParser::Parse(short, unsigned char* bytes) {
     SubTable& table = TVServiceInternals::Of<TCBaseSection>(*this).sections;
     const SubTable::Change change = table.Judge(*section);
     if (change != SubTable::Change::kRepeat) {
-        // All that can fail comes before anything changes.
+        // Everything that can throw comes before the first change.
         m_impl->loop.Reserve(size_t{section->last_section_number()} + 1);
         const SubTable::Held held =
             table.Store(*section, m_impl->pool,
@@ -39,7 +39,7 @@ bool TCDVBCATParser::Parse(short, unsigned char* bytes) {
         if (change == SubTable::Change::kAfresh) {
             m_impl->loop.Clear();
         }
-        // ISO/IEC 13818-1 2.4.4.6: the loop is all that follows the section's header.
+        // ISO/IEC 13818-1 2.4.4.6: the whole body of the section is one descriptor loop.
         m_impl->loop.Put(held.section.section_number(),
                          DescriptorLoop(held.section.body(), kCatTableId, held.arena));
     }

@@ -49,7 +49,7 @@ bool TCDVBEITItemEvent::FreeCAMode() const {
 }
 
 unsigned char* TCDVBEITItemEvent::DescriptorLoop() const {
-    // The section came as a pointer to non-const; only the view makes it const.
+    // The client passed the section as a pointer to non-const; only ByteView made it const.
     return const_cast<unsigned char*>(m_impl->descriptors.data());
 }
 
@@ -62,7 +62,7 @@ struct TCDVBEITItem::Impl {
     tvservice::Items<TCDVBEITItemEvent> events;
 };
 
-// The service is the caller's word: sections are decoded whatever service they are of.
+// The ids of the service are not used: m_Parse decodes a section of any service.
 TCDVBEITItem::TCDVBEITItem(int, unsigned short, unsigned short, TVSHandle const&)
     : m_impl(tvservice::Recycled<Impl>::Take()) {
     m_impl->events = {};
@@ -109,7 +109,7 @@ struct TCDVBEITInstance::Impl {
     uint16_t tsid;
     uint16_t sid;
 
-    // Events are TCDVBEITItem's to decode.
+    // Nothing is decoded here: clients decode the events with TCDVBEITItem.
     static constexpr size_t kRoomEach = 0;
     static tvservice::Room RoomFor(tvservice::SectionView) { return {}; }
     void Reserve(size_t) {}
@@ -162,7 +162,7 @@ bool TCDVBEITParser::Parse(short, unsigned char* bytes) {
         })) {
         return false;
     }
-    // Within what was reserved.
+    // Allocates nothing: the bytes were reserved above.
     m_impl->lastSection.assign(section->bytes().begin(), section->bytes().end());
     TVServiceInternals::Of<TCSectionParser>(*this).tableIdExtension = sid;
     return true;

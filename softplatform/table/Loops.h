@@ -18,24 +18,25 @@ namespace tvservice {
 // Adds to Counter::kDescriptorOverruns.
 void CountOverruns(uint64_t overruns);
 
-// The field of `length` bytes at `at`, as far as it lies in `body`. One that does not fit is cut
-// and counted (Counter::kDescriptorOverruns).
+// The `length` bytes of `body` from `at` on. When they reach past the end of `body`, they are cut
+// there, and this is counted (Counter::kDescriptorOverruns).
 ByteView Field(ByteView body, size_t at, size_t length);
 
-// Walks a loop of entries that each have a head of `headSize` bytes, whose last 12 bits give the
-// size of the descriptor loop behind it: those of PMT, SDT, EIT, NIT and BAT. An entry whose head
-// does not fit ends the loop; a descriptor loop that does not fit is cut.
+// Walks through the loop of a PMT, SDT, EIT, NIT or BAT. Each entry is a head of `headSize` bytes
+// and a descriptor loop; the last 12 bits of the head are the loop's length. A head that reaches
+// past the end ends the loop. A descriptor loop that reaches past the end is cut there.
 class EntryReader {
   public:
     EntryReader(ByteView loop, size_t headSize) : loop_(loop), headSize_(headSize) {}
 
     // Steps to the next entry; false at the end of the loop.
     bool Next();
-    // Those of the entry stepped to. After Next() was true.
+
+    // The current entry. Only after Next() returned true.
     ByteView head() const { return head_; }
     ByteView descriptors() const { return descriptors_; }
 
-    // How often something did not fit so far: for Count.
+    // How many heads and descriptor loops reached past the end so far: for CountOverruns.
     uint64_t overruns() const { return overruns_; }
 
   private:
@@ -47,29 +48,30 @@ class EntryReader {
     ByteView descriptors_;
 };
 
-// What is decoded from a section: entries of its loop, and descriptors everywhere in it.
+// How many objects are decoded from a section: the entries of its loop, and all its descriptors.
 struct Room {
     size_t entries = 0;
     size_t descriptors = 0;
 };
 
-// What the entries of a loop need.
+// The number of entries in a loop, and of the descriptors in them.
 Room RoomForEntries(ByteView loop, size_t headSize);
 
-// The entries of the loop of one section, as objects in an arena, where they live as long as what
-// was taken there. Copies are the same entries.
+// The entries of the loop of one section, decoded to objects. They lie in an arena and live until
+// its next Begin. A copy shares them.
 template <class Item>
 class Items {
   public:
     using Impl = TVServiceInternals::Impl<Item>;
 
-    // What each entry takes from the arena, its descriptors not counted.
+    // The bytes that each entry takes from the arena, without its descriptors.
     static constexpr size_t RoomEach() { return DescriptorArena::Rounded(sizeof(Place)); }
 
     Items() = default;
 
-    // Makes an item of each entry, over the Impl that `make` gives for the reader that stands at
-    // it. The arena has room for them: `count` is what RoomForEntries found.
+    // Makes an item for each entry; `make` is given the reader at that entry and returns the item's
+    // Impl. `count` is the number of entries that RoomForEntries found, and the arena has
+    // count * RoomEach() bytes left.
     template <class Make>
     Items(ByteView loop, size_t headSize, size_t count, DescriptorArena& arena, Make make)
         : places_(static_cast<Place*>(arena.Take(count * sizeof(Place)))) {
@@ -95,15 +97,15 @@ class Items {
     size_t size_ = 0;
 };
 
-// The entries of a loop that spans the sections of a sub-table, in section_number order. `Entries`
-// are those of one section, Items of some class.
+// The entries of all sections of a sub-table as one list, in section_number order. `Entries` holds
+// those of one section: Items<Item>.
 template <class Entries>
 class ItemLoop {
   public:
-    // So that Put needs no memory for this many sections.
+    // Allocates for this many sections, so that Put need not.
     void Reserve(size_t sections) { sections_.reserve(sections); }
 
-    // Replaces the entries of one section.
+    // Sets the entries of one section, in place of its earlier ones.
     void Put(uint8_t sectionNumber, Entries entries) {
         if (sectionNumber >= sections_.size()) {
             sections_.resize(size_t{sectionNumber} + 1);
@@ -120,7 +122,7 @@ class ItemLoop {
 
     size_t size() const { return sections_.empty() ? 0 : sections_.back().end; }
 
-    // Null past the end.
+    // The entry at `index`; null past the end.
     auto At(size_t index) const -> decltype(std::declval<const Entries&>().At(0)) {
         const auto section =
             std::upper_bound(sections_.begin(), sections_.end(), index,
@@ -130,7 +132,7 @@ class ItemLoop {
                    : section->entries.At(index - (section->end - section->entries.size()));
     }
 
-    // The first for which `is` holds; null when there is none.
+    // The first entry for which `is` returns true; null when there is none.
     template <class Predicate>
     auto Find(Predicate is) const -> decltype(std::declval<const Entries&>().At(0)) {
         for (const Section& section : sections_) {
@@ -145,21 +147,21 @@ class ItemLoop {
 
   private:
     struct Section {
-        size_t end = 0;  // the index after its last entry's
+        size_t end = 0;  // one more than the index of its last entry
         Entries entries;
     };
     std::vector<Section> sections_;  // by section_number
 };
 
-// A descriptor loop that spans the sections of a sub-table: one after the other in section_number
-// order, repetitions included. Asked for the descriptors of one tag one after the other, as clients
-// do, it walks the sections once.
+// The descriptor loops of all sections of a sub-table as one list, in section_number order.
+// Descriptors that are equal are all kept. Clients ask for the descriptors of one tag in ascending
+// order: that takes one walk through the sections.
 class SpanningLoop {
   public:
-    // So that Put needs no memory for this many sections.
+    // Allocates for this many sections, so that Put need not.
     void Reserve(size_t sections) { sections_.reserve(sections); }
 
-    // Replaces the loop of one section.
+    // Sets the loop of one section, in place of its earlier one.
     void Put(uint8_t sectionNumber, DescriptorLoop loop);
 
     void Clear() {
@@ -168,22 +170,24 @@ class SpanningLoop {
     }
 
     int size() const { return sections_.empty() ? 0 : static_cast<int>(sections_.back().end); }
+    // The number of descriptors with that Tag().
     int Count(int tag) const;
-    // Null past the end.
+    // The descriptor at `index`; null past the end.
     TCBaseDesc* At(size_t index);
+    // The `index`-th descriptor with that Tag(); null past the end.
     TCBaseDesc* Find(int tag, size_t index);
 
   private:
     struct Section {
-        size_t end = 0;  // the index after its last descriptor's
+        size_t end = 0;  // one more than the index of its last descriptor
         DescriptorLoop loop;
     };
-    // Where the search for the tag that was asked for last stands.
+    // The last search by tag. The next one for the same tag goes on from there.
     struct Cursor {
-        int tag = -1;  // of no descriptor
-        size_t count = 0;
-        size_t section = 0;
-        size_t before = 0;  // descriptors of that tag in the sections before
+        int tag = -1;        // at first one that no descriptor has
+        size_t count = 0;    // descriptors of that tag
+        size_t section = 0;  // the section that was reached
+        size_t before = 0;   // descriptors of that tag in the sections before it
     };
 
     std::vector<Section> sections_;  // by section_number

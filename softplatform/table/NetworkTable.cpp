@@ -31,7 +31,7 @@ namespace {
 constexpr size_t kLengthSize = 2;
 constexpr size_t kMuxHeadSize = 6;  // transport_stream_id to transport_descriptors_length
 
-// The 12-bit length field at the start.
+// The value of the 12-bit length field at the start of `bytes`.
 size_t LengthOf(ByteView bytes) {
     return bytes.U16(0) & 0x0FFF;
 }

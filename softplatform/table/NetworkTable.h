@@ -16,10 +16,10 @@ struct TCDVBItemMux::Impl {
 
 namespace tvservice {
 
-// What the sub-tables of NIT and BAT have in common (ETSI EN 300 468 5.2.1, 5.2.2): a descriptor
-// loop of their own, then a loop of transport streams.
+// The content of a sub-table of NIT or BAT (ETSI EN 300 468 5.2.1, 5.2.2): the descriptors of the
+// network or bouquet, then a loop of transport streams.
 struct NetworkTable {
-    uint16_t id;  // network_id, bouquet_id
+    uint16_t id;  // network_id or bouquet_id
     uint8_t tableId;
     SpanningLoop loop;
     ItemLoop<Items<TCDVBItemMux>> muxes;
@@ -27,7 +27,7 @@ struct NetworkTable {
     static constexpr size_t kFixedSize = 4;  // the two length fields
     static constexpr size_t kRoomEach = Items<TCDVBItemMux>::RoomEach();
 
-    // See SubTables. At least kFixedSize bytes follow the section's header.
+    // What SubTables needs. The body of `section` has at least kFixedSize bytes.
     static Room RoomFor(SectionView section);
     void Reserve(size_t sections);
     void Take(SubTable::Held held, Room room);

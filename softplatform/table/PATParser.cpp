@@ -26,7 +26,7 @@ struct Program {
     uint16_t PID;
 };
 
-// The program loop of all sections held, in section_number order.
+// Reads the program loops of all held sections, in section_number order.
 void ReadPrograms(const SubTable& table, std::vector<Program>& programs) {
     programs.clear();
     for (size_t number = 0; number <= table.last_section_number(); ++number) {
@@ -53,11 +53,11 @@ struct TCPATParser::Impl {
     tvservice::ArenaPool pool;
     std::vector<Program> programs;
 
-    // Forgets what Find made of the programs.
+    // Must be called after each change of `programs`: Find then sorts them anew.
     void ProgramsChanged() { isSorted = false; }
 
-    // The first entry with that number; null when there is none. Clients ask for one program after
-    // the other, so the one behind the last is looked at first.
+    // The first entry with that number; null when there is none. Clients ask for the programs one
+    // after the other, so Find first tries the entry after the one it found last.
     const Program* Find(uint16_t number) {
         if (!isSorted) {
             SortByNumber();
@@ -76,7 +76,7 @@ struct TCPATParser::Impl {
     }
 
   private:
-    // An entry and its place in the loop.
+    // An entry and its index in `programs`.
     struct Placed {
         Program program;
         size_t index;
@@ -87,8 +87,8 @@ struct TCPATParser::Impl {
         }
     };
 
-    // A loop whose numbers ascend is searched as it is; of any other the first entry of each number
-    // goes to byNumber.
+    // When the numbers already ascend, Find searches `programs` itself. Otherwise byNumber receives
+    // the first entry of each number.
     void SortByNumber() {
         next = 0;
         isInOrder = std::adjacent_find(programs.begin(), programs.end(),
@@ -112,10 +112,10 @@ struct TCPATParser::Impl {
     }
 
     std::vector<Program> byNumber;  // ascending, each number once
-    std::vector<Placed> placed;     // for sorting, kept for its memory
-    bool isSorted = false;          // the next two are of the programs as they are
-    bool isInOrder = false;
-    size_t next = 0;  // behind the entry found last
+    std::vector<Placed> placed;     // used by SortByNumber alone; a member to keep its memory
+    bool isSorted = false;          // byNumber, isInOrder and next fit `programs`
+    bool isInOrder = false;         // the numbers in `programs` ascend
+    size_t next = 0;                // the index after the entry found last
 };
 
 TCPATParser::TCPATParser(TVSHandle const&) : m_impl(std::make_unique<Impl>()) {}
@@ -133,7 +133,7 @@ bool TCPATParser::Parse(short, unsigned char* bytes) {
     }
     SubTable& table = TVServiceInternals::Of<TCBaseSection>(*this).sections;
     if (table.Judge(*section) != SubTable::Change::kRepeat) {
-        // All that can fail comes before anything changes.
+        // Everything that can throw comes before the first change.
         m_impl->programs.reserve(m_impl->programs.size() + section->body().size() / kProgramSize);
         table.Store(*section, m_impl->pool);
         ReadPrograms(table, m_impl->programs);

@@ -64,7 +64,7 @@ struct TCPMTInstance::Impl {
 
     static constexpr size_t kRoomEach = Streams::RoomEach();
 
-    // ISO/IEC 13818-1 2.4.4.8: what follows the section's header.
+    // Parts of a section's body, ISO/IEC 13818-1 2.4.4.8.
     static size_t ProgramInfoLength(ByteView body) { return body.U16(2) & 0x0FFF; }
     static ByteView StreamsOf(ByteView body) {
         return body.Subview(kPmtFixedSize).Subview(ProgramInfoLength(body));

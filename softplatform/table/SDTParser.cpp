@@ -20,7 +20,7 @@ constexpr size_t kServiceHeadSize = 5;  // service_id to descriptors_loop_length
 }  // namespace
 
 struct TCDVBSDTItemService::Impl {
-    ByteView head;  // of the section that the sub-table holds
+    ByteView head;  // borrowed from the section that the sub-table holds
     DescriptorLoop loop;
 };
 
@@ -65,7 +65,7 @@ struct TCDVBSDTInstance::Impl {
 
     static constexpr size_t kRoomEach = Services::RoomEach();
 
-    // ETSI EN 300 468 5.2.3: what follows the section's header.
+    // The service loop, ETSI EN 300 468 5.2.3.
     static ByteView LoopOf(SectionView section) { return section.body().Subview(kSdtFixedSize); }
 
     static Room RoomFor(SectionView section) {
@@ -119,7 +119,7 @@ struct TCDVBSDTParser::Impl {
 
     uint8_t tableId;
     tvservice::SubTables<Key, TCDVBSDTInstance> instances;
-    TCDVBSDTInstance* first = nullptr;  // the one that began first
+    TCDVBSDTInstance* first = nullptr;  // the sub-table whose first section came first
 };
 
 TCDVBSDTParser::TCDVBSDTParser(int tableId, TVSHandle const&)

@@ -4,7 +4,7 @@ TCSectionParser::TCSectionParser() : m_impl(std::make_unique<Impl>()) {}
 
 TCSectionParser::~TCSectionParser() = default;
 
-// A parser of no table takes no section.
+// The base class parses no table, so it refuses every section.
 bool TCSectionParser::Parse(short, unsigned char*) {
     return false;
 }

@@ -9,7 +9,7 @@ namespace tvservice {
 
 std::optional<SectionView> ApplicableSection(const uint8_t* bytes, uint8_t firstTableId,
                                              uint8_t lastTableId, size_t fixedSize) {
-    // The table_id first: stuffing may be a single byte long.
+    // table_id is checked before section_length is read: stuffing may be a single byte long.
     if (bytes == nullptr || bytes[0] < firstTableId || bytes[0] > lastTableId) {
         return std::nullopt;
     }
@@ -43,12 +43,12 @@ bool SubTable::complete() const {
     });
 }
 
-// A segment_last_section_number outside its segment, which the standard does not allow, is taken
-// for the end of the segment.
+// The last section needed of the section's segment, modulo 8. The standard does not allow a
+// segment_last_section_number outside its segment; it is taken for the end of the segment.
 uint8_t SubTable::LastOfSegment(SectionView section) {
     constexpr uint8_t kFirstScheduleTableId = 0x50;
     constexpr uint8_t kLastScheduleTableId = 0x6F;
-    constexpr size_t kSegmentLastAt = 4;  // behind transport_stream_id and original_network_id
+    constexpr size_t kSegmentLastAt = 4;  // after transport_stream_id and original_network_id
     const int first = section.section_number() & ~7;
     const int end = std::min<int>(first + 7, section.last_section_number());
     int last = end;
@@ -75,7 +75,7 @@ SubTable::Held SubTable::Store(SectionView section, ArenaPool& pool, size_t room
     std::unique_ptr<DescriptorArena> arena = pool.Take();
     arena->Begin(DescriptorArena::Rounded(section.size()) + room);
     sections_.reserve(count);
-    // Nothing fails from here on.
+    // From here on nothing can throw.
     auto* const copy = static_cast<uint8_t*>(arena->Take(section.size()));
     std::copy(section.bytes().begin(), section.bytes().end(), copy);
     if (isAfresh) {

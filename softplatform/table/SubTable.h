@@ -13,58 +13,68 @@
 
 namespace tvservice {
 
-// The section at `bytes`, whose length is that of its section_length field, if a table parser may
-// take it: whole, with section_syntax_indicator, table_id from `firstTableId` to `lastTableId`,
-// currently applicable, with `fixedSize` bytes of a body at least, and section_number not beyond
-// last_section_number (these two are counted, Counter::kMalformedTables). None otherwise and for
-// null. The CRC is not looked at: what comes from a filter has a good one.
+// The section at `bytes` (3 + section_length bytes long) if a table parser may take it. None when
+// `bytes` is null or the section
+//
+// - has a table_id outside `firstTableId` to `lastTableId`,
+// - has a section_length that SectionView::From refuses,
+// - has section_syntax_indicator 0 or current_next_indicator 0,
+// - has a section_number above last_section_number, or a body shorter than `fixedSize`; these are
+//   counted (Counter::kMalformedTables).
+//
+// Does not check the CRC: the filters pass only sections with a correct CRC.
 std::optional<SectionView> ApplicableSection(const uint8_t* bytes, uint8_t firstTableId,
                                              uint8_t lastTableId, size_t fixedSize = 0);
 
-// The sections of one sub-table and one version, as copies, each in an arena of its own, which has
-// room for what a parser decodes from it. Owned and used by one thread at a time.
+// Copies of the sections of one version of one sub-table. Each copy lies in an arena of its own,
+// with room for what a parser decodes from it. Used by one thread at a time.
 //
-// A section with another table_id, sub_table_extension, version_number or last_section_number than
-// those held belongs to another state of the table: it starts the sub-table afresh.
+// When a new section differs from the held ones in table_id, sub_table_extension, version_number or
+// last_section_number, the held ones are dropped and the sub-table starts afresh.
 //
-// A parser asks Judge, stores what is not a repeat, and decodes what Store returned:
+// A parser asks Judge, stores the section unless it is a repeat, and decodes what Store returned:
 //
 //     switch (table.Judge(section)) { case Change::kRepeat: return true; ... }
 class SubTable {
   public:
     enum class Change {
-        kRepeat,   // held already, byte for byte: nothing would change
-        kSection,  // adds to what is held, or takes the place of the section with that number
-        kAfresh    // what is held would be dropped
+        kRepeat,   // the same bytes are held already: nothing would change
+        kSection,  // the section is added, or replaces the held one with its section_number
+        kAfresh    // the held sections would be dropped
     };
 
-    // What Store would do. `section` came from ApplicableSection; costs one comparison.
+    // What Store would do with `section`, which came from ApplicableSection. Compares the bytes of
+    // at most one held section.
     Change Judge(SectionView section) const;
 
-    // A section that is held, and the arena in which its bytes stand.
+    // A held section and the arena that its bytes are in.
     struct Held {
         SectionView section;
         DescriptorArena& arena;
     };
 
-    // Takes a copy of the section, with `room` bytes behind it in its arena. It stays where it is
-    // until a section with the same number is stored, the table starts afresh, or it is cleared.
-    // Arenas come from `pool`, and those of sections that are dropped go there. When there is no
-    // memory (std::bad_alloc), nothing has changed.
+    // Copies the section into an arena that has room for `room` bytes more. The copy lives until a
+    // section with the same number is stored, the sub-table starts afresh, or Clear is called.
+    // Arenas are taken from `pool`, and those of dropped sections are given back to it. Throws
+    // std::bad_alloc when there is no memory; nothing has changed then.
     Held Store(SectionView section, ArenaPool& pool, size_t room = 0);
 
+    // Drops everything that is held.
     void Clear();
 
-    // What is held, with its bookkeeping; and the most by which a section adds to it.
+    // The bytes of the held sections and of the table of them.
     size_t bytes() const { return bytes_; }
+    // The most that `section` can add to bytes().
     static size_t BytesFor(SectionView section) {
         return BytesOfSlots(section) + section.bytes().size();
     }
 
-    // Whether sections 0 to last_section_number are all held. An EIT schedule (table_id 0x50 to
-    // 0x6F) is sent in segments of 8 section numbers of which the last ones may be unused (ETSI EN
-    // 300 468 5.2.4): of each segment only the sections up to segment_last_section_number are
-    // needed, as the newest section of the segment gives it.
+    // Whether all sections from 0 to last_section_number are held.
+    //
+    // An EIT schedule (table_id 0x50 to 0x6F) has segments of 8 section numbers, and the last
+    // numbers of a segment may be unused (ETSI EN 300 468 5.2.4). Of each segment only the sections
+    // up to segment_last_section_number are needed; the section of the segment that came last gives
+    // it.
     bool complete() const;
 
     // 0 when nothing is held.
@@ -77,11 +87,11 @@ class SubTable {
     std::optional<SectionView> section(size_t number) const;
 
   private:
-    // The sections of which section_number / 8 is the same: all tables are counted in segments, but
-    // only EIT schedules have them.
+    // The sections with the same section_number / 8. Only EIT schedules are sent in segments; other
+    // tables are counted in them too, all of whose sections are needed.
     struct Segment {
-        uint8_t held = 0;  // a bit for each section_number, modulo 8
-        uint8_t last = 0;  // the last section_number needed, modulo 8; of the newest section
+        uint8_t held = 0;  // bit n: section 8 * segment + n is held
+        uint8_t last = 0;  // the last section needed, modulo 8
     };
 
     static uint8_t LastOfSegment(SectionView section);
@@ -92,7 +102,7 @@ class SubTable {
     }
 
     struct Slot {
-        ByteView bytes;  // none when the section is not held
+        ByteView bytes;  // empty when the section is not held
         std::unique_ptr<DescriptorArena> arena;
     };
 

@@ -15,29 +15,30 @@
 
 namespace tvservice {
 
-// The sub-tables that one parser was given, by what tells them apart. `Instance` is one of the
-// platform's table classes; its Impl has
+// All sub-tables of one parser. `Key` is what tells them apart, for example the network_id.
+// `Instance` is one of the platform's table classes. Its Impl has
 //
-//     static Room RoomFor(SectionView section);  // for what is decoded from the section
+//     static Room RoomFor(SectionView section);  // what will be decoded from the section
 //     static constexpr size_t kRoomEach;         // bytes for each entry of its loop
-//     void Reserve(size_t sections);             // so that the next two need no memory
-//     void Clear() noexcept;                     // forgets what was decoded
-//     void Take(SubTable::Held held, Room room) noexcept;  // decodes one more, or one in the place
-//                                                          // of another
+//     void Reserve(size_t sections);             // so that Clear and Take allocate nothing
+//     void Clear();                              // drops everything decoded; does not throw
+//     // Decodes a section, in place of an earlier one with its number. Does not throw.
+//     void Take(SubTable::Held held, Room room);
 //
-// Clients hold pointers to the instances, so none goes before Clear(), and they are bounded: a
-// section beyond kMaxBytes is refused and counted (Counter::kParserOverflows).
+// Clients hold pointers to the instances, so an instance is destroyed only by Clear(). To bound the
+// memory, a section that would exceed kMaxBytes is refused and counted
+// (Counter::kParserOverflows).
 template <class Key, class Instance>
 class SubTables {
   public:
     using Map = std::map<Key, std::unique_ptr<Instance>>;
 
-    // What the sections of all sub-tables take, their bookkeeping included.
+    // The limit for the sections of all sub-tables with the tables of them.
     static constexpr size_t kMaxBytes = size_t{16} << 20;
 
-    // Hands a section to the sub-table of `key`, which `make` begins when there is none; false when
-    // there is no room. A repeat costs a comparison. When a section starts its sub-table afresh,
-    // what was decoded is cleared first: it borrows the old sections' bytes.
+    // Gives a section to the sub-table of `key`. The first section of a key begins it: `make`
+    // returns the new Instance. Returns false when the section is refused for want of room. A
+    // repeated section is compared, not decoded again.
     template <class Make>
     bool Take(const Key& key, SectionView section, Make make) {
         const auto known = instances_.find(key);
@@ -68,7 +69,7 @@ class SubTables {
         return true;
     }
 
-    // Null when no section of it came.
+    // The sub-table of `key`; null when none of its sections came.
     Instance* Find(const Key& key) const {
         const auto found = instances_.find(key);
         return found == instances_.end() ? nullptr : found->second.get();
@@ -76,17 +77,17 @@ class SubTables {
 
     void Clear() { *this = SubTables(); }
 
-    // In the order of the keys.
+    // All sub-tables, in the order of their keys.
     const Map& all() const { return instances_; }
 
   private:
-    static constexpr size_t kInstanceBytes = 512;
+    static constexpr size_t kInstanceBytes = 512;  // an Instance without its sections, about
 
     static SubTable& Sections(Instance& instance) {
         return TVServiceInternals::Of<TCBaseSection>(instance).sections;
     }
 
-    // Whether the section can come when `freed` bytes go for it.
+    // Whether the section fits when it replaces `freed` bytes.
     bool HasRoomFor(SectionView section, size_t freed) const {
         const size_t most = kInstanceBytes + SubTable::BytesFor(section);
         if (bytes_ - freed + most <= kMaxBytes) {
@@ -96,7 +97,8 @@ class SubTables {
         return false;
     }
 
-    // All that can fail comes before anything changes.
+    // Everything that can throw comes before the first change. When the sub-table starts afresh,
+    // the decoded objects go at once: they borrow the bytes of the dropped sections.
     void Store(Instance& instance, SectionView section, bool isAfresh) {
         auto& decoded = TVServiceInternals::Of(instance);
         using Decoded = TVServiceInternals::Impl<Instance>;
