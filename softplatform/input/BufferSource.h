@@ -10,13 +10,13 @@
 
 namespace tvservice {
 
-// A stream in memory. Its bytes are lent, never copied.
+// A stream in memory. Read lends its bytes without a copy.
 class BufferSource final : public ByteSource {
   public:
-    // The source keeps `bytes`. One read gives at most `piece` bytes; 0: as many as are asked for.
+    // The source owns `bytes`. One read gives at most `piece` bytes; 0 means no such limit.
     BufferSource(std::string name, std::vector<uint8_t> bytes, size_t piece);
 
-    // The same over `bytes` that the caller keeps, alive and unchanged for as long as the source.
+    // The same, but `bytes` are borrowed: the caller keeps them unchanged while the source lives.
     BufferSource(std::string name, ByteView bytes, size_t piece);
 
     uint64_t size() const override { return bytes_.size(); }
@@ -26,10 +26,10 @@ class BufferSource final : public ByteSource {
     int descriptor() const override { return -1; }
 
   private:
-    const std::vector<uint8_t> kept_;  // empty when the caller keeps them
+    const std::vector<uint8_t> kept_;  // empty when the bytes are borrowed
     const ByteView bytes_;
     const size_t piece_;
-    ByteView left_;  // of bytes_
+    ByteView left_;  // the part of bytes_ that was not read yet
 };
 
 }  // namespace tvservice

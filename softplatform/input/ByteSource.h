@@ -12,47 +12,49 @@ namespace tvservice {
 // The result of one read.
 struct ReadResult {
     enum Status {
-        kBytes,       // `bytes` are there, at least 1
-        kEnd,         // there are no more
-        kWouldBlock,  // there are none now; poll the descriptor
-        kFailed       // `error` says why
+        kBytes,       // at least one byte was read
+        kEnd,         // the source has ended
+        kWouldBlock,  // no bytes have come yet; poll the descriptor
+        kFailed       // reading failed; `error` says why
     };
     Status status;
-    // In the buffer of the call, or where the source keeps them: then they are borrowed until the
-    // next call of the source, and nothing was copied.
+    // The bytes that were read: in the caller's buffer, or in memory of the source, which must not
+    // be used after the next call of the source.
     ByteView bytes{};
-    std::string error{};  // one line that names the input, the offset and the reason
+    std::string error{};  // with kFailed: one line with the input's name, the offset and the reason
 };
 
-// An input that gives the bytes of a transport stream. Used by one thread at a time.
+// An input that is read as the bytes of a transport stream. Used by one thread at a time.
 class ByteSource {
   public:
     virtual ~ByteSource() = default;
     ByteSource(const ByteSource&) = delete;
     ByteSource& operator=(const ByteSource&) = delete;
 
-    // The name that messages use.
+    // The name of the input in messages.
     const std::string& name() const { return name_; }
 
-    // The number of bytes from start to end; 0 when unknown.
+    // The total number of bytes; 0 when unknown.
     virtual uint64_t size() const = 0;
 
-    // Whether it can be read again from its start.
+    // Whether the source can be read again from its start.
     virtual bool rewindable() const = 0;
 
-    // Whether it has no end of its own: sockets, files that are followed or looped. Whoever plays
-    // such a source has to interrupt it. A source that wraps another answers as that one does.
+    // Whether the source never ends by itself: a socket, or a file that is followed or looped. Such
+    // a source plays until it is interrupted or fails.
     virtual bool live() const { return false; }
 
-    // Goes to the start. False when that is not possible. Always possible before the first read.
+    // Goes back to the start. Returns false when that is not possible; it always is before the
+    // first Read.
     virtual bool Rewind() = 0;
 
-    // Reads at most `size` bytes (1 or more). A source may use `buffer`, which has room for them,
-    // or leave it alone and lend bytes of its own. Never waits for bytes: kWouldBlock instead.
+    // Reads at most `size` bytes, 1 or more. `buffer` has room for `size` bytes; a source that
+    // lends bytes of its own does not use it. Never waits: returns kWouldBlock when no bytes have
+    // come yet.
     virtual ReadResult Read(uint8_t* buffer, size_t size) = 0;
 
-    // The file descriptor to poll(2) for POLLIN after kWouldBlock. It may be another one each time.
-    // -1 for a source that never answers kWouldBlock.
+    // The file descriptor to wait on with poll(2), for POLLIN, after Read returned kWouldBlock. Ask
+    // for it each time, because it may change. -1 when Read never returns kWouldBlock.
     virtual int descriptor() const = 0;
 
   protected:

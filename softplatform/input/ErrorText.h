@@ -6,7 +6,7 @@
 
 namespace tvservice {
 
-// A name as messages show it: control characters as \xNN, so that they do nothing to a terminal.
+// `name` with control characters written as \xNN, so that a message cannot control a terminal.
 inline std::string Visible(const std::string& name) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string visible;
@@ -21,7 +21,7 @@ inline std::string Visible(const std::string& name) {
     return visible;
 }
 
-// The error lines of inputs. `error` is an errno value.
+// The error messages of inputs. `error` is an errno value.
 
 inline std::string OpenErrorText(const std::string& name, int error) {
     return "cannot open " + Visible(name) + ": " + std::generic_category().message(error);

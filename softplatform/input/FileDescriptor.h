@@ -6,7 +6,7 @@
 
 namespace tvservice {
 
-// Owns an open file descriptor and closes it; -1 is none.
+// Owns an open file descriptor and closes it. Holds -1 when it owns none.
 class FileDescriptor {
   public:
     FileDescriptor() = default;

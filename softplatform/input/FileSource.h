@@ -9,12 +9,12 @@
 
 namespace tvservice {
 
-// A file that can be read at any offset, by read(2). It may grow while it is read: it ends where a
-// read finds nothing more, and can be read on when there is more. A file that becomes shorter than
-// what was read of it fails.
+// A regular file or a block device, read with pread(2). The file may grow meanwhile: Read returns
+// kEnd when nothing follows, and bytes again when the file has grown. When the file becomes shorter
+// than the part that was read, Read fails.
 class FileSource : public ByteSource {
   public:
-    // `file` is open for reading and becomes the source's; `size` is its size when it was opened.
+    // `file` is open for reading; the source owns it. `size` is its size when it was opened.
     FileSource(std::string name, FileDescriptor file, uint64_t size);
 
     uint64_t size() const override { return size_; }
@@ -25,7 +25,7 @@ class FileSource : public ByteSource {
 
   protected:
     int file() const { return file_.get(); }
-    uint64_t offset() const { return offset_; }  // of the next byte
+    uint64_t offset() const { return offset_; }  // of the next byte to read
     void Pass(size_t count) { offset_ += count; }
 
   private:

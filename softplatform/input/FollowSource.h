@@ -9,15 +9,16 @@
 
 namespace tvservice {
 
-// A file that grows while it is read. At its end it has no bytes yet, and is read again every
-// kInterval. Notifications of the file system (inotify) are not used: they do not come for files
-// that other machines write. A file that becomes shorter than what was read of it fails.
+// A file that grows while it is read. At its end Read returns kWouldBlock, and the file is tried
+// again after kInterval. Notifications of the file system (inotify) are not used: they do not come
+// for files that other machines write. When the file becomes shorter than the part that was read,
+// Read fails.
 class FollowSource final : public ByteSource {
   public:
     static constexpr std::chrono::milliseconds kInterval{50};
 
-    // `source` is a file (FileSource): it can give more bytes after its end. Both become this one's
-    // alone.
+    // `source` is a file (FileSource), which can give bytes again after kEnd. Nothing else may use
+    // `source` from now on.
     FollowSource(std::shared_ptr<ByteSource> source, std::unique_ptr<Timer> timer);
 
     uint64_t size() const override { return 0; }

@@ -8,11 +8,11 @@
 
 namespace tvservice {
 
-// Plays another source again and again, as one stream without an end. Where the end meets the
-// start, continuity counters and PCRs jump. An empty source ends.
+// Reads another source again and again, as one stream without an end. Continuity counters and PCRs
+// jump where the source starts again. When the source is empty, Read returns kEnd.
 class LoopSource final : public ByteSource {
   public:
-    // `source` is rewindable and becomes this one's alone.
+    // `source` is rewindable. Nothing else may use it from now on.
     explicit LoopSource(std::shared_ptr<ByteSource> source);
 
     uint64_t size() const override { return 0; }

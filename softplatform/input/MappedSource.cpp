@@ -26,7 +26,7 @@ ReadResult MappedSource::Read(uint8_t* buffer, size_t size) {
     if (window_.IsDamaged()) {
         return Failure();
     }
-    // Asked at each read: beyond the end of the file nothing may be touched.
+    // Each read asks for the size: bytes beyond the end of the file must not be lent.
     const uint64_t end = CurrentSize();
     const ByteView mapped = offset() < end ? Mapped() : ByteView();
     if (mapped.empty()) {
@@ -38,7 +38,7 @@ ReadResult MappedSource::Read(uint8_t* buffer, size_t size) {
     return {ReadResult::kBytes, lent};
 }
 
-// 0 when it is not known.
+// The size of the file now; 0 when it is unknown.
 uint64_t MappedSource::CurrentSize() const {
     struct stat status {};
     return ::fstat(file(), &status) == 0 && S_ISREG(status.st_mode)
@@ -46,7 +46,8 @@ uint64_t MappedSource::CurrentSize() const {
                : 0;
 }
 
-// What the window has from the next byte on, moved there if need be; empty when it cannot.
+// The mapped bytes from the next one on. Moves the window when that byte is not mapped; empty when
+// mapping fails.
 ByteView MappedSource::Mapped() {
     if (canMap_ && window_.From(offset()).empty()) {
         const auto page = static_cast<uint64_t>(::sysconf(_SC_PAGESIZE));

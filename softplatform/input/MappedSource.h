@@ -9,17 +9,17 @@
 
 namespace tvservice {
 
-// A FileSource that lends the bytes of the file where the system keeps them (mmap(2)) instead of
-// copying them. A window of the file is mapped at a time, so that neither memory nor the addresses
-// of a 32-bit process run out. What cannot be mapped is read.
+// A FileSource that maps the file (mmap(2)) and lends the mapped bytes instead of copying them. It
+// maps one window of the file at a time, so that a large file fits into a 32-bit address space.
+// When the file cannot be mapped, it is read.
 //
-// When the file becomes shorter, or a part of it cannot be read, while that part is lent, SIGBUS is
-// raised (RepairMappedSource in SoftwarePlatform.h). The source then fails at its next read.
+// Touching lent bytes raises SIGBUS when the file has become shorter or cannot be read there. When
+// the handler calls RepairMappedSource (SoftwarePlatform.h), the next Read fails.
 class MappedSource final : public FileSource {
   public:
     static constexpr size_t kWindow = 4 * 1024 * 1024;
 
-    // As FileSource. `window` is a multiple of the page size.
+    // As FileSource. `window`, the size of the window in bytes, is a multiple of the page size.
     MappedSource(std::string name, FileDescriptor file, uint64_t size, size_t window = kWindow);
 
     bool Rewind() override;

@@ -7,7 +7,8 @@
 
 namespace tvservice {
 
-// The handler runs on the window's own thread.
+// Written by the window's thread and read by a signal handler, which may run on any thread. Only a
+// fault in this window makes the handler write `damaged`: it then runs on the window's thread.
 struct MappedWindow::Slot {
     std::atomic<bool> isTaken{false};
     std::atomic<uintptr_t> begin{0};
@@ -16,7 +17,7 @@ struct MappedWindow::Slot {
 };
 
 struct MappedSlots {
-    static constexpr size_t kCount = 16;  // windows of the process at a time
+    static constexpr size_t kCount = 16;  // windows that can exist at a time in the process
     static MappedWindow::Slot all[kCount];
 };
 constinit MappedWindow::Slot MappedSlots::all[kCount];

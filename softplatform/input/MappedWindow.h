@@ -8,10 +8,10 @@
 
 namespace tvservice {
 
-// A part of a file, mapped into memory. Used by one thread at a time, the one that reads the bytes.
+// A part of a file, mapped into memory. Used by one thread at a time, which also reads the bytes.
 //
-// Where the file has become shorter or cannot be read, touching the bytes raises SIGBUS on that
-// thread. Repair is for the handler of that signal.
+// Touching bytes raises SIGBUS on that thread when the file has become shorter or cannot be read
+// there. The handler of that signal calls Repair.
 class MappedWindow {
   public:
     MappedWindow();
@@ -19,31 +19,34 @@ class MappedWindow {
     MappedWindow& operator=(const MappedWindow&) = delete;
     ~MappedWindow();
 
-    // Maps `size` bytes of `file` from `offset` on, a multiple of the page size, in place of what
-    // was mapped before. They may reach past the end of the file as long as nobody touches them
-    // there. False when that is not possible; then nothing is mapped.
+    // Unmaps what was mapped, then maps `size` bytes of `file` from `offset` on, a multiple of the
+    // page size. The window may reach past the end of the file, but bytes beyond that end must not
+    // be touched. Returns false when the system refuses, or when 16 other windows existed as this
+    // one was made; nothing is mapped then.
     bool Map(int file, uint64_t offset, size_t size);
     void Unmap();
 
-    // The bytes from an offset of the file on; empty where none are mapped.
+    // The mapped bytes from `offset` of the file on; empty when that offset is not mapped.
     ByteView From(uint64_t offset) const;
 
-    // Whether Repair was called for these bytes, and for which byte of the file first.
+    // Whether Repair replaced bytes of this window.
     bool IsDamaged() const;
+    // The offset in the file of the first address that Repair was called with. Only when damaged.
     uint64_t DamagedOffset() const;
 
-    // When `address` lies in the window of any MappedWindow: puts zeros in the place of the bytes
-    // from its page on and returns true. Async-signal-safe; leaves errno alone.
+    // When `address` lies in any MappedWindow, replaces the window's bytes by zeros, from the page
+    // of `address` on, and returns true. Returns false otherwise, and when that fails.
+    // Async-signal-safe; does not change errno.
     static bool Repair(void* address) noexcept;
 
   private:
     friend struct MappedSlots;
 
-    struct Slot;  // what the window tells the handler
+    struct Slot;  // the window's addresses, for the signal handler
     static Slot* TakeSlot();
 
-    Slot* const slot_;  // null when all are in use: nothing can be mapped then
-    uint64_t offset_ = 0;
+    Slot* const slot_;     // null when all were in use: nothing can be mapped then
+    uint64_t offset_ = 0;  // of the window in the file
 };
 
 }  // namespace tvservice

@@ -1,4 +1,4 @@
-// What SoftwarePlatform.h declares of sources.
+// The functions on sources that SoftwarePlatform.h declares.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -61,8 +61,7 @@ SourcePtr OpenDvb(const std::string& uri, const SourceOptions& options, std::str
         std::make_shared<StreamSource>(paths->dvr, std::move(device), true));
 }
 
-// The one list of schemes: a new one is a line here. docs/adding-an-input.md says what else it
-// needs.
+// All schemes. A new one is a line here; docs/adding-an-input.md lists the other steps.
 struct Scheme {
     SourceScheme description;
     SourcePtr (*open)(const std::string& uri, const SourceOptions& options, std::string& error);
@@ -100,9 +99,10 @@ SourcePtr OpenStandardInput(std::string& error) {
     return ToSource<ByteSource>(std::make_shared<StreamSource>(name, std::move(standardInput)));
 }
 
-// Regular files and block devices can be rewound. All else is read as a stream.
+// Opens a regular file or a block device as a file; everything else as a stream that cannot be
+// rewound.
 SourcePtr OpenPath(const std::string& path, const SourceOptions& options, std::string& error) {
-    // O_NONBLOCK: a named pipe opens at once, with or without a writer.
+    // With O_NONBLOCK a named pipe opens at once, even without a writer.
     FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (file.get() < 0 || ::fstat(file.get(), &status) != 0) {
@@ -138,7 +138,7 @@ SourcePtr Open(const std::string& uri, const SourceOptions& options, std::string
     return uri == "-" ? OpenStandardInput(error) : OpenPath(uri, options, error);
 }
 
-// Why a source cannot be read with these options; null when it can.
+// Why the options do not fit the source or each other: the end of an error line. Null when they do.
 const char* Objection(const SourceInfo& source, const SourceOptions& options) {
     if (options.loop && options.follow) {
         return ": it can be looped or followed, not both";
@@ -147,15 +147,15 @@ const char* Objection(const SourceInfo& source, const SourceOptions& options) {
         return ": a live input has no end, so it cannot be looped or followed";
     }
     if (!source.rewindable && options.loop) {
-        return ": what cannot be read again cannot be looped";
+        return ": only an input that can be read again can be looped";
     }
     if (!source.rewindable && options.follow) {
         return ": only a file can be followed";
     }
     if (source.live && options.pace != 0) {
-        return ": a live input comes at its own pace";
+        return ": a live input cannot be paced";
     }
-    // Not a number is in no range.
+    // Written with !, so that NaN is refused too.
     if (options.pace != 0 && !(options.pace >= kMinPace && options.pace <= kMaxPace)) {
         return ": the pace must be from 0.001 to 1000000";
     }

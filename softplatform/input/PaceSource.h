@@ -14,16 +14,16 @@
 
 namespace tvservice {
 
-// Plays another source as fast as it was broadcast, or `speed` times as fast, by its PCRs: the
-// bytes after a PCR are given when that PCR is due (PcrSchedule), the bytes up to it at once. A
-// stream without PCRs is not delayed.
+// Reads another source at the speed of its broadcast, or `speed` times as fast. Its PCRs give the
+// time: the bytes after a PCR are held back until PcrSchedule says that they are due, and the bytes
+// up to the next PCR then follow without delay. A stream without PCRs is not delayed.
 //
-// Reads the other source up to kReadAhead bytes before they are due.
+// Reads up to kReadAhead bytes of the other source before they are due.
 class PaceSource final : public ByteSource {
   public:
     static constexpr size_t kReadAhead = 64 * 1024;
 
-    // Both become this one's alone. `speed` is above 0; 1 is real time.
+    // Nothing else may use `source` from now on. `speed` is above 0; 1 is real time.
     PaceSource(std::shared_ptr<ByteSource> source, std::unique_ptr<Timer> timer, double speed);
 
     uint64_t size() const override { return source_->size(); }
@@ -40,8 +40,8 @@ class PaceSource final : public ByteSource {
     PcrScanner scanner_;
     PcrSchedule schedule_;
     std::vector<uint8_t> buffer_;
-    ByteView ahead_;  // what was read ahead: in buffer_, or lent by the source
-    std::optional<std::chrono::nanoseconds> due_;  // the time of the next byte, if it is known
+    ByteView ahead_;  // bytes read and not yet given: in buffer_, or lent by the source
+    std::optional<std::chrono::nanoseconds> due_;  // when the next byte is due; none: at once
 };
 
 }  // namespace tvservice

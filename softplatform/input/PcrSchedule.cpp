@@ -4,7 +4,8 @@ namespace tvservice {
 
 namespace {
 
-// ISO/IEC 13818-1 2.7.2: PCRs come every 100 ms at least. More than this is no interval any more.
+// ISO/IEC 13818-1 2.7.2: PCRs come every 100 ms at least. A longer interval than this one second is
+// a new time base.
 constexpr uint64_t kMaxInterval = kPcrFrequency;
 constexpr uint64_t kSilence = kPcrFrequency / 2;
 constexpr std::chrono::seconds kMaxLateness{1};

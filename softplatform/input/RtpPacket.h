@@ -11,15 +11,16 @@ namespace tvservice {
 // them.
 class RtpPacket {
   public:
-    // None when the datagram is no RTP data packet of version 2, or when its CSRC list, its header
-    // extension or its padding does not fit.
+    // None when the datagram is not an RTP data packet of version 2, or when its CSRC list, header
+    // extension or padding is longer than the datagram.
     static std::optional<RtpPacket> From(ByteView datagram) {
         constexpr size_t kFixedHeader = 12;
         constexpr unsigned kVersion = 2;
         if (!datagram.Has(0, kFixedHeader) || datagram.U8(0) >> 6 != kVersion) {
             return std::nullopt;
         }
-        // RFC 5761 4: where RTCP shares the port, its packet types show as these payload types.
+        // RFC 5761 4: RTCP may use the same port; its packet types then look like these payload
+        // types.
         const unsigned payload_type = datagram.U8(1) & 0x7Fu;
         if (payload_type >= 64 && payload_type <= 95) {
             return std::nullopt;
@@ -29,7 +30,7 @@ class RtpPacket {
         const size_t CSRC_count = datagram.U8(0) & 0x0Fu;
         size_t header = kFixedHeader + 4 * CSRC_count;
         if (extension) {
-            // RFC 3550 5.3.1: the length counts words of 32 bits behind the first.
+            // RFC 3550 5.3.1: the length is in 32-bit words and does not count the first one.
             if (!datagram.Has(header, 4)) {
                 return std::nullopt;
             }
@@ -40,7 +41,7 @@ class RtpPacket {
         }
         ByteView payload = datagram.Subview(header);
         if (padding) {
-            // RFC 3550 5.1: the last byte counts the padding, itself included.
+            // RFC 3550 5.1: the last byte is the number of padding bytes, itself included.
             const size_t stuffed = payload.empty() ? 0 : payload.U8(payload.size() - 1);
             if (stuffed == 0 || stuffed > payload.size()) {
                 return std::nullopt;
@@ -53,7 +54,7 @@ class RtpPacket {
     uint16_t sequence_number() const { return datagram_.U16(2); }
     uint32_t SSRC() const { return datagram_.U32(8); }
 
-    // RFC 2250 2: whole transport packets. May be empty.
+    // RFC 2250 2: whole transport packets. May be empty. Borrowed from the datagram.
     ByteView payload() const { return payload_; }
 
   private:

@@ -5,7 +5,7 @@
 namespace tvservice {
 
 namespace {
-constexpr int kMaxMisorder = 100;  // RFC 3550 A.1: farther back the sender has started anew
+constexpr int kMaxMisorder = 100;  // RFC 3550 A.1: a number farther back means a restart
 }  // namespace
 
 void RtpSequence::Push(const RtpPacket& packet) {

@@ -12,13 +12,15 @@
 
 namespace tvservice {
 
-// Puts RTP packets in the order of their sequence numbers and counts those that are missing (RFC
-// 3550 5.1, A.1). It waits for a missing packet until kWindow packets after it have come; then the
-// packet is counted as lost (kRtpLosses). A packet that comes late but in time is counted as well
-// (kRtpReordered). A packet that comes twice or too late is left out.
+// Puts RTP packets in the order of their sequence numbers and counts the missing ones (RFC 3550
+// 5.1, A.1). When a packet is missing, the packets after it are kept. It counts as lost
+// (kRtpLosses) as soon as a packet comes whose number is kWindow or more above it. A packet that
+// comes before that but after one with a higher number is counted too (kRtpReordered). A packet
+// that comes twice or too late is dropped.
 //
-// When the sender starts again, with another SSRC or a sequence number far back, the order starts
-// again too: no packet between the old sequence and the new one counts as lost.
+// When the sender restarts (another SSRC, or a sequence number far back), the kept packets are
+// handed over, and the order begins anew with the new packet. The gap between the old numbers and
+// the new ones does not count as lost.
 //
 // Used by one thread at a time. Push a packet, then Pop until there is nothing more.
 class RtpSequence {
@@ -28,11 +30,11 @@ class RtpSequence {
     // `counters` is borrowed.
     explicit RtpSequence(Counters& counters) : counters_(counters) {}
 
-    // Takes in a packet; its bytes are borrowed until Pop has said that there is nothing more.
+    // Gives the next packet that came. Its bytes are borrowed until Pop returns none.
     void Push(const RtpPacket& packet);
 
-    // The next payload in order, which may be empty, borrowed until the next call of either
-    // function; none while a packet is missing before all that came.
+    // The next payload in order, which may be empty; borrowed until the next Push or Pop. None when
+    // all were handed over, or when the next packet is missing.
     std::optional<ByteView> Pop();
 
   private:
@@ -41,7 +43,8 @@ class RtpSequence {
         std::vector<uint8_t> payload;
     };
 
-    // How far `number` lies behind the expected one, modulo 2^16: below 0 when it has passed.
+    // How many numbers `number` is after the expected one, modulo 2^16: below 0 when its turn has
+    // passed.
     int Ahead(uint16_t number) const {
         return static_cast<int16_t>(static_cast<uint16_t>(number - expected_));
     }
@@ -49,15 +52,15 @@ class RtpSequence {
     void Lose();
 
     Counters& counters_;
-    std::array<Slot, kWindow> slots_;  // of expected_ and the numbers behind it
-    size_t held_ = 0;
+    std::array<Slot, kWindow> slots_;  // of expected_ and the numbers after it
+    size_t held_ = 0;                  // slots in use
     std::optional<uint32_t> SSRC_;
     uint16_t expected_ = 0;  // the number to hand over next
-    uint16_t highest_ = 0;   // of those that came
+    uint16_t highest_ = 0;   // the highest number that came
     // The packet that was pushed, until it is handed over or put into a slot.
     std::optional<ByteView> incoming_;
     uint16_t incomingNumber_ = 0;
-    bool startsAnew_ = false;
+    bool startsAnew_ = false;  // incoming_ is the first packet after a restart of the sender
 };
 
 }  // namespace tvservice

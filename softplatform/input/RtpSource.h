@@ -9,13 +9,12 @@
 
 namespace tvservice {
 
-// A transport stream in RTP over UDP (RFC 2250 2): live, without an end. The packets' payload, in
-// the order of their sequence numbers as far as RtpSequence restores it: packets after a missing
-// one are kept until it has come or counts as lost. Datagrams that are not RTP data packets are
-// counted (kMalformedDatagrams) and left out.
+// A live transport stream in RTP over UDP (RFC 2250 2). Gives the payload of the RTP packets in the
+// order of their sequence numbers (RtpSequence). Datagrams that are not RTP data packets are
+// counted (kMalformedDatagrams) and dropped.
 class RtpSource final : public UdpSource {
   public:
-    // As UdpSource::Open, for "rtp://...".
+    // The same as UdpSource::Open, for "rtp://...".
     static std::shared_ptr<RtpSource> Open(const std::string& uri, std::string& error,
                                            Counters& counters = ReceiverCounters());
 

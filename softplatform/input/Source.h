@@ -9,15 +9,15 @@
 
 namespace tvservice {
 
-// What SoftwarePlatform.h hands out as a source. There are two kinds: bytes, in which the receiver
-// has to find packets and sections, and a demux device, which has found the sections itself.
+// The Source that SoftwarePlatform.h declares. There are two kinds: a source of bytes, in which the
+// receiver has to find packets and sections, and a demux device, which gives whole sections.
 class Source {
   public:
-    // Neither is null. A source of bytes becomes this one's alone.
+    // The argument is not null. Nothing else may use `bytes` from now on.
     explicit Source(std::shared_ptr<ByteSource> bytes) : kind_(std::move(bytes)) {}
     explicit Source(std::shared_ptr<const DvbSource> device) : kind_(std::move(device)) {}
 
-    // One of these is null.
+    // Exactly one of the two is null.
     std::shared_ptr<ByteSource> bytes() const { return Get<ByteSource>(); }
     std::shared_ptr<const DvbSource> device() const { return Get<const DvbSource>(); }
 

@@ -16,9 +16,9 @@ StreamSource::StreamSource(std::string name, FileDescriptor stream, bool live, R
 ReadResult StreamSource::Read(uint8_t* buffer, size_t size) {
     wasRead_ = true;
     for (;;) {
-        // Polled first, for two reasons: read(2) of a pipe without a writer returns 0 both before
-        // the first writer and after the last one, and only poll(2) tells them apart; and another
-        // process may share the descriptor, so its mode must not be changed.
+        // Polled before each read for two reasons. A pipe without a writer lets read(2) return 0
+        // both before the first writer and after the last one; only poll(2) tells the two apart.
+        // And non-blocking mode cannot be set: another process may share the descriptor.
         pollfd ready{stream_.get(), POLLIN, 0};
         const int answers = ::poll(&ready, 1, 0);
         if (answers == 0) {

@@ -13,15 +13,16 @@
 namespace tvservice {
 
 // An input that can be read only once, in order: standard input, a pipe, a terminal, a character
-// device. A named pipe that nobody has opened for writing yet has no bytes yet; it has not ended.
-// When a device has lost bytes because it was read too slowly (EOVERFLOW; DVB's dvr device),
-// reading goes on and the loss is counted (device_overflows). A live device can be played again,
-// from where it is.
+// device. As long as no writer has opened a named pipe, Read returns kWouldBlock, not kEnd.
+//
+// When a device lost bytes because it was read too slowly (EOVERFLOW, as from DVB's dvr device),
+// the loss is counted (kDeviceOverflows) and reading goes on. A live device can be played again; it
+// then goes on with the bytes that come next.
 class StreamSource final : public ByteSource {
   public:
-    // `stream` is open for reading and becomes the source's. It need not be in non-blocking mode:
-    // it is polled before every read. `live`: it has no end of its own. `read` is read(2), or
-    // stands in for it in a test.
+    // `stream` is open for reading; the source owns it. It need not be in non-blocking mode,
+    // because it is polled before every read. `live`: it never ends by itself. `read` is read(2);
+    // tests give another function.
     using ReadCall = ssize_t (*)(int descriptor, void* buffer, size_t size);
     StreamSource(std::string name, FileDescriptor stream, bool live = false,
                  ReadCall read = ::read);

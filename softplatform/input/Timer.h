@@ -13,13 +13,14 @@ class Timer {
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
-    // A time that only grows; only differences mean something.
+    // The time since an arbitrary start. It never goes back.
     virtual std::chrono::nanoseconds Now() = 0;
 
-    // Makes the descriptor readable from that time on: at once when the time has passed. Replaces
+    // Makes the descriptor readable from that time on, at once when the time has passed. Replaces
     // the time that was set before.
     virtual void WakeAt(std::chrono::nanoseconds time) = 0;
 
+    // What poll(2) waits on.
     virtual int descriptor() const = 0;
 
   protected:
@@ -29,7 +30,8 @@ class Timer {
 // The system's monotonic clock.
 class SystemTimer final : public Timer {
   public:
-    // Throws std::system_error when the process has no descriptor left.
+    // Throws std::system_error when the system gives no timer, for example because all file
+    // descriptors are in use.
     SystemTimer();
 
     std::chrono::nanoseconds Now() override;

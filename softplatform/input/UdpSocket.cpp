@@ -18,7 +18,7 @@ bool SetOption(int socket, int level, int option, const Value& value) {
     return ::setsockopt(socket, level, option, &value, sizeof value) == 0;
 }
 
-// Best effort: the system's limit may be lower, and old kernels count no drops.
+// Failures are ignored: the system may limit the buffer, and old kernels do not count drops.
 void Prepare(int socket) {
     if (!SetOption(socket, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBuffer)) {
         SetOption(socket, SOL_SOCKET, SO_RCVBUF, kReceiveBuffer);
@@ -33,8 +33,8 @@ bool BindToInterface(int socket, unsigned index) {
                         static_cast<socklen_t>(std::strlen(name))) == 0;
 }
 
-// Joins, and keeps out what the kernel would hand over besides: datagrams of the group that came
-// in on an interface where another socket has joined it.
+// Joins the group on the interface. Without the ..._MULTICAST_ALL options the kernel would also
+// give this socket datagrams of the group from interfaces on which only other sockets joined it.
 bool Join(int socket, const UdpAddress& address) {
     if (address.address.ss_family == AF_INET6) {
         ipv6_mreq request{};
@@ -56,14 +56,14 @@ bool Bind(int socket, const UdpAddress& address) {
     if (address.isMulticast) {
         SetOption(socket, SOL_SOCKET, SO_REUSEADDR, 1);
     }
-    // Kernels before 5.7 reserve it to privileged processes. A group is joined on the interface
-    // anyway, an address is not.
+    // Kernels before 5.7 let only privileged processes bind to an interface. For a group that
+    // failure does not matter: Join names the interface too.
     if (address.interfaceIndex != 0 && !BindToInterface(socket, address.interfaceIndex) &&
         !address.isMulticast) {
         return false;
     }
     if (address.address.ss_family == AF_INET6) {
-        SetOption(socket, IPPROTO_IPV6, IPV6_V6ONLY, 0);  // [::] is every address, IPv4 too
+        SetOption(socket, IPPROTO_IPV6, IPV6_V6ONLY, 0);  // [::] receives IPv4 too
     }
     return ::bind(socket, reinterpret_cast<const sockaddr*>(&address.address), address.size) == 0;
 }

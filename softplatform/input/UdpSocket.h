@@ -14,7 +14,7 @@
 
 namespace tvservice {
 
-// Receives the datagrams of one address, in batches of one system call. Used by one thread at a
+// Receives the datagrams of one address, up to 64 with one system call. Used by one thread at a
 // time.
 class UdpSocket {
   public:
@@ -22,31 +22,31 @@ class UdpSocket {
         enum Status { kDatagram, kNothing, kFailed };
         Status status;
         ByteView datagram{};  // whole; may be empty. Borrowed until the next Receive.
-        int error = 0;        // errno value of kFailed
+        int error = 0;        // with kFailed: an errno value
     };
 
-    // Binds the address and, when it is a multicast group, joins it; several sockets can do that
-    // for one group, but not for a unicast address. Asks for a receive buffer of 8 MiB; the system
-    // may give less. Null on failure; `error` then receives the errno value.
+    // Binds the address, and joins it when it is a multicast group. Several sockets can use one
+    // group; a unicast address can be bound only once. Asks for a receive buffer of 8 MiB; the
+    // system may give less. Returns null on failure; `error` then receives the errno value.
     //
-    // Datagrams that the kernel had no room for are added to kKernelDrops of `counters`, which is
-    // borrowed, when a later datagram is received.
+    // Datagrams that the kernel dropped because the buffer was full are added to kKernelDrops of
+    // `counters` when the next datagram is received. `counters` is borrowed.
     static std::unique_ptr<UdpSocket> Open(const UdpAddress& address, Counters& counters,
                                            int& error);
 
-    // The next datagram, in the order in which they came. Never waits. After a failure it returns
-    // the same failure again.
+    // The next datagram, in the order of arrival. Never waits. After a failure every call returns
+    // that failure.
     Received Receive();
 
     // Whether the next datagram was already received, so that Receive makes no system call. A loop
-    // that skips datagrams must end when this is false: in a flood of such datagrams it would not
-    // end otherwise.
+    // that skips datagrams must end when this is false: otherwise a flood of such datagrams would
+    // keep it running forever.
     bool HasNext() const { return next_ != received_; }
 
     // What poll(2) waits on after kNothing.
     int descriptor() const { return socket_.get(); }
 
-    // The port that is bound, also when the address left it to the system (port 0).
+    // The bound port; when the address has port 0, the one that the system chose.
     uint16_t port() const;
 
   private:
@@ -56,17 +56,17 @@ class UdpSocket {
     void CountDrops(msghdr& header);
 
     static constexpr size_t kBatch = 64;
-    static constexpr size_t kDatagramSize = 65536;  // no datagram is longer
+    static constexpr size_t kDatagramSize = 65536;  // more than any datagram has
 
     const FileDescriptor socket_;
     Counters& counters_;
-    // kBatch datagrams. Left uninitialised: a page that no datagram reaches costs no memory.
+    // Room for kBatch datagrams. Not initialised, so pages that are never used cost no memory.
     const std::unique_ptr<uint8_t[]> bytes_;
     std::array<size_t, kBatch> sizes_{};
     size_t received_ = 0;  // datagrams of this batch
-    size_t next_ = 0;      // the one to hand over
-    int failure_ = 0;      // errno value
-    uint32_t drops_ = 0;   // as the kernel counts them: since the socket was opened, wrapping
+    size_t next_ = 0;      // the index of the next one to hand over
+    int failure_ = 0;      // errno value; 0: none
+    uint32_t drops_ = 0;   // the kernel's count at the last datagram; wraps
 };
 
 }  // namespace tvservice

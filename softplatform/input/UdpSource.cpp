@@ -8,7 +8,7 @@
 namespace tvservice {
 
 namespace {
-constexpr size_t kMostPieces = 64;  // of one read
+constexpr size_t kMostPieces = 64;  // in one Read
 }
 
 std::shared_ptr<UdpSource> UdpSource::Open(const std::string& uri, std::string& error,
@@ -37,13 +37,13 @@ UdpSource::UdpSource(std::string uri, std::unique_ptr<UdpSocket> socket, Counter
 
 ReadResult UdpSource::Read(uint8_t* buffer, size_t size) {
     size_t filled = 0;
-    // Tiny ones would fill the buffer for a long time.
+    // The number of pieces is limited: filling the buffer with tiny ones would take long.
     for (size_t pieces = 0; filled < size && pieces < kMostPieces; ++pieces) {
         if (left_.empty()) {
             const UdpSocket::Received next = Next();
             if (next.status != UdpSocket::Received::kDatagram) {
                 if (filled != 0) {
-                    break;  // the socket says it again the next time
+                    break;  // the next Read returns the status
                 }
                 return next.status == UdpSocket::Received::kNothing
                            ? ReadResult{ReadResult::kWouldBlock}

@@ -117,7 +117,7 @@ void Pump::WakeLocked() {
 void Pump::Run() {
     while (std::optional<Job> job = NextJob()) {
         const InputEnd end = PlayThrough(*job);
-        job.reset();  // whoever waits for the end finds the source closed
+        job.reset();  // closes the source before WaitEnd returns
         MutexLock lock(mutex_);
         end_ = end;
         playing_ = false;
@@ -165,7 +165,7 @@ InputEnd Pump::PlayBytes(ByteSource& source, const PlayOptions& options) {
         if (OnPacket(packet, options)) {
             return true;
         }
-        StorePacketSize(sync);  // before the interrupted Feed forgets it
+        StorePacketSize(sync);  // now, because Feed forgets it when it is interrupted
         return false;
     };
     uint64_t losses = 0;
@@ -174,7 +174,7 @@ InputEnd Pump::PlayBytes(ByteSource& source, const PlayOptions& options) {
         const uint64_t lossesBefore =
             std::exchange(losses, counters_.Get(Counter::kDeviceOverflows));
         if (losses != lossesBefore) {
-            LOG(0, LOG_PRIORITY_WARNING, "TVSERVICE", "bytes lost of %s: the buffer ran over",
+            LOG(0, LOG_PRIORITY_WARNING, "TVSERVICE", "bytes lost of %s: the buffer overflowed",
                 source.name().c_str());
         }
         switch (read.status) {
@@ -183,7 +183,7 @@ InputEnd Pump::PlayBytes(ByteSource& source, const PlayOptions& options) {
                     return interrupted;
                 }
                 StorePacketSize(sync);
-                ApplyChanges(options);  // there may have been no packet in all that
+                ApplyChanges(options);  // needed when these bytes contained no packet
                 break;
             case ReadResult::kWouldBlock:
                 WaitForInput(source.descriptor(), options);
@@ -262,12 +262,12 @@ void Pump::WaitForInput(int descriptor, const PlayOptions& options) {
 }
 
 void Pump::PassBarrier() {
-    // What the cache delivered meanwhile came behind the barrier.
+    // Sections that the cache delivered while the barrier waited came after it, so they need
+    // another one.
     while (PassOneBarrier() > 0) {
     }
 }
 
-// Returns the number of callbacks made from the cache while it waited.
 size_t Pump::PassOneBarrier() {
     const uint32_t sequence = ++sequence_;
     {
@@ -281,7 +281,7 @@ size_t Pump::PassOneBarrier() {
     while (isAsked) {
         calls += engine_.ApplyChanges();
         MutexLock lock(mutex_);
-        // Whoever was asked may go away without an answer.
+        // The subscriber of the barrier may release its filter without an answer.
         isAsked = engine_.IsWanted(kBarrierPid);
         while (isAsked && awaited_ && !woken_ && !interrupt_.load(std::memory_order_relaxed)) {
             changed_.Wait(mutex_);

@@ -18,9 +18,9 @@ namespace {
 constexpr uint16_t kMaxPid = 0x1FFF;
 constexpr size_t kHeaderSize = 3;              // up to and including section_length
 constexpr size_t kMaxSectionSize = 4096;       // ISO/IEC 13818-1 2.4.4.11
-constexpr size_t kBytesPerDevice = 16 * 1024;  // in one WaitAndDeliver, which returns soon
+constexpr size_t kBytesPerDevice = 16 * 1024;  // in one WaitAndDeliver
 
-// Makes `call` until no signal interrupts it; it returns 0 or an errno value.
+// Repeats `call`, which returns 0 or an errno value, as long as a signal interrupts it (EINTR).
 template <class Call>
 int Uninterrupted(Call call) {
     int result = call();
@@ -30,8 +30,8 @@ int Uninterrupted(Call call) {
     return result;
 }
 
-// Whether a device refused a filter for want of filters, of memory or of the ability, so that it
-// may still take another one.
+// Whether a device refused a filter because it lacks filters, memory or the ability. It has not
+// failed, and may accept another filter.
 bool IsWantOfRoom(int reason) {
     return reason == EBUSY || reason == EMFILE || reason == ENFILE || reason == ENOMEM ||
            reason == ENOSPC || reason == EINVAL || reason == EOPNOTSUPP;
@@ -46,8 +46,8 @@ std::string Text(int reason) {
 struct DvbDemux::Device {
     std::unique_ptr<DemuxDevice> demux;
     dmx_sct_filter_params filter;
-    uint64_t position = 0;  // bytes that were read
-    size_t held = 0;        // bytes of a section that was not read whole yet
+    uint64_t position = 0;  // bytes read in all
+    size_t held = 0;        // bytes in `bytes`: the first part of a section
     std::array<uint8_t, kMaxSectionSize> bytes{};
 };
 
@@ -129,7 +129,7 @@ bool DvbDemux::ApplyChanges(std::string& error) {
         }
         changed_.clear();
     }
-    // What is given up makes room for what is asked for.
+    // First the filters that are no longer wanted are released: that makes room for new ones.
     for (const auto& [pid, wanted] : changed) {
         if (wanted.empty()) {
             byPid_.erase(pid);
@@ -173,8 +173,10 @@ bool DvbDemux::Serve(uint16_t pid, const std::vector<DvbFilter>& wanted, std::st
     if (std::all_of(devices.begin(), devices.end(), stays)) {
         return true;
     }
-    // What a leaving device holds may be wanted still, and while it is there the others leave it to
-    // that device. They are read first: what comes in between then comes twice rather than never.
+    // The kernel's buffer of a leaving device may hold sections that are still wanted; as long as
+    // the device is listed, the staying ones do not hand them on (OnBytes). So the leaving devices
+    // are read before they are closed. The staying ones are read before that: a section that comes
+    // between the two reads is handed on twice, and not lost.
     for (const bool staying : {true, false}) {
         for (const auto& device : devices) {
             if (stays(device) == staying &&
@@ -194,7 +196,7 @@ bool DvbDemux::Widen(uint16_t pid, Devices& devices, std::string& error) {
     if (devices.empty()) {
         reason = Open(wide, devices);
     } else {
-        // In place, because there may be no room for one more.
+        // Widens the filter of the oldest device, because there may be no room for a new device.
         for (const auto& device : devices) {
             if (Read(*device, devices, limits_.bufferBytes, error) == Reading::kFailed) {
                 return false;
@@ -240,7 +242,8 @@ int DvbDemux::Open(const dmx_sct_filter_params& filter, Devices& devices) {
         return reason;
     }
     if (reason != 0) {
-        sink_.OnWarning(filter.pid, "small buffer for " + NameOf(filter.pid) + ": " + Text(reason));
+        sink_.OnWarning(filter.pid, "cannot set the buffer size for " + NameOf(filter.pid) + ": " +
+                                        Text(reason));
     }
     reason = Uninterrupted([&] { return device->demux->SetFilter(filter); });
     if (reason == 0) {
@@ -280,7 +283,8 @@ bool DvbDemux::ReadWaiting(int wake, std::string& error) {
         if (reading == Reading::kFailed) {
             return false;
         }
-        // An error that no read tells of would wake every WaitAndDeliver at once and for ever.
+        // When poll reports an error that Read does not return, every WaitAndDeliver would be woken
+        // at once, forever. So it counts as a failure of the device.
         if (reading == Reading::kNothing && (events & ~POLLIN) != 0) {
             error = ReadErrorText(NameOf(device.filter.pid), device.position, EIO);
             return false;
@@ -314,7 +318,7 @@ DvbDemux::Reading DvbDemux::Read(Device& device, const Devices& siblings, size_t
         if (reason == EOVERFLOW) {
             device.held = 0;
             overflows_.fetch_add(1, std::memory_order_relaxed);
-            sink_.OnWarning(pid, "sections lost on " + NameOf(pid) + ": the buffer ran over");
+            sink_.OnWarning(pid, "sections lost on " + NameOf(pid) + ": the buffer overflowed");
             return Reading::kSomething;
         }
         error = ReadErrorText(NameOf(pid), device.position,
@@ -337,7 +341,7 @@ void DvbDemux::OnBytes(Device& device, const Devices& siblings) {
         malformedSections_.fetch_add(1, std::memory_order_relaxed);
         return;
     }
-    // Of the devices that let it pass the oldest hands it on.
+    // When the section passes the filters of several devices, only the oldest hands it on.
     const auto first = std::find_if(siblings.begin(), siblings.end(), [&](const auto& sibling) {
         return Passes(sibling->filter, section, size);
     });

@@ -18,18 +18,18 @@
 
 namespace tvservice {
 
-// Receives sections and warnings of a DvbDemux: on the thread that calls WaitAndDeliver, one call
-// at a time, with no lock held. May call Add and Remove, not WaitAndDeliver.
+// Receives the sections and warnings of a DvbDemux. Called by WaitAndDeliver, on its thread, with
+// no lock held. May call Add and Remove, but not WaitAndDeliver.
 class DvbDemuxSink {
   public:
-    // A whole section of a wanted PID: `size` bytes, 3 + section_length and at most 4096, borrowed
-    // for the call. Match it and check its CRC: a device filter lets more pass than was asked for,
-    // and not every device checks the CRC.
+    // A whole section of a wanted PID: `size` is 3 + section_length, at most 4096; the bytes are
+    // borrowed for the call. The receiver of the call must match the section and check its CRC: a
+    // device filter may pass more than was asked for, and not every device checks the CRC.
     virtual void OnSection(uint16_t pid, const uint8_t* section, size_t size) = 0;
 
-    // Sections of a PID were lost or will not come. The line names the device, the PID and the
-    // reason: the buffer ran over, it could not be made larger, or the device has no room for the
-    // PID's filters.
+    // Sections of a PID were lost, may get lost, or will not come. `line` names the device, the PID
+    // and the reason: the kernel's buffer overflowed, it could not be made larger, or the device
+    // has no filter left for the PID.
     virtual void OnWarning(uint16_t pid, const std::string& line) = 0;
 
   protected:
@@ -39,58 +39,59 @@ class DvbDemuxSink {
     ~DvbDemuxSink() = default;
 };
 
-// What a DvbDemux may use.
+// How much a DvbDemux may use.
 struct DvbDemuxLimits {
-    size_t filtersPerPid = 4;         // device filters a PID before one wide filter takes over
+    size_t filtersPerPid = 4;         // device filters; a PID that needs more gets one wide filter
     size_t devices = 64;              // open devices, each with one device filter
     size_t bufferBytes = 256 * 1024;  // the kernel's buffer of one device; 4096 or more
-    size_t wanted = 4096;             // filters added at a time
+    size_t wanted = 4096;             // filters that are added and not removed
 };
 
 // Gets the sections of a tuned adapter through the kernel's section filters. It opens the demux
-// device once for each device filter, and uses as few as it can (DvbFilterPlan). Every new device
-// filter restarts the feed of its PID in the kernel. So a PID that needs many gets one wide filter,
-// which stays until nothing is wanted of the PID; filters can then be added and removed without a
-// restart.
+// device once for each device filter, and uses as few filters as it can (DvbFilterPlan). Each new
+// device filter makes the kernel restart the feed of its PID. So a PID that needs many filters gets
+// one wide filter instead, which passes all sections of the PID and stays until nothing is wanted
+// of the PID: filters are then added and removed without a restart.
 //
 // A section that passes several device filters of its PID is handed on once. Only while the filters
-// of a PID change can a section get lost or come twice.
+// of a PID change can a section be lost or handed on twice.
 //
 // Add, Remove and the counters may be called on any thread. Everything else, the destructor
-// included, belongs to one thread at a time.
+// included, is used by one thread at a time.
 class DvbDemux {
   public:
-    // `sink` is borrowed and outlives the demux. `onChange` is called, on the thread that asks for
-    // a change and with no lock held, at the first change since the last WaitAndDeliver: it should
-    // wake the WaitAndDeliver that waits. May be empty.
+    // `sink` is borrowed and outlives the demux. `onChange` is called by the first Add or Remove
+    // after a WaitAndDeliver, with no lock held; it should wake a WaitAndDeliver that waits. May be
+    // empty.
     DvbDemux(std::string path, DemuxOpener open, DvbDemuxSink& sink, std::function<void()> onChange,
              DvbDemuxLimits limits = {});
     DvbDemux(const DvbDemux&) = delete;
     DvbDemux& operator=(const DvbDemux&) = delete;
     ~DvbDemux();
 
-    // Asks for the sections of `pid` that match, from the next WaitAndDeliver on. Returns a name
-    // for Remove, which is never used again; 0 when refused: a PID above 0x1FFF, a filter that is
-    // not well-formed, or too many filters.
+    // Asks for the sections of `pid` that match `filter`. Takes effect in the next WaitAndDeliver.
+    // Returns a name for Remove, different each time. Returns 0 when refused: the PID is above
+    // 0x1FFF, the filter is not well-formed, or there are too many filters.
     uint64_t Add(uint16_t pid, DvbFilter filter) TV_EXCLUDES(mutex_);
 
-    // Takes that back, from the next WaitAndDeliver on. Returns false for a name that is not in
-    // use.
+    // Removes the filter with that name. Takes effect in the next WaitAndDeliver. Returns false
+    // when no filter has that name.
     bool Remove(uint64_t name) TV_EXCLUDES(mutex_);
 
-    // Sets and releases device filters as was asked for. Then waits until a device has sections or
-    // an error, `wake` (a descriptor that is never read here) is readable, or a signal comes. Then
-    // hands on sections, a limited number, so that it returns soon.
+    // Does three things: sets and releases device filters as Add and Remove asked for; waits until
+    // a device has sections or an error, `wake` is readable (it is polled, never read), or a signal
+    // comes; hands on the sections that have come. It returns soon, because it hands on a limited
+    // number; the rest follows in the next call.
     //
-    // Returns false when the device failed or is gone: every device is then closed, and `error`
-    // receives one line that names the device, how far it was read, and the reason. The next
-    // WaitAndDeliver opens the device again, with all filters that are wanted.
+    // Returns false when the device failed or is gone. All devices are then closed, and `error`
+    // receives one line with the device, how far it was read, and the reason. The next
+    // WaitAndDeliver opens the devices again, with all filters that are wanted.
     bool WaitAndDeliver(int wake, std::string& error) TV_EXCLUDES(mutex_);
 
-    // Times a device's buffer ran over (EOVERFLOW), each time with the loss of some sections.
+    // How often a device's buffer overflowed (EOVERFLOW). Each time sections were lost.
     uint64_t overflows() const { return overflows_.load(std::memory_order_relaxed); }
 
-    // Reads left out because they were no section: a length that is not 3 + section_length.
+    // Reads whose length is not 3 + section_length. They were dropped.
     uint64_t malformed_sections() const {
         return malformedSections_.load(std::memory_order_relaxed);
     }
@@ -102,27 +103,28 @@ class DvbDemux {
         uint16_t pid;
         DvbFilter filter;
     };
-    // The devices of a PID, the oldest first; a wide one is alone.
+    // The devices of a PID, the oldest first. A device with a wide filter is the only one.
     using Devices = std::vector<std::unique_ptr<Device>>;
 
     enum class Reading { kNothing, kSomething, kFailed };
 
-    // False, with the line in `error`, when the device failed; the devices are then in disorder.
+    // The four below return false when the device failed; `error` then receives the line, and the
+    // caller must call CloseAll, because byPid_ may not fit what is wanted.
     bool ApplyChanges(std::string& error) TV_EXCLUDES(mutex_);
     bool Serve(uint16_t pid, const std::vector<DvbFilter>& wanted, std::string& error);
     bool Widen(uint16_t pid, Devices& devices, std::string& error);
     bool ReadWaiting(int wake, std::string& error);
 
-    // Opens a device with this filter; 0 or an errno value.
+    // Opens a device with this filter and adds it to `devices`. Returns 0 or an errno value.
     int Open(const dmx_sct_filter_params& filter, Devices& devices);
 
-    // Reads until nothing is left, but hardly more than `limit` bytes.
+    // Reads until nothing is left or `limit` bytes were read, at most one section more.
     Reading Read(Device& device, const Devices& siblings, size_t limit, std::string& error);
     void OnBytes(Device& device, const Devices& siblings);
 
     void CloseAll() TV_EXCLUDES(mutex_);
     size_t DeviceCount() const;
-    std::string NameOf(uint16_t pid) const;  // of the PID on this device, for messages
+    std::string NameOf(uint16_t pid) const;  // "PID 0x0011 of /dev/...", for messages
 
     const std::string path_;
     const DemuxOpener open_;
@@ -130,9 +132,9 @@ class DvbDemux {
     const std::function<void()> onChange_;
     const DvbDemuxLimits limits_;
 
-    // The thread's that calls WaitAndDeliver.
+    // Used only by the thread that calls WaitAndDeliver.
     std::map<uint16_t, Devices> byPid_;
-    std::set<uint16_t> unserved_;  // PIDs for which the device had no room
+    std::set<uint16_t> unserved_;  // PIDs that got no device filter; tried again at each change
 
     std::atomic<uint64_t> overflows_{0};
     std::atomic<uint64_t> malformedSections_{0};
@@ -140,7 +142,8 @@ class DvbDemux {
     Mutex mutex_;
     std::map<uint64_t, Wanted> wanted_ TV_GUARDED_BY(mutex_);  // by name
     uint64_t lastName_ TV_GUARDED_BY(mutex_) = 0;
-    std::set<uint16_t> changed_ TV_GUARDED_BY(mutex_);  // PIDs, since the last WaitAndDeliver
+    // The PIDs whose filters changed since the last WaitAndDeliver.
+    std::set<uint16_t> changed_ TV_GUARDED_BY(mutex_);
 };
 
 }  // namespace tvservice

@@ -18,8 +18,8 @@ constexpr bool IsAskable(size_t sectionByte) {
     return sectionByte != 1 && sectionByte != 2 && sectionByte <= SectionByte(kAskable - 1);
 }
 
-// Tables whose sections have section_syntax_indicator 1. TDT, TOT, RST and ST have not, of private
-// tables it is not known.
+// Whether the standards require section_syntax_indicator 1 for this table. TDT, TOT, RST and ST
+// have 0; in private tables it can be either.
 constexpr bool HasSectionSyntax(unsigned table_id) {
     return table_id <= 0x03 ||                        // ISO/IEC 13818-1 table 2-31
            (table_id >= 0x40 && table_id <= 0x42) ||  // EN 300 468 table 2: NIT, SDT actual
@@ -42,8 +42,9 @@ uint8_t Differing(const DvbFilter& filter, size_t i) {
     return filter.mode.empty() ? uint8_t{0} : static_cast<uint8_t>(filter.mask[i] & filter.mode[i]);
 }
 
-// Whether the device can be asked for a difference. Any one that differs is enough, so when one of
-// these bits lies where the device does not look, it could refuse a section for want of another.
+// Whether the device can test the bits whose mode bit is 1. One of them that differs is enough. If
+// one lies in a byte that the device does not compare, the device could drop a section that differs
+// only there; then it must test none of them.
 bool CanAskDifference(const DvbFilter& filter) {
     for (size_t i = 0; i < filter.mask.size(); ++i) {
         if (!IsAskable(i) && Differing(filter, i) != 0) {
@@ -53,7 +54,8 @@ bool CanAskDifference(const DvbFilter& filter) {
     return true;
 }
 
-// Whether everything that `b` lets pass is let pass by `a`, as far as it is easily seen.
+// Whether `a` certainly passes every section that `b` passes. May be false although it does,
+// because differences (mode bits) in `a` are not examined.
 bool Covers(const dmx_sct_filter_params& a, const dmx_sct_filter_params& b) {
     if (AreEqual(a, b)) {
         return true;

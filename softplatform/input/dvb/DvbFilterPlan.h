@@ -8,45 +8,47 @@
 
 namespace tvservice {
 
-// What somebody wants of the sections of a PID. Position i is byte i of the section; bytes 1 and 2
-// (section_length) count as positions. Under the mask each bit asks one of two things: where its
-// mode bit is 0 the section's bit must equal the pattern's; of the bits whose mode bit is 1 at
-// least one must differ. An empty mode is all zeros.
+// Which sections of a PID are wanted. Byte i of pattern, mask and mode is about byte i of the
+// section, its length bytes 1 and 2 included. Only bits that are set in the mask matter. Where the
+// mode bit is 0, the section's bit must equal the pattern's. Of the bits whose mode bit is 1, at
+// least one must differ from the pattern's. An empty mode means all zeros.
 struct DvbFilter {
     std::vector<uint8_t> pattern;
     std::vector<uint8_t> mask;
     std::vector<uint8_t> mode;
 
-    // Not empty, a mask as long as the pattern, a mode that is empty or as long.
+    // Whether the pattern is not empty, the mask is as long as the pattern, and the mode is empty
+    // or as long.
     bool IsWellFormed() const;
 };
 
-// Device filters ask of sections what the kernel can ask: filter[0] is the table id, filter[1] to
-// filter[15] are section bytes 3 to 17. All functions are pure; any thread.
+// Device filters of the kernel compare these bytes: filter[0] is table_id, filter[1] to filter[15]
+// are bytes 3 to 17 of the section. All functions below may be called on any thread.
 
-// The narrowest device filter that lets everything pass that `wanted` (well-formed) does. What
-// stands on bytes 1 and 2 and beyond byte 17 is left out, so that more may pass: whoever gets the
-// sections must match them again. Starts at once, without a time-out, and has the CRC checked when
-// only tables with section_syntax_indicator 1 can pass.
+// The narrowest device filter that passes every section that `wanted` (well-formed) passes. It may
+// pass more, because the kernel cannot compare bytes 1, 2 and those after 17: the sections must be
+// matched again. It starts at once and has no time-out. The kernel checks the CRC when only tables
+// with section_syntax_indicator 1 can pass.
 dmx_sct_filter_params DeviceFilterFor(uint16_t pid, const DvbFilter& wanted);
 
-// The device filter that lets every section of `pid` pass, bad CRCs included.
+// The device filter that passes every section of `pid`, also with a wrong CRC.
 dmx_sct_filter_params WideDeviceFilter(uint16_t pid);
 
-// Whether it lets every section of its PID pass.
+// Whether the filter compares no byte.
 bool IsWide(const dmx_sct_filter_params& filter);
 
-// The few device filters, at most `budget`, that together let pass what any of `wanted` does; the
-// wide one when the budget is too small. None is part of another. Empty when nothing is wanted.
+// Device filters, at most `budget`, that together pass every section that any of `wanted` passes.
+// A filter that another one covers is left out. When more than `budget` are needed, the wide filter
+// alone; when `wanted` is empty, none.
 std::vector<dmx_sct_filter_params> PlanDeviceFilters(uint16_t pid,
                                                      const std::vector<DvbFilter>& wanted,
                                                      size_t budget);
 
-// Whether both ask the same of the same PID.
+// Whether both have the same PID, filter, mask and mode.
 bool AreEqual(const dmx_sct_filter_params& a, const dmx_sct_filter_params& b);
 
-// Whether the section of `size` bytes passes. One that ends before the last byte that is asked for
-// never does; the kernel may compare such bytes with old ones and let it pass.
+// Whether a section of `size` bytes passes the filter. A section that ends before the last compared
+// byte does not. (The kernel may pass it: it then compares old bytes of its buffer.)
 bool Passes(const dmx_sct_filter_params& filter, const uint8_t* section, size_t size);
 
 }  // namespace tvservice

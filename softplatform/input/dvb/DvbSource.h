@@ -9,26 +9,26 @@
 
 namespace tvservice {
 
-// An input that gives sections instead of bytes: the demux device of an adapter that something else
-// has tuned. It has no end of its own; whoever plays it has to interrupt it.
+// An input that gives sections instead of bytes: the demux device of an adapter that another
+// program has tuned. It never ends by itself, so it plays until it is interrupted or fails.
 class DvbSource {
   public:
-    // "dvb:ADAPTER[:DEMUX]" (ParseDvbAddress). Null when it is no such address or the device cannot
-    // be opened now; `error` then receives one line that names it and says why. Otherwise `error`
-    // is left alone.
+    // Opens "dvb:ADAPTER[:DEMUX]" (ParseDvbAddress). Returns null when `uri` does not have this
+    // form or the device cannot be opened now; `error` then receives one line with the input and
+    // the reason. Otherwise `error` is not changed.
     static std::shared_ptr<DvbSource> Open(const std::string& uri, std::string& error);
 
-    // The demux device at `path`, opened by `open`.
+    // A source for the demux device at `path`, which `open` opens.
     DvbSource(std::string name, std::string path, DemuxOpener open)
         : name_(std::move(name)), path_(std::move(path)), open_(std::move(open)) {}
 
-    // The name that messages use.
+    // The name of the input in messages.
     const std::string& name() const { return name_; }
 
-    // Opens the demux, which hands its sections to `sink`: borrowed, outlives the demux.
+    // Makes a demux that gives its sections to `sink`, which is borrowed and outlives the demux.
     std::unique_ptr<DvbDemux> OpenDemux(DvbDemuxSink& sink) const;
 
-    // Whether the device can be opened now. On failure `error` receives the line.
+    // Whether the device can be opened now. When it cannot, `error` receives the reason.
     bool Probe(std::string& error) const;
 
   private:

@@ -18,7 +18,7 @@ std::unique_ptr<DemuxDevice> KernelDemuxDevice::Open(const std::string& path, in
 }
 
 int KernelDemuxDevice::SetBufferSize(size_t bytes) {
-    // The size itself is the argument, not a pointer to it.
+    // This ioctl takes the size itself, not a pointer to it.
     return ::ioctl(device_.get(), DMX_SET_BUFFER_SIZE, static_cast<unsigned long>(bytes)) < 0
                ? errno
                : 0;

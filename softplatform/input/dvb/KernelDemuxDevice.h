@@ -12,7 +12,7 @@ namespace tvservice {
 // A demux device of this machine.
 class KernelDemuxDevice final : public DemuxDevice {
   public:
-    // A DemuxOpener.
+    // Opens the device; use it as a DemuxOpener.
     static std::unique_ptr<DemuxDevice> Open(const std::string& path, int& error);
 
     int SetBufferSize(size_t bytes) override;

@@ -61,14 +61,14 @@ TEST(SourceOptions, NameTheInputAndWhyItCannotBeReadAsTheySay) {
     EXPECT_EQ(Error(path, {.loop = true, .follow = true}),
               "cannot open " + path + ": it can be looped or followed, not both");
     EXPECT_EQ(Error("/dev/zero", {.loop = true}),
-              "cannot open /dev/zero: what cannot be read again cannot be looped");
+              "cannot open /dev/zero: only an input that can be read again can be looped");
     EXPECT_EQ(Error("/dev/zero", {.follow = true}),
               "cannot open /dev/zero: only a file can be followed");
     EXPECT_EQ(Error("udp://127.0.0.1:0", {.loop = true}),
               "cannot open udp://127.0.0.1:0: a live input has no end, so it cannot be looped or "
               "followed");
     EXPECT_EQ(Error("udp://127.0.0.1:0", {.pace = 1}),
-              "cannot open udp://127.0.0.1:0: a live input comes at its own pace");
+              "cannot open udp://127.0.0.1:0: a live input cannot be paced");
     for (const double pace :
          {-1.0, 0.00099, 1000001.0, 1e-300, std::numeric_limits<double>::max(),
           std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {

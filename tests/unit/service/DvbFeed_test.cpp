@@ -186,7 +186,7 @@ TEST_F(DvbFeedTest, CountsAndLogsWhatTheDeviceLost) {
     EXPECT_EQ(counters_.Get(Counter::kMalformedReads), 1u);
     MutexLock lock(mutex);
     EXPECT_THAT(lines, ElementsAre("5 sections lost on PID 0x0011 of " + kernel_.path() +
-                                   ": the buffer ran over"));
+                                   ": the buffer overflowed"));
 }
 
 TEST_F(DvbFeedTest, EndsWhenTheDeviceIsUnplugged) {
@@ -330,7 +330,7 @@ TEST(DvbSource, CannotBeReadAsOptionsForBytesSay) {
     for (const auto& [options, why] : std::vector<std::pair<SourceOptions, std::string>>{
              {{.loop = true}, ": a live input has no end, so it cannot be looped or followed"},
              {{.follow = true}, ": a live input has no end, so it cannot be looped or followed"},
-             {{.pace = 1}, ": a live input comes at its own pace"}}) {
+             {{.pace = 1}, ": a live input cannot be paced"}}) {
         EXPECT_EQ(WithOptions(source, options, error), nullptr);
         EXPECT_EQ(error, "cannot open dvb:0" + why);
     }

@@ -45,7 +45,7 @@ class ScriptedSource final : public ByteSource {
         event_.Set();  // there is something to read as soon as one waits for it
         Add({ReadResult::kWouldBlock});
     }
-    // As a device that ran over does: the loss is counted, and reading goes on.
+    // Like a device whose buffer overflowed: the loss is counted, and reading goes on.
     void Lose(Counters& counters) {
         WouldBlock();
         steps_.back().then = [&counters] { counters.Add(Counter::kDeviceOverflows); };
@@ -175,7 +175,7 @@ TEST_F(PumpTest, LogsWhatADeviceHasLost) {
     source->Bytes(writer_.Section(0x0100, SectionOfSize(50)).Take());
     EXPECT_EQ(Play(source).reason, InputEnd::kEndOfInput);
     ReplaceLogReceiver({});
-    EXPECT_THAT(lines, ElementsAre("5 bytes lost of script: the buffer ran over"));
+    EXPECT_THAT(lines, ElementsAre("5 bytes lost of script: the buffer overflowed"));
     EXPECT_THAT(recorder_.TakeIds(), ElementsAre(1, 1));
 }
 

@@ -504,8 +504,8 @@ TEST_F(DvbDemuxTest, ABufferThatCannotBeMadeLargeIsWarnedOfAndUsed) {
     kernel_.Fail(Call::kSetBufferSize, ENOMEM);
     AddNow(kPid, TableId(0x4E));
     EXPECT_THAT(TakeWarnings(),
-                ElementsAre(AllOf(HasSubstr("small buffer"), HasSubstr(kernel_.path()),
-                                  HasSubstr("Cannot allocate memory"))));
+                ElementsAre(AllOf(HasSubstr("cannot set the buffer size"),
+                                  HasSubstr(kernel_.path()), HasSubstr("Cannot allocate memory"))));
     kernel_.Broadcast(kPid, Section(0x4E));
     EXPECT_THAT(Arrivals(), SizeIs(1));
 }
