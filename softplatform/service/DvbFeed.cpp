@@ -35,7 +35,7 @@ void DvbFeed::AskForWhatIsWanted() {
         if (pid >= kPidCount || asked.count(criteria) != 0) {
             return;
         }
-        // What was asked for before keeps its name, and the device's filter goes on.
+        // A filter that was asked for before keeps its name, so that the device goes on with it.
         const auto before = asked_.find(criteria);
         const uint64_t name =
             before != asked_.end()

@@ -16,17 +16,19 @@
 
 namespace tvservice {
 
-// Ties the filter engine to a demux device: what the engine has filters for the device is asked
-// for, and what the device gives is offered to the engine. The delivery thread's.
+// Connects the filter engine to a demux device: asks the device for the sections that the engine
+// has filters for, and gives the sections that come to the engine. Used only by the delivery
+// thread.
 class DvbFeed final : private DvbDemuxSink {
   public:
-    // All are borrowed and outlive the feed. `onSection` is called behind each section with its
-    // size and the number of callbacks that were made for it.
+    // `source`, `engine` and `counters` are borrowed and outlive the feed. `onSection` is called
+    // after each section, with its size and the number of callbacks that were made for it.
     DvbFeed(const DvbSource& source, FilterEngine& engine, Counters& counters,
             std::function<void(size_t size, size_t calls)> onSection);
 
-    // Waits until there are sections or `wake` is readable, and offers what there is; see
-    // DvbDemux::WaitAndDeliver. False when the device failed; `error` then receives the line.
+    // Waits until sections come or `wake` is readable, and gives the sections to the engine; see
+    // DvbDemux::WaitAndDeliver. Returns false when the device failed; `error` then receives the
+    // line.
     bool WaitAndDeliver(int wake, std::string& error);
 
   private:
@@ -41,10 +43,10 @@ class DvbFeed final : private DvbDemuxSink {
     Counters& counters_;
     const std::function<void(size_t, size_t)> onSection_;
     const std::unique_ptr<DvbDemux> demux_;
-    std::map<Criteria, uint64_t> asked_;  // the demux's names
-    uint64_t changes_ = 0;                // of the engine, when asked_ was up to date
-    uint64_t overflows_ = 0;              // of the demux, those that were counted
-    uint64_t malformedReads_ = 0;
+    std::map<Criteria, uint64_t> asked_;  // the names that DvbDemux::Add returned
+    uint64_t changes_ = 0;                // engine_.changes() when asked_ was updated
+    uint64_t overflows_ = 0;              // how many of the demux's were added to counters_
+    uint64_t malformedReads_ = 0;         // the same
 };
 
 }  // namespace tvservice

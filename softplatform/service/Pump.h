@@ -19,18 +19,18 @@
 
 namespace tvservice {
 
-// The delivery thread: reads the source that plays, finds its packets, hands them to the filter
-// engine, and holds the stream at the barriers. What every operation does is said in
-// SoftwarePlatform.h; all may be called on any thread, BarrierPassed and Wake also on the delivery
-// thread.
+// The delivery thread: reads the source that plays, finds its packets, gives them to the filter
+// engine, and stops the stream at each barrier until it is answered. SoftwarePlatform.h describes
+// the public functions. All may be called on any thread but the delivery thread; BarrierPassed and
+// Wake on that one too.
 //
-// While it waits, for a source to play, for input, or for the answer to a barrier, it also applies
-// what changes in the engine.
+// While the thread waits (for a source to play, for input, or for the answer to a barrier), it also
+// applies the filter changes that clients ask for.
 class Pump {
   public:
-    // Both are borrowed and outlive the pump. `onEnd` is called on the delivery thread when a
-    // source has ended, before the last barrier, with no lock held; it may make callbacks. May be
-    // empty.
+    // `engine` and `counters` are borrowed and outlive the pump. `onEnd` is called on the delivery
+    // thread when a source has ended, before the last barrier, with no lock held. It may call
+    // section callbacks. May be empty.
     Pump(FilterEngine& engine, Counters& counters, std::function<void()> onEnd = {});
     Pump(const Pump&) = delete;
     Pump& operator=(const Pump&) = delete;
@@ -44,7 +44,7 @@ class Pump {
     void Interrupt() TV_EXCLUDES(mutex_);
     void BarrierPassed(uint32_t sequence) TV_EXCLUDES(mutex_);
 
-    // Has the delivery thread apply the engine's changes soon, even while it waits.
+    // Makes the delivery thread apply the engine's changes soon, even while it waits.
     void Wake() TV_EXCLUDES(mutex_);
 
     unsigned packet_size() const { return packetSize_.load(std::memory_order_relaxed); }
@@ -57,7 +57,7 @@ class Pump {
 
     void WakeLocked() TV_REQUIRES(mutex_);
 
-    // The delivery thread's.
+    // Called only on the delivery thread.
     void Run() TV_EXCLUDES(mutex_);
     std::optional<Job> NextJob() TV_EXCLUDES(mutex_);
     InputEnd PlayThrough(const Job& job) TV_EXCLUDES(mutex_);
@@ -69,20 +69,21 @@ class Pump {
     void PassBarrierWhenDue(const PlayOptions& options, size_t bytes, size_t calls)
         TV_EXCLUDES(mutex_);
     void WaitForInput(int descriptor, const PlayOptions& options) TV_EXCLUDES(mutex_);
-    // Applies the changes that clients asked for, and passes a barrier behind what the cache
-    // delivered.
+    // Applies the filter changes that clients asked for. When sections from the cache were
+    // delivered, a barrier may be due after them.
     void ApplyChanges(const PlayOptions& options) TV_EXCLUDES(mutex_);
     void PassBarrier() TV_EXCLUDES(mutex_);
+    // Returns the number of callbacks made from the cache while it waited for the answer.
     size_t PassOneBarrier() TV_EXCLUDES(mutex_);
 
     FilterEngine& engine_;
     Counters& counters_;
     const std::function<void()> onEnd_;
-    WakeEvent event_;  // set with woken_ and with interrupt_
+    WakeEvent event_;  // set whenever woken_ or interrupt_ is set
 
-    // The delivery thread's.
+    // Used only by the delivery thread.
     std::vector<uint8_t> buffer_;
-    uint64_t sinceBarrier_ = 0;  // bytes of packets
+    uint64_t sinceBarrier_ = 0;  // bytes of the stream since the last barrier
     uint32_t sequence_ = 0;      // of the last barrier
 
     std::atomic<bool> interrupt_{false};  // written under mutex_
@@ -93,13 +94,13 @@ class Pump {
 
     Mutex mutex_;
     CondVar changed_;
-    bool running_ TV_GUARDED_BY(mutex_) = false;   // sources can be played
-    bool stopping_ TV_GUARDED_BY(mutex_) = false;  // the thread shall end
+    bool running_ TV_GUARDED_BY(mutex_) = false;   // Play is accepted
+    bool stopping_ TV_GUARDED_BY(mutex_) = false;  // the thread must end
     bool woken_ TV_GUARDED_BY(mutex_) = false;
     std::optional<Job> next_ TV_GUARDED_BY(mutex_);
     bool playing_ TV_GUARDED_BY(mutex_) = false;
     InputEnd end_ TV_GUARDED_BY(mutex_) = {InputEnd::kInterrupted, {}};
-    std::optional<uint32_t> awaited_ TV_GUARDED_BY(mutex_);  // barrier that was not answered yet
+    std::optional<uint32_t> awaited_ TV_GUARDED_BY(mutex_);  // the barrier that is not answered yet
 };
 
 }  // namespace tvservice

@@ -87,7 +87,7 @@ void Receiver::Use(const std::shared_ptr<FaultPlan>& faults) {
 }
 
 void Receiver::Flush() {
-    // The callbacks may ask for subscribers.
+    // Flush is called without the lock, because its callbacks may call MakeSubscriber.
     std::vector<SectionSubscriber*> subscribers;
     {
         MutexLock lock(mutex_);

@@ -16,12 +16,13 @@
 
 namespace tvservice {
 
-// What stands behind both doors, SoftwarePlatform and TVServiceAPI: the parts of the one receiver,
-// joined. What every operation does is said in SoftwarePlatform.h; all may be called on any thread.
+// The one receiver of the process: the filter engine, the pump and the subscribers, which
+// SoftwarePlatform and TVServiceAPI use. SoftwarePlatform.h describes the functions. All may be
+// called on any thread.
 class Receiver {
   public:
-    // Made at the first call, by any thread, and never destroyed: the delivery thread and the
-    // subscribers may be in use until the very end of the process.
+    // Made at the first call and never destroyed, because the delivery thread and the subscribers
+    // may be in use until the process ends.
     static Receiver& Instance();
 
     // `callback` is not null. The subscriber lives as long as the process.

@@ -52,7 +52,8 @@ int SectionSubscriber::Subscribe(int id, uint16_t pid, const SectionFilter& filt
     if (handle == nullptr) {
         return Refuse(handle);
     }
-    // A section may arrive before the handle is written: it is known by its id.
+    // A section may be delivered before *handle is written. The callback is given `id`, so it does
+    // not need the handle.
     if (pid >= kPidCount) {
         *handle = engine_.Subscribe(pid, filter, *this, id);
         if (*handle == FilterEngine::kNoHandle) {
@@ -98,7 +99,7 @@ void SectionSubscriber::Use(const std::shared_ptr<FaultPlan>& faults) {
 }
 
 void SectionSubscriber::Call(int id, const uint8_t* bytes, size_t size) const {
-    // The bytes lie in a buffer of this library's own; the callback's type is older than const.
+    // The callback takes a pointer to non-const. The bytes are in a buffer of this library.
     callback_(false, static_cast<unsigned short>(size), const_cast<unsigned char*>(bytes), id);
 }
 

@@ -14,14 +14,15 @@
 
 namespace tvservice {
 
-// The subscriber that clients of the service library get: one for each callback they name.
+// What TVServiceAPI::CreateSectionSubscriber returns; each call makes one.
 //
-// Refused and counted (refused_subscriptions): null arguments, a table id above 255, criteria that
-// SectionFilter::Compile refuses, what FilterEngine::Subscribe refuses, and what the fault plan
-// wants refused. PIDs that no packet can carry suffer no faults.
+// These requests are refused and counted (refused_subscriptions): null arguments, a table id above
+// 255, criteria that SectionFilter::Compile refuses, requests that FilterEngine::Subscribe refuses,
+// and requests that the fault plan refuses. No faults are injected on PIDs above 0x1FFF.
 class SectionSubscriber final : public ISectionSubscriber, private SectionSink {
   public:
-    // `engine` and `counters` are borrowed and outlive the subscriber, which outlives its filters.
+    // `engine` and `counters` are borrowed and outlive the subscriber. The subscriber must outlive
+    // its filters.
     SectionSubscriber(FilterEngine& engine, Counters& counters, std::shared_ptr<FaultPlan> faults,
                       TVServiceAPI::SectionCallback callback);
     SectionSubscriber(const SectionSubscriber&) = delete;
@@ -31,11 +32,12 @@ class SectionSubscriber final : public ISectionSubscriber, private SectionSink {
     int SubscribeFilter(int id, TCSectionFilterCriteriaHelper* criteria, int* handle) override;
     bool Unsubscribe(int handle) override;
 
-    // From now on these faults are suffered, by what was subscribed before too. Only while nothing
-    // is delivered.
+    // Injects these faults from now on, also for filters that were set before. Call it only while
+    // nothing is delivered.
     void Use(const std::shared_ptr<FaultPlan>& faults);
 
-    // The input has ended: delivers what faults hold back. The delivery thread's.
+    // Delivers the sections that faults hold back; called on the delivery thread when the input has
+    // ended.
     void Flush() { sections_.Flush(); }
 
   private:

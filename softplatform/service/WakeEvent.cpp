@@ -15,7 +15,8 @@ WakeEvent::WakeEvent() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     }
 }
 
-// Both fail only where there is nothing to do: a full counter is set, an empty one is clear.
+// Set fails only when the event's counter is full: the event is set then. Clear fails only when the
+// counter is 0: the event is clear then.
 
 void WakeEvent::Set() {
     const uint64_t one = 1;

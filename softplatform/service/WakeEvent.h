@@ -5,10 +5,11 @@
 namespace tvservice {
 
 // An event that poll(2) can wait for together with an input. Set and Clear may be called on any
-// thread; setting it twice is setting it once.
+// thread. A second Set before Clear changes nothing.
 class WakeEvent {
   public:
-    // Throws std::system_error when the process has no descriptor left.
+    // Throws std::system_error when the system gives no event, for example because all file
+    // descriptors are in use.
     WakeEvent();
 
     void Set();
