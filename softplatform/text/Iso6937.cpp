@@ -33,7 +33,7 @@ struct Composition {
     char16_t character;
 };
 
-// By accent, then letter.
+// Sorted by accent, then by letter.
 constexpr Composition kCompositions[] = {
     {0xC1, ' ', 0x0060}, {0xC1, 'A', 0x00C0}, {0xC1, 'E', 0x00C8}, {0xC1, 'I', 0x00CC},
     {0xC1, 'N', 0x01F8}, {0xC1, 'O', 0x00D2}, {0xC1, 'U', 0x00D9}, {0xC1, 'W', 0x1E80},

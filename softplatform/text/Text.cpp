@@ -22,11 +22,10 @@ constexpr bool IsControl(char32_t code) {
     return code >= 0x80 && code <= 0x9F;
 }
 
-// What the readers below write to.
+// Collects the characters that the functions below read.
 class Utf8Writer {
   public:
-    // Writes one character. Text.h says what becomes of control codes and of codes that are no
-    // character.
+    // Adds one character, a control code or an invalid code. Text.h says what these become.
     void Put(char32_t character) {
         if (character == 0) {
             ++nuls_;
@@ -53,18 +52,18 @@ class Utf8Writer {
         }
     }
 
-    // Writes one character that is in UTF-8 already.
+    // Adds one character that is already in UTF-8.
     void Append(const char* utf8, size_t size) {
         FlushNuls();
         afterCarriageReturn_ = false;
         text_.append(utf8, size);
     }
 
-    // What was written. NULs at the end are padding and left out.
+    // Returns the text. NULs at its end are padding and are left out.
     std::string Take() { return std::move(text_); }
 
   private:
-    // Something follows the NULs, so they are no padding.
+    // Called when a character follows the NULs: they are not padding then, but invalid codes.
     void FlushNuls() {
         for (; nuls_ > 0; --nuls_) {
             text_ += "\uFFFD";
@@ -92,12 +91,12 @@ class Utf8Writer {
     }
 
     std::string text_;
-    size_t nuls_ = 0;                   // put and not written
-    bool afterCarriageReturn_ = false;  // the last character was one
+    size_t nuls_ = 0;                   // NULs at the end so far, not in text_
+    bool afterCarriageReturn_ = false;  // the last character was a carriage return
 };
 
-// The converters of iconv, each opened at its first use and never closed: to open one is to load a
-// module.
+// The converters of iconv. Each is opened at its first use and never closed, because opening one is
+// slow: it loads a module.
 class Converters {
   public:
     static Converters& Instance() {
@@ -107,7 +106,7 @@ class Converters {
 
     Mutex& mutex() TV_RETURN_CAPABILITY(mutex_) { return mutex_; }
 
-    // Null when it cannot be opened now.
+    // The converter from `name` to UTF-8; null when it cannot be opened.
     iconv_t Find(const std::string& name) TV_REQUIRES(mutex_) {
         const auto known = byName_.find(name);
         if (known != byName_.end()) {
@@ -126,18 +125,18 @@ class Converters {
     std::map<std::string, iconv_t> byName_ TV_GUARDED_BY(mutex_);
 };
 
-// A table that iconv knows, one code at a time. A null converter has no character.
+// A character table of iconv, for one code at a time. With a null converter it has no characters.
 class Table {
   public:
     explicit Table(iconv_t converter) : converter_(converter) {}
 
-    // Writes the character of `code`; false when the table has none.
+    // Adds the character of `code` to `out`; returns false when the table has none.
     bool Write(ByteView code, Utf8Writer& out) {
         if (converter_ == nullptr) {
             return false;
         }
         char utf8[8];
-        // iconv takes what it only reads by a pointer to non-const.
+        // iconv takes a pointer to non-const, but only reads.
         char* from = const_cast<char*>(reinterpret_cast<const char*>(code.data()));
         char* to = utf8;
         size_t left = code.size();
@@ -170,7 +169,7 @@ void ReadIso6937(ByteView text, Utf8Writer& out) {
         const uint8_t letter = text.U8(at + 1);
         const char32_t base = Iso6937Character(letter);
         if (base == 0) {
-            out.Put(kReplacement);  // an accent on nothing; what follows stands for itself
+            out.Put(kReplacement);  // an accent without a letter; the next code is read by itself
             continue;
         }
         ++at;
@@ -203,7 +202,7 @@ void ReadUtf16(ByteView text, Utf8Writer& out) {
     }
 }
 
-// Codes of two bytes with their high bits set, ASCII between them.
+// Reads a table that mixes ASCII with codes of two bytes, both 0xA0 or above.
 void ReadTwoByte(ByteView text, const char* name, Utf8Writer& out) {
     Converters& converters = Converters::Instance();
     MutexLock lock(converters.mutex());
@@ -219,7 +218,7 @@ void ReadTwoByte(ByteView text, const char* name, Utf8Writer& out) {
             out.Control(second);
             at += 2;
         } else if (second < 0xA0) {
-            out.Put(kReplacement);  // half a code; what follows stands for itself
+            out.Put(kReplacement);  // half a code; the next byte is read by itself
             ++at;
         } else {
             if (!table.Write(text.Subview(at, 2), out)) {
@@ -239,7 +238,8 @@ void ReadUtf8(ByteView text, Utf8Writer& out) {
                             : (first & 0xF0) == 0xE0 ? 2
                             : (first & 0xF8) == 0xF0 ? 3
                                                      : SIZE_MAX;
-        constexpr char32_t kLeast[] = {0, 0x80, 0x800, 0x10000};  // shorter would have done else
+        // By number of bytes that follow: smaller characters have a shorter form and are invalid.
+        constexpr char32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
         if (more == SIZE_MAX) {
             out.Put(kReplacement);
             ++at;
@@ -293,7 +293,7 @@ std::string TextToUtf8(const std::uint8_t* data, std::size_t size) {
     } else if (selector == 0x15) {
         ReadUtf8(rest, out);
     } else if (selector == 0x1F) {
-        ReadAscii(rest.Subview(1), out);  // behind encoding_type_id
+        ReadAscii(rest.Subview(1), out);  // after encoding_type_id
     } else {
         ReadAscii(rest, out);
     }

@@ -25,7 +25,7 @@ std::optional<std::int64_t> DecodeTime(std::uint64_t coded) {
     if (coded > kUndefinedTime) {
         return std::nullopt;
     }
-    // The undefined time needs no look of its own: its digits are above nine.
+    // The undefined time (all ones) needs no check: its digits are above nine.
     const auto secondOfDay = DecodeDuration(static_cast<std::uint32_t>(coded & 0xFFFFFF));
     if (!secondOfDay || *secondOfDay >= kSecondsPerDay) {
         return std::nullopt;

@@ -1,6 +1,6 @@
-// Times and durations as service information codes them: a Modified Julian Date and binary coded
-// decimal digits (ETSI EN 300 468 annex C and 5.2.4). Seconds here are UTC seconds without leap
-// seconds. The functions keep no state and may be called on any thread.
+// Conversion of the times and durations of service information: a Modified Julian Date and binary
+// coded decimal digits (ETSI EN 300 468 annex C and 5.2.4). Seconds are UTC seconds without leap
+// seconds. All functions may be called on any thread.
 #pragma once
 
 #include <cstdint>
@@ -8,24 +8,25 @@
 
 namespace tvservice {
 
-// The 40-bit UTC_time or start_time of a time that is not defined: every bit one.
+// The 40-bit UTC_time or start_time that means "undefined": all bits are 1.
 constexpr std::uint64_t kUndefinedTime = 0xFFFFFFFFFFu;
 
-// Longest duration that six digits can tell: 99:59:59.
+// The longest duration that can be coded: 99:59:59.
 constexpr std::uint32_t kLongestDuration = 99 * 3600 + 59 * 60 + 59;
 
-// Seconds since 1970-01-01T00:00:00Z (negative before it) of a 40-bit field: 16 bits of Modified
-// Julian Date, then hours, minutes and seconds, two digits each. Nothing when the time is
-// undefined, when a digit is above nine, when the time of day is past 23:59:59, or when `coded` has
-// more than 40 bits.
+// Converts a 40-bit field (16 bits of Modified Julian Date, then hours, minutes and seconds of two
+// digits each) to seconds since 1970-01-01T00:00:00Z, negative before. Nothing when the time is
+// undefined, a digit is above nine, minutes or seconds are above 59, hours are above 23, or `coded`
+// has more than 40 bits.
 std::optional<std::int64_t> DecodeTime(std::uint64_t coded);
 
-// The inverse: a 40-bit field. Nothing when the day lies outside the 16-bit Modified Julian Date
+// The inverse: a 40-bit field. Nothing when the day does not fit the 16-bit Modified Julian Date
 // (1858-11-17 to 2038-04-22).
 std::optional<std::uint64_t> EncodeTime(std::int64_t secondsSince1970);
 
-// Seconds of a 24-bit duration: hours (00 to 99), minutes and seconds, two digits each. Nothing
-// when a digit is above nine, minutes or seconds are above 59, or `coded` has more than 24 bits.
+// Converts a 24-bit duration (hours from 00 to 99, minutes and seconds of two digits each) to
+// seconds. Nothing when a digit is above nine, minutes or seconds are above 59, or `coded` has more
+// than 24 bits.
 std::optional<std::uint32_t> DecodeDuration(std::uint32_t coded);
 
 // The inverse: a 24-bit field. Nothing when `seconds` is above kLongestDuration.
