@@ -36,7 +36,8 @@ void PutUtf8(char32_t c, std::string& out) {
     out += static_cast<char>(0x80 | (c & 0x3F));
 }
 
-// The next character of valid or invalid UTF-8; kReplacement for a byte that begins none.
+// Reads the next character and moves `at` past it. `text` may be invalid UTF-8: a byte that begins
+// no character gives kReplacement.
 char32_t TakeUtf8(std::string_view text, std::size_t& at) {
     const auto byte = [&text](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
     const std::uint8_t first = byte(at);
@@ -80,7 +81,8 @@ struct SingleTable {
     std::unordered_map<char32_t, std::uint16_t>
         codes;  // accents: code of the accent, then the letter
     bool accents = false;
-    // What is quick to know of each code: its UTF-8, and whether its character has that code again.
+    // Computed in advance, for speed: the UTF-8 of each code, and whether encoding its character
+    // gives that code again.
     struct Utf8 {
         char bytes[3] = {};
         std::uint8_t size = 0;
@@ -92,7 +94,7 @@ struct SingleTable {
 };
 
 void Finish(SingleTable& table) {
-    // No text has the codes below 0x20 by the standard; streams have.
+    // The standard has no codes below 0x20 in a text, but streams contain them.
     for (unsigned code = 1; code < 0x20; ++code) {
         table.characters[code] = code;
     }
@@ -105,7 +107,7 @@ void Finish(SingleTable& table) {
         }
     }
     table.codes[U'\n'] = 0x8A;
-    // What has no character is shown as U+FFFD; that is written as a code without a character.
+    // A code without a character is decoded to U+FFFD, and U+FFFD is encoded as such a code.
     for (unsigned code = 0x7F; code < 256; ++code) {
         const bool accent =
             table.accents && tvservice::Iso6937Accent(static_cast<std::uint8_t>(code)) != 0;
@@ -154,7 +156,7 @@ const SingleTable& Iso6937() {
     return table;
 }
 
-// Part `part` of ISO/IEC 8859, which TextToUtf8 knows.
+// Makes the table of ISO/IEC 8859 part `part` with the help of TextToUtf8.
 const SingleTable& MakeIso8859(unsigned part) {
     auto* table = new SingleTable;
     for (unsigned code = 0x20; code < 256; ++code) {
@@ -171,7 +173,7 @@ const SingleTable& MakeIso8859(unsigned part) {
 
 template <std::size_t... Parts>
 const SingleTable& Iso8859Of(unsigned part, std::index_sequence<Parts...> /*parts*/) {
-    // One static table a part, each made when it is first asked for.
+    // One static table for each part, made at its first use.
     using Make = const SingleTable& (*)();
     static constexpr Make kMakers[] = {[]() -> const SingleTable& {
         static const SingleTable& table = MakeIso8859(Parts);
@@ -186,7 +188,7 @@ const SingleTable& Iso8859(unsigned part) {
 
 void DecodeSingle(ByteView text, const SingleTable& table, std::string& utf8) {
     const std::size_t begin = utf8.size();
-    utf8.resize(begin + text.size() * 3);  // no code has a longer form
+    utf8.resize(begin + text.size() * 3);  // a code gives at most three bytes
     char* out = utf8.data() + begin;
     const std::uint8_t* const end = text.end();
     for (const std::uint8_t* at = text.begin(); at != end; ++at) {
@@ -239,7 +241,7 @@ bool EncodeSingle(std::string_view utf8, const SingleTable& table,
         if (code->second > 0xFF) {
             bytes.push_back(static_cast<std::uint8_t>(code->second >> 8));
         } else if (!table.marks.empty() && at < utf8.size()) {
-            // An accent stands before its letter, a combining character behind it.
+            // In the table an accent comes before its letter; in Unicode it comes after it.
             std::size_t behind = at;
             const auto mark = table.marks.find(TakeUtf8(utf8, behind));
             if (mark != table.marks.end()) {
@@ -262,7 +264,7 @@ struct DoubleTable {
 
 constexpr std::uint8_t kFirstRow = 0xA1;
 constexpr std::uint8_t kLastRow = 0xFE;
-constexpr std::uint8_t kNoRow = 0xFF;  // stands for what has no character
+constexpr std::uint8_t kNoRow = 0xFF;  // a row without characters
 
 const DoubleTable& MakeDouble(std::uint8_t selector) {
     auto* table = new DoubleTable;
@@ -392,7 +394,7 @@ enum class Coding { kIso6937, kIso8859, kUcs2, kEastAsian, kUtf8, kUnknown };
 struct Selector {
     Coding coding = Coding::kIso6937;
     unsigned part = 0;     // of ISO/IEC 8859, or the selector of kEastAsian
-    std::size_t size = 0;  // bytes in front of the text
+    std::size_t size = 0;  // bytes of the selector, before the text
 };
 
 constexpr bool IsPart(unsigned part) {
@@ -442,7 +444,7 @@ constexpr std::string_view kIso8859Prefix = "iso8859-";
 constexpr std::string_view kLongPrefix = "10:";
 constexpr std::string_view kRawPrefix = "0x";
 
-// The part that "iso8859-9" names; 0 for none.
+// The part in a name such as "iso8859-9"; 0 when the name is another one.
 unsigned PartOf(std::string_view name) {
     if (name.substr(0, kIso8859Prefix.size()) != kIso8859Prefix) {
         return 0;
@@ -492,7 +494,7 @@ bool EncodeAs(const Selector& selector, std::string_view utf8, std::vector<std::
     return false;
 }
 
-// How a text is read that selects no table.
+// The table of a text without a selector.
 Selector Default(const TextRules& rules) {
     if (const unsigned part = PartOf(rules.defaultTable)) {
         return {Coding::kIso8859, part, 0};
@@ -545,7 +547,7 @@ bool EncodeText(std::string_view utf8, std::string_view table, const TextRules& 
     }
     if (table.empty()) {
         const std::size_t begin = bytes.size();
-        // The first byte of a text that selects no table is no selector.
+        // The text gets no selector, so its first byte must not look like one.
         return EncodeAs(Default(rules), utf8, bytes) &&
                (bytes.size() == begin || bytes[begin] >= 0x20);
     }

@@ -88,7 +88,7 @@ Node* Decoder::Descriptor(ByteView descriptor, Arena& arena, Space space) {
     if (list->first != nullptr && list->first->next == nullptr) {
         return list->first;
     }
-    // Nothing, or more than one.
+    // The bytes are not exactly one descriptor.
     Node* object = MakeObject(arena);
     object->Append(MakeString(arena, "malformed", "descriptor_length"));
     object->Append(MakeBytes(arena, "raw", descriptor));
@@ -96,7 +96,7 @@ Node* Decoder::Descriptor(ByteView descriptor, Arena& arena, Space space) {
 }
 
 bool Decoder::Fail(const Op& op) {
-    // Reserved bits and lengths have no names: what they stand in front of has.
+    // Reserved bits and lengths have no names, so the error names the next field that has one.
     const Op* named = &op;
     while (named->name.empty() && named != stepsEnd_ - 1) {
         ++named;
@@ -175,7 +175,7 @@ bool Decoder::Field(const Op& op, Frame& frame, Node* object) {
     return true;
 }
 
-// The size in bytes of what `op` stands for, whose length, where it is in front, is taken.
+// Sets `bytes` to the extent of `op`. Reads the length or count in front of it, when there is one.
 bool Decoder::TakeExtent(const Op& op, const Frame& frame, std::size_t& bytes) {
     switch (op.extent) {
         case Extent::kRest:
@@ -198,7 +198,7 @@ bool Decoder::TakeExtent(const Op& op, const Frame& frame, std::size_t& bytes) {
     return true;
 }
 
-// Characters, addresses, texts and bytes.
+// Reads a field of whole bytes: characters, an address, a text or bytes.
 bool Decoder::Sized(const Op& op, Frame& frame, Node* object) {
     std::size_t size = op.bits / 8;
     if (op.bits == 0 && !TakeExtent(op, frame, size)) {
@@ -208,7 +208,7 @@ bool Decoder::Sized(const Op& op, Frame& frame, Node* object) {
         return Fail(op);
     }
     if (size == 0 && op.kind == OpKind::kBytes && op.extent == Extent::kRest) {
-        return true;  // nothing remains: not worth a field
+        return true;  // no byte is left: no field is added
     }
     Node* node = NewNode(op, NodeType::kBytes, reader_.position(), size * 8);
     const ByteView bytes = reader_.TakeBytes(size);
@@ -252,7 +252,7 @@ bool Decoder::Entries(const Op& op, Frame& frame, std::size_t body, Node* object
         list->Append(entry);
         fits = Run(frame, body, body + op.body, entry);
         entry->bitCount = static_cast<std::uint32_t>(reader_.position() - before);
-        // An entry of no bits would repeat for ever.
+        // An entry without bits would repeat forever, so it is an error.
         stepsEnd_ = frame.steps.data() + frame.steps.size();
         fits = fits && (entry->bitCount != 0 || Fail(op));
     }
@@ -276,14 +276,14 @@ bool Decoder::OneObject(const Op& op, Frame& frame, std::size_t body, Node* obje
     return fits;
 }
 
-// Fields behind a length of their own.
+// Reads fields that have a common length in front of them.
 bool Decoder::Inside(const Op& op, Frame& frame, std::size_t body, Node* object) {
     std::size_t size = 0;
     if (!TakeExtent(op, frame, size)) {
         return false;
     }
     if (reader_.left() / 8 < size) {
-        // Old splice sections say 0xFFF where they do not know the length.
+        // Old splice sections have a length of 0xFFF, which means that it is unknown.
         return op.extent == Extent::kByField ? Run(frame, body, body + op.body, object) : Fail(op);
     }
     const std::size_t outerEnd = reader_.end();
@@ -330,7 +330,7 @@ bool Decoder::SectionEndAt(const Op& op) {
         return Fail(op);
     }
     const auto end = static_cast<SectionEnd>(op.low);
-    // The first bit behind table_id is section_syntax_indicator.
+    // The first bit after table_id is section_syntax_indicator.
     const bool crc = end == SectionEnd::kCrc || (end == SectionEnd::kCrcIfSyntaxIndicator &&
                                                  (reader_.bytes().U8(1) & 0x80) != 0);
     if (crc) {
@@ -399,7 +399,7 @@ Node* Decoder::OneDescriptor(Space space, LoopState& state) {
     tagNode->bitCount = 8;
     object->Append(tagNode);
 
-    // EN 300 468 6.2.31: the specifier counts to the next one or the end of the loop.
+    // EN 300 468 6.2.31: a private_data_specifier is in force up to the next one or the loop's end.
     if (space != Space::kSplice) {
         if (tag == kPrivateDataSpecifierDescriptor && length == 4) {
             state.specifier = whole.U32(2);
@@ -447,7 +447,7 @@ Node* Decoder::OneDescriptor(Space space, LoopState& state) {
     reader_.SetPosition(bodyBegin * 8);
     reader_.SetEnd(end);
     Frame frame{known->steps, {}};
-    const unsigned depth = depth_++;  // what it holds is not the section's own
+    const unsigned depth = depth_++;  // its fields are not fields of the section
     const bool fits = Run(frame, 0, known->steps.size(), object);
     depth_ = depth;
     if (!fits) {
@@ -464,7 +464,7 @@ Node* Decoder::OneDescriptor(Space space, LoopState& state) {
     return object;
 }
 
-// Adds the whole bytes where the fields alone give others.
+// Adds the bytes of the descriptor ("raw") when encoding its fields would give other bytes.
 void Decoder::Verify(const Known& known, Node* object, ByteView whole, std::size_t begin) {
     const std::size_t at = again_.size();
     const ByteView body =

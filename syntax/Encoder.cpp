@@ -18,11 +18,11 @@ constexpr std::size_t kLongestDescriptor = 255;
 
 struct Frame {
     std::span<const Op> steps;
-    // A field's value; of a length or count that is not yet known, the position of its bits.
+    // The value of a field. For a length or count that is not yet known: the position of its bits.
     std::array<std::uint64_t, kMostSlots> slots{};
 };
 
-// Whether words may stand beside the field `name` of `object`.
+// Whether `name` is the name of words for a value: "x_name", where `object` has a field "x".
 bool IsWordsOf(std::string_view name, const Node& object) {
     constexpr std::string_view kSuffix = "_name";
     if (name.size() <= kSuffix.size() || name.substr(name.size() - kSuffix.size()) != kSuffix) {
@@ -31,7 +31,7 @@ bool IsWordsOf(std::string_view name, const Node& object) {
     return object.Find(name.substr(0, name.size() - kSuffix.size())) != nullptr;
 }
 
-// The width of the length that `op` asks for: it stands at the step that has it.
+// The width in bits of the length field that `op` refers to; 0 when there is none.
 unsigned LengthBits(const Op& op, const Frame& frame) {
     for (const Op& other : frame.steps) {
         if (other.kind == OpKind::kLength && other.slot == op.ref) {
@@ -46,7 +46,8 @@ class Writer {
     Writer(const Options& options, std::vector<std::uint8_t>& bytes, EncodeError* error)
         : options_(options), out_(bytes), begin_(bytes.size()), error_(error) {}
 
-    // Descriptors come from here, and texts that do not survive are refused.
+    // Encodes only to compare with `source`, the bytes that the tree was decoded from. Descriptors
+    // are copied from there. Texts that would not be encoded to the same bytes are refused.
     void CompareWith(ByteView source) {
         comparing_ = true;
         source_ = source;
@@ -57,13 +58,13 @@ class Writer {
     bool Fields(const Known& known, const Node& object);
 
   private:
-    // A part of the path to what is being encoded: a name, or an index into a list.
+    // A part of the path to the field that is being encoded: a name, or an index into a list.
     struct Step {
         std::string_view name;
         std::size_t index;
     };
 
-    // Adds a part to the path for as long as it lives.
+    // Adds a part to the path; its destructor removes the part.
     class Inner {
       public:
         Inner(Writer& writer, std::string_view name, std::size_t index = SIZE_MAX)
@@ -108,7 +109,7 @@ class Writer {
     bool comparing_ = false;
     ByteView source_;
     std::vector<Step> path_;
-    const Node* next_ = nullptr;  // behind the field that was taken last
+    const Node* next_ = nullptr;  // the field after the one that was taken last
     std::size_t lengthAt_ = 0;    // of section_length
     SectionEnd end_ = SectionEnd::kNone;
 };
@@ -148,7 +149,7 @@ const Node* Writer::Take(const Node& object, std::string_view name) {
     return node;
 }
 
-// A tree that was decoded has its fields in the order of the steps.
+// In a decoded tree the fields are in the order of the steps, so the next one is tried first.
 const Node* Writer::Take(const Node& object, const Op& op) {
     const Node* node = next_ != nullptr && next_->op == &op ? next_ : object.Find(op.name);
     if (node != nullptr) {
@@ -270,14 +271,15 @@ bool Writer::AnyThere(const Frame& frame, std::size_t first, std::size_t last,
         if (IsNamed(op) && object.Find(op.name) != nullptr) {
             return true;
         }
-        // Fields of lists and objects are not this object's.
+        // Skips the fields of lists and inner objects: they are not fields of `object`.
         at += 1 + (op.kind == OpKind::kLoop || op.kind == OpKind::kObject ? op.body : 0u);
     }
     return false;
 }
 
-// One when a field that asks for one is there; else zero, unless the guard is only asked for zero
-// and none of those fields is there.
+// The value of a flag that decides which fields follow; the fields of `object` tell it. The flag is
+// 1 when a field is there that follows only a 1. It is also 1 when only fields for 0 are declared
+// and none of them is there. Otherwise it is 0.
 std::uint64_t Writer::GuardValue(const Op& op, const Frame& frame, std::size_t at, std::size_t last,
                                  const Node& object) {
     bool asksForOne = false;
@@ -481,7 +483,7 @@ bool Writer::DescriptorLoop(const Op& op, const Node& object) {
            Length(op, frontAt, op.extentBits, (out_.position() - begin) / 8);
 }
 
-// Whether all that a document says was taken up.
+// Whether every field of the document was used; the first one that was not is refused.
 bool Writer::AllUsed(const Node& object) {
     if (comparing_) {
         return true;
@@ -494,7 +496,8 @@ bool Writer::AllUsed(const Node& object) {
     return true;
 }
 
-// Takes "raw" where it says the same as the fields beside it.
+// Writes the bytes of "raw" and sets `taken`, unless they decode to other fields than those of
+// `object`.
 bool Writer::Raw(const Node& object, Space space, bool section, bool& taken) {
     taken = false;
     const Node* raw = Take(object, "raw");
@@ -677,7 +680,7 @@ bool SaysTheSame(const Node& decoded, const Node& given, const TextRules& rules)
         ReadScalar(decoded, rules, left);
         ReadScalar(given, rules, right);
         if (left.type != right.type) {
-            // A document may write 19.0 as 19.
+            // The number types may differ: a document may contain 19 for 19.0.
             const auto number = [](const Scalar& scalar) {
                 return scalar.type == Scalar::Type::kReal ? scalar.real
                                                           : static_cast<double>(scalar.number);

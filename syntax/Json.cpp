@@ -64,7 +64,7 @@ class JsonWriter {
         out_ += indented_ ? ": " : ":";
     }
 
-    // Names of fields need no escapes.
+    // Names of fields contain no character that needs an escape.
     void PutPlainName(std::string_view name, std::string_view suffix) {
         out_ += '"';
         out_ += name;
@@ -72,7 +72,7 @@ class JsonWriter {
         out_ += indented_ ? "\": " : "\":";
     }
 
-    // The words for a value, the table of a text.
+    // Adds the words for a coded value ("x_name") or the character table of a text.
     void PutBeside(const Node& child, const Node& object) {
         if (child.type == NodeType::kNumber) {
             const std::string_view words = Words(*child.op, object, child.number);
@@ -128,7 +128,7 @@ class JsonWriter {
     Scalar scalar_;
 };
 
-// Bytes that stand for themselves whatever follows.
+// The bytes that never need an escape. 0xC2 may need one, depending on the next byte.
 constexpr std::array<bool, 256> kPlain = [] {
     std::array<bool, 256> plain{};
     for (unsigned c = 0x20; c < 256; ++c) {
@@ -151,7 +151,7 @@ void WriteJsonString(std::string_view text, std::string& out) {
         if (kPlain[c]) {
             continue;
         }
-        // U+0080 to U+009F are C2 80 to C2 9F: visible as escapes.
+        // U+0080 to U+009F, in UTF-8 C2 80 to C2 9F, are control characters: they are escaped.
         const bool control =
             c == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0;
         if (c == 0xC2 && !control) {

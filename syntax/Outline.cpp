@@ -13,7 +13,7 @@ void AddField(const Op& op, std::span<const Op> body, bool always,
     if (field == fields.end()) {
         field = fields.insert(field, OutlinedField{op.name, false, {}});
     }
-    // Bytes to the end are no field where no byte is left.
+    // Bytes up to the end make no field when no byte is left.
     const bool mayBeEmpty = op.kind == OpKind::kBytes && op.extent == Extent::kRest;
     field->always = field->always || (always && !mayBeEmpty);
     field->forms.push_back({&op, body});

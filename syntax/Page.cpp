@@ -30,12 +30,12 @@ table `x_text_table` (beside `text` it is `text_table`).
 [adding-a-descriptor.md](adding-a-descriptor.md) says how to declare another one.
 )";
 
-// The parts of the page with descriptors, in their order.
+// The parts of the page that list descriptors, in the order of the page.
 struct Part {
     std::string_view title;
     std::string_view words;
     Space space;
-    bool scoped = false;  // those that count under something only
+    bool scoped = false;  // lists those that are in force only under a specifier or the like
 };
 
 constexpr Part kParts[] = {
@@ -68,7 +68,8 @@ void PutFields(std::span<const Op> steps, std::string& out) {
         first = false;
         out += field.name;
         out += field.always ? "" : "?";
-        // Of several forms the longest says most; the others are a part of it, or a number.
+        // When a field has several forms, the one with the most steps is shown: the others are a
+        // part of it, or a number.
         const auto most = std::max_element(
             field.forms.begin(), field.forms.end(),
             [](const auto& a, const auto& b) { return a.body.size() < b.body.size(); });

@@ -80,7 +80,7 @@ class TextWriter {
                 child.name == "table_id");
     }
 
-    // "0x4D short_event", "table 0x42 service_description_section".
+    // Adds a title such as "0x4D short_event" or "table 0x42 service_description_section".
     static void Title(const Node& object, std::string& out) {
         const Node* tag = object.Find("tag");
         const Node* table = object.Find("table_id");
@@ -191,7 +191,8 @@ class TextWriter {
         line_.append(text, end.ptr);
     }
 
-    // Texts in quotes, without what would move a terminal; codes without quotes.
+    // Adds a text in quotes, or a code without. A newline becomes a space. Other control characters
+    // become a question mark or are dropped, so that a text cannot control the terminal.
     void String(const Node& node) {
         const bool quoted =
             node.op != nullptr && node.op->kind >= OpKind::kText && node.op->kind <= OpKind::kUtf8;
@@ -225,7 +226,7 @@ class TextWriter {
     std::string& out_;
     std::string line_;
     Scalar scalar_;
-    bool colon_ = false;  // of the line's title
+    bool colon_ = false;  // the colon after the line's title is written
 };
 
 }  // namespace

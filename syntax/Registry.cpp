@@ -16,7 +16,7 @@ struct Lists {
     std::vector<Known> all;
     std::array<const Known*, 256> tables{};
     std::vector<const Known*> byTag[kSpaces][256];
-    const Known* other = nullptr;  // sections that nobody declared
+    const Known* other = nullptr;  // for sections with an undeclared table_id
 };
 
 const Lists& TheLists() {
@@ -73,7 +73,8 @@ bool Counts(const Scope& scope, const InForce& inForce) {
     return atsc || (scope.standards >> static_cast<unsigned>(inForce.standard) & 1) != 0;
 }
 
-// A private meaning that was announced counts before a standard's.
+// When a tag has several meanings, the one with the greatest weight is used: that of a private data
+// specifier before that of a registration, and this before that of a standard.
 int Weight(const Scope& scope) {
     return scope.specifier != 0 ? 2 : scope.registration != 0 ? 1 : 0;
 }

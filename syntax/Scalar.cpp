@@ -42,7 +42,7 @@ bool ToBcd(std::uint64_t number, unsigned bits, std::uint64_t& coded) {
     return number == 0;
 }
 
-// --- Texts with digits: "2026-11-22T20:00:00Z"
+// --- Times and dates as text: "2026-11-22T20:00:00Z"
 
 void PutNumber(std::uint64_t number, unsigned digits, std::string& out) {
     char text[20];
@@ -53,7 +53,8 @@ void PutNumber(std::uint64_t number, unsigned digits, std::string& out) {
     out.append(text, digits);
 }
 
-// Reads digits where `pattern` has '0', and exactly its other characters; a number a run of digits.
+// Reads `text`, which must have digits where `pattern` has '0' and equal it elsewhere. Each run of
+// digits gives one number.
 bool TakeNumbers(std::string_view text, std::string_view pattern, std::span<unsigned> numbers) {
     if (text.size() != pattern.size()) {
         return false;
@@ -79,7 +80,7 @@ bool TakeNumbers(std::string_view text, std::string_view pattern, std::span<unsi
     return true;
 }
 
-// Days from 1970-01-01 of a date of the Gregorian calendar, and back.
+// The number of days from 1970-01-01 to a Gregorian date; PutDate is the inverse.
 std::int64_t DaysOf(std::int64_t year, unsigned month, unsigned day) {
     year -= month <= 2 ? 1 : 0;
     const std::int64_t era = year / 400;
@@ -120,7 +121,8 @@ void ShowTime(std::uint64_t coded, Scalar& scalar) {
         }
         return;
     }
-    // Modified Julian Dates begin in 1858.
+    // The seconds since 1970 may be negative; those since the first Modified Julian Date (1858) are
+    // not.
     const std::int64_t sinceMjd = *seconds + kMjdOf1970 * kSecondsADay;
     PutDate(sinceMjd / kSecondsADay - kMjdOf1970, scalar.text);
     const auto ofDay = static_cast<std::uint64_t>(sinceMjd % kSecondsADay);
@@ -159,7 +161,8 @@ bool CodeDate(std::string_view text, std::uint64_t& coded) {
     return mjd >= 0 && mjd <= 0xFFFF;
 }
 
-// EN 300 231: the label's day, month, hour and minute; other values are service codes.
+// Whether a programme label (EN 300 231) is a valid day, month, hour and minute. Other values are
+// service codes.
 bool IsLabelTime(std::uint64_t coded) {
     const std::uint64_t day = coded >> 15 & 31;
     const std::uint64_t month = coded >> 11 & 15;
@@ -339,7 +342,7 @@ bool IsWhole(double real) {
     return std::isfinite(real) && real >= 0 && real < 1.8e19 && real == std::floor(real);
 }
 
-// A number of a document, where it is a whole one that is not negative.
+// Reads a number of a document; false unless it is whole and not negative.
 bool WholeNumber(const Node& node, std::uint64_t& number) {
     if (node.type == NodeType::kNumber || node.type == NodeType::kBoolean) {
         number = node.number;
