@@ -15,8 +15,8 @@ namespace tvservice {
 // - 0x11 and 0x14: 16-bit codes of ISO/IEC 10646;
 // - 0x12: KS X 1001; 0x13: GB 2312; 0x15: UTF-8;
 // - 0x20 and above: no selector but text, in the Latin table 00 (ISO/IEC 6937);
-// - others (0x1F with its encoding_type_id too): reserved, or not supported. The selector is
-//   dropped and only ASCII is converted.
+// - others (0x1F with its encoding_type_id too), and parts of ISO/IEC 8859 that do not exist: the
+//   selector is dropped and only ASCII is converted.
 //
 // Control codes are 0x80 to 0x9F, and 0xE080 to 0xE09F in tables of several bytes. The line break
 // becomes a newline; the others, such as emphasis, are dropped. A line feed, a carriage return, and
