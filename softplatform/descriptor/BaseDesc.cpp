@@ -9,7 +9,7 @@ namespace {
 constexpr size_t kHeaderSize = 2;  // descriptor_tag, descriptor_length
 }
 
-// An Impl that owns its bytes. They lie behind it in the same block of memory.
+// An Impl that owns its bytes. They follow it in the same block of memory.
 struct TCBaseDesc::Impl::Owned : TCBaseDesc::Impl {
     std::vector<uint8_t> made[2];
 
