@@ -46,6 +46,31 @@ function(torvelsi_named_stacks name)
         CXX_VISIBILITY_PRESET default VISIBILITY_INLINES_HIDDEN OFF)
 endfunction()
 
+# How the code of tests is compiled. Without optimisation it compiles twice as fast; what it tests is
+# compiled as the preset says.
+function(torvelsi_compile_as_test name)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE house_options GTest::gmock)
+    target_compile_options(${name} PRIVATE -O0)
+    if(TORVELSI_UNITY)
+        target_precompile_headers(${name} REUSE_FROM test_headers)
+    endif()
+    torvelsi_named_stacks(${name})
+endfunction()
+
+# torvelsi_test_part(NAME SOURCES file... LINK target...)
+# Files that several tests have in common, compiled once. A test that has NAME in LINK gets all of
+# them, with the tests that they hold.
+function(torvelsi_test_part name)
+    cmake_parse_arguments(PART "" "" "SOURCES;LINK" ${ARGN})
+    add_library(${name} OBJECT ${PART_SOURCES})
+    target_link_libraries(${name} PRIVATE ${PART_LINK})
+    torvelsi_compile_as_test(${name})
+    # As the code of a program, which the precompiled headers are.
+    set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    target_compile_options(${name} PRIVATE ${CMAKE_CXX_COMPILE_OPTIONS_PIE})
+endfunction()
+
 # torvelsi_test(NAME SOURCES file... LINK target... [LABELS label...])
 # One GoogleTest program; every TEST of it becomes a ctest of its own and runs in its own process.
 # The label "threads" has it run under ThreadSanitizer too.
@@ -55,17 +80,10 @@ function(torvelsi_test name)
         set(TEST_TIMEOUT 120)
     endif()
     add_executable(${name} ${TEST_SOURCES})
-    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${name} PRIVATE ${TEST_LINK} test_main house_options GTest::gmock)
-    # Without optimisation the tests compile twice as fast. What they test is compiled as the preset
-    # says.
-    target_compile_options(${name} PRIVATE -O0)
-    if(TORVELSI_UNITY)
-        target_precompile_headers(${name} REUSE_FROM test_headers)
-    endif()
+    target_link_libraries(${name} PRIVATE ${TEST_LINK} test_main)
+    torvelsi_compile_as_test(${name})
     # The watchdog inside the test shows where it hangs, before ctest ends it.
     math(EXPR limit "${TEST_TIMEOUT} - 20")
-    torvelsi_named_stacks(${name})
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}"
                    ENVIRONMENT TORVELSI_TEST_LIMIT=${limit})
