@@ -138,7 +138,7 @@ constexpr Steps<1> Reserved(unsigned bits, std::uint64_t value) {
     return result;
 }
 constexpr Steps<1> Ones(unsigned bits) {
-    return Reserved(bits, bits == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bits) - 1);
+    return Reserved(bits, AllOnes(bits));
 }
 constexpr Steps<1> Zeros(unsigned bits) {
     return Reserved(bits, 0);

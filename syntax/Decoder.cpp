@@ -14,7 +14,6 @@ namespace {
 constexpr std::uint8_t kProgramMap = 0x02;
 constexpr unsigned kRegistrationDescriptor = 0x05;
 constexpr unsigned kPrivateDataSpecifierDescriptor = 0x5F;
-constexpr unsigned kFirstPrivateTag = 0x80;
 constexpr std::size_t kCrcBits = 32;
 
 bool IsNumber(OpKind kind) {

@@ -126,6 +126,11 @@ constexpr bool IsNamed(const Op& op) {
     return op.kind <= OpKind::kDescriptors;
 }
 
+// The largest number of `bits` bits.
+constexpr std::uint64_t AllOnes(unsigned bits) {
+    return bits >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bits) - 1;
+}
+
 constexpr bool IsIn(const Op& op, std::uint64_t value) {
     const bool inside = op.mask != 0 ? value < 64 && (op.mask >> value & 1) != 0
                                      : value >= op.low && value <= op.high;

@@ -27,6 +27,7 @@ last column has the fields of the JSON, in the order of the bytes:
 
 Beside a coded value that has words stands `x_name` with them, beside a text that selects a character
 table `x_text_table` (beside `text` it is `text_table`).
+[torvelsi-descriptors-1.schema.json](torvelsi-descriptors-1.schema.json) says the type of each field.
 [adding-a-descriptor.md](adding-a-descriptor.md) says how to declare another one.
 )";
 

@@ -13,6 +13,9 @@ namespace syntax {
 
 enum class Standard : std::uint8_t { kDvb, kIsdb, kAtsc };
 
+// Tags from here on are private: a private_data_specifier in force says whose.
+constexpr unsigned kFirstPrivateTag = 0x80;
+
 // A declaration as the interpreters read it. It lives as long as the program.
 struct Known {
     Head head;

@@ -15,10 +15,6 @@ namespace syntax {
 
 namespace {
 
-constexpr std::uint64_t AllOnes(unsigned bits) {
-    return bits >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bits) - 1;
-}
-
 // --- Decimal digits
 
 bool FromBcd(std::uint64_t coded, unsigned bits, std::uint64_t& number) {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "syntax/Page.h"
+#include "syntax/Schema.h"
 
 namespace {
 
@@ -36,6 +37,10 @@ void ExpectDocument(const std::string& name, const std::string& written) {
 
 TEST(SyntaxDocuments, ThePageHasEveryDeclaration) {
     ExpectDocument("descriptors.md", syntax::DescriptorsPage());
+}
+
+TEST(SyntaxDocuments, TheSchemaHasEveryDeclaration) {
+    ExpectDocument("torvelsi-descriptors-1.schema.json", syntax::DescriptorsSchema());
 }
 
 }  // namespace
