@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""./run as a stranger meets it: on a machine that lacks things, with words that it does not know.
+"""Tests ./run as a new user calls it: with packages missing and with unknown commands.
 
     run_test.py [TOOL]
 
-A copy of ./run finds, in place of the programs that install, build and test, ones that write down
-how they were called. TOOL is the built tool: ./run has to know its commands.
+A copy of ./run gets fake programs for installing, building and testing, which record how they were
+called. TOOL is the built tool: ./run must know its commands.
 """
 
 import os
@@ -19,13 +19,13 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 TOOL = sys.argv.pop(1) if sys.argv[1:] and not sys.argv[1].startswith("-") else None
 
-# What any system has.
+# The programs that every system has.
 PLAIN = """awk basename bash cat comm cut dirname env find git grep head id ldconfig mkdir nproc
            printf python3 readlink realpath rm rmdir sed sort stat tail tput tr true uname wc
            xargs""".split()
 NOBODY = 65534
 
-# Writes down each call. FAKE_FAIL is a part of the call that fails; `cmake --install` installs.
+# Records each call. A call that contains FAKE_FAIL fails; `cmake --install` installs files.
 FAKE = r"""#!/bin/bash
 printf '%s %s\n' "$(basename "$0")" "$*" >>"$CALLS"
 if [ -n "${FAKE_FAIL-}" ] && [[ "$*" == *"$FAKE_FAIL"* ]]; then
@@ -117,7 +117,7 @@ class Run(unittest.TestCase):
     def called(self):
         return self.calls.read_text()
 
-    # --- Answers that need nothing
+    # --- Answers without installing or building
 
     def test_help_version_and_typos_neither_install_nor_build(self):
         self.fake("apt-get", "cmake", "ctest", "dpkg-query", "sudo")
@@ -136,7 +136,7 @@ class Run(unittest.TestCase):
             self.assertIn(f"'{typo}' is not a command", said)
             self.assertIn(f"'{meant}'", said)
             self.assertIn("./run help", said)
-        self.assertNotIn("perhaps", self.run_it("frobnicate", status=1))
+        self.assertNotIn("did you mean", self.run_it("frobnicate", status=1))
 
     def test_arguments_that_a_command_does_not_take_are_refused(self):
         self.fake("cmake", "dpkg-query")
@@ -151,7 +151,7 @@ class Run(unittest.TestCase):
         for command in commands:
             self.assertIn(f"./run {command} ", self.run_it("help"))
 
-    # --- What is missing
+    # --- Missing packages and rights
 
     def test_without_dpkg_it_lists_what_to_install(self):
         self.fake("cmake")
