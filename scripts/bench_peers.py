@@ -114,7 +114,7 @@ def main():
                 cell += f" ({share:.0%})"
             cells.append(cell)
         print(f"{mode} {content}".ljust(12) + "".join(cell.rjust(22) for cell in cells))
-    print("(x %): so much of the entries and descriptors is read")
+    print("(x %): the share of the entries and descriptors that this peer reads")
     if options.json:
         options.json.write_text(json.dumps(
             {f"{mode} {content}": {name: gigabytes(runs) for name, runs in row.items()}

@@ -144,7 +144,7 @@ def main():
     files, errors = check(pathlib.Path(__file__).resolve().parent.parent)
     if errors:
         sys.exit("\n".join(errors))
-    print(f"  {files} files, every arrow as the table says")
+    print(f"  {files} files, every #include is allowed by the table")
 
 
 if __name__ == "__main__":

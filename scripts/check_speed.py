@@ -114,7 +114,7 @@ def main():
     program, folder = (pathlib.Path(word) for word in arguments)
     baseline = json.loads(BASELINE.read_text()) if BASELINE.exists() else None
     if not update and baseline is None:
-        print("check-speed: there is no baseline; --update writes one")
+        print("check-speed: the baseline is missing; --update writes one")
         return 1
     if not update and baseline["compiler"] != compiler():
         print(f"check-speed: the baseline is of {baseline['compiler']}; this is {compiler()}: "

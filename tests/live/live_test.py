@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""The demo at 40 Mbit/s over the network of a namespace of its own, to one host and to a group: it
-is scanned complete within 5 s, watched from the first packet to the last without one that the kernel
-had to drop, and the tool stays small.
+"""Sends the demo at 40 Mbit/s in a network namespace of its own, to one host and to a group. A scan must
+be complete within 5 s. While the tool watches all packets, the kernel must drop none, and the tool must
+use little memory.
 
     live_test.py TOOL [--seconds N] [--sender own|tsplay]
 
-Exit status: 0 all well, 1 not, 77 where no namespace can be made.
+Exit status: 0 success, 1 failure, 77 when a namespace cannot be made.
 """
 
 import argparse
@@ -40,7 +40,7 @@ def enter_namespace():
     unshare = ["unshare", "--user", "--map-root-user", "--net"]
     if not shutil.which("unshare") or subprocess.run(
             [*unshare, "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
-        print("no network namespace can be made here")
+        print("cannot make a network namespace here")
         sys.exit(77)
     os.environ["TORVELSI_NAMESPACE"] = "1"
     os.execvp(unshare[0], [*unshare, sys.executable, *sys.argv])

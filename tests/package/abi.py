@@ -8,8 +8,8 @@
 headers.abi is what the public headers declare, by a function for each class that takes one: through
 the libraries' own functions not all of them are reached.
 
-Whatever a client that was built earlier can notice fails: a symbol that went, a layout, an order of
-virtual operations. What is only new passes. The dumps are those of GCC on a 64-bit x86 processor;
+The check fails for every change that a client built earlier can notice: a removed symbol, another layout,
+another order of virtual operations. It passes for additions. The dumps are those of GCC on a 64-bit x86 processor;
 of the C++ library's types they keep the names and sizes. Exit status 77: abidw is not installed.
 """
 
@@ -71,7 +71,7 @@ def dump_headers(source, folder, path):
     lines = [f'#include "{header.relative_to(source)}"' for header, _ in public]
     names = [name for header, namespace in public for name in classes(header, namespace)]
     if len(names) < len(public) // 2:
-        sys.exit("abi: the public headers have hardly any class")
+        sys.exit("abi: found too few classes in the public headers")
     lines += [f"void Take({name}&) {{}}" for name in names]
     folder.mkdir(parents=True, exist_ok=True)
     (folder / "headers.cpp").write_text("\n".join(lines) + "\n")
@@ -151,7 +151,7 @@ def check(folder, update):
         if re.search(rf"{re.escape(str(ROOT))}|{re.escape(str(folder))}", path.read_text()):
             sys.exit(f"abi: {path} has paths of this machine")
         found = "" if update else changes(library, path)
-        print(f"abi: {library}: {'written' if update else found or 'as it was'}")
+        print(f"abi: {library}: {'written' if update else found or 'unchanged'}")
         bad += found != ""
     return bad
 

@@ -361,13 +361,13 @@ class Scan(unittest.TestCase):
 
 
 class Missing(unittest.TestCase):
-    """What a scan names that was not begun or is not whole; the rest is there."""
+    """A scan names the tables that are missing or incomplete, and shows all others."""
     CA = bytes([0x09, 4, 0x12, 0x34, 0xE1, 0x00])
     EMPTY_NETWORK = b"\xF0\x00\xF0\x00"
 
     def packets(self, **others):
-        """A multiplex with a programme and its service, and nothing else; by name, so that each
-        can be another."""
+        """A multiplex with only a programme and its service. The tables have names, so that a test
+        can replace each."""
         parts = {"pat": pat_packet([(1, 100)]), "pmt": pmt_packet(1, 100), "sdt": self.sdt()}
         parts.update(others)
         return b"".join(parts.values())
@@ -432,7 +432,7 @@ class Missing(unittest.TestCase):
     def test_an_sdt(self):
         self.expect(["sdt"], sdt=b"")
         self.expect(["sdt [1]"], sdt=self.sdt(last=1))
-        # Of another transport stream, it counts as long as nothing of the own one comes.
+        # An EIT of another transport stream counts as long as none of this one comes.
         document = self.expect([], sdt=self.sdt(transport_stream_id=9))
         self.assertEqual(document["services"][0]["transport_stream_id"], 9)
         document = self.expect(["sdt [1]"], sdt=self.sdt(transport_stream_id=9) +
@@ -444,7 +444,7 @@ class Missing(unittest.TestCase):
         self.expect(["eit 1"], sdt=sdt)
         self.expect(["eit 1 [1]"], sdt=sdt, eit=self.eit(0, 1))
         self.expect([], sdt=sdt, eit=self.eit(0, 1) + self.eit(1, 1, continuity_counter=1))
-        # One that is begun is missing even if the SDT does not announce it.
+        # An incomplete EIT is missing even if the SDT does not announce it.
         self.expect(["eit 1 [1]"], eit=self.eit(0, 1))
 
     def test_the_events_of_an_incomplete_eit_are_shown_and_marked(self):
@@ -807,11 +807,11 @@ class Broadcast(unittest.TestCase):
 
 
 class Live(unittest.TestCase):
-    """A multiplex that comes in datagrams, over and over."""
+    """A multiplex that is sent in datagrams again and again."""
 
     @staticmethod
     def free_port():
-        """One that the system gives nobody who asks for any: it stays free until the tool has it."""
+        """A port that the system does not assign to others, so it stays free for the tool."""
         while True:
             port = random.randrange(20000, 30000)
             with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
@@ -856,7 +856,7 @@ class Live(unittest.TestCase):
         file = scenario("demo")
         for part in ("pat", "cat", "programs", "services"):
             self.assertEqual(live[part], file[part])
-        # Other networks and bouquets are taken as they come: nothing tells how many there are.
+        # The scan shows the other networks and bouquets that came; nothing says how many there are.
         for part in ("networks", "bouquets"):
             for entry in live[part]:
                 self.assertIn(entry, file[part])
@@ -911,7 +911,7 @@ class Inputs(unittest.TestCase):
         return status, output.decode()
 
     def test_a_pipe_that_stays_open_is_left_when_the_scan_is_complete(self):
-        # Twice, as a PMT may come before the PAT that tells of it.
+        # Sent twice, because a PMT may come before the PAT that names it.
         status, output = self.from_open_pipe(2 * demo(), "scan", "-", "--timeout", "50s")
         self.assertEqual(scan_document(output)["missing"], [])
         self.assertEqual(status, 0)
@@ -1123,7 +1123,7 @@ class Receiver(unittest.TestCase):
                 self.assertIn(word, done.stderr)
 
     def test_a_refused_filter_leaves_the_scan_incomplete(self):
-        # In the order in which the second pass sets its filters; 0 is the first pass's.
+        # The order in which the second pass sets its filters; filter 0 belongs to the first pass.
         names = ("pat", "cat", "nit", "nit other", "sdt", "bat", "eit", "pmt 1101", "pmt 1102")
         for number, name in enumerate(names, 1):
             with self.subTest(name):
@@ -1286,7 +1286,7 @@ class Memory(unittest.TestCase):
                                  continuity_counter=n % 16)
 
     def test_without_memory_it_says_so_and_ends(self):
-        """Memory runs out in the middle, on whichever thread asks for more."""
+        """Memory runs out during a scan, on any of its threads."""
         for command in (["scan", "-"],
                         ["sections", "-", "--pid", "0x12", "--table-id", "0x4E", "--from-cache"]):
             with self.subTest(command):
@@ -1408,7 +1408,7 @@ class Interrupts(unittest.TestCase):
             os.mkfifo(fifo)
             reader = os.open(fifo, os.O_RDONLY | os.O_NONBLOCK)
             process = subprocess.Popen([TOOL, "generate", fifo])
-            # The stream is larger than a pipe, and nobody takes anything out.
+            # The stream is larger than a pipe, and no process reads the pipe.
             while fcntl.ioctl(reader, termios.FIONREAD, b"\0\0\0\0") == b"\0\0\0\0":
                 time.sleep(0.001)
             process.send_signal(signal.SIGINT)
@@ -1447,7 +1447,7 @@ class Interrupts(unittest.TestCase):
                         os.close(writer)
 
     def test_a_reader_that_is_slow_gets_everything(self):
-        """A signal does not cut off output that somebody reads, however slowly."""
+        """A signal does not cut off output that another process reads, however slowly."""
         reader, writer = os.pipe()
         fcntl.fcntl(writer, 1031, 4096)  # F_SETPIPE_SZ
         process = subprocess.Popen([TOOL, "scan", "demo:broadcast", "--format", "json"],
