@@ -127,6 +127,7 @@ constexpr Value kTsGsModes[] = {{0, "generic packetised"}, {1, "GSE"}, {2, "tran
 constexpr Value kFrequencyCodings[] = {
     {0, "not defined"}, {1, "satellite"}, {2, "cable"}, {3, "terrestrial"}};
 constexpr Value kMpeFec[] = {{0, "not used"}, {1, "Reed-Solomon(255,191,64)"}};
+constexpr Value kInterBurstCodes[] = {{0, "Reed-Solomon"}, {1, "Raptor"}};
 constexpr Value kAverageRates[] = {{0, "16 kbit/s"},   {1, "32 kbit/s"},  {2, "64 kbit/s"},
                                    {3, "128 kbit/s"},  {4, "256 kbit/s"}, {5, "512 kbit/s"},
                                    {6, "1024 kbit/s"}, {7, "2048 kbit/s"}};
@@ -467,10 +468,15 @@ constexpr auto kDescriptors = Declare(
                     LoopL(8, "subcells", U8("cell_id_extension"),
                           Units(32, "transposer_frequency_hz", 10)))),
 
-    Descriptor(0x77, "time_slice_fec_identifier_descriptor", "EN 301 192 9.5", Flag("time_slicing"),
-               U(2, "mpe_fec", kMpeFec), Ones(2), U(3, "frame_size"), U8("max_burst_duration"),
-               U(4, "max_average_rate", kAverageRates), U(4, "time_slice_fec_id"),
-               Bytes("id_selector_byte")),
+    Descriptor(
+        0x77, "time_slice_fec_identifier_descriptor", "EN 301 192 9.5", Flag("time_slicing"),
+        U(2, "mpe_fec", kMpeFec), Ones(2), U(3, "frame_size"), U8("max_burst_duration"),
+        U(4, "max_average_rate", kAverageRates), U(4, "time_slice_fec_id"),
+        // TS 102 772: MPE-IFEC
+        If(Is("time_slice_fec_id", 1),
+           TryAll(U(2, "T_code", kInterBurstCodes), U(3, "G_code"), Ones(3), U8("R"), U(13, "C"),
+                  Ones(3), U8("B"), U8("S"), U8("D"), U8("EP"), U8("max_average_rate_over_B"))),
+        Bytes("id_selector_byte")),
 
     Descriptor(0x67, "transport_stream_descriptor", "EN 300 468 6.2.46", Utf8("byte")),
 

@@ -52,6 +52,7 @@ constexpr Value kBroadcasters[] = {{1, "satellite 27 MHz, 12.2 to 12.75 GHz"},
                                    {5, "terrestrial sound"},
                                    {6, "2.6 GHz band"},
                                    {7, "advanced narrow-band satellite"}};
+constexpr Value kExtendedBroadcasters[] = {{1, "terrestrial television"}, {2, "terrestrial sound"}};
 constexpr Value kPatterns[] = {{0, "irregular"},       {1, "regular"},
                                {2, "about weekly"},    {3, "about monthly"},
                                {4, "several a day"},   {5, "a long programme, divided"},
@@ -101,6 +102,15 @@ constexpr auto kDescriptors = Declare(
                LoopBy("transmission_types", U8("transmission_type_info"),
                       LoopN(8, "services", U16("service_id"))),
                Bytes("reserved_future_use")),
+
+    Descriptor(0xCE, "extended_broadcaster_descriptor", "ARIB STD-B10-2 6.2.43",
+               U(4, "broadcaster_type", kExtendedBroadcasters), Ones(4),
+               If(Is("broadcaster_type", 1), U16("terrestrial_broadcaster_id")),
+               If(Is("broadcaster_type", 2), U16("terrestrial_sound_broadcaster_id")),
+               If(In("broadcaster_type", 1, 2), Count(4, "affiliations"), Count(4, "broadcasters"),
+                  LoopBy("affiliations", U8("affiliation_id")),
+                  LoopBy("broadcasters", U16("original_network_id"), U8("broadcaster_id"))),
+               Bytes("private_data_byte")),
 
     Descriptor(0xCF, "logo_transmission_descriptor", "ARIB STD-B10-2 6.2.44",
                U8("logo_transmission_type", kLogoTypes),

@@ -78,6 +78,7 @@ constexpr Value kHevcProfiles[] = {
 constexpr Value kHevcLevels[] = {{30, "1"},  {60, "2"},    {63, "2.1"}, {90, "3"},    {93, "3.1"},
                                  {120, "4"}, {123, "4.1"}, {150, "5"},  {153, "5.1"}, {156, "5.2"},
                                  {180, "6"}, {183, "6.1"}, {186, "6.2"}};
+constexpr Value kFrameRateDenominators[] = {{1, "1"}, {2, "1.001"}};
 constexpr Value kHdr[] = {{0, "SDR"}, {1, "WCG only"}, {2, "HDR and WCG"}, {3, "no indication"}};
 constexpr Value kAacProfiles[] = {{0, "Main"}, {1, "LC"}, {2, "SSR"}};
 constexpr Value kAacInformation[] = {{0, "none"}, {1, "bandwidth extension data"}};
@@ -98,6 +99,19 @@ constexpr auto MetadataFormat() {
 constexpr auto TimingAndHrd() {
     return Sequence(Flag("90kHz_flag"), Ones(7), If(Clear("90kHz_flag"), U32("N"), U32("K")),
                     U32("num_units_in_tick"));
+}
+
+// What J2K and JPEG XS streams say of their colours, and of the display that they were made on:
+// chromaticities and luminances as they are coded.
+constexpr auto Colours() {
+    return Sequence(U8("colour_primaries"), U8("transfer_characteristics"),
+                    U8("matrix_coefficients"), Flag("video_full_range_flag"), Ones(7));
+}
+constexpr auto MasteringDisplay() {
+    return If(Set("mdm_flag"), BytesOf(24, "mastering_display_metadata"));
+}
+constexpr auto StillOrInterlaced() {
+    return Sequence(Flag("still_mode"), Flag("interlaced_video"), Ones(6));
 }
 
 constexpr auto ConstraintSets() {
@@ -313,6 +327,20 @@ constexpr auto kDescriptors = Declare(
                U(10, "view_order_index_max"), U(3, "temporal_id_start"), U(3, "temporal_id_end"),
                Flag("no_sei_nal_unit_present"), Flag("no_prefix_nal_unit_present")),
 
+    Descriptor(
+        0x32, "J2K_video_descriptor", "ISO/IEC 13818-1 2.6.80", Flag("extended_capability_flag"),
+        U(15, "profile_and_level"), U32("horizontal_size"), U32("vertical_size"),
+        U32("max_bit_rate"), U32("max_buffer_size"), U16("DEN_frame_rate"), U16("NUM_frame_rate"),
+        If(Set("extended_capability_flag"), Guard("stripe_flag"), Guard("block_flag"),
+           Guard("mdm_flag"), Zeros(5), StillOrInterlaced(), Colours(),
+           If(Set("stripe_flag"), U8("strp_max_idx"), U16("strp_height")),
+           If(Set("block_flag"), U32("full_horizontal_size"), U32("full_vertical_size"),
+              U16("blk_width"), U16("blk_height"), U8("max_blk_idx_h"), U8("max_blk_idx_v"),
+              U8("blk_idx_h"), U8("blk_idx_v")),
+           MasteringDisplay()),
+        If(Clear("extended_capability_flag"), U8("color_specification"), StillOrInterlaced()),
+        Bytes("private_data_byte")),
+
     Descriptor(0x33, "MVC_operation_point_descriptor", "ISO/IEC 13818-1 2.6.82",
                U8("profile_idc", kAvcProfiles), ConstraintSets(),
                LoopN(8, "levels", U8("level_idc", kAvcLevels),
@@ -387,6 +415,14 @@ constexpr auto kExtensions = Declare(
                If(Clear("compatibleProfileSetsNotPresent"),
                   LoopN(8, "compatible_sets", U8("CompatibleSetIndication"))),
                Bytes("reserved_byte")),
+
+    Descriptor(0x14, "JXS_video_descriptor", "ISO/IEC 13818-1 2.6", U8("descriptor_version"),
+               U16("horizontal_size"), U16("vertical_size"), U32("brat"), U(2, "interlace_mode"),
+               U(6, "framerate_DEN", kFrameRateDenominators), Zeros(8), U16("framerate_NUM"),
+               Flag("valid_flag"), Zeros(7), U(4, "sample_bitdepth"), U(4, "sampling_structure"),
+               U16("Ppih"), U8("level"), U8("sublevel"), U32("max_buffer_size"),
+               U8("buffer_model_type"), Colours(), Flag("still_mode"), Guard("mdm_flag"), Zeros(6),
+               MasteringDisplay(), Bytes("private_data_byte")),
 
     Descriptor(0x15, "VVC_timing_and_HRD_descriptor", "ISO/IEC 13818-1 2.6",
                Flag("hrd_management_valid_flag"), Ones(6),

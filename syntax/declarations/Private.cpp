@@ -11,16 +11,22 @@ namespace {
 constexpr std::uint32_t kSes = 0x00000001;
 constexpr std::uint32_t kBskyb = 0x00000002;
 constexpr std::uint32_t kTps = 0x00000010;
+constexpr std::uint32_t kNumericable = 0x00000020;  // to 0x00000023
 constexpr std::uint32_t kEacem = 0x00000028;
 constexpr std::uint32_t kNorDig = 0x00000029;
 constexpr std::uint32_t kNewZealand = 0x00000037;
+constexpr std::uint32_t kYouSee = 0x00000031;
 constexpr std::uint32_t kCiPlus = 0x00000040;
+constexpr std::uint32_t kCanalCyfrowy = 0x000000A5;
+constexpr std::uint32_t kRcsRds = 0x000001A0;
 constexpr std::uint32_t kEutelsat = 0x0000055F;
 constexpr std::uint32_t kGreece = 0x0000212C;
 constexpr std::uint32_t kUnitedKingdom = 0x0000233A;
 constexpr std::uint32_t kAustralia = 0x00003200;
 constexpr std::uint32_t kAustraliaAbc = 0x00003201;
 constexpr std::uint32_t kNds = 0x00006001;
+constexpr std::uint32_t kIrdeto = 0x00362275;
+constexpr std::uint32_t kVoo = 0x00564F4F;
 constexpr std::uint32_t kFreesat = 0x46534154;
 constexpr std::uint32_t kCuei = 0x43554549;  // "CUEI"
 
@@ -36,6 +42,14 @@ constexpr auto Channels14() {
 constexpr auto LogicalChannel(std::uint32_t specifier, unsigned tag) {
     return Descriptor(Under(specifier), tag, "logical_channel_descriptor", "IEC 62216-1",
                       Channels10());
+}
+constexpr auto OtherLogicalChannel(std::uint32_t specifier, unsigned tag) {
+    return Descriptor(Under(specifier), tag, "logical_channel_descriptor", "open decoders",
+                      Channels10());
+}
+constexpr auto YouSeeChannel(std::uint32_t specifier) {
+    return Descriptor(Under(specifier), 0x83, "yousee_logical_channel_descriptor", "open decoders",
+                      Channels14());
 }
 constexpr auto HdSimulcast(std::uint32_t specifier) {
     return Descriptor(Under(specifier), 0x88, "HD_simulcast_logical_channel_descriptor",
@@ -84,6 +98,15 @@ constexpr auto kDescriptors = Declare(
 
     LogicalChannel(kNewZealand, 0x83), LogicalChannel(kGreece, 0x83),
     LogicalChannel(kAustralia, 0x83), LogicalChannel(kAustraliaAbc, 0x83),
+
+    // One open decoder each says these.
+    OtherLogicalChannel(kCanalCyfrowy, 0x83), OtherLogicalChannel(kVoo, 0x83),
+    OtherLogicalChannel(kNumericable, 0xB0), OtherLogicalChannel(kNumericable + 1, 0xB0),
+    OtherLogicalChannel(kNumericable + 2, 0xB0), OtherLogicalChannel(kNumericable + 3, 0xB0),
+    OtherLogicalChannel(kRcsRds, 0x86), OtherLogicalChannel(kIrdeto, 0x93),
+    YouSeeChannel(0x00000083), YouSeeChannel(0xFCFCFCFC),
+    Descriptor(Under(kYouSee), 0x82, "yousee_channel_number_descriptor", "open decoders",
+               Loop("services", U16("service_id"), U16("channel_number"))),
 
     Descriptor(Under(kNorDig), 0x83, "nordig_logical_channel_descriptor_v1",
                "NorDig Unified 12.2.9.2", Channels14()),

@@ -98,6 +98,58 @@ TEST(BuildingBlocks, DigitsThatAreNoneStayHexadecimal) {
         DescriptorJson("440b 0375000a fff2 03 0052740f").find(R"("frequency_hz":"0375000a")"));
 }
 
+TEST(BuildingBlocks, FieldsOfAnEarlierChoiceSaidAgain) {
+    EXPECT_EQ(R"({"tag":50,"name":"J2K_video_descriptor","extended_capability_flag":false,)"
+              R"("profile_and_level":256,"horizontal_size":1920,"vertical_size":1080,)"
+              R"("max_bit_rate":80000000,"max_buffer_size":1000,"DEN_frame_rate":1,)"
+              R"("NUM_frame_rate":25,"color_specification":3,"still_mode":false,)"
+              R"("interlaced_video":true})",
+              DescriptorJson("3218 0100 00000780 00000438 04c4b400 000003e8 0001 0019 03 7f"));
+    const std::string extended = DescriptorJson(
+        "3237 8100 00000780 00000438 04c4b400 000003e8 0001 0019 a0 3f 090e09 ff"
+        "040087 000102030405060708090a0b0c0d0e0f1011121314151617");
+    EXPECT_NE(std::string::npos,
+              extended.find(R"("video_full_range_flag":true,"strp_max_idx":4,"strp_height":135,)"
+                            R"("mastering_display_metadata":"000102030405060708090a0b0c0d0e0f)"
+                            R"(1011121314151617"})"))
+        << extended;
+}
+
+TEST(BuildingBlocks, ZeroBitsBetweenFields) {
+    EXPECT_EQ(R"({"tag":63,"name":"JXS_video_descriptor","extension_tag":20,)"
+              R"("descriptor_version":0,"horizontal_size":1920,"vertical_size":1080,"brat":500,)"
+              R"("interlace_mode":1,"framerate_DEN":2,"framerate_DEN_name":"1.001",)"
+              R"("framerate_NUM":30,"valid_flag":true,"sample_bitdepth":9,"sampling_structure":1,)"
+              R"("Ppih":4,"level":5,"sublevel":6,"max_buffer_size":7,"buffer_model_type":2,)"
+              R"("colour_primaries":1,"transfer_characteristics":1,"matrix_coefficients":1,)"
+              R"("video_full_range_flag":false,"still_mode":false})",
+              DescriptorJson("3f1e 14 00 0780 0438 000001f4 42 00 001e 80 91 0004 05 06 00000007"
+                             "02 010101 7f 00"));
+}
+
+TEST(BuildingBlocks, FieldsThatHaveToFillTheirDescriptor) {
+    // TS 102 772: nine bytes behind time_slice_fec_id 1
+    EXPECT_EQ(R"({"tag":119,"name":"time_slice_fec_identifier_descriptor","time_slicing":true,)"
+              R"("mpe_fec":0,"mpe_fec_name":"not used","frame_size":3,"max_burst_duration":4,)"
+              R"("max_average_rate":7,"max_average_rate_name":"2048 kbit/s",)"
+              R"("time_slice_fec_id":1,"T_code":1,"T_code_name":"Raptor","G_code":2,"R":3,)"
+              R"("C":191,"B":8,"S":1,"D":2,"EP":4,"max_average_rate_over_B":9})",
+              DescriptorJson("770c 9b 04 71 57 03 05ff 08 01 02 04 09"));
+    EXPECT_NE(std::string::npos,
+              DescriptorJson("7704 9b 04 71 57").find(R"("id_selector_byte":"57")"));
+}
+
+TEST(BuildingBlocks, CountsSideBySide) {
+    Options isdb;
+    isdb.standard = Standard::kIsdb;
+    EXPECT_EQ(R"({"tag":206,"name":"extended_broadcaster_descriptor","broadcaster_type":1,)"
+              R"("broadcaster_type_name":"terrestrial television",)"
+              R"("terrestrial_broadcaster_id":32736,"affiliations":[{"affiliation_id":5}],)"
+              R"("broadcasters":[{"original_network_id":4,"broadcaster_id":17},)"
+              R"({"original_network_id":4,"broadcaster_id":18}]})",
+              DescriptorJson("ce0b 1f 7fe0 12 05 0004 11 0004 12", isdb));
+}
+
 TEST(BuildingBlocks, TimesAndOffsets) {
     // EN 300 468 annex C: MJD 0xE35A is 2018-03-25
     EXPECT_EQ(R"({"tag":88,"name":"local_time_offset_descriptor","offsets":[)"
@@ -224,6 +276,26 @@ TEST(BuildingBlocks, PrivateTagsNeedTheirSpecifier) {
               DescriptorJson("8304 0003 ffff", nordig));
     EXPECT_NE(std::string::npos,
               DescriptorJson("8304 0203 fc0d").find("logical_channel_descriptor under 0x00000028"));
+    const auto under = [](std::uint32_t specifier, std::string_view hex) {
+        Options options;
+        options.specifier = specifier;
+        return DescriptorJson(hex, options);
+    };
+    const auto channel = [](const std::string& json, const char* field) {
+        return json.find("\"" + std::string(field) + "\":13") != std::string::npos;
+    };
+    for (const std::uint32_t specifier : {0xA5u, 0x564F4Fu}) {
+        EXPECT_TRUE(channel(under(specifier, "8304 0203 fc0d"), "logical_channel_number"));
+    }
+    for (const std::uint32_t specifier : {0x20u, 0x21u, 0x22u, 0x23u}) {
+        EXPECT_TRUE(channel(under(specifier, "b004 0203 fc0d"), "logical_channel_number"));
+    }
+    EXPECT_TRUE(channel(under(0x1A0, "8604 0203 fc0d"), "logical_channel_number"));
+    EXPECT_TRUE(channel(under(0x362275, "9304 0203 fc0d"), "logical_channel_number"));
+    for (const std::uint32_t specifier : {0x83u, 0xFCFCFCFCu}) {
+        EXPECT_TRUE(channel(under(specifier, "8304 0203 c00d"), "logical_channel_number"));
+    }
+    EXPECT_TRUE(channel(under(0x31, "8204 0203 000d"), "channel_number"));
 }
 
 TEST(BuildingBlocks, ASpecifierCountsToTheNextOneOrTheEndOfItsLoop) {
