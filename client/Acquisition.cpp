@@ -17,7 +17,7 @@ using TORVEL_MW::ISectionObserver;
 
 namespace {
 
-// Names each sub-table of a kind that is told apart by one id and was never complete.
+// Appends an entry for each sub-table that was never complete. The key of `Reader` is one id.
 template <class Reader>
 void NameUnfinished(const Reader& reader, Missing::What what, std::vector<Missing>& missing) {
     for (auto& [id, sections] : reader.Unfinished()) {
@@ -116,7 +116,8 @@ bool Acquisition::FoundNewPid() const {
 }
 
 bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
-    // A look takes as long as what was found is large; news can come with every section.
+    // Looking takes time in proportion to the tables, and every section may complete one: without
+    // this pause a large multiplex would be looked at all the time.
     constexpr std::chrono::milliseconds kBetweenLooks{50};
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     unsigned long seen = 0;
@@ -128,7 +129,7 @@ bool Acquisition::WaitUntilComplete(std::chrono::milliseconds timeout) {
             complete_ = std::move(found);
             return true;
         }
-        // News that never end must not carry the wait past its time.
+        // Tested here too, because the wait below returns at once as long as tables keep coming.
         if (std::chrono::steady_clock::now() >= deadline) {
             return true;
         }
@@ -267,8 +268,9 @@ void Acquisition::FillConditionalAccess(Multiplex& multiplex) const {
 }
 
 void Acquisition::FillServices(Multiplex& multiplex) const {
-    // The SDT of this transport stream, should there be others under the same table_id. Where no
-    // section of it came, any SDT counts: a multiplexer may renumber only the PAT.
+    // The SDT with the PAT's transport_stream_id is taken, even if there are others of the same
+    // table_id. If no section of it came, another one is taken, because some multiplexers change
+    // the transport_stream_id in the PAT only.
     const auto sdts = sdts_.Whole();
     const auto unfinished = sdts_.Unfinished();
     const auto isOwn = [&multiplex](const auto& sdt) {
@@ -300,7 +302,8 @@ void Acquisition::FillNetworks(Multiplex& multiplex) const {
     const auto actualNits = actualNits_.Whole();
     const bool isAnnounced = (multiplex.pat && multiplex.pat->networkPid) ||
                              tvservice::SoftwarePlatform::Instance().Seen(kNitPid);
-    // Networks of a PID whose filter was refused are missing even if those of another PID came.
+    // NITs can come on several PIDs: 0x0010 and those that PATs name. If a filter on one of them
+    // was refused, a NIT is missing, even if another PID brought one.
     if (WasRefused(kNitActualTableId) ||
         (actualNits.empty() && actualNits_.Unfinished().empty() && isAnnounced)) {
         multiplex.missing.push_back({.what = Missing::kNitActual});
@@ -332,7 +335,7 @@ void Acquisition::FillBouquets(Multiplex& multiplex) const {
 
 void Acquisition::FillEvents(Multiplex& multiplex) const {
     const auto eits = eits_.Whole();
-    // By service, the sections that are missing.
+    // The missing section_numbers of each service; no value when nothing of its EIT came.
     std::map<EitTable::Key, std::optional<std::vector<unsigned char>>> missing;
     for (const Service& service : *multiplex.services) {
         const EitTable::Key key{service.originalNetworkId, service.transportStreamId,

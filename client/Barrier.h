@@ -5,19 +5,19 @@
 namespace client {
 
 /// Answers the software platform's barrier (`tvservice::kBarrierPid`) on the section manager's
-/// event thread. While one exists, the platform goes on past a barrier only when every section
-/// delivered before it has been handled by its observer.
+/// event thread. While an object of this class exists, the platform continues after a barrier only
+/// when the observers have handled every section that was delivered before it.
 ///
-/// There should be one at a time, because the platform goes on after the first answer. Make it
-/// before `SoftwarePlatform::Play` and destroy it after `WaitEnd`, when nothing plays.
+/// Use one at a time, because the platform continues after the first answer. Make it before
+/// `SoftwarePlatform::Play` and destroy it after `WaitEnd`, when nothing plays.
 class Barrier : public TORVEL_MW::ISectionObserver {
   public:
     Barrier();
     ~Barrier() override;
-    /// Whether its filter is set. Otherwise the platform asks nobody, and waits for nobody.
+    /// Whether its filter is set. If it is not, the platform does not wait at barriers.
     bool Works() const { return subscription_ != 0; }
 
-    /// Releases the filter. Sections that are queued already still arrive.
+    /// Releases the filter. A section whose delivery has begun may still arrive after this.
     void Unsubscribe();
 
     Barrier(const Barrier&) = delete;

@@ -7,7 +7,7 @@
 
 namespace client {
 
-/// BATs, for `SubTableReader`.
+/// How `SubTableReader` reads BATs.
 struct BatTable {
     using Key = unsigned int;  // bouquet_id
     using Snapshot = Bouquet;

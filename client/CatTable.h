@@ -7,9 +7,9 @@
 
 namespace client {
 
-/// The CAT, for `SubTableReader`: its CA_system_IDs, ascending.
+/// How `SubTableReader` reads the CAT: its CA_system_IDs, ascending.
 struct CatTable {
-    using Key = int;  // there is one
+    using Key = int;  // always 0: a multiplex has one CAT
     using Snapshot = std::vector<unsigned int>;
 
     static Key KeyOf(unsigned short, const unsigned char*, unsigned short) { return 0; }

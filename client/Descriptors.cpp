@@ -4,8 +4,8 @@ namespace client {
 
 namespace {
 
-// How a descriptor is packed: these flags, its tag, its size in two bytes, then what the flags
-// announce (the specifier in four bytes, the recorded extension in one), then its data.
+// A packed descriptor: one byte of these flags, its tag, its size in two bytes, the specifier in
+// four bytes if flagged, the recorded extension in one byte if flagged, its data.
 constexpr unsigned char kHasSpecifier = 1;
 constexpr unsigned char kHasExtension = 2;
 constexpr std::size_t kSpecifierSize = 4;

@@ -7,19 +7,19 @@
 
 namespace client {
 
-/// Whole bytes of something, as broadcast.
+/// Bytes as broadcast.
 using Bytes = std::vector<unsigned char>;
 
-/// One descriptor of a list: borrows the list's bytes.
+/// One descriptor of a list. It borrows the list's bytes: a change of the list makes it invalid.
 struct Descriptor {
     unsigned char tag;
-    std::optional<unsigned int> privateDataSpecifier;  ///< the one in force
+    std::optional<unsigned int> privateDataSpecifier;  ///< the latest one before it in its loop
     std::optional<unsigned char> recordedExtension;    ///< extendedTag of the SI layer's record
     const unsigned char* data;                         ///< tag and length bytes first
     std::size_t size;
 
-    /// descriptor_tag_extension (ETSI EN 300 468 6.2.16) of an extension descriptor; nothing of
-    /// others, and of one too short to have it.
+    /// descriptor_tag_extension (ETSI EN 300 468 6.2.16) of an extension descriptor; no value for
+    /// other descriptors, or when the descriptor is too short to have it.
     std::optional<unsigned char> TagExtension() const {
         constexpr unsigned char kExtensionTag = 0x7F;
         constexpr std::size_t kAt = 2;
@@ -28,8 +28,9 @@ struct Descriptor {
     }
 };
 
-/// The descriptors of a loop, in its order. A loop may hold a descriptor in every two bytes, so
-/// they are kept one behind the other in a single block, a few bytes more than were broadcast.
+/// The descriptors of a loop, in loop order. A descriptor may be as short as two bytes, so an
+/// object for each would take many times the memory of the broadcast. All are packed into one block
+/// instead, with a few bytes more for each.
 class DescriptorList {
   public:
     class Iterator {
@@ -50,11 +51,12 @@ class DescriptorList {
         const unsigned char* at_;
     };
 
-    /// Appends a copy. The size must be below 65536; a descriptor has 257 bytes at most.
+    /// Appends a copy of one descriptor; its size must be below 65536. A broadcast descriptor has
+    /// at most 257 bytes.
     void Add(const Descriptor& descriptor);
     void Append(const DescriptorList& others);
 
-    /// Gives back memory that was kept for descriptors to come.
+    /// Frees memory that is reserved for more descriptors.
     void ShrinkToFit() { packed_.shrink_to_fit(); }
 
     Iterator begin() const { return Iterator(packed_.data()); }

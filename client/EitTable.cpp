@@ -14,7 +14,7 @@
 namespace client {
 
 EitTable::Key EitTable::KeyOf(unsigned short, const unsigned char* data, unsigned short length) {
-    // ETSI EN 300 468 5.2.4: transport_stream_id and original_network_id behind the header
+    // ETSI EN 300 468 5.2.4: transport_stream_id and original_network_id follow the header
     if (length < 12) {
         return {0, 0, SectionHeader(data).tableIdExtension};
     }
@@ -46,8 +46,8 @@ std::optional<EventTable> EitTable::Read(unsigned short pid, Sections& sections)
             event.start = tvservice::DecodeTime(coded.StartTime());
             event.duration = tvservice::DecodeDuration(coded.Duration());
             event.runningStatus = static_cast<std::uint8_t>(coded.RunningStatus());
-            // The SI layer gives the descriptors of the first event. The standard allows no other,
-            // but broadcasts have them.
+            // The SI layer returns the descriptors of the first event only. A present/following
+            // section should have no more than one event, but some broadcasts have several.
             if (index == 0) {
                 std::vector<TORVEL_MW::IEITParser::EITDescriptor> saved;
                 parser->GetDescriptors(table.originalNetworkId, table.transportStreamId,

@@ -8,7 +8,7 @@
 
 namespace client {
 
-/// EITs present/following of the actual transport stream, for `SubTableReader`.
+/// How `SubTableReader` reads EITs present/following of the actual transport stream.
 struct EitTable {
     // original_network_id, transport_stream_id, service_id
     using Key = std::tuple<unsigned int, unsigned int, unsigned int>;
@@ -16,7 +16,8 @@ struct EitTable {
 
     static Key KeyOf(unsigned short pid, const unsigned char* data, unsigned short length);
 
-    /// Reads any sections of one sub-table: each says all about the events in it.
+    /// Reads one or more sections of a sub-table. It does not need all of them, because each
+    /// section describes its own events in full.
     static std::optional<Snapshot> Read(unsigned short pid, Sections& sections);
 };
 

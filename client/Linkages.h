@@ -10,8 +10,8 @@
 
 namespace client {
 
-/// The SSU linkages of a snapshot of the SI layer (`INITInstance`, `IBATInstance`), each once:
-/// broadcasters repeat them in every section.
+/// The SSU linkages of a snapshot of the SI layer (`INITInstance`, `IBATInstance`). Broadcasters
+/// may repeat a linkage in every section; the result has each once.
 template <class Instance>
 std::vector<SsuLinkage> SsuLinkagesOf(Instance& instance) {
     constexpr unsigned int kAnyOui = 0xFFFFFFFF;
@@ -28,7 +28,7 @@ std::vector<SsuLinkage> SsuLinkagesOf(Instance& instance) {
     return linkages.Release();
 }
 
-/// The SSU scan linkages of a snapshot, each once.
+/// The SSU scan linkages of a snapshot. The result has each once.
 template <class Instance>
 std::vector<SsuScanLinkage> SsuScanLinkagesOf(Instance& instance) {
     std::vector<std::unique_ptr<TORVEL_MW::ISSUScanLinkageDesc>> descs;

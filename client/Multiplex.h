@@ -81,7 +81,7 @@ struct Service {
     DescriptorList descriptors;
 };
 
-/// What the service descriptor of a service says; nothing without one.
+/// The fields of a service's service descriptor; without the descriptor they have no value.
 struct ServiceName {
     std::optional<std::string> name, provider;  ///< UTF-8
     std::optional<unsigned int> serviceType;
@@ -98,7 +98,7 @@ struct Event {
     DescriptorList descriptors;
 };
 
-/// What the first short event descriptor of an event says; nothing without one.
+/// The fields of an event's first short event descriptor; without one they have no value.
 struct EventText {
     std::optional<std::string> name, text;  ///< UTF-8
     std::optional<std::string> language;    ///< ISO 639 code
@@ -118,9 +118,9 @@ struct SsuLinkage {
     auto operator<=>(const SsuLinkage&) const = default;
 };
 
-/// A place whose NIT or BAT lists such services.
+/// A service whose transport stream has a NIT or BAT that lists software updates.
 struct SsuScanLinkage {
-    bool isNit;  ///< else a BAT
+    bool isNit;  ///< true: the NIT lists them; false: the BAT
     unsigned int originalNetworkId, transportStreamId, serviceId;
     auto operator<=>(const SsuScanLinkage&) const = default;
 };
@@ -164,27 +164,28 @@ struct Missing {
     enum What { kPat, kCat, kPmt, kSdt, kNitActual, kNitOther, kBat, kEit, kRestOfInput };
     What what;
 
-    /// As far as they are known and the table has them: PID and number of the program (PMT),
-    /// network_id, bouquet_id, or service_id (EIT) in `id`.
+    /// The identity of the table; no value where it is unknown or where the table has none. `pid`
+    /// is of a PMT. `id` is the program_number of a PMT, the network_id of a NIT, the bouquet_id of
+    /// a BAT, the service_id of an EIT.
     std::optional<unsigned int> pid = {};
     std::optional<unsigned int> originalNetworkId = {}, transportStreamId = {};
     std::optional<unsigned int> id = {};
 
-    /// The section_numbers that never came, ascending. Empty: all sections came, and they make no
-    /// valid table. Nothing: no section came at all, or the receiver refused the filter.
+    /// The section_numbers that never came, ascending. Empty: all sections came, but they make no
+    /// valid table. No value: no section came, or the receiver refused the filter.
     std::optional<std::vector<unsigned char>> sections = {};
 };
 
-/// What a scan found: values with no connection to the scanner; tables are shared, and never
-/// change. Lists ascend by their ids (of networks with one id the actual comes first); loops keep
-/// the order of the broadcast. Never null.
+/// The result of a scan. It stays valid without the scanner. Copies share the tables, which never
+/// change; no pointer is null. Lists ascend by id; of two networks with the same id the actual one
+/// comes first. Loops keep the order of the broadcast.
 struct Multiplex {
     bool complete = false;         ///< nothing is missing
     std::vector<Missing> missing;  ///< by kind of table, then by id
     InputFacts input = {};
     std::vector<tvservice::CounterValue> counters;
-    std::vector<tvservice::CounterValue>
-        faults;  ///< injected on purpose; empty: none were asked for
+    /// The faults that were injected on purpose; empty when none were asked for.
+    std::vector<tvservice::CounterValue> faults;
     std::optional<Pat> pat;
     std::optional<std::vector<unsigned int>> caSystemIds;  ///< of the CAT, ascending
     std::vector<std::shared_ptr<const Program>> programs;
@@ -192,7 +193,7 @@ struct Multiplex {
         std::make_shared<const std::vector<Service>>();
     std::vector<std::shared_ptr<const EventTable>> events;
 
-    /// Those of which sections are missing. They come in `events` too, by service_id like all.
+    /// The tables of `events` of which sections are missing.
     std::set<std::shared_ptr<const EventTable>> partialEvents;
 
     std::vector<std::shared_ptr<const Network>> networks;

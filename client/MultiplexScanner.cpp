@@ -15,11 +15,11 @@ namespace client {
 
 namespace {
 
-/// Reading a smaller input to its end takes no longer than stopping in the middle of it.
+/// The first pass reads an input below this size to its end. Stopping early would save no time.
 constexpr std::uint64_t kLargeInput = std::uint64_t{8} << 20;  // bytes
 
-/// Keeps something to the end of the process: after an interruption sections may still be on their
-/// way to it.
+/// Keeps an object to the end of the process, because after an interruption the event thread may
+/// still deliver sections to it.
 void KeepForever(std::shared_ptr<void> object) {
     static std::mutex mutex;
     static auto& kept = *new std::vector<std::shared_ptr<void>>;
@@ -35,8 +35,8 @@ struct MultiplexScanner::Impl {
     std::shared_ptr<Acquisition> acquisition;  // guarded by mutex; it locks for itself
     int passes = 0;                            // guarded by mutex
 
-    // Waits for something in a pass that makes the rest of it needless; false when Unsubscribe ends
-    // the wait.
+    // Waits until a pass has found enough. Returns true when the rest of the pass is not needed,
+    // false when Unsubscribe ended the wait.
     using Wait = std::function<bool(Acquisition&)>;
 
     static Wait UntilComplete(std::optional<std::chrono::milliseconds> timeout) {
@@ -46,8 +46,8 @@ struct MultiplexScanner::Impl {
         return [timeout](Acquisition& pass) { return pass.WaitUntilComplete(*timeout); };
     }
 
-    // One pass; `earlier` may be null. It ends early, and as at the end of the input, when `enough`
-    // answers true; unless it is empty.
+    // Makes one pass. `earlier` may be null, and `enough` may be empty. When `enough` returns true,
+    // the pass is interrupted and ends with `kEndOfInput`.
     tvservice::InputEnd Pass(const tvservice::SourcePtr& source,
                              tvservice::PlayOptions::Reading reading, Barrier& barrier,
                              Acquisition::Extent extent, const Acquisition* earlier,
@@ -64,12 +64,12 @@ struct MultiplexScanner::Impl {
         tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
         tvservice::InputEnd end{tvservice::InputEnd::kFailed,
                                 tvservice::Describe(*source).name + ": cannot be played"};
-        bool isOurs = false;
+        bool hasEnough = false;
         if (barrier.Works() && !pass->OutOfIds() && platform.Play(source, options)) {
             std::thread watch;
             if (enough) {
                 watch = std::thread([&] {
-                    isOurs = enough(*pass);
+                    hasEnough = enough(*pass);
                     platform.Interrupt();
                 });
             }
@@ -84,7 +84,7 @@ struct MultiplexScanner::Impl {
         const bool isServed = barrier.Works() && !pass->OutOfIds();
         if (end.reason == tvservice::InputEnd::kInterrupted) {
             KeepForever(std::move(pass));
-            if (isOurs) {
+            if (hasEnough) {
                 end.reason = tvservice::InputEnd::kEndOfInput;
             }
         }
@@ -106,9 +106,9 @@ struct MultiplexScanner::Impl {
             passes = 0;
         }
         if (info.live) {
-            // A file that is looped or followed does not run ahead of its reader, and may hold a
-            // PMT only once. So the filters that a PAT asks for must be set before the next packet,
-            // as with a pipe.
+            // A looped or followed file waits for its reader, and may hold a PMT only once. So it
+            // is read in lock-step like a pipe: the filters that a PAT asks for are set before the
+            // next packet.
             const auto reading =
                 info.rewindable ? PlayOptions::kLockStep : PlayOptions::kFreeRunning;
             return Pass(source, reading, barrier, Acquisition::kAll, nullptr,
@@ -118,9 +118,9 @@ struct MultiplexScanner::Impl {
             return Pass(source, PlayOptions::kLockStep, barrier, Acquisition::kAll, nullptr,
                         UntilComplete(timeout));
         }
-        // Most inputs name all their PIDs in the first PAT. Where a later one names another, all
-        // is read anew, PATs to the end first. Faults on purpose go by what was read before them:
-        // so that they are the same again, every pass is whole.
+        // Most inputs name all their PIDs in the first PAT. If a later PAT names another one, both
+        // passes are made again, without ending early. Where injected faults happen depends on
+        // what was read before, so with faults no pass may end early.
         const bool isLarge = info.size >= kLargeInput;
         if (isLarge && tvservice::SoftwarePlatform::Instance().FaultCounts().empty()) {
             const tvservice::InputEnd end =
@@ -134,9 +134,9 @@ struct MultiplexScanner::Impl {
         return BothPasses(source, barrier, {}, {});
     }
 
-    // The PIDs first, then all.
+    // Makes the pass that collects the PIDs, then the pass that reads all tables.
     tvservice::InputEnd BothPasses(const tvservice::SourcePtr& source, Barrier& barrier,
-                                   const Wait& enoughPats, const Wait& inVain) {
+                                   const Wait& enoughPats, const Wait& mustRepeat) {
         using tvservice::PlayOptions;
         tvservice::InputEnd end = Pass(source, PlayOptions::kFreeRunning, barrier,
                                        Acquisition::kPatOnly, nullptr, enoughPats);
@@ -145,7 +145,7 @@ struct MultiplexScanner::Impl {
         }
         const std::shared_ptr<Acquisition> first = Current();
         return Pass(source, PlayOptions::kFreeRunning, barrier, Acquisition::kAll, first.get(),
-                    inVain);
+                    mustRepeat);
     }
 
     std::shared_ptr<Acquisition> Current() const {
@@ -164,8 +164,8 @@ tvservice::InputEnd MultiplexScanner::Scan(const tvservice::SourcePtr& source,
     auto barrier = std::make_shared<Barrier>();
     tvservice::InputEnd end = impl_->Scan(source, timeout, *barrier);
     barrier->Unsubscribe();
-    // If another client of this process answers barriers too, a section for this one may still be
-    // queued.
+    // Another client of this process may have answered a barrier first. Then a section for this
+    // object may still be on its way, so the object must live on.
     KeepForever(std::move(barrier));
     return end;
 }

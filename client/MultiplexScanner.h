@@ -20,33 +20,40 @@ class MultiplexScanner {
     MultiplexScanner(const MultiplexScanner&) = delete;
     MultiplexScanner& operator=(const MultiplexScanner&) = delete;
 
-    /// Plays the source to its end and returns how it ended; after anything but `kEndOfInput` the
-    /// result is what was acquired until then.
+    /// Plays the source to its end, and waits for that.
     ///
-    /// What can be rewound is played twice: the first pass collects the PIDs that PATs name, so
-    /// that in the second, the one that counts, all subscriptions are in force from the first
-    /// packet on. In a large input the first pass ends with the first PAT; should a later one name
-    /// another PID in the second pass, both are made again, and then the first goes to the end.
-    /// What cannot be rewound is played once, in lock-step: the PMT filters that a PAT asks for are
-    /// in force from the next packet on. Either way the result depends neither on read sizes nor on
-    /// thread timing.
+    /// A source that can be rewound is played twice. The first pass collects the PIDs that the PATs
+    /// name. In the second pass all filters are set from the first packet on; its result is the
+    /// result of the scan. In a large input the first pass ends with the first PAT. If a later PAT
+    /// names another PID during the second pass, both passes are made again, and this time the
+    /// first one goes to the end.
     ///
-    /// A process can make 65535 subscriptions (kLastServedId), and a scan makes a few for each
-    /// program: a scan that finds none left fails.
+    /// A source that cannot be rewound is played once, in lock-step: the PMT filters that a PAT
+    /// asks for are set before the next packet is read. In both cases the result depends neither on
+    /// the sizes of reads nor on the timing of threads.
     ///
-    /// What is live is played until the multiplex is complete or `timeout` has passed
-    /// (kDefaultTimeout if none is given), and then interrupted: the end is `kEndOfInput` in both
-    /// cases. What is not live but cannot be rewound either is played like that if there is a
-    /// `timeout`, to its end otherwise.
+    /// A live source is played until nothing is missing or until `timeout` has passed, and is then
+    /// interrupted; the end is `kEndOfInput` in both cases. A source that is not live and cannot be
+    /// rewound is played in this way if a `timeout` is given, otherwise to its end.
+    ///
+    /// A process can make 65535 subscriptions (kLastServedId), and a scan makes several for each
+    /// program. A scan for which too few are left fails.
+    ///
+    /// @param source   not null
+    /// @param timeout  for a live source kDefaultTimeout when none is given
+    /// @return how the source ended. After anything but `kEndOfInput` the result holds what was
+    ///         acquired until then
     tvservice::InputEnd Scan(const tvservice::SourcePtr& source,
                              std::optional<std::chrono::milliseconds> timeout = {});
 
     static constexpr std::chrono::seconds kDefaultTimeout{30};
 
-    /// Which pass over the source this is, from 1 on; 0 before. On any thread.
+    /// The number of the pass that is being made or was made last, from 1; 0 before the first one.
+    /// May be called on any thread.
     int Pass() const;
 
-    /// What the last scan found. May be called on any thread, also while scanning.
+    /// What the last scan found, or what the current one has found so far. May be called on any
+    /// thread.
     Multiplex Result() const;
 
   private:

@@ -49,7 +49,8 @@ std::optional<Network> ReadNetwork(bool isActual, unsigned short pid, Sections& 
         const TCDVBItemMux& mux =
             *platformInstance.DVBItemMuxOfIndex(static_cast<unsigned int>(index));
         TransportStream stream{mux.OriginalNetworkId(), mux.TransportStreamId(), {}};
-        // Entries of the same transport stream share their delivery descriptors in the SI layer.
+        // When a NIT lists a transport stream twice, the SI layer returns the delivery systems of
+        // both entries together.
         if (!seen.emplace(stream.originalNetworkId, stream.transportStreamId).second) {
             continue;
         }

@@ -7,7 +7,7 @@
 
 namespace client {
 
-/// NITs, for `SubTableReader`: of the actual network, or of others.
+/// How `SubTableReader` reads NITs: those of the actual network, or those of other networks.
 template <bool isActual>
 struct NitTable {
     using Key = unsigned int;  // network_id

@@ -10,8 +10,8 @@
 namespace client {
 
 std::optional<Pat> PatTable::Read(unsigned short pid, Sections& sections) {
-    // The SI layer's parser answers what its interface offers; the platform's, fed the same
-    // sections, the rest. So in the other tables.
+    // The SI layer's interface does not offer all fields. The others come from a platform parser
+    // that gets the same sections. The other tables are read in the same way.
     const auto parser = TORVEL_MW::IPATParser::CreatePATParser();
     TCPATParser platformParser(TVSHandle(1, 0));
     parser->Initialize();

@@ -7,9 +7,9 @@
 
 namespace client {
 
-/// The PAT, for `SubTableReader`.
+/// How `SubTableReader` reads the PAT.
 struct PatTable {
-    using Key = int;  // there is one
+    using Key = int;  // always 0: a multiplex has one PAT
     using Snapshot = Pat;
 
     static Key KeyOf(unsigned short, const unsigned char*, unsigned short) { return 0; }

@@ -19,7 +19,8 @@ namespace {
 constexpr unsigned int kAny = 0xFFFFFFFF;
 constexpr unsigned long kNoCarousel = 0xFFFFFFFF;
 constexpr int kCaTag = 0x09;
-// ISO/IEC 13818-1 2.4.4.9 has one. The SI layer adds the offers of all sections with each.
+// ISO/IEC 13818-1 2.4.4.9 allows one section. With each section the SI layer adds the offers of all
+// sections again, so that time and memory grow with the square of their number.
 constexpr std::size_t kMostSections = 16;
 
 }  // namespace
@@ -65,7 +66,7 @@ std::optional<Program> PmtTable::Read(unsigned short pid, Sections& sections) {
             *instance->PMTElementary(static_cast<unsigned int>(index));
         stream.streamType = platformStream.StreamType();
         program.hasCaDescriptor |= platformStream.NumOfDescriptors(kCaTag) > 0;
-        // ETSI EN 300 468 6.2.31: a specifier holds to the end of its loop.
+        // ETSI EN 300 468 6.2.31: a private data specifier applies until the end of its loop.
         specifier.reset();
         for (int d = 0; d < platformStream.NumOfDescriptors(); ++d) {
             AddBroadcast(*platformStream.DescriptorByIndex(static_cast<unsigned int>(d)), specifier,
@@ -96,7 +97,7 @@ std::optional<Program> PmtTable::Read(unsigned short pid, Sections& sections) {
     }
     std::list<std::unique_ptr<TORVEL_MW::ISSUInfo>> infos;
     parser->GetSSUInfo(number, kAny, infos);
-    Distinct<SsuStream> ssu;  // each section of a PMT brings the offers of those before it again
+    Distinct<SsuStream> ssu;  // with each section the SI layer repeats the offers of those before
     for (const auto& info : infos) {
         unsigned short ssuPid = 0;
         info->GetPID(ssuPid);

@@ -8,7 +8,7 @@
 
 namespace client {
 
-/// PMTs, for `SubTableReader`.
+/// How `SubTableReader` reads PMTs.
 struct PmtTable {
     using Key = std::pair<unsigned int, unsigned int>;  // PID, program_number
     using Snapshot = Program;

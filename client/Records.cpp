@@ -20,7 +20,7 @@ Bytes BytesOf(TCBaseDesc& desc) {
 
 DescriptorList SavedDescriptors(unsigned char* loop, int length, unsigned char tableId) {
     constexpr unsigned char kExtensionTag = 0x7F;
-    constexpr std::size_t kExtensionSize = 3;  // the least of an extension descriptor
+    constexpr std::size_t kExtensionSize = 3;  // up to and including descriptor_tag_extension
     TCDescriptorHash hash;
     TCDescriptor(TVSHandle(1, 0)).Parse(loop, length, hash, tableId);
     DescriptorList saved;

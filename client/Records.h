@@ -26,8 +26,9 @@ std::string Utf8(const Bytes& text);
 /// not printable ASCII becomes a question mark.
 std::string LanguageOf(unsigned int code);
 
-/// Gives sections to a parser of the SI layer and, unless it is null, to one of the platform's, in
-/// the order of their numbers. False when one refuses a section.
+/// Gives sections, in the order of their numbers, to a parser of the SI layer and to a parser of
+/// the platform, which may be null.
+/// @return false when one of the parsers refuses a section; the rest is then not parsed
 template <class Parser>
 bool ParseAll(unsigned short pid, Sections& sections, Parser& parser,
               TCSectionParser* platformParser = nullptr) {
@@ -41,15 +42,15 @@ bool ParseAll(unsigned short pid, Sections& sections, Parser& parser,
     return true;
 }
 
-/// The descriptors of a loop that the SI layer does not save, as it would save them: without the
-/// private data specifiers, each with the latest one before it.
+/// Decodes a loop that the SI layer does not save, with the result that it would give: private data
+/// specifiers are left out, and each descriptor has the latest specifier before it.
 DescriptorList SavedDescriptors(unsigned char* loop, int length, unsigned char tableId);
 
-/// Appends a descriptor of a loop to a list, with the private data specifier in force. A private
-/// data specifier is appended too, and is in force from itself on.
+/// Appends a descriptor of a loop to a list, with the private data specifier `specifier`. A private
+/// data specifier descriptor is appended too, and becomes the new `specifier`.
 void AddBroadcast(TCBaseDesc& desc, std::optional<unsigned int>& specifier, DescriptorList& list);
 
-/// The saved descriptors of the SI layer.
+/// A list of the SI layer's saved descriptors.
 template <class Saved>
 DescriptorList ToDescriptors(const std::vector<Saved>& saved) {
     DescriptorList descriptors;
@@ -66,8 +67,8 @@ DescriptorList ToDescriptors(const std::vector<Saved>& saved) {
     return descriptors;
 }
 
-/// The platform's object of a class over the first descriptor of that tag; null when there is none
-/// or it is malformed.
+/// Decodes the first descriptor with that tag into an object of the platform's class `Desc`; null
+/// when there is none or it is malformed.
 template <class Desc>
 std::unique_ptr<Desc> FirstOf(const DescriptorList& descriptors, unsigned char tag) {
     for (const Descriptor& descriptor : descriptors) {
@@ -80,7 +81,7 @@ std::unique_ptr<Desc> FirstOf(const DescriptorList& descriptors, unsigned char t
     return nullptr;
 }
 
-/// Values in the order in which they came, each once.
+/// Collects values in the order in which they are added, and drops values that it has already.
 template <class Value>
 class Distinct {
   public:
@@ -96,13 +97,13 @@ class Distinct {
     std::vector<Value> values_;
 };
 
-/// The entries of an SSU record, ascending by OUI.
+/// The entries of a record of software updates, ascending by OUI.
 template <class Record>
 std::vector<SsuOffer> OffersOf(Record& record) {
     std::vector<SsuOffer> offers;
     std::list<unsigned int> ouis;
     record.GetOUIs(ouis);
-    ouis.unique();  // they ascend; the selector bytes of equal ones come together
+    ouis.unique();  // equal OUIs are neighbours, and one query returns the selectors of all of them
     for (const unsigned int oui : ouis) {
         std::vector<std::shared_ptr<std::vector<unsigned char>>> selectors;
         record.GetSelectorBytes(oui, selectors);

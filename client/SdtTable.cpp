@@ -14,7 +14,7 @@
 namespace client {
 
 SdtTable::Key SdtTable::KeyOf(unsigned short, const unsigned char* data, unsigned short length) {
-    // ETSI EN 300 468 5.2.3: original_network_id behind the header
+    // ETSI EN 300 468 5.2.3: original_network_id follows the header
     const unsigned int onid = length >= 10 ? static_cast<unsigned int>(data[8] << 8 | data[9]) : 0;
     return {onid, SectionHeader(data).tableIdExtension};
 }
@@ -23,8 +23,8 @@ std::optional<SdtTable::Snapshot> SdtTable::Read(unsigned short pid, Sections& s
     Snapshot services;
     std::map<unsigned short, std::size_t> places;  // of services, by service_id
     for (auto& section : sections) {
-        // With every section that it is given, the SI layer's parser reads all that it holds again.
-        // So each section gets parsers of its own.
+        // The SI layer's parser builds the records of all its sections anew with each section. To
+        // read each section only once, every section gets parsers of its own.
         const auto parser = TORVEL_MW::ISDTParser::CreateSDTParser();
         TCDVBSDTParser platformParser(kSdtActualTableId, TVSHandle(1, 0));
         parser->Initialize();
@@ -39,7 +39,8 @@ std::optional<SdtTable::Snapshot> SdtTable::Read(unsigned short pid, Sections& s
         for (int index = 0; index < instance.NumOfDVBSDTItemService(); ++index) {
             const TCDVBSDTItemService& item =
                 *instance.DVBSDTItemServiceOfIndex(static_cast<unsigned int>(index));
-            // Entries of the same service share their descriptors in the SI layer.
+            // When a section lists a service twice, the SI layer returns the descriptors of both
+            // entries together.
             if (!seen.insert(item.ServiceId()).second) {
                 continue;
             }

@@ -9,7 +9,7 @@
 
 namespace client {
 
-/// SDTs of the actual transport stream, for `SubTableReader`: their services, ascending by
+/// How `SubTableReader` reads SDTs of the actual transport stream: their services, ascending by
 /// service_id.
 struct SdtTable {
     using Key = std::pair<unsigned int, unsigned int>;  // original_network_id, transport_stream_id

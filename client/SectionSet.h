@@ -19,7 +19,7 @@ struct SectionHeader {
     bool currentNext;
     unsigned char sectionNumber, lastSectionNumber;
 
-    /// Of at least kSize bytes.
+    /// @param data  at least kSize bytes, table_id first; not kept
     explicit SectionHeader(const unsigned char* data)
         : tableId(data[0]),
           tableIdExtension(
@@ -29,7 +29,8 @@ struct SectionHeader {
           sectionNumber(data[6]),
           lastSectionNumber(data[7]) {}
 
-    /// Whether both are of one version of one sub-table.
+    /// Whether both headers belong to the same version of the same sub-table. Ids behind the header
+    /// are not compared.
     bool IsOfVersionOf(const SectionHeader& other) const {
         return tableId == other.tableId && tableIdExtension == other.tableIdExtension &&
                version == other.version && lastSectionNumber == other.lastSectionNumber;
@@ -39,16 +40,17 @@ struct SectionHeader {
 /// Sections by section_number, as broadcast.
 using Sections = std::map<unsigned char, std::vector<unsigned char>>;
 
-/// The sections that have come of one version of a sub-table.
+/// The sections of one version of a sub-table that have come so far.
 class SectionSet {
   public:
     /// @param first  the header of any of its sections
     explicit SectionSet(const SectionHeader& first) : header_(first) {}
 
-    /// Of the section that was given to the constructor.
+    /// The header that was given to the constructor.
     const SectionHeader& Header() const { return header_; }
 
-    /// Holds a section of this version, whose number is not above last_section_number.
+    /// Keeps a copy of a section, in place of an earlier one with its number. The section must be
+    /// of this version, and its number must not be above last_section_number.
     void Add(const unsigned char* data, std::size_t length);
 
     /// Whether the section with that number is held and has exactly these bytes.
@@ -56,18 +58,19 @@ class SectionSet {
 
     const Sections& Held() const { return sections_; }
 
-    /// The numbers of the sections that have to come before the sub-table is complete, ascending.
+    /// The numbers of the sections that are still needed for a complete sub-table, ascending.
     ///
-    /// All from 0 to last_section_number are needed. An EIT schedule (table_id 0x50 to 0x6F) comes
-    /// in segments of eight numbers, and those behind segment_last_section_number are not used
-    /// (ETSI EN 300 468 5.2.4): of each segment all up to the one that its newest section names. A
-    /// segment of which nothing came lacks at least its first section.
+    /// In most tables the sections 0 to last_section_number are needed. An EIT schedule (table_id
+    /// 0x50 to 0x6F) has segments of eight section_numbers, and in each segment only the numbers up
+    /// to segment_last_section_number are used (ETSI EN 300 468 5.2.4). The newest section of the
+    /// segment says that number; a number outside of the segment counts as the segment's end. Of a
+    /// segment of which nothing came, only the first section is listed.
     std::vector<unsigned char> Missing() const;
 
   private:
     SectionHeader header_;
     Sections sections_;
-    // By segment, the segment_last_section_number of the newest section of it.
+    // For each segment the segment_last_section_number of its newest section.
     std::array<unsigned char, 32> segmentLast_{};
 };
 

@@ -14,8 +14,9 @@
 
 namespace client {
 
-/// The bytes that a section has by its section_length (ISO/IEC 13818-1 2.4.4.11); 0 when fewer were
-/// delivered. Parsers are not told how many there are and would read beyond the end.
+/// The size of a section according to its section_length (ISO/IEC 13818-1 2.4.4.11), in bytes; 0
+/// when fewer bytes were delivered. Parsers get no length and rely on section_length, so they would
+/// read past the end of such a section.
 inline unsigned short WholeLength(const unsigned char* data, unsigned short delivered) {
     constexpr int kUpToSectionLength = 3;
     if (delivered < kUpToSectionLength) {
@@ -27,25 +28,25 @@ inline unsigned short WholeLength(const unsigned char* data, unsigned short deli
 
 /// Keeps the last complete current version of every sub-table of one kind.
 ///
-/// It collects the sections of a version and parses them when all have come (`SectionSet`), in the
-/// order of their numbers. A section that differs from the one that is held under its number begins
-/// the sub-table anew, whether its version_number changed or not. `Table` tells how the table is
-/// parsed; each table has one in a file of its own:
+/// It collects the sections of a version and, when all have come (`SectionSet`), parses them in the
+/// order of their numbers. A section that differs from the held one with the same number starts the
+/// sub-table from nothing, even if version_number has not changed. `Table` says how the table is
+/// parsed; each table has such a struct in a file of its own:
 ///
-///     using Key = ...;       // what tells sub-tables apart
-///     using Snapshot = ...;  // what is kept of one
+///     using Key = ...;       // identifies a sub-table
+///     using Snapshot = ...;  // the parsed content of one
 ///     static Key KeyOf(unsigned short pid, const unsigned char* data, unsigned short length);
 ///     static std::optional<Snapshot> Read(unsigned short pid, Sections& sections);
 ///
-/// `Read` parses the sections of one version, all of them. It answers nothing when a parser refuses
-/// one. A table that is asked for `Partial` must accept a single section as well.
+/// `Read` parses all sections of one version. It returns no value when a parser refuses one. If
+/// `Partial` is used, `Read` must accept a single section as well.
 ///
-/// Memory is bounded whatever the stream holds: a section beyond kMaxBytes of sections or
-/// kMaxSubTables is not taken. The first sub-table that loses a section this way counts as
-/// unfinished from then on. A complete version counts against kMaxBytes until another one has taken
-/// its place.
+/// Memory is bounded: a section that would exceed kMaxBytes of held sections or kMaxSubTables is
+/// dropped. The first sub-table that loses a section in this way counts as unfinished until a
+/// version of it is complete. The bytes of a complete version count until another complete version
+/// has replaced it.
 ///
-/// Sections come on the event thread; results may be asked for on any thread.
+/// Sections come on the event thread; the queries may be called on any thread.
 template <class Table>
 class SubTableReader : public TORVEL_MW::ISectionObserver {
   public:
@@ -56,7 +57,8 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
     static constexpr std::size_t kMaxBytes = std::size_t{4} << 20;
     static constexpr std::size_t kMaxSubTables = 4096;
 
-    /// @param onWhole  called on the event thread with each complete version; may be empty
+    /// @param onWhole  called on the event thread with each complete version, without a lock held;
+    ///                 may be empty
     explicit SubTableReader(std::function<void(const Snapshot&)> onWhole = {})
         : onWhole_(std::move(onWhole)) {}
 
@@ -115,8 +117,8 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
         return whole;
     }
 
-    /// The sub-tables of which sections came and no version was ever complete, and the numbers of
-    /// the sections that they lack. They lack none when a parser refused them.
+    /// The sub-tables that have sections but never had a complete version, with the numbers of the
+    /// missing sections. The list is empty when all sections came but `Read` returned no value.
     std::map<Key, std::vector<unsigned char>> Unfinished() const {
         std::lock_guard<std::mutex> lock(mutex_);
         std::map<Key, std::vector<unsigned char>> unfinished;
@@ -136,8 +138,8 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
         return unfinished;
     }
 
-    /// What the sections that came of unfinished sub-tables hold, each section by itself, by
-    /// section_number. Sections that a parser refuses are left out.
+    /// The content of unfinished sub-tables: each section parsed alone, in the order of the
+    /// section_numbers. Sections that a parser refuses are left out.
     std::map<Key, std::vector<Snapshot>> Partial(unsigned short pid) const {
         std::map<Key, std::vector<Snapshot>> partial;
         for (const auto& unfinished : Unfinished()) {
@@ -153,11 +155,11 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
 
   private:
     struct State {
-        std::optional<SectionSet> sections;  // of the newest version; always there
-        std::size_t bytes = 0;               // of these sections
-        bool isWhole = false;                // `whole` was made of these sections
-        SnapshotPtr whole;
-        std::size_t keptBytes = 0;  // of the sections of `whole` when that is an earlier version
+        std::optional<SectionSet> sections;  // of the newest version; has a value in the map
+        std::size_t bytes = 0;               // the size of these sections
+        bool isWhole = false;                // `whole` was parsed from these sections
+        SnapshotPtr whole;                   // the last complete version; may be null
+        std::size_t keptBytes = 0;  // if `whole` is an earlier version, the size of its sections
     };
 
     Sections HeldOf(const Key& key) const {
@@ -166,8 +168,8 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
         return state != states_.end() ? state->second.sections->Held() : Sections();
     }
 
-    // Holds the section. False when it is held already, finds no room or has a number above
-    // last_section_number. With the lock.
+    // Keeps a section. Returns false when it is a repeat, when there is no room for it, or when its
+    // number is above last_section_number. The caller holds the lock.
     bool Take(const Key& key, const SectionHeader& header, const unsigned char* data,
               std::size_t length) {
         const auto known = states_.find(key);
@@ -221,8 +223,8 @@ class SubTableReader : public TORVEL_MW::ISectionObserver {
 
     mutable std::mutex mutex_;
     std::map<Key, State> states_;  // guarded by mutex_, like the two below
-    std::size_t bytes_ = 0;        // of all states, and of what was kept before them
-    std::optional<std::pair<Key, SectionHeader>> refused_;  // the first that found no room
+    std::size_t bytes_ = 0;        // the sum of `bytes` and `keptBytes` of all states
+    std::optional<std::pair<Key, SectionHeader>> refused_;  // the first section without room
 };
 
 }  // namespace client

@@ -2,12 +2,12 @@
 
 namespace client {
 
-/// The last id whose sections find their subscription: the platform knows ids by 16 bits, and the
-/// section manager never gives one again before 4294967294 others. A process that has made so many
-/// subscriptions gets no section for those that follow.
+/// The last subscription id that gets sections. The platform passes only the low 16 bits of an id
+/// back, and the section manager gives no id a second time before it has used up 32 bits. So after
+/// 65535 subscriptions a process gets no section for any further one.
 constexpr unsigned int kLastServedId = 0xFFFF;
 
-/// The time-out of a subscription that has none.
+/// The time-out argument of a subscription without time-out.
 constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
 
 }  // namespace client

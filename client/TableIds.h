@@ -18,7 +18,7 @@ constexpr unsigned char kNitOtherTableId = 0x41;
 constexpr unsigned char kSdtActualTableId = 0x42;
 constexpr unsigned char kBatTableId = 0x4A;
 constexpr unsigned char kEitPresentFollowingTableId = 0x4E;
-constexpr unsigned char kFirstEitScheduleTableId = 0x50;  // actual; 0x60 to 0x6F: others
+constexpr unsigned char kFirstEitScheduleTableId = 0x50;  // 0x60 to 0x6F: other transport streams
 constexpr unsigned char kLastEitScheduleTableId = 0x6F;
 
 }  // namespace client
