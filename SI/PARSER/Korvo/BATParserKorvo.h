@@ -14,7 +14,7 @@ namespace TORVEL_MW {
 /// The one implementation of `IBATInstance`.
 class CBATInstance : public IBATInstance {
   public:
-    /// Takes what it keeps from the platform's sub-table.
+    /// Copies what it keeps from the platform's sub-table; it keeps no reference.
     explicit CBATInstance(TCDVBBATInstance& instance);
 
     void GetSSULinkageDesc(unsigned int oui,

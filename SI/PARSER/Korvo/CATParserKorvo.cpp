@@ -30,7 +30,7 @@ bool CCATParserKorvo::Create() {
     return true;
 }
 
-// The set is not emptied: it grows over all sections until Initialize.
+// Does not clear the set: it collects the ids of all sections until `Initialize`.
 bool CCATParserKorvo::Parse(unsigned short pid, unsigned char* data) {
     if (!m_Parser || !m_Parser->Parse(static_cast<short>(pid), data)) {
         SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCCATParserKorvo::%s parsing error\033[0m", __func__);
@@ -47,7 +47,7 @@ bool CCATParserKorvo::Parse(unsigned short pid, unsigned char* data) {
         std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
         length = desc->GetDescriptor(bytes.data(), &length);
         if (length > 3) {
-            // ISO/IEC 13818-1 2.6.16: CA_system_ID behind tag and length
+            // ISO/IEC 13818-1 2.6.16: CA_system_ID follows tag and length
             const int caSystemId = bytes[2] * 256 + bytes[3];
             SI_LOG(LOG_PRIORITY_DEBUG, "CCATParserKorvo::%s CA Descriptor with CA_System_ID: %d",
                    __func__, caSystemId);

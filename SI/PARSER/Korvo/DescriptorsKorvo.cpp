@@ -1,6 +1,6 @@
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
 
-// The three assertions below hold in every build.
+// The three assertions below are checked in every build, in release builds too.
 #undef NDEBUG
 #include <cassert>
 #include <utility>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr char kSource[] = "SI/PARSER/Korvo/DescriptorsKorvo.cpp";
 
-// Keeps one entry of an OUI loop, unless its selector bytes are refused.
+// Stores one entry of an OUI loop. Drops an entry whose selector bytes the platform cannot copy.
 template <class Entry>
 void Keep(Entry& entry, std::multimap<std::uint32_t, SelectorBytes>& selectors) {
     if (entry.SelectorLength() == 0) {
@@ -213,7 +213,7 @@ constexpr unsigned char kTerrestrialTag = 0x5A;
 constexpr unsigned char kCableTag = 0x44;
 constexpr unsigned char kExtensionTag = 0x7F;
 constexpr unsigned short kT2Tag = 0x7F04;
-constexpr unsigned char kT2Length = 4;  // plp_id and T2_system_id behind the extension tag
+constexpr unsigned char kT2Length = 4;  // extension tag, plp_id and T2_system_id
 
 }  // namespace
 
@@ -251,7 +251,7 @@ std::shared_ptr<IDeliveryDesc> IDeliveryDesc::Parse(unsigned char* data) {
                     "\033[31mFailed to parse DSD %d bytes parsed, tag %d\033[0m", parsed,
                     desc.Tag());
     } else if (data[0] == kExtensionTag) {
-        // It is the length byte that is compared: of T2 descriptors only the shortest is taken.
+        // The length byte must be 4, so only the shortest form of the T2 descriptor is accepted.
         if (data[1] == kT2Length) {
             SI_LOG_LINE(328, LOG_PRIORITY_DEBUG, "T2 delivery system descriptor");
             TCDescT2SystemDelivery desc;

@@ -23,7 +23,7 @@ using SelectorBytes = std::shared_ptr<std::vector<unsigned char>>;
 /// The one implementation of `ISSULinkageDesc`.
 class CSSULinkageDesc : public ISSULinkageDesc {
   public:
-    /// @param desc  a linkage of linkage_type 0x09; another one ends the program
+    /// @param desc  a linkage of linkage_type 0x09; any other linkage_type ends the program
     explicit CSSULinkageDesc(TCDescLinkage& desc);
     CSSULinkageDesc(const CSSULinkageDesc&) = default;
 
@@ -42,8 +42,8 @@ class CSSULinkageDesc : public ISSULinkageDesc {
 /// The one implementation of `ISSUScanLinkageDesc`.
 class CSSUScanLinkageDesc : public ISSUScanLinkageDesc {
   public:
-    /// @param desc  a linkage of linkage_type 0x0A; another one ends the program. The table_type is
-    ///              not checked: whatever is not a NIT counts as a BAT
+    /// @param desc  a linkage of linkage_type 0x0A; any other linkage_type ends the program. The
+    ///              table_type is not checked: every value but 1 (NIT) counts as a BAT
     explicit CSSUScanLinkageDesc(TCDescLinkage& desc);
     CSSUScanLinkageDesc(const CSSUScanLinkageDesc&) = default;
 
@@ -62,7 +62,7 @@ class CSSUScanLinkageDesc : public ISSUScanLinkageDesc {
 class CSSUInfo : public ISSUInfo {
   public:
     /// @param pid   elementary_PID of the stream that carries the offers
-    /// @param dbid  a descriptor of data_broadcast_id 0x000A; another one ends the program
+    /// @param dbid  a descriptor of data_broadcast_id 0x000A; any other id ends the program
     CSSUInfo(std::uint16_t pid, TCDescDataBroadcastId& dbid);
     CSSUInfo(const CSSUInfo&) = default;
 

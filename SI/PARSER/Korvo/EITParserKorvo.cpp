@@ -12,7 +12,7 @@ namespace TORVEL_MW {
 
 namespace {
 constexpr int kEitPresentFollowingActualTableId = 78;
-constexpr int kHeaderSize = 3;  // what section_length does not count
+constexpr int kHeaderSize = 3;  // table_id to section_length, which section_length does not count
 }  // namespace
 
 std::unique_ptr<IEITParser> IEITParser::CreateEITParser() {
@@ -46,7 +46,7 @@ bool CEITParserKorvo::IsComplete(unsigned short onid, unsigned short tsid, unsig
                __func__);
         return false;
     }
-    // An instance is enough: sections of it may still be missing.
+    // True as soon as the sub-table exists, even if sections of it are still missing.
     if (m_Parser->EITInstance(TCServiceKey(onid, tsid, sid)) == nullptr) {
         SI_LOG(LOG_PRIORITY_ERROR, "\033[31mCEITParserKorvo::%s EIT instance not available\033[0m",
                __func__);

@@ -11,10 +11,10 @@ namespace {
 constexpr int kNitActualTableId = 0x40;
 constexpr int kNitOtherTableId = 0x41;
 
-/// One kind of delivery system descriptor, and what is done with it.
+/// How one kind of delivery system descriptor is logged and stored.
 struct DeliveryKind {
-    unsigned short tag;  // with the extension tag in the low byte, where there is one
-    int line;            // of its log line
+    unsigned short tag;  // `TCBaseDesc::Tag`: 0x7F04 has the extension tag in the low byte
+    int line;            // the line number that its log line shows
     const char* format;
     std::shared_ptr<IDeliveryDesc> (*wrap)(TCBaseDesc* copy);
 };

@@ -16,7 +16,7 @@ namespace TORVEL_MW {
 /// The one implementation of `INITInstance`.
 class CNITInstance : public INITInstance {
   public:
-    /// Takes what it keeps from the platform's sub-table.
+    /// Copies what it keeps from the platform's sub-table; it keeps no reference.
     explicit CNITInstance(TCDVBNITInstance& instance);
 
     void GetSSULinkageDesc(unsigned int oui,
@@ -34,7 +34,8 @@ class CNITInstance : public INITInstance {
     std::uint8_t m_nitAttribute;
     std::uint8_t m_tableAttribute;
     SSULinkages m_linkages;
-    // By original_network_id and transport_stream_id; only those that have one.
+    // By original_network_id and transport_stream_id. A transport stream without a known delivery
+    // system has no entry.
     std::map<std::pair<std::uint16_t, std::uint16_t>, std::vector<std::shared_ptr<IDeliveryDesc>>>
         m_deliveryDescs;
 };

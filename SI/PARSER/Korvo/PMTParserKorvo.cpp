@@ -27,8 +27,8 @@ bool IsDsmCc(unsigned char streamType) {
     return streamType == 0x08 || (streamType >= 0x0A && streamType <= 0x0D);
 }
 
-// The PMT of a program. Null when there is none, or no parser to have one; the log then says so in
-// the name of the query at `place`.
+// The PMT of a program; null when there is none or `parser` is null. Null is logged with the file,
+// function and line of `place`, the query that called this.
 TCPMTInstance* Instance(TCPMTParser* parser, unsigned short sid, const LogPlace& place) {
     TCPMTInstance* const instance = parser == nullptr ? nullptr : parser->PMTInstance(sid);
     if (instance == nullptr) {
@@ -157,7 +157,7 @@ void CPMTParserKorvo::m_BuildServiceCarouselMap() {
     SI_LOG(LOG_PRIORITY_DEBUG, "%s EXIT", __func__);
 }
 
-// The SSU offers stay: they live until the parser is destroyed.
+// Keeps the SSU offers: they live until the parser is destroyed.
 void CPMTParserKorvo::Initialize() {
     if (m_Parser) {
         m_Parser->Reset();

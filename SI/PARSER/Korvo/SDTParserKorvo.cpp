@@ -40,8 +40,8 @@ bool CSDTParserKorvo::Parse(unsigned short pid, unsigned char* data) {
 
 void CSDTParserKorvo::m_BuildDescriptorsMap() {
     SI_LOG(LOG_PRIORITY_DEBUG, "CSDTParserKorvo::%s", __func__);
-    // The records of the last section leave the map, and their memory takes the new ones. What is
-    // left over is freed at the end.
+    // Moves the records of the last section out of the map and fills them anew, so that their
+    // memory is used again. Records that are left over are freed at the end.
     std::multimap<ServiceTriplet, SDTDescriptor> spare;
     spare.swap(m_DescriptorsMap);
     TCDVBSDTInstance* const instance = m_Parser->DVBSDTFirstInstance();
@@ -83,7 +83,7 @@ void CSDTParserKorvo::m_BuildDescriptorsMap() {
                    record.m_hasPrivateDataSpecifier ? "Yes" : "No");
             auto node = spare.extract(spare.begin());
             node.key() = key;
-            m_DescriptorsMap.insert(std::move(node));  // behind those with the same key
+            m_DescriptorsMap.insert(std::move(node));  // after the records with the same key
         }
     }
 }

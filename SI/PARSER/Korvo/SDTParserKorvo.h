@@ -29,7 +29,7 @@ class CSDTParserKorvo : public ISDTParser {
     void m_BuildDescriptorsMap();
 
     std::unique_ptr<TCDVBSDTParser> m_Parser;
-    std::multimap<ServiceTriplet, SDTDescriptor> m_DescriptorsMap;  // loop order within a service
+    std::multimap<ServiceTriplet, SDTDescriptor> m_DescriptorsMap;  // in loop order per service
 };
 
 }  // namespace TORVEL_MW

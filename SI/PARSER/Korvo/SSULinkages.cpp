@@ -32,8 +32,8 @@ SSULinkages::SSULinkages(IDescriptorContainer& descriptors) {
     }
 }
 
-// Room is made for all that are stored, not for those that are added, nor for those that `out`
-// already holds.
+// Reserves room for as many entries as are stored, even if fewer pass the filter, and without
+// counting those that `out` already has.
 void SSULinkages::GetSSULinkageDesc(unsigned int oui,
                                     std::vector<std::unique_ptr<ISSULinkageDesc>>& out) const {
     out.reserve(m_ssuLinkages.size());

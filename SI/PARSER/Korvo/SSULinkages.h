@@ -13,10 +13,10 @@ namespace TORVEL_MW {
 /// The linkages to system software updates (ETSI TS 102 006) of a network's or a bouquet's
 /// descriptors. The snapshots `CNITInstance` and `CBATInstance` hold one each.
 struct SSULinkages {
-    /// Takes the linkages from the descriptors of a platform's sub-table. Silent.
+    /// Copies the linkages from the descriptors of a platform's sub-table. Writes no log line.
     explicit SSULinkages(IDescriptorContainer& descriptors);
 
-    /// What `INITInstance` and `IBATInstance` say of their queries of the same names.
+    /// These do what `INITInstance` and `IBATInstance` say at their queries of the same names.
     void GetSSULinkageDesc(unsigned int oui,
                            std::vector<std::unique_ptr<ISSULinkageDesc>>& out) const;
     void GetSSUScanLinkageDesc(std::vector<std::unique_ptr<ISSUScanLinkageDesc>>& out) const;

@@ -7,7 +7,7 @@
 
 namespace TORVEL_MW {
 
-/// The private data specifier that holds at one place of a descriptor loop: the latest one before
+/// The private data specifier that applies at one place of a descriptor loop: the latest one before
 /// it (ETSI EN 300 468 6.2.31). A loop begins without one.
 struct PrivateDataState {
     bool isPrivate = false;
@@ -16,13 +16,15 @@ struct PrivateDataState {
 
 /// Fills `record` from one descriptor of a loop.
 ///
-/// The caller counts its loop, logs the record and keeps it: the SDT and EIT parsers differ there.
+/// The caller counts its loop, logs the record and stores it, because the SDT and EIT parsers
+/// differ in these.
 ///
 /// @tparam Record  `ISDTParser::SDTDescriptor` or `IEITParser::EITDescriptor`
 /// @param desc     null for a missing descriptor
-/// @param state    of the loop so far; a private data specifier changes it
-/// @param record   written in full when the result is true, else untouched
-/// @return false for what is not saved: missing descriptors and private data specifiers
+/// @param state    the state before this descriptor; a private data specifier changes it
+/// @param record   written in full when the result is true, otherwise unchanged
+/// @return false when the descriptor is not saved, because it is missing or because it is a private
+///         data specifier
 template <class Record>
 bool SaveDescriptor(TCBaseDesc* desc, PrivateDataState& state, Record& record) {
     constexpr unsigned short kPrivateDataSpecifierTag = 0x5F;
@@ -48,7 +50,7 @@ bool SaveDescriptor(TCBaseDesc* desc, PrivateDataState& state, Record& record) {
     }
     record.m_data.resize(static_cast<std::size_t>(length));
     record.m_hasExtendedTag = record.m_tag == kExtensionTag && record.m_data.size() >= 3;
-    // The byte after descriptor_tag_extension; clients rely on it.
+    // This is the byte after descriptor_tag_extension, not that field itself. Clients rely on it.
     record.m_extendedTag =
         record.m_hasExtendedTag && record.m_data.size() > 3 ? record.m_data[3] : 0;
     return true;
