@@ -1,5 +1,5 @@
-// Memory that runs out while a subscription or a record is made, and what making one takes. A
-// program of its own: it replaces operator new.
+// What happens when memory runs out while a subscription or a record is made, and how many
+// allocations making one takes. A separate program, because it replaces operator new.
 
 #include <list>
 #include <new>
@@ -22,12 +22,12 @@ namespace {
 using testsupport::t_heap;
 using Subscribe = std::function<std::shared_ptr<CSectionSubscription>(Recorder&, unsigned int)>;
 
-/// One way to subscribe, and what its constructor writes.
+/// One way to subscribe, and the log lines of the constructor that it calls.
 struct Way {
     std::string name;
     Subscribe subscribe;
-    std::string lastLine;   // of the constructor
-    std::string timerLine;  // before it arms the timer
+    std::string lastLine;   // the constructor's last line
+    std::string timerLine;  // the line before the constructor arms the timer
 };
 
 std::vector<Way> Ways() {
@@ -74,7 +74,7 @@ class AllocationTest : public testing::TestWithParam<std::size_t> {
 };
 
 TEST_P(AllocationTest, ControlBlockThatFailsDestroysACountedSubscription) {
-    // What is allocated after the constructor's last line is the control block.
+    // The next allocation after the constructor's last line is the shared_ptr's control block.
     FailAfter(way.lastLine);
     EXPECT_THROW(way.subscribe(observer, kNoTimeout), std::bad_alloc);
     platform.duringLog = nullptr;
@@ -115,10 +115,11 @@ using TORVEL_MW::ISSULinkageDesc;
 using TORVEL_MW::ISSUScanLinkageDesc;
 using TORVEL_MW::SIDescriptor;
 
-/// Runs `body` with its first allocation failing, then with its second, and so on until a run gets
-/// through; `afterFailure` follows each of the others. The exception must leave `body`.
+/// Runs `body` with its first allocation failing, then with its second, and so on, until a run
+/// succeeds. Calls `afterFailure` after each run that failed. A failure must leave `body` as
+/// std::bad_alloc.
 ///
-/// @return the failures
+/// @return the number of runs that failed
 template <class Body, class Check>
 int FailEachAllocation(const Body& body, const Check& afterFailure) {
     for (int successes = 0;; ++successes) {
@@ -137,8 +138,8 @@ int FailEachAllocation(const Body& body, const Check& afterFailure) {
 
 TEST_P(AllocationTest, FailureWhileTheTimerIsArmedLeavesTheCountOfAKnownHandle) {
     SectionSubscriptionPeer::SetHandleCount(100, 5);
-    for (const int successes : {0, 1}) {  // the callback, then the timer's copy of it
-        platform.Reset();                 // handle 100 comes next again
+    for (const int successes : {0, 1}) {  // fails making the callback, then copying it
+        platform.Reset();                 // the next handle is 100 again
         platform.duringLog = [this, successes](const std::string& line) {
             t_heap.failAfter = line == way.timerLine ? successes : -1;
         };
@@ -153,9 +154,9 @@ TEST_P(AllocationTest, FailureWhileTheTimerIsArmedLeavesTheCountOfAKnownHandle) 
 TEST_P(AllocationTest, FailureWhileATimeoutOf0IsArmedEndsNothing) {
     const std::string armed = way.timerLine.substr(0, way.timerLine.find("60000")) + "0" +
                               way.timerLine.substr(way.timerLine.find("60000") + 5);
-    // If the timer were armed before it has its copy of the callback, its thread could find the
-    // deadline passed and no callback, which ends the process. That is a race: in this many rounds
-    // the thread often wins it.
+    // If the timer were armed before it copies the callback, its thread could see that the deadline
+    // has passed and call an empty callback, which ends the process. This is a race, which the
+    // thread often wins in this many rounds.
     for (int round = 0; round < 500; ++round) {
         platform.Reset();
         platform.duringLog = [&](const std::string& line) {
@@ -185,12 +186,12 @@ class RecordAllocationTest : public testing::Test {
         platform.Reset();
     }
 
-    /// FailEachAllocation with a fresh platform for each run, which `prepare` scripts. Nothing may
-    /// be left of a run that failed.
+    /// As FailEachAllocation, but `prepare` scripts a fresh platform for each run, and a run that
+    /// failed must leave no memory and no descriptor behind.
     template <class Prepare, class Body>
     int FailEachAllocationTracelessly(const Prepare& prepare, const Body& body) {
         prepare();
-        body();  // allocates what the fakes keep for good
+        body();  // the first run allocates what the fakes never free
         StartAfresh();
         const int blocks = t_heap.blocks;
         const int descriptors = fake::LivingDescriptors();
@@ -304,7 +305,7 @@ TEST_F(RecordAllocationTest, OtherFactoriesThatFailLeaveNothing) {
     const auto expectAdapterAndPlatformsParser = [this](const auto& make) {
         EXPECT_GE(FailEachAllocationTracelessly([] {}, make), 2);
     };
-    // Two of them write a line when they are destroyed, so that must wait.
+    // These two log a line when they are destroyed, so the fixture destroys them later.
     expectAdapterAndPlatformsParser([&] { pmtParser = IPMTParser::CreatePMTParser(); });
     expectAdapterAndPlatformsParser([&] { catParser = ICATParser::CreateCATParser(); });
     expectAdapterAndPlatformsParser([] { EXPECT_TRUE(ISDTParser::CreateSDTParser()); });
@@ -366,8 +367,8 @@ TEST_F(RecordAllocationTest, BouquetSnapshotThatFailsLeavesNothing) {
     EXPECT_GE(FailEachAllocationTracelessly(prepare, takeAll), 15);
 }
 
-/// Destroys a parser whose caches hold about 100 blocks. True when none of them was freed before
-/// the platform's parser was destroyed.
+/// Destroys a parser whose caches have about 100 blocks of memory. Returns whether none of them was
+/// freed before the platform's parser was destroyed.
 template <class Parser>
 bool FreesItsCachesLast(fake::TableScript& table, std::unique_ptr<Parser>& parser) {
     const int before = t_heap.blocks;
@@ -376,7 +377,7 @@ bool FreesItsCachesLast(fake::TableScript& table, std::unique_ptr<Parser>& parse
     parser.reset();
     EXPECT_EQ(table.destroyed, 1);
     EXPECT_LT(t_heap.blocks, before - 90) << "the caches hold something";
-    return whenDestroyed >= before;  // more when a line of the log was kept
+    return whenDestroyed >= before;  // more if the fake recorded a log line
 }
 
 TEST_F(RecordAllocationTest, ParsersFreeTheirCachesBehindThePlatformsParser) {
@@ -427,7 +428,7 @@ TEST_F(RecordAllocationTest, SavedDescriptorsTakeTheMemoryOfThoseBefore) {
         EXPECT_TRUE(parser->Parse(17, section));
         return t_heap.allocations - before;
     };
-    allocationsOfAParse();  // the fakes make what they keep for good
+    allocationsOfAParse();  // the first run allocates what the fakes never free
     const int again = allocationsOfAParse();
     parser->Initialize();
     const int afresh = allocationsOfAParse();

@@ -116,7 +116,7 @@ TEST_F(BATParserTest, InitializeWithoutPlatformParserDoesNothing) {
 }
 
 TEST_F(BATParserTest, MembersStandInOrderBehindTheVirtualTable) {
-    EXPECT_EQ(sizeof(CBATParserKorvo), 2 * sizeof(void*));  // nothing but the platform's parser
+    EXPECT_EQ(sizeof(CBATParserKorvo), 2 * sizeof(void*));  // virtual table and platform's parser
 
     AddBouquet();
     const auto snapshot = Snapshot();

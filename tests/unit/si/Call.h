@@ -1,6 +1,6 @@
 #pragma once
 
-// Calls that wait for something: a test that says "it blocks" sees the thread asleep inside it.
+// Runs calls that may block on threads of their own. A test can see that such a thread sleeps.
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -15,12 +15,12 @@
 #include "tests/support/Forever.h"
 #include "tests/unit/si/Signal.h"
 
-/// The number of the calling thread in the system, never 0.
+/// The system's number of the calling thread; never 0.
 inline int ThreadNumber() {
     return static_cast<int>(syscall(SYS_gettid));
 }
 
-/// Whether a thread of this process sleeps, as one does that waits for a lock or a condition.
+/// Whether a thread of this process sleeps, for example because it waits for a lock.
 inline bool IsAsleep(int thread) {
     std::string stat;
     std::getline(std::ifstream("/proc/self/task/" + std::to_string(thread) + "/stat"), stat);
@@ -42,7 +42,7 @@ class Call {
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
-    /// Waits until the call sleeps or is over. True when it sleeps.
+    /// Waits until the call sleeps or has returned. True when it sleeps.
     bool Blocks() {
         while (!isOver_ && (number_ == 0 || !IsAsleep(number_))) {
             std::this_thread::yield();
@@ -50,7 +50,7 @@ class Call {
         return !isOver_;
     }
 
-    /// Waits for its end; false when that does not come.
+    /// Waits until the call has returned; false when it does not within `kPatience`.
     bool Returns() { return over_.Wait(); }
 
   private:
@@ -60,7 +60,7 @@ class Call {
     std::thread thread_;
 };
 
-/// Whether a call on another thread comes to its end while the caller waits.
+/// Whether a call on another thread returns while the calling thread waits for it.
 inline bool ReturnsElsewhere(std::function<void()> call) {
     return Forever<Call>(std::move(call)).Returns();
 }

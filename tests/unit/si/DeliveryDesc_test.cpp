@@ -101,7 +101,7 @@ TEST_F(DeliveryDescTest, T2OfLength4) {
 }
 
 TEST_F(DeliveryDescTest, T2OfAnyOtherLengthIsRefusedByItsLengthByte) {
-    // 4 at the place of the extension tag does not help.
+    // The length byte decides, so an extension tag of 4 changes nothing.
     for (const unsigned char length : Bytes{3, 6, 13}) {
         Bytes bytes(2u + length, 0x04);
         bytes[0] = 0x7F;

@@ -167,7 +167,7 @@ TEST_F(EITParserTest, IsCompleteWithoutPlatformParserIsToldAndFalse) {
                                     Red("CEITParserKorvo::IsComplete parser error (null)"))));
 }
 
-// --- GetDescriptors: what it asks of the platform
+// --- GetDescriptors: its calls of the platform
 
 TEST_F(EITParserTest, ItemIsKeyedByServiceThenTransportStreamThenNetworkWithHandle1And0) {
     HoldEvent({});
@@ -214,7 +214,7 @@ TEST_F(EITParserTest, TheKeyDoesNotSelectAmongSections) {
     EXPECT_THAT(eit.keysAsked, IsEmpty());
 }
 
-// --- GetDescriptors: what becomes of the vector it was given
+// --- GetDescriptors: the caller's vector
 
 TEST_F(EITParserTest, SectionWithoutEventIsToldAndLeavesTheVectorUntouched) {
     eit.loop.Add(PlainDesc(0x4D, {0x4D, 0}));

@@ -1,4 +1,4 @@
-// A process that plays a stream without end through the shared libraries and, once sections arrive,
+// A process that plays an endless stream through the shared libraries. Once sections arrive, it
 // ends in the way that its argument names. Run by ProcessExit_test.cpp. It prints "s" for the first
 // section of each of its first subscriptions.
 

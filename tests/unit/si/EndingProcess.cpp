@@ -34,8 +34,8 @@ void Push(int id) {
     CKorvoSectionManager::s_OnSectionData(true, sizeof(section), section, id);
 }
 
-// Returns when every other thread of the process sleeps, as the event thread does in front of an
-// empty queue.
+// Waits until every other thread of the process sleeps. The event thread sleeps when its queue is
+// empty.
 void WaitUntilTheOthersWait() {
     bool areAllWaiting = false;
     while (!areAllWaiting) {
@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
             });
         }
     } else if (way == "forked-child") {
-        // In the child a lock stays taken for ever that another thread had at this moment.
+        // A lock that another thread holds at this moment stays locked in the child for ever.
         WaitUntilTheOthersWait();
         const pid_t child = fork();
         if (child != 0) {

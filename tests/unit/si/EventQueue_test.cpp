@@ -20,7 +20,7 @@ using TORVEL_MW::EternalCondition;
 using TORVEL_MW::EventQueue;
 using TORVEL_MW::EventQueuePeer;
 
-/// An item that writes down its end.
+/// An item that records its destruction.
 struct Item {
     Item(int theNumber, std::vector<int>& theEnds) : number(theNumber), ends(theEnds) {}
     ~Item() { ends.push_back(number); }
@@ -103,7 +103,7 @@ TEST_F(EventQueueTest, ManyProducersLoseNothing) {
     for (int i = 0; i < kProducers * kItems; ++i) {
         const int number = *queue.Pop();
         const auto producer = static_cast<std::size_t>(number / kItems);
-        EXPECT_EQ(number % kItems, next[producer]++);  // each producer's in its order
+        EXPECT_EQ(number % kItems, next[producer]++);  // the items of one producer keep their order
     }
     for (std::thread& producer : producers) {
         producer.join();
@@ -111,7 +111,7 @@ TEST_F(EventQueueTest, ManyProducersLoseNothing) {
 }
 
 TEST_F(EventQueueTest, DestructionDestroysTheQueuedItemsFrontToBack) {
-    // Enough of them to fill several of the deque's blocks.
+    // Enough items to fill several blocks of the deque.
     constexpr int kLast = 1000;
     auto queue = std::make_unique<EventQueue<Item>>();
     for (int number = 1; number <= kLast; ++number) {
@@ -142,7 +142,7 @@ TEST_F(EventQueueTest, AWakeUpWithoutAnItemIsWaitedOver) {
     EXPECT_TRUE(consumer.Returns());
 }
 
-/// A queue whose memory stays, as that of a static object does.
+/// A queue whose memory is still there after its destruction, like that of a static object.
 template <class T>
 class InPlace {
   public:

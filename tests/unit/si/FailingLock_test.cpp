@@ -1,5 +1,5 @@
-// Locks that the system refuses: what fails is told to the caller, and nothing else has happened.
-// In a program that ThreadSanitizer has no part in: it takes the refused lock for a mistake of the
+// Locks that the system refuses: the caller gets the error, and nothing else has changed. A
+// separate program without ThreadSanitizer, which would report the refused lock as an error of the
 // test.
 
 #include <pthread.h>
@@ -19,7 +19,7 @@ namespace {
 using TORVEL_MW::EventQueue;
 using TORVEL_MW::EventQueuePeer;
 
-// Makes `mutex` one that refuses to be locked twice, and locks it.
+// Turns `mutex` into one that refuses a second lock by the same thread, and locks it.
 template <class Mutex>
 void Hold(Mutex& mutex) {
     pthread_mutexattr_t attributes;

@@ -1,4 +1,4 @@
-// The order of virtual operations is what programs built against these interfaces rely on.
+// Programs that were built against these interfaces rely on the order of the virtual operations.
 
 #include <gtest/gtest.h>
 
@@ -87,7 +87,7 @@ TEST(Layout, ThePlatformsDescriptors) {
     EXPECT_EQ(Inside::DecodeSlot(), kDestructorSlots + 2);
     EXPECT_EQ(Slot(&TCDescExtension::Tag), kDestructorSlots);
     EXPECT_EQ(Slot(&TCDescExtension::Fork), kDestructorSlots + 1);
-    // What a descriptor is beside its virtual table: one pointer, and one more a class below.
+    // Beside the virtual table, each class in the hierarchy has one pointer.
     EXPECT_EQ(sizeof(TCBaseDesc), 2 * sizeof(void*));
     EXPECT_EQ(sizeof(TCDescExtension), 3 * sizeof(void*));
 }

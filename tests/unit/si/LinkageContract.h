@@ -1,13 +1,13 @@
 #pragma once
 
-// What the snapshots of networks and of bouquets have in common: the linkages to system software
-// updates. Each of the two instantiates the contract with a `Table` of
+// The tests of what the snapshots of networks and of bouquets have in common: the linkages to
+// system software updates. Each of the two instantiates the tests with a `Table` that has
 //
 //     using Instance          the snapshot's interface
 //     using Parser            the parser's interface
 //     CreateParser()          a parser
 //     AddTable(id)            a sub-table for the platform's parser to hold
-//     SSULinkages(Instance&), SSUScanLinkages(Instance&)   what the snapshot stored
+//     SSULinkages(Instance&), SSUScanLinkages(Instance&)   the linkages that the snapshot stored
 
 #include <list>
 #include <memory>
@@ -53,7 +53,7 @@ inline std::vector<int> ServicesOf(const Linkages& linkages) {
     return services;
 }
 
-// Service and "is a NIT".
+// The service_id of each linkage, and whether it names a NIT.
 inline std::vector<std::pair<int, bool>> ServicesOf(const ScanLinkages& linkages) {
     std::vector<std::pair<int, bool>> services;
     for (const auto& linkage : linkages) {
@@ -67,7 +67,8 @@ inline std::vector<std::pair<int, bool>> ServicesOf(const ScanLinkages& linkages
     return services;
 }
 
-/// Linkages of another implementation. Read as one of ours they would pass for an empty one.
+/// A linkage of another class. Its zeros make it look like an empty linkage of our class, so that a
+/// wrong static_cast gives a wrong result and no crash.
 class ForeignLinkage : public ISSULinkageDesc {
   public:
     void GetOUIs(std::list<unsigned int>&) override {}
@@ -122,7 +123,7 @@ TYPED_TEST_P(LinkageContract, LinkagesAreSortedByTypeAndKeepTheOrderOfTheLoop) {
     this->table->loop.Add(Linkage(0x0A, 1, 2))
         .Add(Linkage(0x09, 2))
         .Add(Linkage(0x0A, 3, 1))
-        .Add(Linkage(0x09, 4, 3))  // its table_type is of no interest
+        .Add(Linkage(0x09, 4, 3))  // table_type is not looked at in linkage_type 0x09
         .Add(Linkage(0x0A, 1, 2));
     const auto snapshot = this->Snapshot();
     Linkages linkages;
@@ -205,7 +206,7 @@ TYPED_TEST_P(LinkageContract, OuiAllOnesTakesEveryLinkageAlsoThoseWithoutAny) {
     Linkages linkages;
     snapshot->GetSSULinkageDesc(kEveryOui, linkages);
     EXPECT_THAT(ServicesOf(linkages), ElementsAre(1, 2, 3));
-    EXPECT_EQ(linkages.capacity(), 3u);  // growing one by one would end at 4
+    EXPECT_EQ(linkages.capacity(), 3u);  // a vector that grows one by one would have 4
 }
 
 TYPED_TEST_P(LinkageContract, NoOtherOuiIsAWildcard) {

@@ -23,8 +23,8 @@ struct NITParserKorvoPeer {
     static std::vector<std::unique_ptr<ISSUScanLinkageDesc>>& SSUScanLinkages(I& instance) {
         return instance.m_linkages.m_ssuScanLinkages;
     }
-    /// original_network_id and transport_stream_id of the delivery map's entries, in its order,
-    /// with the count of objects.
+    /// The entries of the delivery map in its order: original_network_id, transport_stream_id and
+    /// the number of delivery systems.
     static std::vector<std::pair<Key, std::size_t>> Deliveries(const I& instance) {
         std::vector<std::pair<Key, std::size_t>> entries;
         for (const auto& [key, deliveries] : instance.m_deliveryDescs) {
@@ -316,7 +316,7 @@ TEST_F(NITParserTest, SnapshotOutlivesTheParserAndThePlatformsTable) {
     const auto snapshot = Snapshot();
     parser.reset();
     platform.Reset();
-    EXPECT_EQ(fake::LivingDescriptors(), 1);  // the snapshot's
+    EXPECT_EQ(fake::LivingDescriptors(), 1);  // the snapshot's copy
 
     unsigned short id = 0;
     unsigned char nitAttribute = 0, tableAttribute = 0;

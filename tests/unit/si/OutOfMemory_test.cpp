@@ -1,5 +1,5 @@
-// Memory that runs out on a section's way from the platform to the event thread, and while the
-// manager stores a subscription. A program of its own: it replaces operator new.
+// What happens when memory runs out between the platform's callback and the event thread, and while
+// the manager stores a subscription. A separate program, because it replaces operator new.
 
 #include <algorithm>
 #include <memory>
@@ -20,7 +20,8 @@ using TORVEL_MW::EventQueue;
 using TORVEL_MW::EventQueuePeer;
 using TORVEL_MW::SectionData;
 
-/// Runs `body` with its allocation `successes` + 1 failing. Whether that ended it.
+/// Runs `body`; after `successes` allocations the next one fails. Returns whether `body` ended with
+/// std::bad_alloc.
 template <class Body>
 bool RunsOutOfMemory(int successes, const Body& body) {
     t_heap.failAfter = successes;
@@ -59,7 +60,7 @@ TEST(SectionDataMemoryTest, RecordThatFailsLeavesNothing) {
 }
 
 TEST(EventQueueMemoryTest, PushThatFailsDestroysItsItemReleasesTheLockAndLosesNoOther) {
-    constexpr int kItems = 2000;  // the deque's blocks and the table of its blocks grow on the way
+    constexpr int kItems = 2000;  // enough for the deque to enlarge its table of blocks too
     const int blocks = t_heap.blocks;
     int failures = 0;
     int mostFailuresOfOne = 0;
@@ -150,7 +151,7 @@ TEST_F(ManagerMemoryTest, SectionThatFindsNoMemoryFailsToItsSenderAndTheNextOneA
 }
 
 TEST_F(ManagerMemoryTest, SubscriptionThatFindsNoPlaceInTheTableIsReleasedAndConsumesNoId) {
-    // Behind the subscription's last line: its control block, then its place in the table.
+    // After the subscription's last line its control block is allocated, then its table entry.
     platform.duringLog = [](const std::string& line) {
         if (line.find("Subscribed successfully") != std::string::npos) {
             t_heap.failAfter = 1;
@@ -167,7 +168,7 @@ TEST_F(ManagerMemoryTest, SubscriptionThatFindsNoPlaceInTheTableIsReleasedAndCon
     platform.Deliver(1, {0x42});
     EXPECT_TRUE(observer.WaitForSections(1));
     ISectionManager::Instance()->Unsubscribe(1);
-    Settle();  // the event thread may have held it until now
+    Settle();  // until now the event thread may have kept it alive
     EXPECT_THAT(platform.Released(), ElementsAre(100, 101));
 }
 

@@ -118,7 +118,7 @@ TEST_F(PATParserTest, ProgramListLeavesOutProgram0AndProgramsWithoutPid) {
     std::map<int, int> programs;
     parser->GetProgramList(programs);
     EXPECT_EQ(programs, (std::map<int, int>{{1, 100}, {3, 300}}));
-    EXPECT_EQ(platform.pat.countsAsked, 5);  // asked anew on every pass
+    EXPECT_EQ(platform.pat.countsAsked, 5);  // the count is queried on every pass of the loop
 }
 
 TEST_F(PATParserTest, ProgramListKeepsWhatTheMapHeldAndOverwritesEqualKeys) {

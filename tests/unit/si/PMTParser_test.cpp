@@ -44,7 +44,7 @@ class PMTParserTest : public testing::Test {
         parser = IPMTParser::CreatePMTParser();
     }
 
-    /// A program that the platform holds and that the next section is of.
+    /// Adds a program to the platform's parser. The next section belongs to it.
     PmtScript& Program(unsigned short number) {
         pmt.programNumber = number;
         return pmt.AddProgram(number);
@@ -54,7 +54,7 @@ class PMTParserTest : public testing::Test {
         return parser->Parse(0x100, section);
     }
     CPMTParserKorvo& Ours() { return dynamic_cast<CPMTParserKorvo&>(*parser); }
-    /// Parses and forgets the log.
+    /// Parses a section and drops the log lines.
     void ParseSilently() {
         EXPECT_TRUE(Parse());
         platform.TakeLog();
@@ -316,7 +316,7 @@ TEST_F(PMTParserTest, OfEqualComponentTagsTheLastWins) {
 }
 
 TEST_F(PMTParserTest, OfEqualComponentTagsInTwoProgramsTheLastWins) {
-    // The first instance has the higher number, and the section is of it.
+    // The section belongs to the first instance, which has the higher program_number.
     StreamScript& first = Program(5).AddStream(0x0B, 0x500);
     first.loop.Add(fake::StreamIdentifierDesc(7)).Add(fake::CarouselIdentifierDesc(5));
     StreamScript& second = pmt.AddProgram(4).AddStream(0x0B, 0x400);
@@ -540,7 +540,7 @@ TEST_F(PMTParserTest, GetSSUInfoSkipsNullsAndOtherImplementations) {
         bool ContainsOUI(unsigned int) override { return true; }
         void GetSelectorBytes(unsigned int, std::vector<SelectorBytes>&) override {}
         void GetPID(unsigned short&) override {}
-        const unsigned char zeros_[128] = {};  // read as one of ours it would pass for an empty one
+        const unsigned char zeros_[128] = {};  // with a wrong cast it looks like an empty CSSUInfo
     };
     const auto addOurs = [this](unsigned short pid) {
         const auto desc = fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}});
@@ -668,7 +668,8 @@ TEST_F(PMTParserTest, OffersOfAStreamAreTakenBeforeItsCASystemIds) {
         offersAndIds.emplace_back(SsuPids(kAny).size(), CAs().size());
     };
     ParseSilently();
-    // Counted for the offers once, then for the ids before each of them and at the end.
+    // The descriptors are counted once for the offers. For the CA_system_IDs they are counted
+    // before each descriptor and once at the end.
     EXPECT_THAT(offersAndIds, ElementsAre(std::pair(0u, 1u), std::pair(1u, 1u), std::pair(1u, 2u)));
 }
 

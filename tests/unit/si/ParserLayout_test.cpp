@@ -1,5 +1,5 @@
-// The order of the parsers' virtual operations and of their records' fields is what programs built
-// against these interfaces rely on.
+// Programs that were built against these interfaces rely on the order of the parsers' virtual
+// operations and of their records' fields.
 
 #include <gtest/gtest.h>
 
@@ -25,7 +25,7 @@ void ExpectCommonSlots() {
     static_assert(std::is_base_of_v<ISectionParser, Parser>);
     static_assert(std::is_abstract_v<Parser>);
     EXPECT_TRUE(std::has_virtual_destructor_v<Parser>);
-    EXPECT_EQ(sizeof(Parser), sizeof(void*));  // one virtual table and nothing else
+    EXPECT_EQ(sizeof(Parser), sizeof(void*));  // only the pointer to the virtual table
     EXPECT_EQ(Slot(&Parser::Create), kDestructorSlots);
     EXPECT_EQ(Slot(&Parser::Parse), kDestructorSlots + 1);
     EXPECT_EQ(Slot(&Parser::Initialize), kDestructorSlots + 2);

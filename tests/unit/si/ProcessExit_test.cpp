@@ -1,9 +1,9 @@
-// How a process that used the section manager ends: through the termination handler, never in a
-// hang. Two run at a time, beside two threads that keep the processor busy. First over the fake
-// platform, then with the shared libraries while a stream plays.
+// A process that used the section manager ends through the termination handler and never hangs. The
+// tests run two such processes at a time, beside two threads that keep the processor busy: first
+// with the fake platform, then with the shared libraries while a stream plays.
 //
-// The limit tells a hang from a busy machine and is not how long a process may take: how long the
-// slowest took is printed and recorded, and nothing fails because of it.
+// The time limit is long, because it must only tell a hang from a busy machine. The time of the
+// slowest process is printed and recorded, but no test fails because of it.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -43,7 +43,7 @@ struct Ending {
     std::string errors;
 };
 
-/// What the file holds, from its start.
+/// The content of the file, read from its start.
 std::string Contents(int file) {
     std::string contents(65536, '\0');
     const ssize_t size = pread(file, contents.data(), contents.size(), 0);
@@ -72,7 +72,7 @@ Ending RunProcess(const std::string& program, const std::string& way) {
     posix_spawn_file_actions_destroy(&actions);
     close(output[1]);
 
-    // A descriptor that becomes readable when the process ends.
+    // A file descriptor that becomes readable when the process ends.
     const int process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
     EXPECT_GE(process, 0);
     pollfd ended{process, POLLIN, 0};
@@ -96,7 +96,7 @@ Ending RunProcess(const std::string& program, const std::string& way) {
     return ending;
 }
 
-/// Runs so many of them, two at a time, on a busy machine.
+/// Runs that many processes, two at a time, on a busy machine.
 std::vector<Ending> RunUnderLoad(std::size_t count, const std::string& program,
                                  const std::string& way) {
     std::atomic<bool> stop{false};
@@ -166,7 +166,7 @@ TEST(ProcessExitQuick, LeavesWithItsOwnStatusAfterFlushing) {
 }
 
 std::vector<Ending> RunPlayers(const std::string& way) {
-    constexpr std::size_t kPlayers = 10;  // each makes and plays a stream first
+    constexpr std::size_t kPlayers = 10;  // fewer, because each first makes and plays a stream
     return RunUnderLoad(kPlayers, ENDING_PLAYER, way);
 }
 

@@ -75,7 +75,7 @@ class SDTParserTest : public testing::Test {
 
     SdtScript& AddSubTable() { return sdt.AddSubTable(kOnid, kTsid); }
 
-    /// A sub-table with one service of `descriptors`, parsed.
+    /// Parses a sub-table that has one service with `descriptors`.
     void FeedService(const std::vector<std::shared_ptr<TCBaseDesc>>& descriptors) {
         ServiceScript& service = AddSubTable().AddService(kSid);
         for (const auto& desc : descriptors) {
@@ -559,7 +559,7 @@ TEST_F(SDTParserTest, LinesComeBeforeWhatTheyTell) {
     platform.duringLog = [&](const std::string&) { sizes.push_back(map.size()); };
     Feed();
     platform.duringLog = nullptr;
-    // Begins, the service, its first descriptor, its second one.
+    // The lines: the begin, the service, its first descriptor, its second descriptor.
     EXPECT_THAT(sizes, ElementsAre(2u, 0u, 0u, 1u));
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// The descriptors that the SDT and EIT parsers save, in a form that tests compare and print.
+// The descriptors that the SDT and EIT parsers save, in a form that tests can compare and print.
 
 #include <tuple>
 #include <utility>
@@ -10,7 +10,8 @@
 
 namespace {
 
-/// Tag, private?, specifier, extended?, extended tag, data: the fields of a saved descriptor.
+/// The fields of a saved descriptor: tag, whether private, specifier, whether extended, extended
+/// tag, data.
 using Record = std::tuple<int, bool, unsigned int, bool, int, fake::Bytes>;
 
 inline Record Public(int tag, fake::Bytes data) {
@@ -23,7 +24,7 @@ inline Record Extended(int extendedTag, fake::Bytes data) {
     return {0x7F, false, 0, true, extendedTag, std::move(data)};
 }
 
-/// A descriptor of a class whose tag is not that of the class.
+/// A descriptor object with another tag than the one of its class.
 template <class Descriptor, unsigned short kTag>
 class OtherTag : public Descriptor {
   public:

@@ -29,7 +29,7 @@ class SectionManagerTest : public testing::Test {
   protected:
     void SetUp() override {
         platform.Reset();
-        manager();  // ids count on from 1 in a process of its own
+        manager();  // in a process of its own the manager counts ids from 1
         platform.TakeLog();
     }
 
@@ -47,13 +47,14 @@ class SectionManagerTest : public testing::Test {
                                                       kNoTimeout);
     }
 
-    /// Sections are handled in order: once this one is, all before it are.
+    /// Waits until all sections delivered so far were handled. It delivers one more section and
+    /// waits for that one, because sections are handled in order.
     void Settle() {
         platform.Deliver(60000, {0});
         ASSERT_TRUE(platform.WaitForLog(NotFound(60000)));
     }
 
-    /// The log without the lines of the subscriptions and of Settle.
+    /// The log without the lines of subscriptions and without those that Settle causes.
     std::vector<std::string> TakeManagerLog() {
         Settle();
         std::vector<std::string> lines;
@@ -67,7 +68,7 @@ class SectionManagerTest : public testing::Test {
     }
 
     FakePlatform& platform = FakePlatform::Get();
-    Recorder& observer = Forever<Recorder>();  // outlives the process's manager
+    Recorder& observer = Forever<Recorder>();  // lives as long as the manager may call it
 };
 
 }  // namespace

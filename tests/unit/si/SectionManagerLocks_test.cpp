@@ -1,4 +1,5 @@
-// What runs under the manager's lock, what under the inner lock of its table, and what under none.
+// Which work is done under the manager's lock, which under the inner lock of its table, and which
+// without a lock.
 
 #include <atomic>
 #include <functional>
@@ -20,7 +21,7 @@ class SectionManagerLocksTest : public SectionManagerTest {
   protected:
     static void UnsubscribeUnknown() { ISectionManager::Instance()->Unsubscribe(kUnknown); }
 
-    /// Whether another thread cannot have the manager's lock.
+    /// Whether the manager's lock is held, as another thread sees it.
     static bool IsLocked() {
         bool isLocked = false;
         std::thread([&isLocked] {
@@ -44,7 +45,8 @@ class SectionManagerLocksTest : public SectionManagerTest {
                    : m.Subscribe(0x12, {0x4E, 1}, {0xFE, 2}, {0x00, 3}, recorder, mode, timeout);
     }
 
-    /// Calls `act` on the thread that writes a line which contains `text`, after it was written.
+    /// When a log line that contains `text` has been written, calls `act` on the thread that wrote
+    /// it.
     void During(const std::string& text, const std::function<void()>& act) {
         platform.duringLog = [text, act](const std::string& line) {
             if (line.find(text) != std::string::npos) {
@@ -142,7 +144,7 @@ class EachOverload : public SectionManagerLocksTest, public testing::WithParamIn
         return SectionManagerLocksTest::Subscribe(GetParam(), observer, mode, timeout);
     }
 
-    /// The event thread's number.
+    /// The system's number of the event thread.
     int EventThread() {
         static std::atomic<int> number;
         static Signal known;
@@ -189,7 +191,8 @@ TEST_P(EachOverload, SectionThatComesBeforeThePlatformsAnswerFindsItsSubscriptio
     platform.TakeLog();
     platform.duringRequest = [&](const fake::Request& request) {
         platform.Deliver(request.id, {0x42});
-        // The event thread has taken the section, and waits now or has looked in vain.
+        // Waits until the event thread has taken the section and sleeps. It sleeps at the manager's
+        // lock, or, without that lock, after it did not find the subscription.
         while (!EventQueuePeer::IsEmpty(KorvoSectionManagerPeer::Queue(manager())) ||
                !IsAsleep(eventThread)) {
             std::this_thread::yield();
@@ -294,7 +297,7 @@ std::vector<Moment> Moments() {
             {"EndByReplacement", "release", replace}};
 }
 
-// A one-shot completes under the inner lock alone: at each of these moments it can.
+// A one-shot needs only the inner lock to complete, so it can complete at each of these moments.
 TEST_P(InnerLock, IsFree) {
     static Signal looked;
     static Signal goOn;

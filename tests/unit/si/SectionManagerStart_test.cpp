@@ -1,4 +1,4 @@
-// How the section manager comes into being. Each test needs a process in which it has not yet.
+// How the section manager is created. Each test needs a process in which there is none yet.
 
 #include <atomic>
 #include <csignal>
@@ -33,7 +33,7 @@ class SectionManagerStartTest : public testing::Test {
 };
 
 TEST_F(SectionManagerStartTest, EventThreadRunsBeforeThePlatformIsAskedForItsSubscriber) {
-    // A manager at a place that is known before its constructor has returned.
+    // The manager's address must be known before its constructor has returned.
     struct Place {
         alignas(CKorvoSectionManager) unsigned char memory[sizeof(CKorvoSectionManager)];
     };

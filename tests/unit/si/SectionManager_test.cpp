@@ -189,7 +189,7 @@ TEST_F(SectionManagerTest, OneShotCompletesWhileAClientSitsInSubscribe) {
     Signal inside;
     Signal leave;
     std::thread client;
-    // The client takes the manager's lock while the section is being handled, and keeps it.
+    // While the section is handled, the client takes the manager's lock and keeps it.
     observer.duringSection = [&](unsigned short) {
         client = std::thread([&] {
             platform.duringRequest = [&](const fake::Request&) {
@@ -213,7 +213,7 @@ TEST_F(SectionManagerTest, ToggleIsCalledWithTheTableIdOfEachSection) {
     SubscribePattern(observer, ISectionManager::EToggle);
     platform.Deliver(1, {0x4F, 1});
     platform.Deliver(1, {0x4E, 2});
-    platform.Deliver(1, {0x4E, 3});  // stale: 0x4F is due now
+    platform.Deliver(1, {0x4E, 3});  // stale, because 0x4F is expected now
     Settle();
     ASSERT_EQ(observer.Sections().size(), 2u);
     const auto requests = platform.Requests();
@@ -232,7 +232,7 @@ TEST_F(SectionManagerTest, RefusedToggleLeavesTheSubscriptionInTheTable) {
     for (const std::string& line : platform.TakeLog()) {
         EXPECT_EQ(line.find("~CSectionSubscription"), std::string::npos);
     }
-    platform.Deliver(1, {0x4F});  // somebody may still share the old filter
+    platform.Deliver(1, {0x4F});  // may still come through a filter that others share
     EXPECT_TRUE(observer.WaitForSections(2));
 }
 
@@ -369,7 +369,7 @@ TEST_F(SectionManagerTest, TracesOfOverloads1And2ComeBeforeTheLockAndThatOf3Unde
         [&] { m.Subscribe(0x22, 0x42, 1, observer, ISectionManager::EContinuous, kNoTimeout); });
     EXPECT_TRUE(platform.WaitForLog(
         Line(3, "Subscribe", 148, "id: 1, pid: 34, tableId: 66, tableIdExt: 1, mode: 1")));
-    EXPECT_EQ(platform.TakeLog().size(), 2u);  // nothing of the third
+    EXPECT_EQ(platform.TakeLog().size(), 2u);  // none for the third
     leave.Set();
     holder.join();
     first.join();
@@ -402,7 +402,7 @@ TEST_F(SectionManagerTest, IdsFrom65536AreKnownOutsideByTheirLow16BitsOnly) {
     EXPECT_TRUE(platform.WaitForLog(NotFound(9)));
     EXPECT_THAT(observer.Sections(), IsEmpty());
 
-    // The observer too is told the low 16 bits.
+    // The observer gets the low 16 bits too.
     platform.Deliver(65545, {0x42});
     ASSERT_TRUE(observer.WaitForSections(1));
     EXPECT_EQ(observer.Sections()[0].id, 9);
@@ -456,7 +456,7 @@ TEST_F(SectionManagerTest, MembersStandInOrder) {
     EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<const void*>()));
 }
 
-// A manager of its own, since the process's was made with a subscriber. It is never destroyed.
+// Makes another manager, because the process's manager has a subscriber. It is never destroyed.
 TEST_F(SectionManagerTest, WithoutASubscriberEverySubscribeIsRefused) {
     platform.HaveNoSubscriber();
     auto& lonely = Forever<CKorvoSectionManager>();
@@ -590,7 +590,7 @@ TEST_F(SectionManagerTest, ToggleFollowsThoughTheObserverUnsubscribedItself) {
     EXPECT_THAT(platform.Released(), ElementsAre(100, 101));
 }
 
-// A Subscribe inside the platform's call takes the id that the outer one has tried.
+// A second Subscribe inside the platform's call takes the id that the outer one is trying.
 TEST_F(SectionManagerTest, FailureShowsTheNextIdNotTheOneThatWasTried) {
     ISectionManager& m = *ISectionManager::Instance();
     const std::function<unsigned int()> ways[] = {

@@ -296,7 +296,7 @@ TEST_F(SectionSubscriptionTest, HandleThatComesBackContinuesItsCount) {
     EXPECT_EQ(platform.TakeLog().at(2),
               Line(4, "CSectionSubscription",
                    Green(" TVS handle=302 id=7 pid=17 tableid=66 mode=1 refcount=0")));
-    subscription.reset();  // -1 is below 1 too
+    subscription.reset();  // counts down to -1, which is below 1 too
     EXPECT_THAT(platform.Released(), ElementsAre(302));
     EXPECT_EQ(SectionSubscriptionPeer::HandleCount(302), -1);
 }
@@ -312,8 +312,8 @@ TEST_F(SectionSubscriptionTest, PlatformReleaseComesBeforeTheTimerEnds) {
     platform.duringRelease = [&](int) { released.Set(); };
     Subscription subscription = CSectionSubscription::SubscribeSection(
         &platform, slow, 0x11, 0x42, 7, ISectionManager::EContinuous, 0, false);
-    // The time-out runs, with the timer's lock held: were the timer touched first, it would be
-    // waited for, and the release that it waits for would never come.
+    // The time-out notice runs under the timer's lock and waits for the release. If the
+    // subscription stopped the timer before the release, it would wait for the notice for ever.
     ASSERT_TRUE(inside.Wait());
     subscription.reset();
     EXPECT_THAT(platform.Released(), testing::SizeIs(1));
@@ -346,7 +346,7 @@ TEST_F(SectionSubscriptionTest, TimeoutThatWonTheRaceIsReportedBeforeTheSection)
         unsigned char byte = 0x42;
         subscription->OnCallback(1, &byte);
     });
-    // The cancel waits for the time-out; the section comes after both.
+    // The cancel waits for the time-out notice, and the section is delivered after the cancel.
     EXPECT_TRUE(platform.WaitForLog(Line(4, "OnCallback", Green("Cancel the timer for id: 7"))));
     EXPECT_THAT(racing.Sections(), IsEmpty());
     leave.Set();
@@ -425,7 +425,8 @@ TEST_F(SectionSubscriptionTest, ObserverIsCalledWithTheTimersLockReleased) {
     Subscription subscription;
     subscription = SubscribeTable(ISectionManager::EContinuous, 3600000);
     observer.duringSection = [&](unsigned short) {
-        // A second section on another thread cancels the timer too; it would wait for the lock.
+        // A second section, on another thread, cancels the timer too. If the timer's lock were held
+        // here, it would wait for ever.
         observer.duringSection = nullptr;
         std::thread([&] {
             unsigned char byte = 0x42;
@@ -523,7 +524,7 @@ TEST_F(SectionSubscriptionTest, TableFilterHasNoExtensionAndNoPattern) {
 }
 
 TEST_F(SectionSubscriptionTest, LinesAndPlatformCallsComeInTheirOrder) {
-    std::vector<std::string> order;  // priorities of lines, and calls
+    std::vector<std::string> order;  // the priorities of log lines, and the calls between them
     platform.duringLog = [&](const std::string& line) { order.push_back(line.substr(0, 1)); };
     platform.duringRequest = [&](const fake::Request&) { order.emplace_back("request"); };
     platform.duringRelease = [&](int) { order.emplace_back("release"); };
@@ -652,7 +653,7 @@ TEST_F(SectionSubscriptionTest, OnlyTheFirstByteMakesASectionStale) {
     Bytes section = {0x4E, 0x70, 2};
     toggle->OnCallback(3, section.data());
     EXPECT_EQ(observer.Sections().size(), 1u);
-    // A section may be shorter than the pattern, too.
+    // A section may also be shorter than the pattern.
     toggle->OnCallback(1, section.data());
     EXPECT_EQ(observer.Sections().size(), 2u);
 }

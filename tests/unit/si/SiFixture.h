@@ -1,7 +1,7 @@
 #pragma once
 
-// What the tests of section acquisition share: the fake platform, a recording observer, and doors
-// into the classes under test.
+// What the tests of section acquisition share: the fake platform, an observer that records, and
+// access to the private members of the classes under test.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -159,7 +159,7 @@ inline std::string Line(int priority, const std::string& function, int line,
            std::to_string(line) + ") > " + text;
 }
 
-/// Keeps what it gets; waitable.
+/// An observer that records its sections and time-outs. Tests can wait for them.
 class Recorder : public TORVEL_MW::ISectionObserver {
   public:
     struct Section {
@@ -172,7 +172,7 @@ class Recorder : public TORVEL_MW::ISectionObserver {
 
     void OnSectionReceived(unsigned short id, unsigned short pid, unsigned short length,
                            unsigned char* data) override {
-        if (const auto hook = duringSection) {  // a copy: a hook may take itself away
+        if (const auto hook = duringSection) {  // a copy, because the hook may replace itself
             hook(id);
         }
         std::lock_guard<std::mutex> lock(mutex_);

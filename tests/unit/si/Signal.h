@@ -4,10 +4,10 @@
 #include <condition_variable>
 #include <mutex>
 
-/// How long a test waits for what must come.
+/// How long a test waits for an event before it fails.
 constexpr std::chrono::seconds kPatience(20);
 
-/// Something that one thread waits for and another announces.
+/// An event that one thread waits for and another thread reports.
 class Signal {
   public:
     void Set() {

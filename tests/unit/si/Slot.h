@@ -7,11 +7,11 @@
 
 namespace {
 
-constexpr std::ptrdiff_t kDestructorSlots = 2;  // complete and deleting
+constexpr std::ptrdiff_t kDestructorSlots = 2;  // the complete and the deleting destructor
 
-/// The slot of a virtual operation, from the Itanium C++ ABI's pointer to member: the offset in the
-/// virtual table, with the mark of a virtual function in its lowest bit or, on ARM, in that of the
-/// adjustment.
+/// The slot of a virtual operation in the virtual table, read from a pointer to member of the
+/// Itanium C++ ABI. That has the offset in the virtual table, and marks a virtual function in the
+/// lowest bit of the offset or, on ARM, in the lowest bit of the adjustment.
 template <class Member>
 inline std::ptrdiff_t Slot(Member member) {
     struct {
@@ -29,7 +29,7 @@ inline std::ptrdiff_t Slot(Member member) {
 #endif
 }
 
-/// An interface with one operation more, whose slot tells how many there were before.
+/// An interface with one more operation. The slot of `Last` is the number of slots before it.
 template <class Interface>
 struct WithOneMore : Interface {
     virtual void Last() = 0;

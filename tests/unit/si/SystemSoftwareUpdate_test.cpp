@@ -1,5 +1,5 @@
-// The records of system software updates: linkages to services with updates, linkages to tables
-// that list such, and the offers of an elementary stream.
+// The records of system software updates: linkages to services that carry updates, linkages to
+// tables that list such services, and the offers of an elementary stream.
 
 #include <cstring>
 #include <list>
@@ -47,7 +47,7 @@ std::shared_ptr<OuiLoop> LoopOf(std::vector<OuiEntry> entries) {
     return loop;
 }
 
-/// Makes a record of either kind over an OUI loop.
+/// Makes a record of either kind from an OUI loop.
 template <class Record>
 std::unique_ptr<Record> RecordOf(std::shared_ptr<OuiLoop> loop);
 
@@ -182,7 +182,7 @@ TYPED_TEST(OuiRecordTest, ReservesTheCountOfTheRangeNotMore) {
     selectors.reserve(1);
     selectors.push_back(nullptr);
     record->GetSelectorBytes(0x10, selectors);
-    // Room for 3 was made beside the one that was there; the fourth made the vector grow.
+    // The vector had one entry when room for 3 was reserved; the fourth entry made it grow.
     EXPECT_EQ(selectors.size(), 4u);
     EXPECT_EQ(selectors.capacity(), 6u);
     std::vector<SelectorBytes> none;

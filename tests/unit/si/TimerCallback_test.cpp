@@ -65,7 +65,7 @@ TEST(TimerCallbackTest, FiresOnceAtItsDeadlineOnAnotherThread) {
     EXPECT_GE(at - begin, std::chrono::milliseconds(30));
     EXPECT_NE(thread, std::this_thread::get_id());
 
-    Signal second;  // and it is ready for another round, in which the first is not called again
+    Signal second;  // the timer can be armed again, and does not call the first callback again
     timer.SetTimer(0, [&] { second.Set(); });
     ASSERT_TRUE(second.Wait());
     EXPECT_EQ(calls, 1);
@@ -94,7 +94,8 @@ TEST(TimerCallbackTest, RearmingReplacesDeadlineAndCallback) {
     timer.SetTimer(0, [&] { fired.Set(); });
     EXPECT_TRUE(fired.Wait());
 
-    // To a later deadline; under the lock, so that the earlier one cannot pass in between.
+    // Now a later deadline replaces an earlier one. The lock keeps the earlier one from passing in
+    // between.
     Signal later;
     Clock::time_point at;
     Clock::time_point begin;
@@ -123,7 +124,7 @@ TEST(TimerCallbackTest, CancelledTimerCallsNothing) {
     TimerCallback other;
     Signal passed;
     other.SetTimer(60, [&] { passed.Set(); });
-    EXPECT_TRUE(passed.Wait());  // its time is over
+    EXPECT_TRUE(passed.Wait());  // the cancelled deadline has passed
 }
 
 TEST(TimerCallbackTest, CancelAfterFiringChangesOnlyItsFlag) {
@@ -180,7 +181,7 @@ TEST(TimerCallbackTest, CopyOfTheCallbackIsDestroyedUnderTheLock) {
         std::atomic<bool>& locked;
         Signal& destroyed;
     };
-    // Held by the callback alone once it is armed.
+    // Once the timer is armed, only its callback owns the token.
     timer.SetTimer(20, [token = std::shared_ptr<Token>(new Token{timer, locked, destroyed})] {});
     ASSERT_TRUE(destroyed.Wait());
     EXPECT_TRUE(locked);
@@ -237,8 +238,8 @@ TEST(TimerCallbackTest, MembersStandInOrder) {
     EXPECT_TRUE(std::is_sorted(members.begin(), members.end(), std::less<const void*>()));
 }
 
-/// Arms the timer on its own thread, which keeps the lock until it waits for that deadline: whoever
-/// has the lock then knows that it does.
+/// Arms the timer on the timer's own thread. That thread keeps the lock until it waits for the new
+/// deadline. So when this returns with the lock, the thread waits.
 std::unique_lock<std::recursive_mutex> WhileItWaits(TimerCallback& timer,
                                                     std::uint32_t milliseconds,
                                                     const std::function<void()>& callback) {
@@ -266,7 +267,7 @@ TEST(TimerCallbackTest, WakeUpBeforeTheDeadlineIsNoExpiry) {
     {
         const auto lock = WhileItWaits(timer, kAnHour, Unexpected);
         begin = Clock::now();
-        timer.SetTimer(100, [&] {  // wakes the thread
+        timer.SetTimer(100, [&] {  // this wakes the thread before its deadline
             at = Clock::now();
             fired.Set();
         });
@@ -286,9 +287,9 @@ TEST(TimerCallbackTest, EarlierDeadlineEndsALongWait) {
 }
 
 TEST(TimerCallbackTest, CancelThatTakesTheLockFirstAfterTheDeadlineWins) {
-    TimerCallback timer;  // its end joins the thread: what it would do, it has done
+    TimerCallback timer;  // its destructor joins the thread, so a late call would be seen
     const auto lock = WhileItWaits(timer, 500, Unexpected);
-    Pass(600);  // the time is over, the thread wants the lock
+    Pass(600);  // the deadline has passed, and the thread waits for the lock
     timer.CancelTimer();
     EXPECT_EQ(Peer::Of(timer), (Peer::Flags{true, false, false, false}));
 }
@@ -366,7 +367,7 @@ TEST(TimerCallbackTest, CallbackThatCannotBeCopiedArmsNothing) {
     const std::function<void()> callback = CopyFails(fails);
     fails = true;
     TimerCallback timer;
-    // The worker cannot act on what it should not see.
+    // The lock keeps the worker from changing the flags before they are compared.
     const std::lock_guard<std::recursive_mutex> lock(Peer::Mutex(timer));
     EXPECT_THROW(timer.SetTimer(0, callback), std::bad_alloc);
     EXPECT_EQ(Peer::Of(timer), (Peer::Flags{false, false, false, false}));

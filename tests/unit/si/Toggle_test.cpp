@@ -58,7 +58,7 @@ TEST_F(ToggleTest, AlternatesBetweenThePair) {
 
 TEST_F(ToggleTest, TakesTheReceivedIdNotThePatternForTheNextOne) {
     const auto subscription = Subscribe(403);
-    // 0x4F passes the mask 0xFE too: what follows is 0x4E again.
+    // 0x4F passes the mask 0xFE too. The next table_id is then 0x4E.
     EXPECT_TRUE(subscription->Toggle(0x4F));
     EXPECT_EQ(SectionSubscriptionPeer::Pattern(*subscription)[0], 0x4E);
     EXPECT_EQ(SectionSubscriptionPeer::Mask(*subscription)[0], 0xFF);
@@ -169,8 +169,8 @@ TEST_F(ToggleTest, RearmsTheFilterButNotTheTimer) {
 
 TEST_F(ToggleTest, CountBelow0IsNotReleasedAgain) {
     SectionSubscriptionPeer::SetHandleCount(413, -1);
-    const auto subscription = Subscribe(413);  // 0 now
-    EXPECT_TRUE(subscription->Toggle(0x4E));   // -1: not exactly 0
+    const auto subscription = Subscribe(413);  // the count is 0 now
+    EXPECT_TRUE(subscription->Toggle(0x4E));   // it becomes -1; only exactly 0 releases
     EXPECT_THAT(platform.Released(), IsEmpty());
 }
 

@@ -1,5 +1,5 @@
-// When the event queue wakes its consumer, and a timer its worker. A program of its own: it
-// replaces the wake-ups of the C library by some that count.
+// When the event queue wakes its consumer, and when a timer wakes its worker. A separate program,
+// because it replaces the wake-up functions of the C library by ones that count.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ using TORVEL_MW::EventQueuePeer;
 
 class EventQueueWakeUp : public testing::Test {
   protected:
-    // Runs `body`; whether its first wake-up came with the queue's lock held.
+    // Runs `body`. Returns whether the queue's lock was held at its first wake-up.
     bool WakesUnderTheLock(std::mutex& mutex, const std::function<void()>& body) {
         bool isLocked = false;
         const std::function<void()> look = [&] {
