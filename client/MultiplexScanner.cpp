@@ -91,7 +91,8 @@ struct MultiplexScanner::Impl {
         if (!isServed) {
             end = {tvservice::InputEnd::kFailed,
                    tvservice::Describe(*source).name +
-                       ": cannot be scanned: this process has no filter left, or has set 65535"};
+                       ": cannot be scanned: the receiver has no filter left, or this process has "
+                       "already made 65535 subscriptions"};
         }
         return end;
     }

@@ -33,7 +33,8 @@ TEST(ScarceIds, AScanFailsRatherThanWaitForSectionsThatNeverCome) {
         } while (used < id);
     };
     const std::string error =
-        "demo: cannot be scanned: this process has no filter left, or has set 65535";
+        "demo: cannot be scanned: the receiver has no filter left, or this process has already "
+        "made 65535 subscriptions";
 
     // The ids run out during the scan.
     use(client::kLastServedId - 5);

@@ -59,12 +59,13 @@ std::vector<unsigned char> ParseBytes(const std::string& text) {
         const char* const last = digits.data() + std::min(at + 2, digits.size());
         const auto [end, error] = std::from_chars(begin, last, byte, 16);
         if (error != std::errc() || end != begin + 2) {
-            Refuse(fmt::format("'{}' is not a string of bytes, two hexadecimal digits each", text));
+            Refuse(
+                fmt::format("'{}' is not a list of bytes with two hexadecimal digits each", text));
         }
         bytes.push_back(byte);
     }
     if (bytes.empty()) {
-        Refuse("at least one byte is necessary");
+        Refuse("expected at least one byte");
     }
     return bytes;
 }
@@ -95,7 +96,7 @@ unsigned int ParseDuration(const std::string& text) {
 double ParsePace(const std::string& text) {
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    // Not a number is in no range.
+    // NaN is refused too: no comparison with it is true.
     if (error != std::errc() || end != text.data() + text.size() ||
         !(value >= tvservice::kMinPace && value <= tvservice::kMaxPace)) {
         Refuse(fmt::format("'{}' is not a number from {} to {:.0f}", text, tvservice::kMinPace,

@@ -5,8 +5,8 @@
 
 namespace tool {
 
-/// Adds a subcommand to the command line. When it is the one that was called, `run` is set to what
-/// it does; that returns an `ExitCode`.
+/// Adds a subcommand to the command line. If the user called this subcommand, parsing sets `run` to
+/// a function that executes it and returns an `ExitCode`. `run` must outlive `app`.
 using Run = std::function<int()>;
 
 void AddScanCommand(CLI::App& app, Run& run);

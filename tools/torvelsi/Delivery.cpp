@@ -9,8 +9,8 @@ namespace tool {
 
 namespace {
 
-// A number that is coded in decimal digits, or a frequency. The platform answers 0 where the coded
-// field has a digit above nine, or is all ones and stands for no frequency; it is then null.
+// The JSON value of a decoded BCD number or frequency. The platform returns 0 when the coded field
+// has a digit above nine or is all ones (no frequency). Such a value becomes null.
 template <class Number>
 Json Valid(Number number, unsigned int coded) {
     return number == 0 && coded != 0 ? Json() : Json(number);
@@ -22,8 +22,10 @@ void Add(Json& json, const TCDescSatelliteDeliverySystem& desc) {
         Valid(desc.OrbitalPositionTenthDegrees(), desc.OrbitalPosition());
     json["west_east_flag"] = desc.WestEastFlag();
     json["polarization"] = desc.Polarization();
-    // ETSI EN 300 468 6.2.13.2: without DVB-S2 the bits of roll_off are zero. ISDB has the same
-    // descriptor, and codes a modulation in five bits there: nothing then tells it from DVB-S.
+    // ETSI EN 300 468 6.2.13.2: without DVB-S2 the bits of roll_off are zero. ISDB uses the same
+    // descriptor, but codes a modulation in five bits at this place. So when roll_off is not zero
+    // without DVB-S2, modulation_type has no known meaning. An ISDB descriptor in which it is zero
+    // cannot be told from one of DVB-S.
     const bool isS2 = desc.ModulationSystem() == 1;
     json["roll_off"] = isS2 ? Json(desc.RollOff()) : Json();
     json["modulation_system"] = isS2 ? Json(desc.ModulationSystem()) : Json();
@@ -89,7 +91,7 @@ void Add(Json& json, const TCDescT2SystemDelivery& desc) {
     }
 }
 
-// Adds the fields of a descriptor that has room for them; of another only that it has none.
+// Adds the fields of a descriptor, or "malformed" when it is too short for its fields.
 template <class Desc>
 Json WithFields(Json json, Desc desc, client::Bytes bytes) {
     if (desc.Parse(bytes.data()) != 0) {
@@ -118,7 +120,7 @@ Json DeliveryToJson(const client::Descriptor& delivery) {
             return WithFields(json("cable"), TCDescCableDeliverySystem(), bytes);
         case kTerrestrialTag:
             return WithFields(json("terrestrial"), TCDescTerrestrialDeliverySystem(), bytes);
-        default:  // the only other one that the SI layer knows, by its descriptor_tag_extension
+        default:  // T2 in an extension descriptor: the SI layer returns no other delivery system
             return WithFields(json("t2"), TCDescT2SystemDelivery(), bytes);
     }
 }

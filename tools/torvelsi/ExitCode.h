@@ -2,7 +2,7 @@
 
 namespace tool {
 
-/// What the tool's exit status says.
+/// The exit statuses of the tool.
 enum ExitCode {
     kDone = 0,
     kUsage = 1,       ///< the command line is wrong, or the platform refused the filter

@@ -10,13 +10,13 @@
 
 namespace tool {
 
-/// The client that has a table before the printer does, so that the printer's subscription can be
-/// served from the receiver's cache: it calls the printer's when the table begins to repeat. Must
-/// live as long as the process.
+/// A first client of a table. It fills the receiver's cache, so that the printer can subscribe
+/// later and get its first sections from the cache. When the table begins to repeat, it lets the
+/// printer subscribe. An object must live as long as the process.
 class FirstClient final : public TORVEL_MW::ISectionObserver {
   public:
-    /// @param begin  makes the printer's subscription; called once, on the event thread; false when
-    ///               the platform refuses it
+    /// @param begin  makes the printer's subscription; called at most once, on the event thread. It
+    ///               returns false when the platform refuses the filter
     explicit FirstClient(std::function<bool()> begin) : begin_(std::move(begin)) {}
 
     /// Subscribes to the table.
@@ -34,7 +34,7 @@ class FirstClient final : public TORVEL_MW::ISectionObserver {
         kOver      ///< `End` was called first
     };
 
-    /// After this `begin` is not called any more.
+    /// Ends the wait: after this `begin` is not called any more.
     Outcome End();
 
   private:

@@ -12,13 +12,14 @@ namespace tool {
 
 namespace {
 
-/// A sequence of UTF-8.
+/// The bytes of one UTF-8 character.
 struct Sequence {
     std::size_t size;
     char32_t codePoint;
 };
 
-/// The sequence of two or three bytes that starts there; of any other byte just that.
+/// The sequence of two or three bytes that starts at `at`. Any other byte counts as a sequence of
+/// one byte with code point 0.
 Sequence SequenceAt(const std::string& text, std::size_t at) {
     const auto byte = [&](std::size_t i) {
         return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0u;
@@ -33,8 +34,8 @@ Sequence SequenceAt(const std::string& text, std::size_t at) {
     return {1, 0};
 }
 
-/// Whether a terminal may do something about it rather than show it: C1 controls, separators of
-/// lines, what turns the direction of writing around, and what has no width.
+/// Whether a terminal may act on a character instead of showing it: C1 controls, line separators,
+/// changes of the writing direction, and characters without width.
 bool IsForControl(char32_t codePoint) {
     constexpr std::pair<char32_t, char32_t> kRanges[] = {{0x80, 0x9F},     {0x61C, 0x61C},
                                                          {0x200B, 0x200F}, {0x2028, 0x202E},

@@ -39,11 +39,12 @@ Json FaultsToJson(const std::vector<tvservice::CounterValue>& faults);
 /// The counters that are not 0, one a line, aligned, with what they mean.
 std::string CountersToText(const std::vector<tvservice::CounterValue>& counters);
 
-/// Makes text of a stream or a path safe for a terminal: control bytes as \xNN; of UTF-8 what is
-/// there to control and not to be seen (C1, line separators, directions of writing) as \uNNNN.
+/// Makes text from a stream or a path safe for a terminal: control bytes become \xNN, and UTF-8
+/// characters that control the terminal or cannot be seen (C1 controls, line separators, writing
+/// directions, characters without width) become \uNNNN.
 std::string Printable(const std::string& text);
 
-/// A name of a stream in one line, `Printable`; "(empty name)" for one that is empty.
+/// A name from a stream in one line, made `Printable`; "(empty name)" when it is empty.
 std::string Named(const std::string& name);
 
 }  // namespace tool

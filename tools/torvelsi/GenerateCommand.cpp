@@ -41,7 +41,7 @@ int Generate(const std::string& path, const std::string& scenario,
     }
     if (path == "-") {
         std::fwrite(stream.data(), 1, stream.size(), stdout);
-        return kDone;  // main reports an error of writing when the tool ends
+        return kDone;  // main checks stdout for write errors at the end
     }
     errno = 0;
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
@@ -55,7 +55,7 @@ int Generate(const std::string& path, const std::string& scenario,
     return kDone;
 }
 
-/// None when neither is given.
+/// The extent of the demo; no value when neither option is given.
 std::optional<generator::DemoExtent> Extent(const TextOption& rate, const TextOption& duration) {
     constexpr std::uint64_t kBitsPerPacket = 188 * 8;
     constexpr std::uint64_t kHighestRate = 1'000'000'000;
@@ -67,7 +67,7 @@ std::optional<generator::DemoExtent> Extent(const TextOption& rate, const TextOp
     if (rate.IsGiven()) {
         const std::uint64_t packets = rate.Number(kHighestRate) / kBitsPerPacket;
         if (packets < extent.packetsPerSecond) {
-            throw CLI::ValidationError("--rate", "the demo needs at least 1203200");
+            throw CLI::ValidationError("--rate", "must be at least 1203200 (bits per second)");
         }
         extent.packetsPerSecond = static_cast<std::uint32_t>(packets);
     }
@@ -77,10 +77,9 @@ std::optional<generator::DemoExtent> Extent(const TextOption& rate, const TextOp
     const std::uint64_t bits =
         extent.packetsPerSecond * kBitsPerPacket * extent.milliseconds / 1000;
     if (bits < kBitsPerPacket || bits > kLargestStream) {
-        throw CLI::ValidationError(
-            "--rate and --duration",
-            fmt::format("the stream would have {} bytes; 188 to {} are possible", bits / 8,
-                        kLargestStream / 8));
+        throw CLI::ValidationError("--rate and --duration",
+                                   fmt::format("the stream would have {} bytes; expected 188 to {}",
+                                               bits / 8, kLargestStream / 8));
     }
     return extent;
 }
@@ -105,7 +104,7 @@ void AddGenerateCommand(CLI::App& app, Run& run) {
             ->capture_default_str();
     command
         ->add_option("--seed", options->seed,
-                     "Chooses what is random; the same seed gives the same bytes")
+                     "The seed of the random values; the same seed gives the same bytes")
         ->check([](const std::string& text) {
             try {
                 ParseNumber(text, UINT64_MAX);

@@ -13,7 +13,7 @@ using syntax::NodeType;
 
 constexpr std::size_t kDeepest = 100;
 
-// Builds the tree as the parser comes by.
+// Builds the tree from the events of the JSON parser.
 class TreeBuilder final : public nlohmann::json_sax<nlohmann::json> {
   public:
     explicit TreeBuilder(Arena& arena) : arena_(arena) {}

@@ -1,4 +1,4 @@
-// JSON of a user to the trees that the room `syntax` encodes.
+// Reads a user's JSON into a tree that the room `syntax` can encode.
 #pragma once
 
 #include <string>
@@ -8,8 +8,9 @@
 
 namespace tool {
 
-// The tree of a JSON text; its strings live in `arena`. Null for what is no JSON, with where and
-// why in `error`. Of two members with the same name the last counts.
+// The tree of a JSON text. The tree and its strings live in `arena`. If two members have the same
+// name, the last one counts. Returns null when the text is not valid JSON; `error` then says where
+// and why.
 const syntax::Node* ParseJsonInput(std::string_view text, syntax::Arena& arena, std::string& error);
 
 }  // namespace tool

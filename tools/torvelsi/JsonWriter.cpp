@@ -22,7 +22,7 @@ void JsonWriter::Key(const char* key) {
 void JsonWriter::Value(const Json& value) {
     Separate();
     const std::string text = Dump(value);
-    // A line break is part of the form; those in strings are escaped.
+    // Every line break in the dump is formatting, because line breaks in strings are escaped.
     std::size_t at = 0;
     for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', at)) {
         output_(std::string_view(text).substr(at, end - at));

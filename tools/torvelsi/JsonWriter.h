@@ -9,11 +9,11 @@
 
 namespace tool {
 
-/// Writes a JSON document while it is made, indented by two blanks, in the form that
-/// `Json::dump(2)` gives it. Text that is not UTF-8 is written with U+FFFD in its place.
+/// Writes a JSON document piece by piece, in the format of `Json::dump(2)`: indented by two blanks.
+/// Bytes that are not valid UTF-8 are replaced by U+FFFD.
 ///
-/// Values are written one after the other, in an object each behind its key. Every Begin has an
-/// End.
+/// Write the values in document order. In an object, call `Key` before each value. Every Begin
+/// needs its End.
 class JsonWriter {
   public:
     explicit JsonWriter(Output output) : output_(std::move(output)) {}
@@ -25,16 +25,16 @@ class JsonWriter {
 
     void Key(const char* key);
 
-    /// A value that is small enough to be made at once.
+    /// Writes a complete value. Use it for small ones, because the value is held in memory.
     void Value(const Json& value);
 
-    /// A member of an object.
+    /// Writes one member of an object.
     void Member(const char* key, const Json& value) {
         Key(key);
         Value(value);
     }
 
-    /// A member that is an array: `write` is called with each entry and writes it.
+    /// Writes a member that is an array: `write` is called for each entry and writes its value.
     template <class List, class Write>
     void Array(const char* key, const List& list, Write write) {
         Key(key);
@@ -48,11 +48,11 @@ class JsonWriter {
   private:
     void Begin(char bracket);
     void End(char bracket);
-    void Separate();                    // what stands before a key, or before an array's value
-    void BreakLine(std::size_t depth);  // and indent
+    void Separate();                    // writes comma and line break before a key or array value
+    void BreakLine(std::size_t depth);  // writes a line break and the indentation
 
     const Output output_;
-    std::vector<bool> hasEntries_;  // of the containers that are open, the innermost last
+    std::vector<bool> hasEntries_;  // one for each open container, the innermost last
     bool isBehindKey_ = false;
 };
 

@@ -42,7 +42,7 @@ int RunTool(int argc, char** argv) {
     CLI::App app("Reads the service information of a digital-television multiplex.", "torvelsi");
     app.set_version_flag("--version", TORVELSI_VERSION);
     app.require_subcommand(1);
-    app.fallthrough();  // --log-level may stand behind the command
+    app.fallthrough();  // allows --log-level after the command
     app.footer(
         "Data goes to standard output; progress and the log go to standard error.\n"
         "Exit status: 0 done, 1 wrong usage or a filter refused, 2 the input cannot be read, the\n"
@@ -76,20 +76,20 @@ int RunTool(int argc, char** argv) {
     return run();
 }
 
-/// Called on the thread that asked for memory when there is none.
+/// The new-handler: runs on the thread whose allocation failed, and ends the process.
 [[noreturn]] void LeaveWithoutMemory() {
     constexpr char kLine[] = "torvelsi: out of memory\n";
     static_cast<void>(!::write(STDERR_FILENO, kLine, sizeof(kLine) - 1));
     std::_Exit(tool::kUnreadable);
 }
 
-/// When a standard descriptor is closed, the next file that is opened would get its number. So a
-/// closed one is opened here: input for writing only and output for reading only, so that using
-/// them fails; standard error writes to nowhere.
+/// Opens standard descriptors that are closed, because otherwise the next file that is opened would
+/// get their number. Input is opened for writing only and output for reading only, so that using
+/// them fails. Standard error is opened so that its text is dropped.
 void OpenClosedStandardDescriptors() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (::fcntl(descriptor, F_GETFD) < 0) {
-            // The lowest that is free: this one.
+            // open returns the lowest free number, which is this one.
             static_cast<void>(
                 ::open("/dev/null", descriptor == STDOUT_FILENO ? O_RDONLY : O_WRONLY));
         }
@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
         tool::PrintError("standard output cannot be written");
         status = tool::kUnreadable;
     }
-    // The section manager lives as long as the process: returning from main would end in its
-    // termination.
+    // quick_exit destroys no static objects. A return from main would destroy them, and a process
+    // that has a section manager would then end through the termination handler (SIGABRT).
     std::quick_exit(status);
 }

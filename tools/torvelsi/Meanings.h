@@ -4,7 +4,7 @@
 
 namespace tool {
 
-// What coded values mean, in words; a number for values that have no meaning yet.
+// The meaning of coded values in words. A value without a known meaning is returned as a number.
 
 /// stream_type (ISO/IEC 13818-1 table 2-34).
 std::string StreamTypeMeaning(unsigned int streamType);
@@ -15,8 +15,8 @@ std::string ServiceTypeMeaning(unsigned int serviceType);
 /// running_status (ETSI EN 300 468 table 6).
 std::string RunningStatusMeaning(unsigned int runningStatus);
 
-/// The value of a field of a delivery system descriptor, both as in `scan --format json`, of
-/// a flag 0 or 1; the number alone for fields that code a number.
+/// The meaning of a field of a delivery system descriptor. `system` and `field` have the names of
+/// `scan --format json`; a flag has the value 0 or 1. A field that codes a number gives the number.
 std::string DeliveryMeaning(const std::string& system, const std::string& field,
                             unsigned int value);
 

@@ -5,8 +5,8 @@
 
 namespace tool {
 
-/// Takes text piece by piece, in order. What is printed can be large: no part of it is kept longer
-/// than it takes to write it.
+/// Receives text piece by piece, in order. A document can be large, so no piece is kept after the
+/// call.
 using Output = std::function<void(std::string_view)>;
 
 }  // namespace tool

@@ -14,7 +14,8 @@ namespace tool {
 class Progress {
   public:
     /// @param totalBytes  the size of the source; 0 when unknown
-    /// @param note        returns the text before the figures; may be empty
+    /// @param note        returns the text before the figures; called on a thread of this object;
+    ///                    may be empty
     explicit Progress(std::uint64_t totalBytes, std::function<std::string()> note = {});
     ~Progress();
     Progress(const Progress&) = delete;

@@ -20,9 +20,10 @@ namespace tool {
 
 namespace {
 
-constexpr char kDemo[] = "demo:";  // the scheme of the tool's own
+constexpr char kDemo[] = "demo:";  // the only scheme that the tool itself handles
 
-/// An option whose text `parse` turns into a value. CLI11's own conversions take 010 for eight.
+/// Adds an option whose text `parse` turns into a value. CLI11's own conversions are not used,
+/// because they read 010 as eight.
 template <class Value, class Parse>
 CLI::Option* AddParsed(CLI::App& command, const std::string& name, Value& value, Parse parse,
                        const std::string& help) {
@@ -72,7 +73,8 @@ tvservice::SourcePtr Open(const ReceiverOptions& options, std::string& error) {
     const std::string scenario = input.substr(sizeof(kDemo) - 1);
     std::vector<std::uint8_t> bytes = generator::MakeScenario(scenario.empty() ? "demo" : scenario);
     if (bytes.empty()) {
-        error = fmt::format("{}: there is no scenario of that name", Printable(input));
+        error = fmt::format("{}: there is no scenario of that name; see 'torvelsi generate --list'",
+                            Printable(input));
         return nullptr;
     }
     return tvservice::WithOptions(tvservice::MemorySource(input, std::move(bytes)), options.reading,
@@ -86,8 +88,7 @@ void AddInputOptions(CLI::App& command, ReceiverOptions& options) {
         command.add_flag("--loop", options.reading.loop, "Start a file again at its end");
     loop->group(kGroup);
     command
-        .add_flag("--follow", options.reading.follow,
-                  "At the end of a file, wait until it has grown")
+        .add_flag("--follow", options.reading.follow, "At the end of a file, wait for more data")
         ->excludes(loop)
         ->group(kGroup);
     command
@@ -99,8 +100,8 @@ void AddInputOptions(CLI::App& command, ReceiverOptions& options) {
         return text.empty() ? 1 : ParsePace(text);
     };
     AddParsed(command, "--pace", options.reading.pace, parsePace,
-              "Play a file at so many times real time, by its PCRs, e.g. 0.5 or 1e2; 1 when no "
-              "number is given")
+              "Play a file at SPEED times real time, as measured by its PCRs, e.g. 0.5 or 1e2. "
+              "Without a number the speed is 1")
         ->expected(0, 1)
         ->type_name("SPEED")
         ->group(kGroup);
@@ -118,12 +119,13 @@ void AddReceiver(CLI::App& command, tvservice::Config& receiver) {
               "The size of the cache of sections in bytes; 0: no cache");
     command
         .add_option("--fault", receiver.faults,
-                    "Inject a fault, e.g. drop=1/1000 or refuse-subscribe@3; may be given several "
-                    "times, see docs/faults.md")
+                    "Inject a fault, e.g. drop=1/1000 or refuse-subscribe@3 (see docs/faults.md). "
+                    "Give the option several times for several faults")
         ->allow_extra_args(false)
         ->group("Receiver");
     AddNumber(command, "--fault-seed", receiver.faultSeed,
-              "Chooses where faults happen; the same faults and seed hit the same places");
+              "The seed of the injected faults: with the same faults and the same seed they happen "
+              "at the same places");
 }
 
 }  // namespace
@@ -135,10 +137,10 @@ std::shared_ptr<ReceiverOptions> AddReceiverOptions(CLI::App& command) {
     AddReceiver(command, options->receiver);
     command.parse_complete_callback([options] {
         if (options->reading.dvr && !MayHaveDvr(options->input)) {
-            throw CLI::ValidationError("--dvr", "INPUT is not dvb:ADAPTER");
+            throw CLI::ValidationError("--dvr", "needs an INPUT of the form dvb:ADAPTER");
         }
         if (options->reading.follow) {
-            // What others append to a file shows late in a mapping on some network file systems.
+            // On some network file systems a mapping shows appended data late.
             options->reading.mapped = false;
         }
     });

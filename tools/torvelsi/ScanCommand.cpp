@@ -44,7 +44,7 @@ int Scan(const ReceiverOptions& options, bool json,
         multiplex.missing.push_back({.what = client::Missing::kRestOfInput});
     }
     const Output output = [](std::string_view text) {
-        // Main asks the stream whether anything failed.
+        // The result is ignored, because main checks stdout for errors at the end.
         static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout));
     };
     (json ? WriteScanDocument : WriteScanText)(multiplex, output);
@@ -52,7 +52,7 @@ int Scan(const ReceiverOptions& options, bool json,
             tvservice::SoftwarePlatform::Instance().Counter("refused_subscriptions");
         refused > 0) {
         PrintError(
-            fmt::format("the receiver refused {} of the filters that the scan wants", refused));
+            fmt::format("the receiver refused {} of the filters that the scan needs", refused));
     }
     if (end.reason == tvservice::InputEnd::kFailed) {
         PrintError(end.error);
@@ -71,18 +71,18 @@ void AddScanCommand(CLI::App& app, Run& run) {
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand(
         "scan",
-        "Show what a multiplex holds: programs, services, events, networks, bouquets and "
+        "Show the content of a multiplex: programs, services, events, networks, bouquets and "
         "the software updates that they announce");
     const auto receiver = AddReceiverOptions(*command);
-    command->add_option("--format", options->format, "text for people, json for programs")
+    command->add_option("--format", options->format, "text to read, json for programs")
         ->check(CLI::IsMember({"text", "json"}))
         ->capture_default_str();
     const CLI::Option* given =
         command
             ->add_option("--timeout", options->timeout,
-                         "time-out for a live input (500ms, 30s, 2min): the scan ends when it has "
-                         "passed, or before as soon as nothing is missing. If it is given, it "
-                         "holds for a pipe too, which is otherwise read to its end")
+                         "Time-out for a live input, e.g. 500ms, 30s, 2min. The scan ends when it "
+                         "has passed, or earlier when nothing is missing. If given, it applies to "
+                         "a pipe too; without it a pipe is read to its end")
             ->capture_default_str();
     command->callback([options, receiver, given, &run] {
         std::optional<std::chrono::milliseconds> timeout;

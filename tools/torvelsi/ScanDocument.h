@@ -9,7 +9,7 @@ namespace tool {
 /// Writes the document of `scan --format json`, as docs/torvelsi-scan-2.schema.json describes it.
 void WriteScanDocument(const client::Multiplex& multiplex, const Output& output);
 
-/// Writes the same content for people: aligned, identifiers as `1031 (0x0407)`, meanings in words.
+/// Writes the same content as text: aligned, identifiers as `1031 (0x0407)`, meanings in words.
 void WriteScanText(const client::Multiplex& multiplex, const Output& output);
 
 /// The fields of a delivery system descriptor by their names in ETSI EN 300 468, units in the name:
@@ -17,7 +17,7 @@ void WriteScanText(const client::Multiplex& multiplex, const Output& output);
 /// "malformed": true}.
 Json DeliveryToJson(const client::Descriptor& delivery);
 
-/// What a table is called in `missing`.
+/// The name of a table in the list `missing`.
 const char* TableName(client::Missing::What what);
 
 }  // namespace tool

@@ -70,7 +70,8 @@ void AddLinkages(Page& page, const std::vector<client::SsuLinkage>& linkages,
     }
 }
 
-// The meaning of these tags depends on the private data specifier in force (ETSI EN 300 468 6.1).
+// Whether the meaning of a tag depends on the latest private data specifier before the descriptor
+// (ETSI EN 300 468 6.1).
 bool IsPrivate(unsigned char tag) {
     return tag >= 0x80 && tag <= 0xFE;
 }
@@ -134,7 +135,7 @@ void AddService(Page& page, const client::Service& service) {
     AddDescriptors(page, service.descriptors);
 }
 
-// A text of several lines: those behind the first are indented further.
+// Writes a text of several lines. The lines after the first one are indented further.
 void AddLines(Page& page, const std::string& text) {
     std::size_t begin = 0;
     for (std::size_t end = 0; end != std::string::npos; begin = end + 1) {
@@ -178,7 +179,7 @@ void AddEvents(Page& page, const client::Multiplex& multiplex) {
     }
 }
 
-// What stands for a field without a value.
+// The text that is shown for a field without a value.
 std::string NullText(const std::string& field) {
     const bool isNumber = field.find("_hz") != std::string::npos ||
                           field.find("_per_s") != std::string::npos ||
@@ -228,8 +229,8 @@ void AddCells(Page& page, const Json& cells) {
     }
 }
 
-// Whether a field without a value is left out: only DVB-S2 has these, and modulation_type has no
-// known meaning without them.
+// Whether a field is left out when it has no value. The first two exist in DVB-S2 only; without
+// them modulation_type may have no known meaning.
 bool IsOfS2(const std::string& field) {
     return field == "roll_off" || field == "modulation_system" || field == "modulation_type";
 }
@@ -286,7 +287,7 @@ void AddCounters(Page& page, const char* title,
     page.Add(text);
 }
 
-// "1, 3-7": ascending numbers, those that follow each other as a range.
+// Ascending numbers, with ranges for consecutive ones: "1, 3-7".
 std::string Ranges(const std::vector<unsigned char>& numbers) {
     std::string text;
     for (std::size_t at = 0; at < numbers.size();) {
@@ -303,7 +304,7 @@ std::string Ranges(const std::vector<unsigned char>& numbers) {
     return text;
 }
 
-// "eit 7 (section 1)"; of a table of which nothing came just "eit 7".
+// "eit 7 (section 1)", or just "eit 7" when no section of the table came.
 std::string MissingText(const client::Missing& missing) {
     std::string text = TableName(missing.what);
     if (missing.id) {

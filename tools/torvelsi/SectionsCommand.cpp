@@ -84,8 +84,8 @@ int Refused() {
 InputEnd Play(tvservice::SourcePtr source, const tvservice::SourceInfo& info) {
     const Progress progress(info.size);
     tvservice::PlayOptions options;
-    // A toggling filter is set anew when its section has been handled. The next packet must wait
-    // for that.
+    // A toggling filter is replaced when its section has been handled. In lock-step the next packet
+    // waits for that, so no section is lost in between.
     options.reading = tvservice::PlayOptions::kLockStep;
     SoftwarePlatform& platform = SoftwarePlatform::Instance();
     return platform.Play(std::move(source), options)
@@ -133,7 +133,7 @@ int Sections(const SectionsRequest& request) {
         return kUnreadable;
     }
     if (!isBegun && !Interrupted()) {
-        PrintError("the table did not repeat, so the cache was not asked for it");
+        PrintError("the table did not repeat, so no section came from the cache");
         return kIncomplete;
     }
     if (printer.TimedOut()) {

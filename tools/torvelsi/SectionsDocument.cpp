@@ -11,7 +11,8 @@ namespace tool {
 
 namespace {
 
-/// The section, when it is whole and has the long header (section_syntax_indicator).
+/// A view of the section; no value when it was cut or has no long header
+/// (section_syntax_indicator 0).
 std::optional<tvservice::SectionView> LongHeader(const ReceivedSection& section) {
     const auto view = tvservice::SectionView::From(section.data, section.length);
     return view && view->section_syntax_indicator() ? view : std::nullopt;

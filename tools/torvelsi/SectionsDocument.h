@@ -10,8 +10,8 @@
 
 namespace tool {
 
-/// One section as an observer receives it. `data` is borrowed, `length` bytes: fewer than the
-/// section has when a fault cut it.
+/// One section as an observer receives it. It borrows `data`, which has `length` bytes. These are
+/// fewer than section_length says when an injected fault cut the section.
 struct ReceivedSection {
     unsigned int subscription;
     unsigned short pid;
@@ -19,16 +19,17 @@ struct ReceivedSection {
     unsigned short length;
 };
 
-/// For people: a line with the fields of its header, then its bytes.
+/// The section as text: a line with the fields of its header, then its bytes.
 std::string SectionText(const ReceivedSection& section);
 
-/// The document "torvelsi-sections/1" is written piece by piece: its begin, sections, its end.
+/// The document "torvelsi-sections/1" is made of three kinds of pieces: its begin, its sections,
+/// its end. This is the begin.
 
-/// @param subscription  the id; 0 where none was made
+/// @param subscription  the id; 0 when no subscription was made
 std::string SectionsBegin(unsigned int subscription);
 
-/// One section, with what separates it from those before.
-/// @param index  0 for the first one
+/// One section, with the comma that separates it from the one before.
+/// @param index  the number of sections before it
 std::string SectionsEntry(const ReceivedSection& section, std::uint64_t index);
 
 struct SectionsSummary {
@@ -40,7 +41,7 @@ struct SectionsSummary {
 };
 std::string SectionsEnd(const SectionsSummary& summary);
 
-/// The same for people.
+/// The summary as text.
 std::string SummaryText(const SectionsSummary& summary);
 
 }  // namespace tool

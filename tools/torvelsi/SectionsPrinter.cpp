@@ -78,14 +78,14 @@ void SectionsPrinter::WaitForTimeout() {
             PrintError("the one-shot was consumed by an empty section");
             return;
         }
-        changed_.wait_for(lock, kSignalPoll);  // a signal cannot notify
+        changed_.wait_for(lock, kSignalPoll);  // polls, because a signal does not notify
     }
 }
 
 void SectionsPrinter::EndWithTimeout() {
     std::unique_lock<std::mutex> lock(mutex_);
     while (!played_) {
-        if (timedOut_) {  // repeated, because the time-out may pass before anything plays
+        if (timedOut_) {  // again and again, because the source may begin to play only later
             tvservice::SoftwarePlatform::Instance().Interrupt();
         }
         changed_.wait_for(lock, kSignalPoll);

@@ -12,9 +12,9 @@
 
 namespace tool {
 
-/// Prints each section on the event thread, and ends what plays when it has printed enough. Must
-/// live as long as the process: after an interruption sections may still be on their way to it. All
-/// members may be called on any thread.
+/// Prints each section on the event thread. When it has printed enough, it ends the playing source.
+/// An object must live as long as the process, because after an interruption the event thread may
+/// still deliver sections to it. All members may be called on any thread.
 class SectionsPrinter final : public TORVEL_MW::ISectionObserver {
   public:
     explicit SectionsPrinter(const SectionsRequest& request);
@@ -23,26 +23,27 @@ class SectionsPrinter final : public TORVEL_MW::ISectionObserver {
                            unsigned char* data) override;
     void OnSectionTimeout(unsigned int id) override;
 
-    /// To be called when the subscription has been made, so that its time-out runs.
+    /// Tells the printer that the subscription was made just now: its time-out runs from here on.
     void Subscribed();
 
-    /// Waits while a time-out runs, until a section has come, the time-out has passed or a signal
-    /// has come. A section of no bytes consumes a one-shot subscription and stops its time-out, and
-    /// no observer is called: then it returns a little after the time-out was due.
+    /// If the subscription has a time-out, waits until a section has come, the time-out has passed
+    /// or a signal has come. An empty section consumes a one-shot subscription and stops its
+    /// time-out without a call to the observer. In this case the wait ends one second after the
+    /// time-out was due, with an error line.
     void WaitForTimeout();
 
-    /// Ends what plays when the time-out passes, for inputs that may have no end of their own.
-    /// Returns when `Played` is called.
+    /// Ends the playing source when the time-out passes. For inputs that may have no end of their
+    /// own. Returns when `Played` is called.
     void EndWithTimeout();
     void Played();
 
-    /// Nothing is printed after this.
+    /// After this the printer prints nothing more.
     void Close();
 
     std::uint64_t Sections() const;
     bool TimedOut() const;
 
-    /// Whether as many sections came as were asked for.
+    /// Whether as many sections were printed as the user asked for.
     bool GotAllWanted() const;
 
   private:
@@ -62,7 +63,7 @@ class SectionsPrinter final : public TORVEL_MW::ISectionObserver {
     std::uint64_t sections_ = 0;
 };
 
-/// While it lives, the printer's time-out ends what plays.
+/// While an object of this class lives, the printer's time-out ends the playing source.
 class TimeoutWatch {
   public:
     explicit TimeoutWatch(SectionsPrinter& printer)

@@ -22,19 +22,19 @@ void SectionsOptions::AddFilter(CLI::App& command) {
     CLI::Option* pattern = pattern_.Add(command, "--pattern",
                                         "Filter by these bytes, in hexadecimal, from table_id on");
     CLI::Option* mask = mask_.Add(command, "--mask",
-                                  "Compare only the bits of the pattern that are 1 here; as many "
-                                  "bytes as the pattern");
+                                  "Compare only the bits that are 1 in this mask; it must be as "
+                                  "long as the pattern");
     mode_
         .Add(command, "--mode",
-             "Of the bits that are 1 here at least one must differ from the pattern; as many bytes "
-             "as the pattern")
+             "Of the compared bits that are 1 here, at least one must differ from the pattern; the "
+             "mode must be as long as the pattern")
         ->needs(pattern);
     pattern->needs(mask)->excludes(tableId);
     mask->needs(pattern);
     command
         .add_flag("--from-cache", fromCache_,
                   "Subscribe as a second client: wait until the table begins to repeat, then show "
-                  "the sections that the receiver's cache holds, and those that come after them")
+                  "the sections from the receiver's cache, and after them those of the input")
         ->needs(tableId)
         ->excludes(extension);
     command
@@ -52,7 +52,7 @@ void SectionsOptions::AddEndAndFormat(CLI::App& command) {
     count_.Add(command, "--count", "End after this number of sections");
     command
         .add_option("--format", format_,
-                    "hex for people, json for programs, binary for the sections alone")
+                    "hex to read, json for programs, binary for the bytes of the sections only")
         ->check(CLI::IsMember({"hex", "json", "binary"}))
         ->capture_default_str();
 }

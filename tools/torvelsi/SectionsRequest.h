@@ -13,35 +13,35 @@
 
 namespace tool {
 
-/// What the command `sections` was asked for.
+/// The arguments of the command `sections`.
 struct SectionsRequest {
     enum Format { kHex, kJson, kBinary };
     static constexpr unsigned int kNoTimeout = 0xFFFFFFFF;
 
     ReceiverOptions receiver;
     unsigned short pid = 0;
-    std::optional<unsigned int> tableId;    ///< without it the pattern is the filter
-    std::optional<unsigned int> extension;  ///< only with a table id
+    std::optional<unsigned int> tableId;    ///< if it has no value, the pattern is the filter
+    std::optional<unsigned int> extension;  ///< used with a table id only
     std::vector<unsigned char> pattern;
     std::vector<unsigned char> mask;
     std::vector<unsigned char> mode;
     TORVEL_MW::ISectionManager::EFilterMode filterMode = TORVEL_MW::ISectionManager::EContinuous;
     unsigned int timeout = kNoTimeout;   ///< in milliseconds
-    std::optional<std::uint64_t> count;  ///< 1 or more: end after so many sections
-    bool fromCache = false;              ///< only with a table id alone
+    std::optional<std::uint64_t> count;  ///< the number of sections to end after, 1 or more
+    bool fromCache = false;              ///< used with a table id and no extension only
     Format format = kHex;
 
     bool IsOneShot() const { return filterMode == TORVEL_MW::ISectionManager::EOneShot; }
 };
 
-/// The options of the command line that fill a request.
+/// The command-line options that fill a `SectionsRequest`.
 class SectionsOptions {
   public:
-    /// Adds them to a command, which this object must outlive.
+    /// Adds the options to a command. This object must live as long as the command does.
     explicit SectionsOptions(CLI::App& command);
 
-    /// After parsing.
-    /// @throw CLI::Error when they do not fit together
+    /// The request, once the command line was parsed.
+    /// @throw CLI::Error when a value is not valid or the options do not fit together
     SectionsRequest Request() const;
 
   private:

@@ -22,7 +22,7 @@ namespace tool {
 
 namespace {
 
-/// A piece of output that takes longer waits for a reader that has stopped.
+/// When writing one piece of output takes longer than this, its reader has stopped reading.
 constexpr std::chrono::milliseconds kLongestStall(500);
 
 std::atomic<bool> s_interrupted{false};
@@ -39,7 +39,7 @@ void CatchInterrupts() {
         int signal = 0;
         sigwait(&signals, &signal);
         s_interrupted = true;
-        // Repeated, because the input may begin to play only after the signal.
+        // Interrupts again and again, because the input may begin to play only after the signal.
         constexpr timespec kRepeatInterval{0, 50'000'000};
         int second = -1;
         do {
@@ -54,7 +54,7 @@ void SurviveMappedFiles() {
     struct sigaction action {};
     action.sa_sigaction = [](int number, siginfo_t* info, void* /*context*/) {
         if (!tvservice::RepairMappedSource(info->si_addr)) {
-            ::signal(number, SIG_DFL);  // the instruction is repeated, and the process ends
+            ::signal(number, SIG_DFL);  // the instruction runs again and now ends the process
         }
     };
     action.sa_flags = SA_SIGINFO;

@@ -4,19 +4,21 @@
 
 namespace tool {
 
-/// Makes SIGINT and SIGTERM end the source that plays instead of the process. A second signal ends
-/// the process at once. The first one does too, within a second, when nobody reads what the tool
-/// writes. Call it on the main thread before any other thread starts.
+/// Makes SIGINT and SIGTERM end the playing source instead of the process. A second signal ends the
+/// process at once. If the tool's output cannot be written because its reader has stopped, the
+/// first signal ends the process too, within a second. Call it on the main thread before any other
+/// thread starts.
 void CatchInterrupts();
 
-/// Lets a mapped file that becomes shorter fail instead of ending the process (SIGBUS).
+/// Installs a SIGBUS handler. When a mapped file becomes shorter while it is read, the source then
+/// ends with an error; without the handler the process would be killed.
 void SurviveMappedFiles();
 
-/// Whether a signal has asked for the end.
+/// Whether SIGINT or SIGTERM has come.
 bool Interrupted();
 
-/// After an input was played: prints an error line when no packets were found in it, and one when
-/// its packets have another size than the faults on packets that were asked for assume.
+/// Call it after an input was played. Prints an error line when no packets were found, and one when
+/// faults were injected into packets that are larger than the 188 bytes that the faults assume.
 void WarnAboutInput();
 
 /// Writes one error line, "torvelsi: ...", to standard error. Control characters in it are shown as

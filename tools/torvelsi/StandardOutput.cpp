@@ -16,7 +16,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// One of the two descriptors.
+/// Standard output or standard error.
 struct Stream {
     int descriptor;
     std::atomic<Clock::rep> since{0};  ///< when the write in progress began; 0: there is none
@@ -29,10 +29,11 @@ bool IsFile(int descriptor) {
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// Writes everything, or returns how much was written before the error in errno.
+/// Writes all bytes. On an error it returns how many were written before; errno has the error.
 ssize_t Write(void* cookie, const char* bytes, std::size_t size) {
     auto& output = *static_cast<Stream*>(cookie);
-    // A reader that goes on, however slowly, soon makes room for a piece of this size in a pipe.
+    // A pipe is written in small pieces: even a slow reader soon makes room for one, so only a
+    // reader that has stopped makes a write take long.
     const std::size_t piece = IsFile(output.descriptor) ? size : PIPE_BUF;
     std::size_t done = 0;
     while (done < size) {
@@ -49,7 +50,7 @@ ssize_t Write(void* cookie, const char* bytes, std::size_t size) {
     return static_cast<ssize_t>(done);
 }
 
-/// Leaves the stream as it is when there is no memory for another one.
+/// Replaces `stream` by one whose writes are timed. Without memory for it, `stream` stays.
 void Watch(Stream& output, std::FILE*& stream, int buffering) {
     cookie_io_functions_t functions{};
     functions.write = Write;

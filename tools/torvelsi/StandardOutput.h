@@ -4,12 +4,13 @@
 
 namespace tool {
 
-/// Has standard output and standard error written in small pieces, each of which is timed, so that
-/// a reader that has stopped reading is noticed. Call it before anything is printed.
+/// From now on standard output and standard error are written in small pieces, and the time of each
+/// write is measured (OutputStall), so that the tool notices when a reader has stopped. Call it
+/// before anything is printed.
 void WatchOutput();
 
-/// How long the piece that is being written has been waiting for the reader; 0 when none is. Any
-/// thread.
+/// How long the write in progress has been waiting for its reader; 0 when there is none. If both
+/// outputs wait, the longer time. May be called on any thread.
 std::chrono::milliseconds OutputStall();
 
 }  // namespace tool

@@ -9,20 +9,20 @@
 
 namespace tool {
 
-/// An option whose text is read by one of the functions in Arguments.h. An empty text is read too,
-/// unlike CLI11 does with options of other types.
+/// An option whose text one of the functions in Arguments.h reads. They get an empty text too;
+/// CLI11 would skip it in options of other types.
 class TextOption {
   public:
-    /// Adds it to a command. This object must live as long as the command does.
+    /// Adds the option to a command. This object must live as long as the command does.
     CLI::Option* Add(CLI::App& command, const std::string& name, const std::string& help) {
         option_ = command.add_option(name, text_, help);
         return option_;
     }
 
-    /// Whether the command line had it; after parsing.
+    /// Whether the command line has the option. Valid after parsing.
     bool IsGiven() const { return option_->count() > 0; }
 
-    /// The value of its text.
+    /// The value of the option's text.
     /// @throw CLI::ValidationError when `reader` refuses the text
     template <class Reader>
     auto Parsed(Reader reader) const {
@@ -33,7 +33,7 @@ class TextOption {
         }
     }
 
-    /// Its number, 0 to `largest`; throws as `Parsed`.
+    /// The option's number, 0 to `largest`; throws as `Parsed` does.
     std::uint64_t Number(std::uint64_t largest) const {
         return Parsed([largest](const std::string& text) { return ParseNumber(text, largest); });
     }
