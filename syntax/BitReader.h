@@ -7,8 +7,8 @@
 
 namespace syntax {
 
-// Reads bits, the most significant first, up to an end that can be drawn in and out again.
-// Positions count bits from the beginning of the bytes.
+// Reads bits, the most significant first, up to an end that the caller can move. Positions count
+// bits from the beginning of the bytes. The bytes are borrowed.
 class BitReader {
   public:
     explicit BitReader(tvservice::ByteView bytes) : bytes_(bytes), end_(bytes.size() * 8) {}
@@ -16,12 +16,12 @@ class BitReader {
     std::size_t position() const { return position_; }
     void SetPosition(std::size_t position) { position_ = position; }
     std::size_t end() const { return end_; }
-    // `end` is inside of the bytes.
+    // Sets the end, in bits; it must not be past the end of the bytes.
     void SetEnd(std::size_t end) { end_ = end; }
     std::size_t left() const { return end_ - position_; }
     bool aligned() const { return position_ % 8 == 0; }
 
-    // At most 64 bits, and not more than left().
+    // Reads `count` bits: at most 64, and at most left().
     std::uint64_t Take(std::size_t count) {
         std::uint64_t value = 0;
         const std::uint8_t* at = bytes_.data() + position_ / 8;
@@ -44,7 +44,7 @@ class BitReader {
         return count == 0 ? value : value << count | static_cast<unsigned>(*++at) >> (8 - count);
     }
 
-    // Whole bytes from an aligned position on, not more than left().
+    // Reads `count` bytes; the position must be aligned, and the bytes must fit into left().
     tvservice::ByteView TakeBytes(std::size_t count) {
         const tvservice::ByteView taken = bytes_.Subview(position_ / 8, count);
         position_ += count * 8;

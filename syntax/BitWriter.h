@@ -8,17 +8,17 @@
 
 namespace syntax {
 
-// Writes bits, the most significant first, behind what is in a vector already.
+// Appends bits to a vector of bytes, the most significant first.
 class BitWriter {
   public:
     explicit BitWriter(std::vector<std::uint8_t>& out) : out_(out), position_(out.size() * 8) {}
 
-    // Bits from the beginning of the vector.
+    // The position in bits from the beginning of the vector.
     std::size_t position() const { return position_; }
     bool aligned() const { return position_ % 8 == 0; }
     std::vector<std::uint8_t>& bytes() { return out_; }
 
-    // The lowest `count` bits of `value`, at most 64.
+    // Writes the lowest `count` bits of `value`; `count` is at most 64.
     void Put(std::uint64_t value, std::size_t count) {
         if (count == 8 && position_ % 8 == 0) {
             position_ += 8;
@@ -47,13 +47,13 @@ class BitWriter {
         }
     }
 
-    // From an aligned position on.
+    // Writes whole bytes; the position must be aligned.
     void PutBytes(tvservice::ByteView bytes) {
         out_.insert(out_.end(), bytes.begin(), bytes.end());
         position_ += bytes.size() * 8;
     }
 
-    // Puts bits in the place of `count` zeros that were written before.
+    // Overwrites `count` bits at `position`, which must have been written as zeros.
     void Patch(std::size_t position, std::uint64_t value, std::size_t count) {
         if (count == 8 && position % 8 == 0) {
             out_[position / 8] = static_cast<std::uint8_t>(value);

@@ -1,13 +1,14 @@
-// The words that declarations are written in. A declaration reads like the syntax table of its
-// standard, top to bottom:
+// The functions that declarations are written with. A declaration reads like the syntax table of
+// its standard, from top to bottom:
 //
 //   Descriptor(0x50, "component_descriptor", "EN 300 468 6.2.8",
 //       U(4, "stream_content_ext"), U(4, "stream_content"),
 //       U8("component_type", kComponentTypes).By("stream_content_ext", "stream_content"),
 //       U8("component_tag"), Language("ISO_639_language_code"), Text("text"))
 //
-// Everything is checked when it is compiled: a name that may not be used, a condition on a field
-// that does not stand before it, a bit field of no width. docs/adding-a-descriptor.md has the walk.
+// The compiler checks declarations. It refuses reserved names, conditions on a field that does not
+// come earlier, bit fields without width and more. docs/adding-a-descriptor.md shows how to add
+// one.
 #pragma once
 
 #include <array>
@@ -20,12 +21,12 @@
 
 namespace syntax {
 
-// Steps in a row; what all words below return.
+// A sequence of steps. All functions below return one.
 template <std::size_t N>
 struct Steps {
     std::array<Op, N> ops{};
 
-    // The value table's keys begin with the values of these fields.
+    // For a value table with keys of several fields: `first` and `second` come before this field.
     constexpr Steps By(std::string_view first, std::string_view second = {}) const {
         Steps result = *this;
         result.ops[0].by[0] = first;
@@ -49,7 +50,8 @@ constexpr Steps<(Ns + ... + 0)> Sequence(const Steps<Ns>&... parts) {
 
 namespace detail {
 
-// Ends the compilation with its text: it is not constexpr, and a declaration is.
+// Stops the compilation at its text, because a constexpr declaration may not call a function that
+// is not constexpr.
 inline void Refuse(const char* /*why*/) {}
 
 constexpr Steps<1> One(OpKind kind, unsigned bits, std::string_view name, Values values = {}) {
@@ -121,17 +123,18 @@ constexpr Steps<1> S(unsigned bits, std::string_view name) {
     return detail::One(OpKind::kSigned, bits, name);
 }
 
-// A bit that says something of its own: a boolean.
+// A bit with a meaning of its own: a boolean in the tree.
 constexpr Steps<1> Flag(std::string_view name) {
     return detail::One(OpKind::kFlag, 1, name);
 }
-// A bit that only says whether fields follow. It is not in the tree: it is one when a field under
-// If(Set(name)) is there, zero when one under If(Clear(name)) is.
+// A bit that only says whether fields follow. It is not in the tree. The encoder writes one when a
+// field under If(Set(name)) is present, and zero when a field under If(Clear(name)) is present.
 constexpr Steps<1> Guard(std::string_view name) {
     return detail::One(OpKind::kGuard, 1, name);
 }
 
-// Reserved bits, all ones; all zeros; another value.
+// Reserved bits: Reserved with any value, Ones with all bits one, Zeros with all bits zero. They
+// are not in the tree.
 constexpr Steps<1> Reserved(unsigned bits, std::uint64_t value) {
     Steps<1> result = detail::One(OpKind::kReserved, bits, {});
     result.ops[0].low = value;
@@ -144,20 +147,21 @@ constexpr Steps<1> Zeros(unsigned bits) {
     return Reserved(bits, 0);
 }
 
-// Decimal digits. In the tree a number of `unit`s: BcdUnits("frequency_hz", 32, 10000) counts 10
-// kHz.
+// Decimal digits that count units. The tree has the digits times `unit`:
+// BcdUnits("frequency_hz", 32, 10000) counts units of 10 kHz and is in Hz in the tree.
 constexpr Steps<1> BcdUnits(std::string_view name, unsigned bits, std::uint32_t unit) {
     Steps<1> result = detail::One(OpKind::kBcd, bits, name);
     result.ops[0].scale = unit;
     return result;
 }
-// Decimal digits of which the last ones stand behind the point: divisor 10 for one such digit.
+// Decimal digits with a decimal point. The tree has the digits divided by `divisor`: 10 for one
+// digit after the point.
 constexpr Steps<1> BcdFraction(std::string_view name, unsigned bits, std::uint32_t divisor) {
     Steps<1> result = detail::One(OpKind::kBcd, bits, name);
     result.ops[0].divisor = divisor;
     return result;
 }
-// A binary number of `unit`s.
+// A binary number that counts units. The tree has the number times `unit`.
 constexpr Steps<1> Units(unsigned bits, std::string_view name, std::uint32_t unit) {
     Steps<1> result = detail::One(OpKind::kScaled, bits, name);
     result.ops[0].scale = unit;
@@ -203,8 +207,9 @@ constexpr Steps<1> Mac(std::string_view name) {
     return detail::One(OpKind::kMac, 48, name);
 }
 
-// Each to the end of what encloses it; with a length of `bits` in front (…L); of the size that a
-// Length of the same name said before (…By).
+// Text, Utf8 and Bytes reach to the end of the enclosing loop, object or descriptor. Those with L
+// have a length of `bits` bits before them. Those with By have the size of an earlier Length that
+// names them.
 constexpr Steps<1> Text(std::string_view name) {
     return detail::Alone(detail::Reaching(OpKind::kText, name, Extent::kRest));
 }
@@ -237,13 +242,14 @@ constexpr Steps<1> BytesOf(unsigned count, std::string_view name) {
     return detail::Alone(detail::Reaching(OpKind::kBytes, name, Extent::kBits, count * 8));
 }
 
-// The length in bytes of the text or bytes `of`, where it does not stand right in front of it.
+// The length in bytes of the later text, bytes or window `of`. Needed only where other fields are
+// in between; otherwise use a function with L.
 constexpr Steps<1> Length(unsigned bits, std::string_view of) {
     Steps<1> result = detail::One(OpKind::kLength, bits, {});
     result.ops[0].refName = of;
     return result;
 }
-// The number of entries of the loop `of`.
+// The number of entries, less `plus`, of the later loop `of`.
 constexpr Steps<1> Count(unsigned bits, std::string_view of, unsigned plus = 0) {
     Steps<1> result = detail::One(OpKind::kCount, bits, {});
     result.ops[0].refName = of;
@@ -251,10 +257,10 @@ constexpr Steps<1> Count(unsigned bits, std::string_view of, unsigned plus = 0) 
     return result;
 }
 
-// --- Loops and what else holds fields
+// --- Loops, objects and windows
 
-// Entries to the end; with a length in bytes in front (L); with their number in front (N), or with
-// that less one (Less1); with the number that a Count of the same name said (By).
+// Loop has entries up to the end. LoopL has its length in bytes before it, LoopN the number of its
+// entries, LoopLess1 that number less one. LoopBy has the number of an earlier Count that names it.
 template <std::size_t... Ns>
 constexpr auto Loop(std::string_view name, const Steps<Ns>&... body) {
     return detail::With(detail::Reaching(OpKind::kLoop, name, Extent::kRest), body...);
@@ -276,30 +282,30 @@ constexpr auto LoopBy(std::string_view name, const Steps<Ns>&... body) {
     return detail::With(detail::Reaching(OpKind::kLoop, name, Extent::kByField), body...);
 }
 
-// Fields of an object of their own.
+// Fields that have an object of their own in the tree.
 template <std::size_t... Ns>
 constexpr auto Object(std::string_view name, const Steps<Ns>&... body) {
     return detail::With(detail::Reaching(OpKind::kObject, name, Extent::kRest), body...);
 }
-// The same, with their length in bytes in front.
+// The same, with the length in bytes before the fields.
 template <std::size_t... Ns>
 constexpr auto ObjectL(unsigned bits, std::string_view name, const Steps<Ns>&... body) {
     return detail::With(detail::Reaching(OpKind::kObject, name, Extent::kLength, bits), body...);
 }
-// A length in bytes in front of fields that lie open among the others.
+// A length in bytes, then fields of that length. They get no object of their own in the tree.
 template <std::size_t... Ns>
 constexpr auto Window(unsigned bits, const Steps<Ns>&... body) {
     return detail::With(detail::Reaching(OpKind::kWindow, {}, Extent::kLength, bits), body...);
 }
 
-// The same behind a Length(bits, of) that does not stand right in front.
+// The same with the length of an earlier Length(bits, of).
 template <std::size_t... Ns>
 constexpr auto WindowBy(std::string_view of, const Steps<Ns>&... body) {
     return detail::With(detail::Reaching(OpKind::kWindow, of, Extent::kByField), body...);
 }
 
-// Descriptors of `space`: to the end, or behind four reserved bits and a length of twelve, or
-// behind a length of `bits`.
+// A loop of descriptors of `space`: up to the end; with a length of `bits` bits before it (L); or
+// with four reserved bits and a length of twelve bits before it (L12).
 constexpr Steps<1> Descriptors(std::string_view name, Space space = Space::kMain) {
     Op op = detail::Reaching(OpKind::kDescriptors, name, Extent::kRest);
     op.space = space;
@@ -314,7 +320,7 @@ constexpr Steps<2> DescriptorsL12(std::string_view name, Space space = Space::kM
     return Sequence(Ones(4), DescriptorsL(12, name, space));
 }
 
-// --- What depends on something
+// --- Conditions
 
 constexpr Condition Set(std::string_view guard) {
     return {guard, 1, 1, 0, false};
@@ -354,15 +360,15 @@ constexpr auto If(const Condition& condition, const Steps<Ns>&... body) {
     op.negate = condition.negate;
     return detail::With(op, body...);
 }
-// Fields that are there when bytes remain.
+// Fields that are present when bytes are left.
 template <std::size_t... Ns>
 constexpr auto Optional(const Steps<Ns>&... body) {
     Op op;
     op.kind = OpKind::kOptional;
     return detail::With(op, body...);
 }
-// Fields that real streams replace by something else: where they do not fit, none of them is taken,
-// and what follows in the declaration (private bytes, say) has the bytes.
+// Fields that some real streams replace by something else. If the fields do not fit the bytes, none
+// of them is decoded, and the next fields of the declaration, such as private bytes, get the bytes.
 template <std::size_t... Ns>
 constexpr auto Try(const Steps<Ns>&... body) {
     Op op;
@@ -370,7 +376,8 @@ constexpr auto Try(const Steps<Ns>&... body) {
     return detail::With(op, body...);
 }
 
-// The same, and they fit only where they fill what encloses them.
+// The same, but the fields fit only if they also end where the enclosing loop, object or descriptor
+// ends.
 template <std::size_t... Ns>
 constexpr auto TryAll(const Steps<Ns>&... body) {
     Op op;
@@ -379,15 +386,16 @@ constexpr auto TryAll(const Steps<Ns>&... body) {
     return detail::With(op, body...);
 }
 
-// --- Headers of sections, behind table_id
+// --- Headers of sections, from the byte after table_id on
 
 constexpr Steps<1> SectionLength(SectionEnd end) {
     Steps<1> result = detail::One(OpKind::kSectionLength, 12, {});
     result.ops[0].low = static_cast<std::uint64_t>(end);
     return result;
 }
-// section_syntax_indicator, the bit behind it (0 in ISO/IEC 13818-1, 1 in DVB's tables) and all up
-// to last_section_number; `extension` says what table_id_extension holds.
+// The header with section_syntax_indicator 1, up to last_section_number. `bit` is the bit after
+// section_syntax_indicator: 0 in ISO/IEC 13818-1, 1 in the tables of DVB. `extension` declares the
+// fields in table_id_extension.
 template <std::size_t... Ns>
 constexpr auto LongHeader(unsigned bit, const Steps<Ns>&... extension) {
     return Sequence(Reserved(1, 1), Reserved(1, bit), Ones(2), SectionLength(SectionEnd::kCrc),
@@ -400,7 +408,7 @@ constexpr auto ShortHeader(SectionEnd end = SectionEnd::kNone) {
 
 // --- Declarations
 
-// Where a private descriptor counts.
+// The places in which a declaration of a descriptor applies.
 struct Scope {
     Space space = Space::kMain;
     std::uint32_t specifier = 0;  // private_data_specifier; 0: none needed
@@ -423,7 +431,8 @@ constexpr Scope Registered(std::uint32_t format) {
     return {Space::kMain, 0, format, 0x7};
 }
 
-// The head of a declaration: of a descriptor, or of a table with the table_ids low to high.
+// The head of a declaration: of a descriptor with the tag `low`, or of a table with the table_ids
+// `low` to `high`.
 struct Head {
     bool table = false;
     std::uint16_t low = 0;
@@ -431,7 +440,7 @@ struct Head {
     Scope scope;
     std::string_view name;
     std::string_view clause;
-    std::uint16_t first = 0;  // its first step in the group
+    std::uint16_t first = 0;  // the index of its first step in the group
     std::uint16_t count = 0;
 };
 
@@ -452,14 +461,14 @@ constexpr bool IsReferable(const Op& op) {
     return op.kind == OpKind::kUnsigned || op.kind == OpKind::kFlag || op.kind == OpKind::kGuard;
 }
 
-// Gives each field that another asks for a slot, and checks every name.
+// Checks a declaration, and gives a slot to each field that a later step refers to.
 template <std::size_t N>
 constexpr void Resolve(std::array<Op, N>& ops) {
     std::int8_t slots = 0;
     const auto slotOf = [&slots](Op& op) {
         if (op.slot < 0) {
             if (static_cast<std::size_t>(slots) == kMostSlots) {
-                Refuse("more fields are asked for than there are slots");
+                Refuse("later steps refer to more fields than there are slots");
             }
             op.slot = slots++;
         }
@@ -480,7 +489,7 @@ constexpr void Resolve(std::array<Op, N>& ops) {
                 --before;
             }
             if (before == 0) {
-                Refuse("a condition asks for a field that does not stand before it");
+                Refuse("a condition refers to a field that does not come earlier");
             }
             op.ref = slotOf(ops[before - 1]);
         }
@@ -492,7 +501,7 @@ constexpr void Resolve(std::array<Op, N>& ops) {
                 --before;
             }
             if (before == 0) {
-                Refuse("no length or count stands before what it is for");
+                Refuse("a field sized by a Length or Count has none earlier");
             }
             op.ref = slotOf(ops[before - 1]);
         }
@@ -519,7 +528,7 @@ constexpr auto Descriptor(unsigned tag, std::string_view name, std::string_view 
     return result;
 }
 
-// The same under another scope than that of its group.
+// The same with a scope of its own instead of the group's scope.
 template <std::size_t... Ns>
 constexpr auto Descriptor(const Scope& scope, unsigned tag, std::string_view name,
                           std::string_view clause, const Steps<Ns>&... fields) {
@@ -528,7 +537,7 @@ constexpr auto Descriptor(const Scope& scope, unsigned tag, std::string_view nam
     return result;
 }
 
-// A table with the table_ids `low` to `high`; the fields begin behind table_id.
+// A table with the table_ids `low` to `high`. The fields begin after table_id.
 template <std::size_t... Ns>
 constexpr auto Table(unsigned low, unsigned high, std::string_view name, std::string_view clause,
                      const Steps<Ns>&... fields) {
@@ -538,7 +547,7 @@ constexpr auto Table(unsigned low, unsigned high, std::string_view name, std::st
     return result;
 }
 
-// Declarations of one file: flat arrays, and a view of them for the registry.
+// The declarations of one file as flat arrays, and a view of them for the registry.
 template <std::size_t Heads, std::size_t Ops>
 struct Group {
     std::array<Head, Heads> heads{};
@@ -573,7 +582,7 @@ constexpr auto Declare(const Declaration<Ns>&... declarations) {
     return result;
 }
 
-// The same with one scope for all of them.
+// The same with one scope for all declarations.
 template <std::size_t... Ns>
 constexpr auto Declare(const Scope& scope, const Declaration<Ns>&... declarations) {
     auto result = Declare(declarations...);

@@ -1,4 +1,4 @@
-// Sections and descriptors to trees of values.
+// Decodes sections and descriptors into trees of values.
 #pragma once
 
 #include <cstdint>
@@ -14,35 +14,34 @@ namespace syntax {
 
 struct Options {
     Standard standard = Standard::kDvb;
-    std::uint32_t specifier = 0;  // private_data_specifier where a loop has none; 0: none
+    std::uint32_t specifier = 0;  // private_data_specifier of loops without one; 0: none
     TextRules text;
 };
 
-// A tree names what it has in the order of the standard. Beside a section's or descriptor's own
-// fields stand:
+// A tree has the fields in the order of the standard, under the standard's names. These members are
+// added:
 //
-// - "tag" (with "extension_tag" and the "private_data_specifier" in force) and "name" of a
-// descriptor,
-//   "table_id" and "name" of a section;
-// - "data": the whole bytes of a descriptor that nobody declared, with a "hint" where other options
-//   would explain its tag;
-// - "trailing": the bytes behind the last field that is known;
-// - "malformed": the field at which the bytes do not fit their declaration; nothing is read behind
-// it;
-// - "raw": the whole bytes, where the fields alone would give other ones: odd reserved bits or
-// texts,
-//   lengths that lie, a wrong CRC_32.
+// - "name", and "table_id" of a section or "tag" of a descriptor; "extension_tag" of an extension
+//   descriptor; "private_data_specifier" of a private descriptor;
+// - "data": the whole bytes of a descriptor without a declaration. A "hint" is added if other
+//   options would explain its tag;
+// - "trailing": the bytes after the last declared field;
+// - "malformed": the field at which the bytes do not fit the declaration. Decoding ends there;
+// - "raw": the whole bytes, if encoding the fields would give other bytes. This happens with
+// unusual
+//   reserved bits or texts, wrong lengths and a wrong CRC_32.
 //
-// Any bytes may be given; work and memory grow with their number. Not for several threads at once.
+// Any bytes may be given. Time and memory grow in proportion to them. One object must not be used
+// by several threads at once.
 class Decoder {
   public:
     explicit Decoder(const Options& options) : options_(options) {}
 
-    // One whole section, from its table_id on. The tree lives in `arena`, and points into
-    // `section`.
+    // Decodes one whole section, table_id first. The tree lives in `arena` and points into
+    // `section`, so both must outlive it.
     Node* Section(ByteView section, Arena& arena);
 
-    // One descriptor, from its tag on, as it stands in `space`.
+    // Decodes one descriptor, tag first. `space` says how its tag is understood.
     Node* Descriptor(ByteView descriptor, Arena& arena, Space space = Space::kMain);
 
   private:
@@ -51,7 +50,7 @@ class Decoder {
         std::uint64_t slots[kMostSlots];
     };
 
-    // What counts for the descriptors of one loop.
+    // The scope of the descriptors of one loop so far.
     struct LoopState {
         std::uint32_t specifier;
         std::uint32_t format;
@@ -79,12 +78,12 @@ class Decoder {
     Arena* arena_ = nullptr;
     BitReader reader_{ByteView()};
     std::string_view failed_;
-    const Op* stepsEnd_ = nullptr;     // of the declaration that is being read
-    std::uint32_t programFormat_ = 0;  // registration of a PMT's program_info
-    bool program_ = false;             // a PMT
-    unsigned depth_ = 0;               // of objects in the section
+    const Op* stepsEnd_ = nullptr;     // the end of the current declaration's steps
+    std::uint32_t programFormat_ = 0;  // format_identifier in a PMT's program_info loop; 0: none
+    bool program_ = false;             // whether the section is a PMT
+    unsigned depth_ = 0;               // how deep the current object is nested
     bool badCrc_ = false;
-    std::vector<std::uint8_t> again_;  // what the fields alone encode to
+    std::vector<std::uint8_t> again_;  // the encoded fields, to compare with the original bytes
 };
 
 }  // namespace syntax

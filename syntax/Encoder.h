@@ -1,4 +1,4 @@
-// Trees of values to sections and descriptors.
+// Encodes trees of values into sections and descriptors.
 #pragma once
 
 #include <cstdint>
@@ -15,24 +15,24 @@ struct EncodeError {
     std::string expected;  // "11700000001 is not a multiple of 10000"
 };
 
-// Both append the bytes of one section, its CRC_32 included, or of one descriptor. The tree is one
-// that was decoded, or was read from a document: fields in any order, words beside values ignored,
-// lengths, counts and guards made up from what is there, and "raw" in force while it decodes to the
-// fields beside it. False with `error` when a field is missing, does not fit or is not known; what
-// was appended then is taken away.
+// Both append the bytes of one section, including its CRC_32, or of one descriptor. The tree was
+// decoded, or was read from a document. In a document the fields may be in any order, and words
+// beside values are ignored. Lengths, counts and guards are computed from the fields. "raw" is used
+// as long as it decodes to the fields beside it. When a field is missing, does not fit or is not
+// known, they return false with `error` and append nothing.
 bool EncodeSection(const Node& section, const Options& options, std::vector<std::uint8_t>& bytes,
                    EncodeError& error);
 bool EncodeDescriptor(const Node& descriptor, Space space, const Options& options,
                       std::vector<std::uint8_t>& bytes, EncodeError& error);
 
-// The fields of `object`, which was decoded from `source`, encoded as if `source` were not known,
-// but for the descriptors in it, whose bytes are taken from there; without the tag and length of a
-// descriptor. False when a field cannot say its bytes. For the decoder.
+// For the decoder: encodes the fields of `object` again, to see whether they say all about its
+// bytes. Descriptors in `object` are copied from `source`, the bytes that it was decoded from. Tag
+// and length of a descriptor are left out. Returns false when a field cannot be encoded.
 bool EncodeForComparison(const Known& known, const Node& object, ByteView source,
                          const Options& options, std::vector<std::uint8_t>& bytes);
 
-// Whether `given`, from a document, says the same as `decoded`. Words, "raw" and hints do not
-// count.
+// Whether `given`, from a document, has the same content as `decoded`. Words, "raw" and hints are
+// not compared.
 bool SaysTheSame(const Node& decoded, const Node& given, const TextRules& rules);
 
 }  // namespace syntax

@@ -9,13 +9,14 @@
 
 namespace syntax {
 
-// Appends two digits a byte, lower case.
+// Appends two lower-case digits for each byte.
 void AppendHex(tvservice::ByteView bytes, std::string& out);
 
-// Appends the bytes of digits, either case; false for what is no whole number of bytes.
+// Appends the bytes that digits of either case stand for. Returns false when a character is not a
+// digit or the number of digits is odd.
 bool ParseHex(std::string_view digits, std::vector<std::uint8_t>& bytes);
 
-// The value of a digit; -1 for what is none.
+// The value of a hexadecimal digit; -1 for any other character.
 constexpr int HexDigit(char c) {
     return c >= '0' && c <= '9'   ? c - '0'
            : c >= 'a' && c <= 'f' ? c - 'a' + 10

@@ -1,4 +1,5 @@
-// What a declaration is made of: steps, one a field or a mark, in the order of the bytes.
+// A declaration is a sequence of steps in the order of the bytes. A step is a field, a loop, a
+// condition or a length.
 #pragma once
 
 #include <cstddef>
@@ -28,9 +29,9 @@ enum class OpKind : std::uint8_t {
     // Fields: each becomes one value of the tree.
     kUnsigned,
     kSigned,    // two's complement
-    kFlag,      // one bit, a boolean of the tree
-    kBcd,       // decimal digits, four bits each, counted in units of 1/scale or times scale
-    kScaled,    // binary, times scale
+    kFlag,      // one bit, a boolean in the tree
+    kBcd,       // decimal digits, four bits each; in the tree times scale or divided by divisor
+    kScaled,    // binary; in the tree times scale
     kTime,      // 40 bits: MJD and six BCD digits
     kDate,      // 16 bits: MJD
     kDuration,  // 24 bits: six BCD digits, seconds in the tree
@@ -43,32 +44,32 @@ enum class OpKind : std::uint8_t {
     kText,   // DVB text (EN 300 468 annex A)
     kUtf8,   // UTF-8 or ASCII
     kBytes,  // hexadecimal in the tree
-    // Lists and objects of the tree; `body` steps follow and belong to them.
+    // Lists and objects of the tree. The next `body` steps belong to them.
     kLoop,
     kObject,
-    kDescriptors,  // has no body: the descriptors' own declarations count
-    // What is not in the tree.
+    kDescriptors,  // has no body: each descriptor is decoded by its own declaration
+    // Steps that are not in the tree.
     kReserved,       // bits with the value `low`
-    kGuard,          // a flag that says whether fields follow: their presence decides
-    kLength,         // the length of what `extentRef` names elsewhere
-    kCount,          // the number of entries of a loop that is elsewhere
-    kSectionLength,  // length to the end of the section; `low` says what stands at that end
-    kWindow,         // a length in bytes in front of `body` steps, whose fields lie in the open
-    kIf,             // `body` steps that are there when the condition holds
-    kTry,            // `body` steps that are taken when they fit, else left out
-    kOptional,       // `body` steps that are there when bytes remain
+    kGuard,          // a flag that says whether fields follow; encoded from their presence
+    kLength,         // the length of the later field that `refName` names
+    kCount,          // the number of entries of the later loop that `refName` names
+    kSectionLength,  // section_length; `low` says what the section ends with (SectionEnd)
+    kWindow,         // a length in bytes, then `body` steps without an object of their own
+    kIf,             // `body` steps that are present when the condition is true
+    kTry,            // `body` steps that are decoded when they fit, and otherwise left out
+    kOptional,       // `body` steps that are present when bytes are left
 };
 
-// How far a text, bytes or a loop reach.
+// What determines the size of a text, of bytes or of a loop.
 enum class Extent : std::uint8_t {
-    kRest,     // to the end of what encloses it
-    kLength,   // length in bytes right in front, of extentBits
-    kCount,    // number of entries right in front, of extentBits
-    kBits,     // a fixed size of extentBits, which are whole bytes
-    kByField,  // said by a kLength or kCount before
+    kRest,     // it reaches to the end of the enclosing loop, object or descriptor
+    kLength,   // a length in bytes directly before it, coded in extentBits
+    kCount,    // a number of entries directly before it, coded in extentBits
+    kBits,     // a fixed size of extentBits bits, which are whole bytes
+    kByField,  // an earlier kLength or kCount step that names it
 };
 
-// The part of the tags that a descriptor loop takes its descriptors from.
+// The same tag means different descriptors in different places. A space is a set of tags.
 enum class Space : std::uint8_t {
     kMain,           // ISO/IEC 13818-1, EN 300 468 and private tags
     kMpegExtension,  // extension_descriptor_tag of 0x3F
@@ -81,30 +82,31 @@ enum class Space : std::uint8_t {
     kResolution,     // RNT
 };
 
-// What stands at the end of a section.
+// What a section ends with.
 enum class SectionEnd : std::uint8_t { kNone, kCrc, kCrcIfSyntaxIndicator };
 
-// When the steps of a kIf are there: the field `ref` is in [low, high], or its bit is in `mask`.
+// When the steps of a kIf are present: the value of `field` is in [low, high], or, if `mask` is not
+// 0, the bit with that number is set in `mask`. `negate` inverts this.
 struct Condition {
     std::string_view field;
     std::uint64_t low = 0;
     std::uint64_t high = 0;
-    std::uint64_t mask = 0;  // values 0 to 63; counts in place of low and high when not 0
+    std::uint64_t mask = 0;  // one bit for each value from 0 to 63
     bool negate = false;
 };
 
-// One step. Plain data: made at compile time, read by the interpreters.
+// One step. The compiler makes the steps; decoder and encoder read them.
 struct Op {
     OpKind kind = OpKind::kReserved;
     std::uint8_t bits = 0;
     Extent extent = Extent::kRest;
     std::uint8_t extentBits = 0;
-    std::uint8_t plus = 0;  // what is added to a coded count: 1 for "less one"
+    std::uint8_t plus = 0;  // added to a coded count: 1 if the count less one is coded
     Space space = Space::kMain;
     bool negate = false;
-    std::int8_t slot = -1;   // where the value is kept for steps that ask for it
-    std::int8_t ref = -1;    // the slot that this step asks for
-    std::uint16_t body = 0;  // steps that belong to this one, right behind it
+    std::int8_t slot = -1;   // where the value is stored for later steps; -1: not stored
+    std::int8_t ref = -1;    // the slot whose value this step needs; -1: none
+    std::uint16_t body = 0;  // how many of the next steps belong to this one
     std::uint32_t scale = 1;
     std::uint32_t divisor = 1;
     std::uint64_t low = 0;
@@ -113,15 +115,15 @@ struct Op {
     std::string_view name;
     std::string_view refName;
     Values values;
-    // Value tables of several fields: the values of these, eight bits each, stand before the
-    // field's own eight bits in the table's keys.
+    // For a value table whose keys have several fields: the fields whose values, eight bits each,
+    // come before this field's eight bits in the key.
     std::string_view by[2];
 };
 
-// Most fields of one declaration that others ask for.
+// The largest number of fields of one declaration that later steps may refer to.
 constexpr std::size_t kMostSlots = 24;
 
-// Whether `op` begins a value of the tree.
+// Whether the step makes a value of the tree.
 constexpr bool IsNamed(const Op& op) {
     return op.kind <= OpKind::kDescriptors;
 }

@@ -16,7 +16,7 @@ namespace syntax {
 
 using tvservice::ByteView;
 
-// Memory that is given out piece by piece and given back all at once. Not for several threads.
+// Memory that is allocated piece by piece and freed all at once. Not thread-safe.
 class Arena {
   public:
     Arena() = default;
@@ -25,17 +25,17 @@ class Arena {
     Arena(Arena&&) = default;
     Arena& operator=(Arena&&) = default;
 
-    // An object that needs no destructor; it lives until Reset or the arena's end.
+    // Makes an object that needs no destructor. It lives until `Reset` or the arena's destruction.
     template <class T, class... Arguments>
     T* Make(Arguments&&... arguments) {
         static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= 8);
         return new (Take((sizeof(T) + 7) / 8 * 8)) T{std::forward<Arguments>(arguments)...};
     }
 
-    // A copy that lives as long.
+    // Makes a copy that lives as long.
     std::string_view Copy(std::string_view text);
 
-    // Frees everything at once; keeps the memory for what comes next.
+    // Frees everything at once, but keeps the memory for later objects.
     void Reset();
 
   private:
@@ -58,7 +58,7 @@ class Arena {
     void Grow(std::size_t size);
 
     std::vector<Block> blocks_;
-    std::size_t used_ = 0;  // blocks in use
+    std::size_t used_ = 0;  // the number of blocks in use
     std::uint8_t* next_ = nullptr;
     std::size_t left_ = 0;
 };
@@ -66,17 +66,17 @@ class Arena {
 enum class NodeType : std::uint8_t {
     kNull,
     kBoolean,   // number
-    kNumber,    // number; a coded value where `op` is set, else what the text of a document says
-    kNegative,  // number holds the two's complement; from a document only
-    kReal,      // real; from a document only
+    kNumber,    // number: the coded value if `op` is set, otherwise the number of a document
+    kNegative,  // number, as two's complement; in trees from a document only
+    kReal,      // real; in trees from a document only
     kString,    // bytes: UTF-8
-    kBytes,     // bytes: as they stand in the section; `op` says what they are
+    kBytes,     // bytes: as in the section; `op` says what they mean
     kObject,    // children
     kArray,     // children, without names
 };
 
-// One value. A node that was decoded has the step that it came from: its number or bytes are the
-// coded ones, and the step says how they read (Scalar.h). Without a step it says what it is itself.
+// One value. A decoded node has the step that it came from: its number or bytes are the coded ones,
+// and the step says how to convert them (Scalar.h). A node without a step holds its value itself.
 struct Node {
     std::string_view name;  // points into the declaration, or into the document it was read from
     const Op* op = nullptr;
@@ -92,8 +92,8 @@ struct Node {
         Node* last;
     };
     NodeType type = NodeType::kNull;
-    mutable bool used = false;    // by the encoder, which complains of what it did not use
-    std::uint32_t bitOffset = 0;  // where it stood, from the first bit of the section or descriptor
+    mutable bool used = false;    // set by the encoder, which reports values that it did not use
+    std::uint32_t bitOffset = 0;  // its position in the section or descriptor that was decoded
     std::uint32_t bitCount = 0;
 
     bool IsContainer() const { return type == NodeType::kObject || type == NodeType::kArray; }
@@ -109,7 +109,7 @@ struct Node {
         last = child;
     }
 
-    // The child of this name; null where there is none, or this is no object.
+    // The child with this name; null when there is none or this is not an object.
     const Node* Find(std::string_view childName) const {
         if (type != NodeType::kObject) {
             return nullptr;
@@ -123,13 +123,13 @@ struct Node {
     }
 };
 
-// What makes nodes in an arena.
+// These make nodes in an arena.
 Node* MakeObject(Arena& arena, std::string_view name = {});
 Node* MakeArray(Arena& arena, std::string_view name);
 Node* MakeNumber(Arena& arena, std::string_view name, std::uint64_t number);
 Node* MakeBoolean(Arena& arena, std::string_view name, bool value);
 Node* MakeString(Arena& arena, std::string_view name, std::string_view text);
-// Bytes that are shown in hexadecimal and not copied.
+// The bytes are shown in hexadecimal. They are not copied, so they must outlive the node.
 Node* MakeBytes(Arena& arena, std::string_view name, ByteView bytes);
 
 }  // namespace syntax

@@ -163,7 +163,7 @@ inline constexpr Value kComponentTypes[] = {
     {0x0F0B09, "PQ10 HDR"},
 };
 
-// Its upper half: stream_content_ext and stream_content.
+// The meaning of stream_content_ext and stream_content alone: the upper half of the same keys.
 inline constexpr Value kStreamContents[] = {
     {0x0009, "HEVC, VVC or AVS3 video"},
     {0x0109, "AC-4, MPEG-H or DTS-UHD audio"},

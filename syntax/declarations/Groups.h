@@ -1,4 +1,4 @@
-// The groups of declarations, and where each stands in this folder.
+// The groups of declarations, and the file in this folder that has each.
 #pragma once
 
 #include "syntax/Declare.h"

@@ -1,5 +1,5 @@
-// Value tables that several declarations share. Sorted by their values; values without words are
-// reserved, or nobody's.
+// Value tables that several declarations share. They are sorted by value. A value that is not
+// listed is reserved or was never assigned.
 #pragma once
 
 #include "syntax/Op.h"

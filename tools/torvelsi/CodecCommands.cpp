@@ -1,4 +1,5 @@
-// decode and encode: sections and descriptors between bytes and words.
+// The commands decode and encode: from the bytes of sections and descriptors to text or JSON, and
+// back.
 
 #include <fmt/format.h>
 
@@ -30,7 +31,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// The options that say how bytes are read.
+/// The options of both commands that influence the meaning of bytes.
 struct Reading {
     TextOption specifier;
     std::string standard = "dvb";
@@ -38,15 +39,16 @@ struct Reading {
 
     void Add(CLI::App& command) {
         specifier.Add(command, "--pds",
-                      "The private_data_specifier where a loop has none, e.g. 0x28");
+                      "The private_data_specifier of loops that have none, e.g. 0x28");
         command.add_option("--standard", standard, "dvb, isdb or atsc")
             ->check(CLI::IsMember({"dvb", "isdb", "atsc"}))
             ->capture_default_str();
         command
             .add_option("--default-charset", charset,
-                        "The table of texts that select none, e.g. iso8859-9")
+                        "The character table of texts that select none, e.g. iso8859-9")
             ->check([](const std::string& name) {
-                return syntax::IsTextTable(name) ? std::string() : name + " is no character table";
+                return syntax::IsTextTable(name) ? std::string()
+                                                 : name + " is not a known character table";
             })
             ->capture_default_str();
     }
@@ -71,8 +73,8 @@ bool ReadFile(const std::string& path, std::string& content) {
     return file.is_open() && !file.bad();
 }
 
-/// The sizes of what stands one behind the other: of sections (length in bytes 1 and 2), or of
-/// descriptors. What is left at the end is one more.
+/// The sizes of consecutive sections (their length is in bytes 1 and 2) or of consecutive
+/// descriptors. If the last one is cut, its size is the number of bytes that are left.
 std::vector<std::size_t> Sizes(const Bytes& bytes, bool tables) {
     std::vector<std::size_t> sizes;
     for (std::size_t at = 0; at < bytes.size();) {
@@ -128,7 +130,7 @@ int Decode(const std::string& input, bool tables, bool descriptors, bool offsets
         }
     }
     if (!tables && !descriptors) {
-        // A descriptor says its own length in one byte, a section in twelve bits.
+        // If the second byte is the length of the rest, the bytes are taken for one descriptor.
         descriptors = bytes.size() > 1 && bytes[1] + 2u == bytes.size();
     }
     syntax::Decoder decoder(options);
@@ -155,7 +157,7 @@ int Decode(const std::string& input, bool tables, bool descriptors, bool offsets
     return kDone;
 }
 
-/// Prints the bytes of one section or descriptor; `path` is where it stands in the document.
+/// Prints the bytes of one section or descriptor. `path` is its place in the document, for errors.
 int EncodeOne(const syntax::Node& tree, const std::string& file, const std::string& path,
               const syntax::Options& options) {
     Bytes bytes;
@@ -216,11 +218,12 @@ void AddDecodeCommand(CLI::App& app, Run& run) {
     auto options = std::make_shared<Options>();
     CLI::App* command =
         app.add_subcommand("decode", "Show sections or descriptors, field by field");
-    command->add_option("INPUT", options->input, "Bytes in hexadecimal, or a file with them")
+    command->add_option("INPUT", options->input, "Bytes in hexadecimal, or a binary file")
         ->required();
-    CLI::Option* table = command->add_flag("--table", options->table, "They are sections");
-    command->add_flag("--descriptor", options->descriptor, "They are descriptors")->excludes(table);
-    command->add_flag("--offsets", options->offsets, "Where each field stands, and its bytes");
+    CLI::Option* table = command->add_flag("--table", options->table, "INPUT holds sections");
+    command->add_flag("--descriptor", options->descriptor, "INPUT holds descriptors")
+        ->excludes(table);
+    command->add_flag("--offsets", options->offsets, "Show the position and bytes of each field");
     command->add_option("--format", options->format, "text or json")
         ->check(CLI::IsMember({"text", "json"}))
         ->capture_default_str();
