@@ -7,8 +7,8 @@
 #define TVSERVICE_API
 #endif
 
-/// The platform's own door to the private parts of the classes that these headers declare.
+/// The platform's access to the private members of the classes that these headers declare.
 ///
-/// Every class befriends this one struct and nothing else. A platform defines it for itself, as it
-/// likes, beside its definitions of the nested `Impl` structs; clients never see it.
+/// Every class befriends this struct and nothing else. Each platform defines it in its own way,
+/// beside its definitions of the nested `Impl` structs. Clients never see the definition.
 struct TVServiceInternals;

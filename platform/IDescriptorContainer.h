@@ -4,7 +4,7 @@
 
 class TCBaseDesc;
 
-/// A descriptor loop, asked by tag.
+/// A descriptor loop that is queried by tag.
 class TVSERVICE_API IDescriptorContainer {
   public:
     virtual ~IDescriptorContainer();

@@ -6,18 +6,18 @@
 
 /// One descriptor (ETSI EN 300 468 6.1), with its own copy of the bytes.
 ///
-/// The base class is the plain descriptor of any tag; derived classes decode one tag each. Not
-/// thread-safe while `Parse` runs.
+/// The base class is a plain descriptor of any tag; each derived class decodes one tag.
 ///
-/// A descriptor that a parser or a `TCDescriptorHash` owns is used by one thread at a time, as its
-/// owner is. One that a client made or got from `Fork` may be read by several.
+/// A descriptor that a parser or a `TCDescriptorHash` owns may be used by one thread at a time,
+/// like its owner. A descriptor that a client made or got from `Fork` may be read by several
+/// threads at once, but not while one of them calls `Parse`.
 class TVSERVICE_API TCBaseDesc {
   public:
     TCBaseDesc();
     virtual ~TCBaseDesc();
     TCBaseDesc& operator=(const TCBaseDesc&) = delete;
 
-    /// Takes one descriptor.
+    /// Copies and decodes one descriptor, in place of the one before.
     ///
     /// @param descriptor  its first byte (descriptor_tag); 2 + descriptor_length bytes are read,
     ///                    never more. The tag is not checked against the class
@@ -26,17 +26,19 @@ class TVSERVICE_API TCBaseDesc {
     ///         not fit the declared length
     int Parse(unsigned char* descriptor);
 
-    /// 2 + descriptor_length of the descriptor taken, 0 before the first one.
+    /// 2 + descriptor_length of the parsed descriptor, 0 before the first `Parse`.
     int Length();
 
-    /// descriptor_tag (0 to 255); extension classes answer 0x7Fxx.
+    /// descriptor_tag (0 to 255). Extension classes return 0x7Fxx, where xx is
+    /// descriptor_tag_extension.
     virtual unsigned short Tag() const;
 
     /// Copies the whole descriptor, tag byte first.
     ///
     /// @param buffer  receives the bytes
-    /// @param length  the buffer's capacity in; the count of bytes copied out
-    /// @return that count; 0 when the buffer is too small, null, or nothing was parsed
+    /// @param length  on entry the size of the buffer; on return the number of bytes copied
+    /// @return the number of bytes copied; 0 when the buffer is too small or null, or when nothing
+    ///         was parsed
     int GetDescriptor(unsigned char* buffer, int* length);
 
     /// A heap copy with the same dynamic type, owned by the caller.
@@ -45,8 +47,8 @@ class TVSERVICE_API TCBaseDesc {
   protected:
     TCBaseDesc(const TCBaseDesc& other);
 
-    /// Decodes what follows the length byte. Called by `Parse` once the bytes are copied.
-    /// @return the payload bytes consumed; negative when the fixed part does not fit
+    /// Decodes the bytes after the length byte. `Parse` calls it when it has copied the bytes.
+    /// @return the number of payload bytes consumed; negative when the fixed part does not fit
     virtual int Decode(const unsigned char* payload, int length);
 
   private:

@@ -11,9 +11,9 @@
 
 struct TVSHandle;
 
-/// The bouquet association sub-table of one bouquet. Its own descriptor loop is the bouquet
-/// descriptors of all its sections, one section after the other in section_number order. A
-/// descriptor that the broadcaster repeats in several sections appears once for each.
+/// The bouquet association sub-table of one bouquet. Its own descriptor loop has the bouquet
+/// descriptors of all its sections, in section_number order. A descriptor that the broadcaster
+/// repeats in several sections appears once for each section.
 class TVSERVICE_API TCDVBBATInstance : public TCBaseSection, public IDescriptorContainer {
   public:
     ~TCDVBBATInstance() override;

@@ -26,7 +26,8 @@ class TVSERVICE_API TCDVBEITItemEvent {
     unsigned char RunningStatus() const;
     bool FreeCAMode() const;
 
-    /// The event's descriptor loop as broadcast; valid as long as the item's section bytes.
+    /// The event's descriptor loop as broadcast. It points into the section that was given to the
+    /// item's `m_Parse`, and is valid as long as those bytes are.
     unsigned char* DescriptorLoop() const;
 
     /// Bytes of the descriptor loop, 0 to 4095.
@@ -46,8 +47,8 @@ class TVSERVICE_API TCDVBEITItem {
                  TVSHandle const& handle);
     ~TCDVBEITItem();
 
-    /// Decodes one section. The bytes are borrowed: they must stay as long as the item's events
-    /// are used.
+    /// Decodes one section. The bytes are borrowed: they must stay valid as long as the item's
+    /// events are used.
     ///
     /// @param section  the whole section, table_id first; null is refused
     /// @param length   its bytes, header and CRC_32 included
@@ -94,7 +95,7 @@ class TVSERVICE_API TCDVBEITParser : public TCSectionParser {
     bool Parse(short pid, unsigned char* section) override;
     void Reset() override;
 
-    /// The sub-table of that service, from its first accepted section on; null before.
+    /// The sub-table of that service; null when no section of it was taken.
     TCDVBEITInstance* EITInstance(TCServiceKey key);
 
     /// The parser's own copy of the last section taken, table_id first; null before the first one.

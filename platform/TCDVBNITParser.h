@@ -11,8 +11,8 @@
 
 struct TVSHandle;
 
-/// The network information sub-table of one network. Its own descriptor loop is the network
-/// descriptors of all its sections, one section after the other in section_number order.
+/// The network information sub-table of one network. Its own descriptor loop has the network
+/// descriptors of all its sections, in section_number order.
 class TVSERVICE_API TCDVBNITInstance : public TCBaseSection, public IDescriptorContainer {
   public:
     ~TCDVBNITInstance() override;

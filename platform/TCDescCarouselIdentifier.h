@@ -5,8 +5,8 @@
 #include "Export.h"
 #include "TCBaseDesc.h"
 
-/// Carousel identifier descriptor (ETSI TR 101 202 4.7.7.1, tag 0x13). What follows the carousel_id
-/// is left to `GetDescriptor`.
+/// Carousel identifier descriptor (ETSI TR 101 202 4.7.7.1, tag 0x13). The bytes after carousel_id
+/// are not decoded; `GetDescriptor` returns them.
 class TVSERVICE_API TCDescCarouselIdentifier : public TCBaseDesc {
   public:
     TCDescCarouselIdentifier();

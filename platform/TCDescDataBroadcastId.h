@@ -28,7 +28,7 @@ class TVSERVICE_API CSSUInfoLoop {
     /// Copies the selector bytes.
     ///
     /// @param buffer  receives them
-    /// @param length  the buffer's capacity in; the count of bytes copied out
+    /// @param length  on entry the size of the buffer; on return the number of bytes copied
     /// @return non-zero on success; 0 when the buffer is too small or null
     int SelectorByte(char* buffer, int* length);
 
@@ -39,8 +39,8 @@ class TVSERVICE_API CSSUInfoLoop {
     std::unique_ptr<Impl> m_impl;
 };
 
-/// Data broadcast id descriptor (ETSI EN 300 468 6.2.12, tag 0x66); the selector of
-/// data_broadcast_id 0x000A (system software update, ETSI TS 102 006 7.1) decoded further.
+/// Data broadcast id descriptor (ETSI EN 300 468 6.2.12, tag 0x66). For data_broadcast_id 0x000A
+/// (system software update, ETSI TS 102 006 7.1) the selector is decoded too.
 class TVSERVICE_API TCDescDataBroadcastId : public TCBaseDesc {
   public:
     TCDescDataBroadcastId();

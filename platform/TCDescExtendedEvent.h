@@ -6,7 +6,8 @@
 #include "Export.h"
 #include "TCBaseDesc.h"
 
-/// Extended event descriptor (ETSI EN 300 468 6.2.15, tag 0x4E): one of several.
+/// Extended event descriptor (ETSI EN 300 468 6.2.15, tag 0x4E): one part of a description that
+/// may take several descriptors.
 class TVSERVICE_API TCDescExtendedEvent : public TCBaseDesc {
   public:
     TCDescExtendedEvent();

@@ -19,7 +19,7 @@ class TVSERVICE_API CSSULinkLoop {
     /// Copies the selector bytes.
     ///
     /// @param buffer  receives them
-    /// @param length  the buffer's capacity in; the count of bytes copied out
+    /// @param length  on entry the size of the buffer; on return the number of bytes copied
     /// @return non-zero on success; 0 when the buffer is too small or null
     int SelectorByte(char* buffer, int* length);
 
@@ -30,8 +30,8 @@ class TVSERVICE_API CSSULinkLoop {
     std::unique_ptr<Impl> m_impl;
 };
 
-/// Linkage descriptor (ETSI EN 300 468 6.2.19, tag 0x4A), every linkage_type; the types of system
-/// software updates (ETSI TS 102 006 6.2, 6.3) decoded further.
+/// Linkage descriptor (ETSI EN 300 468 6.2.19, tag 0x4A) of any linkage_type. For the types of
+/// system software updates (ETSI TS 102 006 6.2, 6.3) the private bytes are decoded too.
 class TVSERVICE_API TCDescLinkage : public TCBaseDesc {
   public:
     TCDescLinkage();

@@ -8,7 +8,7 @@
 /// Satellite delivery system descriptor (ETSI EN 300 468 6.2.13.2, tag 0x43).
 class TVSERVICE_API TCDescSatelliteDeliverySystem : public TCBaseDesc {
   public:
-    /// @param tag  the descriptor_tag that the object stands for; 0x43
+    /// @param tag  the descriptor_tag of the object; 0x43
     explicit TCDescSatelliteDeliverySystem(int tag);
     ~TCDescSatelliteDeliverySystem() override;
 
@@ -30,7 +30,7 @@ class TVSERVICE_API TCDescSatelliteDeliverySystem : public TCBaseDesc {
     /// polarization: 0 linear horizontal, 1 linear vertical, 2 circular left, 3 circular right.
     unsigned char Polarization() const;
 
-    /// roll_off (2 bits); of DVB-S2 only.
+    /// roll_off (2 bits); it has a meaning in DVB-S2 only.
     unsigned char RollOff() const;
 
     /// modulation_system: 0 DVB-S, 1 DVB-S2.

@@ -13,13 +13,15 @@ class TVSERVICE_API TCDescriptor {
     explicit TCDescriptor(TVSHandle const& handle);
     ~TCDescriptor();
 
-    /// Decodes a descriptor loop into `hash`, in place of what it held.
+    /// Decodes a descriptor loop into `hash`, which loses its former descriptors.
     ///
-    /// @param loop     its first descriptor_tag; may be null when `length` is 0
-    /// @param length   its bytes; never read past. A descriptor that overruns it ends the loop
+    /// @param loop     the first descriptor_tag of the loop; may be null when `length` is 0
+    /// @param length   the size of the loop in bytes. No byte after it is read, and a descriptor
+    /// that
+    ///                 would exceed it ends the loop
     /// @param hash     receives the descriptors, with copies of their bytes
-    /// @param tableId  the table that the loop stands in: extension descriptors get a class of
-    ///                 their own in 0x40 and 0x41 and are plain elsewhere
+    /// @param tableId  the table_id of the table that has the loop. Extension descriptors become
+    ///                 objects of their own classes in 0x40 and 0x41, and plain ones in others
     void Parse(unsigned char* loop, int length, TCDescriptorHash& hash, unsigned char tableId);
 
     TCDescriptor(const TCDescriptor&) = delete;

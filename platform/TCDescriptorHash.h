@@ -14,8 +14,8 @@ class TVSERVICE_API TCDescriptorHash {
 
     int NumOfDescriptors();
 
-    /// The descriptor at `index`, in loop order; null past the end. Owned by the hash, until it is
-    /// filled again or destroyed.
+    /// The descriptor at `index`, in loop order; null past the end. It is owned by the hash and
+    /// lives until the hash is filled again or destroyed.
     TCBaseDesc* DescriptorByIndex(unsigned int index);
 
     TCDescriptorHash(const TCDescriptorHash&) = delete;

@@ -2,20 +2,22 @@
 
 #include <vector>
 
-/// What a byte filter asks for: sections on one PID that match a pattern from their first byte on.
+/// The criteria of a byte filter: sections on one PID that match a pattern from their first byte
+/// on.
 ///
-/// Position i of the vectors is byte i of the section; bytes 1 and 2 (section_length) count as
-/// positions. Per bit under the mask, mode 0: the section's bit must equal the pattern's; mode 1:
-/// of all such bits at least one must differ. An empty mode vector means mode 0 throughout.
+/// Element i of the vectors is compared with byte i of the section, including bytes 1 and 2
+/// (section_length). Only bits whose mask bit is 1 are compared. Where the mode bit is 0, the
+/// section's bit must equal the pattern's. Of all compared bits with mode bit 1, at least one must
+/// differ. An empty mode vector means mode 0 for all bits.
 ///
 /// Default-constructed, then filled by the caller, who owns it; the platform reads it during
-/// `ISectionSubscriber::SubscribeFilter` and keeps no reference. The vectors arrive as the SI
-/// layer's client passed them, unchecked: an empty pattern, a mask of another length and a mode
-/// vector that is neither empty nor of that length are the platform's to refuse.
+/// `ISectionSubscriber::SubscribeFilter` and keeps no reference. The SI layer passes the vectors of
+/// its client on without a check. The platform must refuse an empty pattern, a mask of another
+/// length than the pattern, and a mode vector that is neither empty nor of that length.
 struct TCSectionFilterCriteriaHelper {
     unsigned short m_pid = 0;             ///< 13-bit PID; larger values match no packet
-    std::vector<unsigned char> m_filter;  ///< the bytes to compare with
-    std::vector<unsigned char> m_mask;    ///< which bits count
-    std::vector<unsigned char> m_mode;    ///< how they count
+    std::vector<unsigned char> m_filter;  ///< the pattern
+    std::vector<unsigned char> m_mask;    ///< 1 for each bit that is compared
+    std::vector<unsigned char> m_mode;    ///< 0: must be equal; 1: at least one must differ
     unsigned char m_flag = 0;             ///< 1 in every request of the SI layer
 };

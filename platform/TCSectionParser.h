@@ -4,11 +4,12 @@
 
 #include "Export.h"
 
-/// Base of the table parsers: takes sections one by one and collects them into sub-tables.
+/// The base class of the table parsers, which take sections one by one and collect them into
+/// sub-tables.
 ///
-/// Not thread-safe: one parser is used by one thread at a time. What its operations hand out
-/// (instances, items, descriptors) belongs to the parser and lives until the next `Parse` that
-/// returns true, `Reset` or the parser's destruction, whichever comes first.
+/// Not thread-safe: one thread at a time may use a parser. The parser owns the instances, items and
+/// descriptors that its operations return. They live until the next `Parse` that returns true,
+/// until `Reset` or until the parser's destruction, whichever comes first.
 class TVSERVICE_API TCSectionParser {
   public:
     virtual ~TCSectionParser();
@@ -16,11 +17,10 @@ class TVSERVICE_API TCSectionParser {
     /// Takes one section.
     ///
     /// @param pid      the PID that it came from; the platform may ignore it
-    /// @param section  the whole section, table_id first, never null, borrowed for the call. Its
-    ///                 length is that of its section_length field: 3 + section_length bytes are
-    ///                 readable
-    /// @return true when the section is well-formed, of this parser's table_id and currently
-    ///         applicable (a repeat too); when false, nothing has changed
+    /// @param section  the whole section, table_id first, never null, borrowed for the call. There
+    ///                 is no length parameter: 3 + section_length bytes must be readable
+    /// @return true when the section is well-formed, has this parser's table_id and is currently
+    ///         applicable, even if it is a repeat; when false, nothing has changed
     virtual bool Parse(short pid, unsigned char* section);
 
     /// Forgets everything that was parsed.

@@ -1,9 +1,6 @@
 #pragma once
 
-/// Names one service: the key of `TCDVBEITParser::EITInstance` (ETSI EN 300 468 5.2.4).
-///
-/// The three numbers are taken in the order in which the caller names them; the SI layer passes
-/// (original_network_id, transport_stream_id, service_id).
+/// Identifies one service: the key of `TCDVBEITParser::EITInstance` (ETSI EN 300 468 5.2.4).
 struct TCServiceKey {
     unsigned short m_originalNetworkId;
     unsigned short m_transportStreamId;

@@ -101,7 +101,7 @@ struct Op {
     std::uint8_t bits = 0;
     Extent extent = Extent::kRest;
     std::uint8_t extentBits = 0;
-    std::uint8_t plus = 0;  // added to a coded count: 1 if the count less one is coded
+    std::uint8_t plus = 0;  // added to a coded count; in kTry 1 if the steps must fill their room
     Space space = Space::kMain;
     bool negate = false;
     std::int8_t slot = -1;   // where the value is stored for later steps; -1: not stored
