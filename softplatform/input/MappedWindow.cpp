@@ -50,6 +50,7 @@ bool MappedWindow::Map(int file, uint64_t offset, size_t size) {
     if (bytes == MAP_FAILED) {
         return false;
     }
+    bytes_ = bytes;
     offset_ = offset;
     slot_->begin = reinterpret_cast<uintptr_t>(bytes);
     slot_->end = slot_->begin + size;
@@ -60,19 +61,19 @@ void MappedWindow::Unmap() {
     if (slot_ == nullptr || slot_->begin == slot_->end) {
         return;
     }
-    const uintptr_t begin = slot_->begin;
-    const size_t size = slot_->end - begin;
-    slot_->end = begin;
+    const size_t size = slot_->end - slot_->begin;
+    slot_->end = slot_->begin.load();
     slot_->damaged = 0;
-    ::munmap(reinterpret_cast<void*>(begin), size);
+    ::munmap(bytes_, size);
 }
 
 ByteView MappedWindow::From(uint64_t offset) const {
-    if (slot_ == nullptr || offset < offset_ || offset - offset_ >= slot_->end - slot_->begin) {
+    const size_t size = slot_ == nullptr ? 0 : slot_->end - slot_->begin;
+    if (offset < offset_ || offset - offset_ >= size) {
         return {};
     }
-    const uintptr_t address = slot_->begin + static_cast<uintptr_t>(offset - offset_);
-    return {reinterpret_cast<const uint8_t*>(address), slot_->end - address};
+    const auto at = static_cast<size_t>(offset - offset_);
+    return {static_cast<const uint8_t*>(bytes_) + at, size - at};
 }
 
 bool MappedWindow::IsDamaged() const {
@@ -86,12 +87,14 @@ uint64_t MappedWindow::DamagedOffset() const {
 bool MappedWindow::Repair(void* address) noexcept {
     const int error = errno;
     const auto at = reinterpret_cast<uintptr_t>(address);
-    const uintptr_t page = at & ~(static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE)) - 1);
+    const uintptr_t intoPage = at % static_cast<uintptr_t>(::sysconf(_SC_PAGESIZE));
+    uint8_t* const page = static_cast<uint8_t*>(address) - intoPage;
     bool isRepaired = false;
     for (Slot& slot : MappedSlots::all) {
         if (at >= slot.begin && at < slot.end) {
-            isRepaired = ::mmap(reinterpret_cast<void*>(page), slot.end - page, PROT_READ,
-                                MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED;
+            const size_t size = slot.end - (at - intoPage);
+            isRepaired = ::mmap(page, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
+                                0) != MAP_FAILED;
             if (isRepaired && slot.damaged == 0) {
                 slot.damaged = at;
             }

@@ -45,8 +45,9 @@ class MappedWindow {
     struct Slot;  // the window's addresses, for the signal handler
     static Slot* TakeSlot();
 
-    Slot* const slot_;     // null when all were in use: nothing can be mapped then
-    uint64_t offset_ = 0;  // of the window in the file
+    Slot* const slot_;       // null when all were in use: nothing can be mapped then
+    void* bytes_ = nullptr;  // of the window, while it is mapped
+    uint64_t offset_ = 0;    // of the window in the file
 };
 
 }  // namespace tvservice

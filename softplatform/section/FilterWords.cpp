@@ -15,7 +15,7 @@ template <class Vector, size_t size>
     constexpr size_t kLanes = sizeof(Vector) / sizeof(uint64_t);
     const Vector words = Vector{} + word;
     for (; block < end; ++block) {
-        decltype(words == words) any{};
+        decltype(words == Vector{}) any{};
         for (size_t i = block * size; i < (block + 1) * size; i += kLanes) {
             Vector equals;
             Vector wants;

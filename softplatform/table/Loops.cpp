@@ -49,7 +49,7 @@ void SpanningLoop::Put(uint8_t sectionNumber, DescriptorLoop loop) {
     if (sectionNumber >= sections_.size()) {
         sections_.resize(size_t{sectionNumber} + 1);
     }
-    sections_[sectionNumber].loop = std::move(loop);
+    sections_[sectionNumber].loop = loop;
     size_t end = 0;
     for (Section& section : sections_) {
         end += section.loop.size();
