@@ -837,7 +837,7 @@ class Live(unittest.TestCase):
                     try:
                         sender.sendto(datagram, ("127.0.0.1", port))
                     except ConnectionRefusedError:
-                        pass  # nobody listens yet, or any more
+                        pass  # the tool does not listen yet, or has ended
                     time.sleep(0.0002)
                     if not reader.is_alive():
                         break
