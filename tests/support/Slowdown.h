@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 namespace testsupport {
 
 // The factor by which a test may take longer under a sanitizer or an emulator.
@@ -14,5 +16,20 @@ constexpr int kSlowdown = 1;
 #else
 constexpr int kSlowdown = 1;
 #endif
+
+// Whether `duration()`, which does something and returns how long it took, is a tenth of a second
+// at most in one of many tries. A busy machine can hold up some of them; what always waits for
+// longer is never quick.
+template <class Duration>
+bool AnyIsQuick(Duration duration) {
+    constexpr int kTries = 50;
+    constexpr auto kQuick = kSlowdown * std::chrono::milliseconds(100);
+    for (int n = 0; n < kTries; ++n) {
+        if (duration() <= kQuick) {
+            return true;
+        }
+    }
+    return false;
+}
 
 }  // namespace testsupport

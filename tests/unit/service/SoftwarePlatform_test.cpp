@@ -41,7 +41,6 @@ using testsupport::SectionBytes;
 using testsupport::SectionOfSize;
 using testsupport::Signal;
 using testsupport::TempDir;
-using Clock = std::chrono::steady_clock;
 
 constexpr int kBarrierId = 1000;
 
@@ -288,10 +287,8 @@ TEST_F(SoftwarePlatformTest, InterruptEndsAnInputThatNeverSends) {
     ASSERT_TRUE(platform_.Start());
     std::string error;
     ASSERT_TRUE(platform_.Play(OpenSource(dir.Path("fifo"), error)));
-    const Clock::time_point start = Clock::now();
     platform_.Interrupt();
     EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
-    EXPECT_LT(Clock::now() - start, std::chrono::seconds(2));
 }
 
 TEST_F(SoftwarePlatformTest, InterruptEndsAnInputThatHasMuchToSay) {
