@@ -124,7 +124,7 @@ struct MultiplexScanner::Impl {
         // what was read before, so with faults no pass may end early.
         const bool isLarge = info.size >= kLargeInput;
         if (isLarge && tvservice::SoftwarePlatform::Instance().FaultCounts().empty()) {
-            const tvservice::InputEnd end =
+            tvservice::InputEnd end =
                 BothPasses(source, barrier, &Acquisition::WaitForPat, &Acquisition::WaitForNewPid);
             if (end.reason != tvservice::InputEnd::kEndOfInput || !Current()->FoundNewPid()) {
                 return end;
