@@ -2,65 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <map>
-#include <memory>
 #include <random>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "fuzz/Sections.h"
 #include "generator/Scenarios.h"
-#include "softplatform/base/Counters.h"
 #include "softplatform/base/Crc32.h"
-#include "softplatform/section/SectionAssembler.h"
-#include "softplatform/ts/Continuity.h"
-#include "softplatform/ts/PacketSync.h"
 #include "tests/unit/syntax/RoundTrip.h"
+#include "tests/unit/syntax/StreamSections.h"
 
 namespace {
 
 using namespace syntax;
 using namespace syntaxtest;
-using tvservice::PacketView;
-using tvservice::SectionAssembler;
-using tvservice::SectionView;
-using Section = std::vector<std::uint8_t>;
-
-// Every different section of a transport stream: those of the PIDs below 0x20, and those with a
-// good CRC_32 on the others.
-std::set<Section> SectionsOfStream(const std::vector<std::uint8_t>& stream) {
-    constexpr std::uint16_t kFirstOtherPid = 0x20;
-    tvservice::Counters counters;
-    tvservice::PacketSync sync(counters);
-    std::map<std::uint16_t, std::unique_ptr<SectionAssembler>> assemblers;
-    std::map<std::uint16_t, tvservice::Continuity> continuities;
-    std::set<Section> sections;
-    const auto onPacket = [&](const std::uint8_t* bytes) {
-        const PacketView packet(bytes);
-        auto& assembler = assemblers[packet.PID()];
-        if (assembler == nullptr) {
-            assembler = std::make_unique<SectionAssembler>(counters);
-        }
-        assembler->Feed(packet.payload(), packet.payload_unit_start_indicator(),
-                        [&](SectionView view) {
-                            const Section section(view.data(), view.data() + view.size());
-                            const bool crc = (section[1] & 0x80) != 0 &&
-                                             tvservice::Crc32(section.data(), section.size()) == 0;
-                            if (crc || packet.PID() < kFirstOtherPid) {
-                                sections.insert(section);
-                            }
-                        });
-        return true;
-    };
-    sync.Feed(stream.data(), stream.size(), onPacket);
-    sync.Finish(onPacket);
-    return sections;
-}
 
 TEST(RoundTrip, EverySectionOfEveryScenario) {
     std::size_t sections = 0;
@@ -74,30 +29,15 @@ TEST(RoundTrip, EverySectionOfEveryScenario) {
 }
 
 TEST(RoundTrip, EverySectionOfTheCaptures) {
-    const std::filesystem::path streams = TORVELSI_STREAMS;
-    if (!std::filesystem::exists(streams)) {
-        GTEST_SKIP() << "no captures beside the checkout";
-    }
     std::size_t sections = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(streams)) {
-        const std::string extension = entry.path().extension().string();
-        if (extension != ".ts" && extension != ".sec") {
-            continue;
-        }
-        std::ifstream file(entry.path(), std::ios::binary);
-        const std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
-        std::set<Section> found;
-        if (extension == ".sec") {
-            for (const Section& section : fuzzing::SectionsOf(bytes.data(), bytes.size())) {
-                found.insert(section);
-            }
-        } else {
-            found = SectionsOfStream(bytes);
-        }
+    const auto visit = [&sections](const std::string& name, const std::set<Section>& found) {
         for (const Section& section : found) {
-            ASSERT_EQ("", RoundTripFault({section.data(), section.size()}, {})) << entry.path();
+            ASSERT_EQ("", RoundTripFault({section.data(), section.size()}, {})) << name;
             ++sections;
         }
+    };
+    if (!ForEachCapture(TORVELSI_STREAMS, visit)) {
+        GTEST_SKIP() << "no captures beside the checkout";
     }
     EXPECT_GT(sections, 3000u);
 }
