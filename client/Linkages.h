@@ -14,9 +14,8 @@ namespace client {
 /// may repeat a linkage in every section; the result has each once.
 template <class Instance>
 std::vector<SsuLinkage> SsuLinkagesOf(Instance& instance) {
-    constexpr unsigned int kAnyOui = 0xFFFFFFFF;
     std::vector<std::unique_ptr<TORVEL_MW::ISSULinkageDesc>> descs;
-    instance.GetSSULinkageDesc(kAnyOui, descs);
+    instance.GetSSULinkageDesc(kAny, descs);
     Distinct<SsuLinkage> linkages;
     for (const auto& desc : descs) {
         unsigned short onid = 0;

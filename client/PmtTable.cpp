@@ -16,7 +16,6 @@ namespace client {
 
 namespace {
 
-constexpr unsigned int kAny = 0xFFFFFFFF;
 constexpr unsigned long kNoCarousel = 0xFFFFFFFF;
 constexpr int kCaTag = 0x09;
 // ISO/IEC 13818-1 2.4.4.9 allows one section. With each section the SI layer adds the offers of all

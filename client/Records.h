@@ -16,6 +16,10 @@ class TCBaseDesc;
 
 namespace client {
 
+/// Asks the SI layer for software updates of any OUI (`INITInstance`, `IBATInstance`,
+/// `IPMTParser`).
+constexpr unsigned int kAny = 0xFFFFFFFF;
+
 /// The whole descriptor, tag and length bytes first.
 Bytes BytesOf(TCBaseDesc& desc);
 

@@ -1,6 +1,7 @@
 #include "SI/PARSER/Korvo/PMTParserKorvo.h"
 
 #include "SI/Common/Log.h"
+#include "SI/Common/Wildcard.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
 #include "platform/TCDescCA.h"
 #include "platform/TCDescCarouselIdentifier.h"
@@ -20,7 +21,6 @@ constexpr int kApplicationSignallingTag = 0x6F;
 
 constexpr unsigned char kPrivateSections = 0x05;
 constexpr std::uint32_t kNoCarousel = 0xFFFFFFFF;
-constexpr unsigned int kAny = 0xFFFFFFFF;
 
 // The stream types that carry DSM-CC sections (ISO/IEC 13818-1 table 2-34).
 bool IsDsmCc(unsigned char streamType) {

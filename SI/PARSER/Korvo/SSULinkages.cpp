@@ -1,5 +1,6 @@
 #include "SI/PARSER/Korvo/SSULinkages.h"
 
+#include "SI/Common/Wildcard.h"
 #include "SI/PARSER/Korvo/DescriptorsKorvo.h"
 #include "platform/IDescriptorContainer.h"
 #include "platform/TCDescLinkage.h"
@@ -11,7 +12,6 @@ namespace {
 constexpr int kLinkageTag = 0x4A;
 constexpr int kTableTypeNit = 1;  // ETSI TS 102 006 6.3
 constexpr int kTableTypeBat = 2;
-constexpr unsigned int kAnyOUI = 0xFFFFFFFF;
 
 }  // namespace
 
@@ -38,7 +38,7 @@ void SSULinkages::GetSSULinkageDesc(unsigned int oui,
                                     std::vector<std::unique_ptr<ISSULinkageDesc>>& out) const {
     out.reserve(m_ssuLinkages.size());
     for (const std::unique_ptr<ISSULinkageDesc>& linkage : m_ssuLinkages) {
-        if (oui != kAnyOUI && !linkage->ContainsOUI(oui)) {
+        if (oui != kAny && !linkage->ContainsOUI(oui)) {
             continue;
         }
         if (const auto* const ours = dynamic_cast<const CSSULinkageDesc*>(linkage.get())) {
