@@ -20,6 +20,7 @@
 
 namespace {
 
+using tvservice::Counter;
 using tvservice::SoftwarePlatform;
 
 std::mutex s_mutex;
@@ -75,7 +76,7 @@ void CacheToCallback(benchmark::State& state) {
         tvservice::SourceOptions loop;
         loop.loop = true;
         platform.Play(tvservice::WithOptions(stream, loop, error));
-        while (platform.Counter("packets") < 100'000) {
+        while (platform.Counter(Counter::kPackets) < 100'000) {
             std::this_thread::yield();
         }
     }
@@ -120,7 +121,7 @@ void StreamUnderChanges(benchmark::State& state) {
     }
     platform.Play(stream);
     platform.WaitEnd();
-    const std::uint64_t sections = platform.Counter("delivered_sections");
+    const std::uint64_t sections = platform.Counter(Counter::kDeliveredSections);
     std::atomic<bool> ends{false};
     const auto pairs = state.range(0) / 2;
     std::thread client([&] {
@@ -134,7 +135,7 @@ void StreamUnderChanges(benchmark::State& state) {
     for (auto _ : state) {
         platform.Play(stream);
         platform.WaitEnd();
-        if (platform.Counter("delivered_sections") != sections) {
+        if (platform.Counter(Counter::kDeliveredSections) != sections) {
             state.SkipWithError("sections were lost");
             break;
         }

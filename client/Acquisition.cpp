@@ -256,7 +256,8 @@ void Acquisition::FillConditionalAccess(Multiplex& multiplex) const {
         return;
     }
     auto unfinished = cats_.Unfinished();
-    const bool scrambled = tvservice::SoftwarePlatform::Instance().Counter("scrambled_packets") > 0;
+    const bool scrambled =
+        tvservice::SoftwarePlatform::Instance().Counter(tvservice::Counter::kScrambledPackets) > 0;
     if (!unfinished.empty()) {
         multiplex.missing.push_back(
             {.what = Missing::kCat, .sections = std::move(unfinished.begin()->second)});

@@ -188,8 +188,8 @@ Multiplex MultiplexScanner::Result() const {
     Multiplex result = acquisition ? acquisition->Found() : Multiplex();
     result.input.uri = uri;
     result.input.packetSize = platform.PacketSize();
-    result.input.packets = platform.Counter("packets");
-    result.input.bytes = platform.Counter("bytes");
+    result.input.packets = platform.Counter(tvservice::Counter::kPackets);
+    result.input.bytes = platform.Counter(tvservice::Counter::kBytes);
     result.counters = platform.Counters();
     result.faults = platform.FaultCounts();
     result.complete = result.missing.empty();

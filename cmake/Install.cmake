@@ -8,6 +8,7 @@ file(MAKE_DIRECTORY ${tree}/tvservice)
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/SI/Include ${tree}/torvelsi SYMBOLIC)
 file(GLOB torvelsi_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/SI/Include/*.h)
 file(GLOB tvservice_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/*.h
+    ${PROJECT_SOURCE_DIR}/softplatform/service/Counter.h
     ${PROJECT_SOURCE_DIR}/softplatform/service/SoftwarePlatform.h)
 foreach(header IN LISTS tvservice_headers)
     get_filename_component(name ${header} NAME)

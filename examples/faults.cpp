@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
     platform.Play(source);
     platform.WaitEnd();
     // Everything is delivered; the manager's event thread may still be on its way through it.
-    while (s_counter.m_sections < platform.Counter("delivered_sections")) {
+    while (s_counter.m_sections < platform.Counter(tvservice::Counter::kDeliveredSections)) {
         std::this_thread::yield();
     }
     for (const tvservice::CounterValue& row : platform.FaultCounts()) {

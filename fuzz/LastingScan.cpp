@@ -9,6 +9,7 @@
 namespace fuzzing {
 
 using TORVEL_MW::ISectionManager;
+using tvservice::Counter;
 using tvservice::SoftwarePlatform;
 
 namespace {
@@ -65,8 +66,8 @@ client::Multiplex LastingScan::Result() const {
     const SoftwarePlatform& platform = SoftwarePlatform::Instance();
     client::Multiplex result = readers_->Found();
     result.input.packetSize = platform.PacketSize();
-    result.input.packets = platform.Counter("packets");
-    result.input.bytes = platform.Counter("bytes");
+    result.input.packets = platform.Counter(Counter::kPackets);
+    result.input.bytes = platform.Counter(Counter::kBytes);
     result.counters = platform.Counters();
     return result;
 }

@@ -187,7 +187,8 @@ Random RandomOf(const std::string& name, std::uint64_t seed, std::uint64_t round
             std::_Exit(EXIT_FAILURE);
         }
         fuzzing::Print(found);
-        sections += tvservice::SoftwarePlatform::Instance().Counter("delivered_sections");
+        sections +=
+            tvservice::SoftwarePlatform::Instance().Counter(tvservice::Counter::kDeliveredSections);
         programs += found.programs.size();
     }
     std::printf("%s: rounds %" PRIu64 " to %" PRIu64 ", %" PRIu64 " sections, %" PRIu64

@@ -35,7 +35,7 @@ for script in check_speed bench_peers performance_svg; do
 done
 
 echo "check: each public header compiles alone, from C++14 on"
-public=(SI/Include/*.h platform/*.h softplatform/service/SoftwarePlatform.h)
+public=(SI/Include/*.h platform/*.h softplatform/service/{Counter,SoftwarePlatform}.h)
 printf '%s\0' "${public[@]}" | xargs -0 -P "$(nproc)" -I{} bash -euc '
     for compiler in g++ clang++; do
         for standard in c++14 c++20; do

@@ -15,6 +15,7 @@ import tempfile
 PLATFORM = "platform"
 SI = "SI/Include"
 SERVICE_HEADER = "softplatform/service/SoftwarePlatform.h"
+COUNTER = "softplatform/service/Counter.h"
 SECTION_VIEW = "softplatform/section/SectionView.h"
 
 # room -> what it may include beside itself and the standard library
@@ -24,7 +25,7 @@ ROOMS = {
     "SI/Common": [PLATFORM],
     "SI/SectionFilter": ["SI/Common", SI, PLATFORM],
     "SI/PARSER": ["SI/Common", SI, PLATFORM],
-    "softplatform/base": [],
+    "softplatform/base": [COUNTER],
     "softplatform/ts": ["softplatform/base"],
     "softplatform/section": ["softplatform/ts", "softplatform/base"],
     "softplatform/descriptor": ["softplatform/base", PLATFORM],

@@ -5,44 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace tvservice {
+#include "softplatform/service/Counter.h"
 
-// Everything the receiver counts: what passed through it and every kind of loss. Damage is never
-// an error return; it adds to one of these.
-enum class Counter : size_t {
-    kBytes,
-    kPackets,
-    kSyncLocks,
-    kSyncLosses,
-    kSkippedBytes,
-    kTransportErrors,
-    kScrambledPackets,
-    kMalformedPackets,
-    kContinuityGaps,
-    kDuplicatePackets,
-    kAnnouncedDiscontinuities,
-    kMalformedPointers,
-    kSections,
-    kCrcErrors,
-    kTruncatedSections,
-    kOversizeSections,
-    kShortSections,
-    kDeliveredSections,
-    kCachedSections,
-    kMalformedTables,
-    kDescriptorOverruns,
-    kMalformedDescriptors,
-    kParserOverflows,
-    kRefusedSubscriptions,
-    kRetiredHandles,
-    kKernelDrops,
-    kMalformedDatagrams,
-    kRtpLosses,
-    kRtpReordered,
-    kDeviceOverflows,
-    kMalformedReads,
-    kCount
-};
+namespace tvservice {
 
 constexpr size_t kCounterCount = static_cast<size_t>(Counter::kCount);
 

@@ -57,13 +57,8 @@ std::vector<CounterValue> SoftwarePlatform::Counters() const {
     return values;
 }
 
-std::uint64_t SoftwarePlatform::Counter(const std::string& name) const {
-    for (const CounterInfo& info : kCounterTable) {
-        if (name == info.name) {
-            return m_impl->receiver.counters().Get(info.counter);
-        }
-    }
-    return 0;
+std::uint64_t SoftwarePlatform::Counter(tvservice::Counter counter) const {
+    return counter < tvservice::Counter::kCount ? m_impl->receiver.counters().Get(counter) : 0;
 }
 
 std::vector<CounterValue> SoftwarePlatform::FaultCounts() const {

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "Counter.h"
+
 #if defined(__GNUC__)
 #define SOFTPLATFORM_API __attribute__((visibility("default")))
 #else
@@ -190,11 +192,11 @@ class SOFTPLATFORM_API SoftwarePlatform {
     /// Answers the barrier section with that sequence number. Late and unknown ones are ignored.
     void BarrierPassed(std::uint32_t sequence);
 
-    /// All counters of the current or last source, in a fixed order.
+    /// All counters of the current or last source, in the order of the enumeration.
     std::vector<CounterValue> Counters() const;
 
-    /// One of them by its name; 0 for an unknown name.
-    std::uint64_t Counter(const std::string& name) const;
+    /// One of them. 0 for a value that this library does not know.
+    std::uint64_t Counter(tvservice::Counter counter) const;
 
     /// How many faults of each kind were injected since the last `Start`: one row for each kind
     /// that was asked for.

@@ -341,10 +341,11 @@ TEST_P(RealStream, SectionCountsAndPatAreAsIndependentlyDecoded) {
         EXPECT_EQ(ByTable(counts), ByTable(expected.counts));
     } else {
         EXPECT_EQ(counts, expected.counts);
-        EXPECT_EQ(platform.Counter("packets"), expectation["packets"].get<std::uint64_t>());
+        EXPECT_EQ(platform.Counter(tvservice::Counter::kPackets),
+                  expectation["packets"].get<std::uint64_t>());
         EXPECT_EQ(platform.PacketSize(), expectation["packet_size"].get<unsigned int>());
     }
-    EXPECT_EQ(platform.Counter("crc_errors"), expected.crcErrors);
+    EXPECT_EQ(platform.Counter(tvservice::Counter::kCrcErrors), expected.crcErrors);
     EXPECT_EQ(PatIn(pats), expectation["pat"]);
     const auto [tables, complete] = schedules.Compare();
     RecordProperty("schedules", tables);

@@ -27,6 +27,7 @@
 namespace testsupport {
 
 using TORVEL_MW::ISectionManager;
+using tvservice::Counter;
 using SectionList = std::vector<Bytes>;
 
 // Records what an observer is told, and then calls what a test asks for.
@@ -180,7 +181,7 @@ class HostileTest : public testing::Test {
     }
 
   protected:
-    uint64_t Count(const std::string& counter) const { return platform_.Counter(counter); }
+    uint64_t Count(Counter counter) const { return platform_.Counter(counter); }
     std::vector<std::pair<std::string, uint64_t>> Faults() const {
         std::vector<std::pair<std::string, uint64_t>> faults;
         for (const tvservice::CounterValue& row : platform_.FaultCounts()) {
@@ -194,9 +195,9 @@ class HostileTest : public testing::Test {
     // section. Inbox::Then uses it to block the event thread meanwhile.
     void WaitForDeliveries(uint64_t count) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (Count("delivered_sections") < count) {
+        while (Count(Counter::kDeliveredSections) < count) {
             if (std::chrono::steady_clock::now() > end) {
-                ADD_FAILURE() << Count("delivered_sections") << " deliveries, not " << count;
+                ADD_FAILURE() << Count(Counter::kDeliveredSections) << " deliveries, not " << count;
                 return;
             }
             std::this_thread::yield();

@@ -16,6 +16,7 @@
 
 #include "SI/Include/ISectionManager.h"
 #include "client/Barrier.h"
+#include "softplatform/base/Counters.h"
 #include "softplatform/service/SoftwarePlatform.h"
 #include "tests/hostile/ProcessUse.h"
 #include "tests/hostile/Visitors.h"
@@ -28,6 +29,7 @@ namespace testsupport {
 namespace {
 
 using TORVEL_MW::ISectionManager;
+using tvservice::Counter;
 using tvservice::SoftwarePlatform;
 
 // Where the test runs slower (under a sanitizer or an emulator), the memory of the process says
@@ -83,7 +85,7 @@ class LoopedStreamTest : public testing::Test {
     // false when that takes too long.
     bool WaitFor(uint64_t bytes, const Visitors& visitors, uint64_t came) {
         const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (platform_.Counter("bytes") < bytes || visitors.came() < came) {
+        while (platform_.Counter(Counter::kBytes) < bytes || visitors.came() < came) {
             if (std::chrono::steady_clock::now() > giveUp) {
                 return false;
             }
@@ -126,12 +128,14 @@ TEST_F(LoopedStreamTest, ServesClientsThatComeAndGoAndLeavesNothingBehind) {
     platform_.Interrupt();
     EXPECT_EQ(platform_.WaitEnd().reason, tvservice::InputEnd::kInterrupted);
 
-    const uint64_t bytes = platform_.Counter("bytes"), packets = platform_.Counter("packets");
-    const uint64_t delivered = platform_.Counter("delivered_sections");
-    for (const char* loss :
-         {"continuity_gaps", "crc_errors", "truncated_sections", "sync_losses", "skipped_bytes",
-          "duplicate_packets", "refused_subscriptions", "retired_handles"}) {
-        EXPECT_EQ(platform_.Counter(loss), 0u) << loss;
+    const uint64_t bytes = platform_.Counter(Counter::kBytes),
+                   packets = platform_.Counter(Counter::kPackets);
+    const uint64_t delivered = platform_.Counter(Counter::kDeliveredSections);
+    for (const Counter loss :
+         {Counter::kContinuityGaps, Counter::kCrcErrors, Counter::kTruncatedSections,
+          Counter::kSyncLosses, Counter::kSkippedBytes, Counter::kDuplicatePackets,
+          Counter::kRefusedSubscriptions, Counter::kRetiredHandles}) {
+        EXPECT_EQ(platform_.Counter(loss), 0u) << tvservice::Describe(loss).name;
     }
     // When a barrier passes, all sections delivered before it are handled.
     ASSERT_TRUE(platform_.Play(tvservice::MemorySource("nothing", {})));

@@ -20,7 +20,7 @@ TEST_F(PacketFaultsTest, ADroppedPacketCostsItsSection) {
     Write(sections).Play();
     EXPECT_THAT(inbox_.Take(), ElementsAreArray(Without(sections, 7)));
     EXPECT_THAT(Faults(), ElementsAre(Pair("drop", 1)));
-    EXPECT_EQ(Count("continuity_gaps"), 1u);
+    EXPECT_EQ(Count(Counter::kContinuityGaps), 1u);
     EXPECT_THAT(TakeTrouble(), IsEmpty());
 }
 
@@ -55,8 +55,8 @@ TEST_F(PacketFaultsTest, ASectionInPacketsSentTwiceArrivesOnce) {
     Write(sections).Play();
     EXPECT_THAT(inbox_.Take(), ElementsAreArray(sections));
     EXPECT_THAT(FaultCount(), testing::AllOf(testing::Gt(200u), testing::Lt(400u)));
-    EXPECT_EQ(Count("duplicate_packets"), FaultCount());
-    EXPECT_EQ(Count("packets"), 900 + FaultCount());
+    EXPECT_EQ(Count(Counter::kDuplicatePackets), FaultCount());
+    EXPECT_EQ(Count(Counter::kPackets), 900 + FaultCount());
     EXPECT_THAT(TakeTrouble(), IsEmpty());
 }
 
@@ -69,7 +69,7 @@ TEST_F(PacketFaultsTest, APacketBehindThoseOfOtherPidsCostsNothing) {
     EXPECT_THAT(inbox_.Take(), ElementsAreArray(sections));
     EXPECT_THAT(other_.Take(), ElementsAreArray(others));
     EXPECT_THAT(Faults(), ElementsAre(Pair("reorder", 3)));
-    EXPECT_EQ(Count("continuity_gaps"), 0u);
+    EXPECT_EQ(Count(Counter::kContinuityGaps), 0u);
     EXPECT_THAT(TakeTrouble(), IsEmpty());
 }
 
@@ -104,7 +104,7 @@ TEST_F(PacketFaultsTest, ADamagedSectionNeverReachesItsObserver) {
     EXPECT_THAT(FaultCount(), testing::AllOf(testing::Gt(50u), testing::Lt(150u)));
     EXPECT_EQ(received.size(), sections.size() - FaultCount());
     EXPECT_TRUE(AreSomeOf(received, sections));
-    EXPECT_EQ(Count("crc_errors"), FaultCount());
+    EXPECT_EQ(Count(Counter::kCrcErrors), FaultCount());
     EXPECT_THAT(TakeTrouble(), IsEmpty());
 }
 
@@ -123,8 +123,8 @@ TEST_F(PacketFaultsTest, ABitInvertedAnywhereBehindTheHeaderCostsItsSectionOnly)
     EXPECT_TRUE(AreSomeOf(received, sections));
     // A damaged pointer_field makes one section seem to continue behind its packet; a damaged
     // section_length does so for two.
-    EXPECT_EQ(Count("truncated_sections"), 3u);
-    EXPECT_EQ(Count("crc_errors"), FaultCount() - 3);
+    EXPECT_EQ(Count(Counter::kTruncatedSections), 3u);
+    EXPECT_EQ(Count(Counter::kCrcErrors), FaultCount() - 3);
     EXPECT_THAT(TakeTrouble(), IsEmpty());
 }
 

@@ -48,7 +48,7 @@ TEST_F(RequestFaultsTest, ARefusedSubscribeReturnsZeroAndTheNextGetsItsId) {
     EXPECT_THAT(TakeTrouble(), ElementsAre(NoFilter(3), SubscribeFailed(3, 139)));
     EXPECT_EQ(Subscribe(other_), 3u);
     EXPECT_THAT(Faults(), ElementsAre(Pair("refuse-subscribe", 1)));
-    EXPECT_EQ(Count("refused_subscriptions"), 1u);
+    EXPECT_EQ(Count(Counter::kRefusedSubscriptions), 1u);
     Write(sections_).Play();
     EXPECT_THAT(inbox_.Take(), ElementsAreArray(sections_));
     EXPECT_THAT(other_.Take(), ElementsAreArray(sections_));
@@ -86,7 +86,7 @@ TEST_F(RequestFaultsTest, ARefusedToggleIsReportedAndItsSubscriptionHearsNoMore)
     // It keeps the old handle, which is already released.
     Manager().Unsubscribe(id);
     EXPECT_THAT(TakeTrouble(), ElementsAre(NoRelease()));
-    EXPECT_EQ(Count("retired_handles"), 1u);
+    EXPECT_EQ(Count(Counter::kRetiredHandles), 1u);
     Write(others_, kOtherPid).Play();
     EXPECT_THAT(other_.Take(), ElementsAreArray(others_));
 }
@@ -171,7 +171,7 @@ TEST_F(RequestFaultsTest, AHandleGivenTwiceIsHeldUntilBothAreReleased) {
     WriteInTurn(sections_, others_).Play();
     EXPECT_THAT(other_.Take(), IsEmpty());
     EXPECT_THAT(TakeTrouble(), IsEmpty()) << "nothing may be delivered any more";
-    EXPECT_EQ(Count("delivered_sections"), 0u);
+    EXPECT_EQ(Count(Counter::kDeliveredSections), 0u);
 }
 
 TEST_F(RequestFaultsTest, AHandleOfAReleasedFilterServesANewOne) {
@@ -188,8 +188,8 @@ TEST_F(RequestFaultsTest, AHandleOfAReleasedFilterServesANewOne) {
     Manager().Unsubscribe(second);
     EXPECT_THAT(TakeLog(), Contains(Released()));
     WriteInTurn(sections_, others_).Play();
-    EXPECT_EQ(Count("delivered_sections"), 0u);
-    EXPECT_EQ(Count("retired_handles"), 0u);
+    EXPECT_EQ(Count(Counter::kDeliveredSections), 0u);
+    EXPECT_EQ(Count(Counter::kRetiredHandles), 0u);
     EXPECT_THAT(Faults(), ElementsAre(Pair("old-handle", 1)));
     EXPECT_THAT(TakeTrouble(), IsEmpty());
 }

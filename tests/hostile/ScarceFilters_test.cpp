@@ -96,7 +96,7 @@ TEST_F(ScarceFiltersTest, ThoseThatShareGetEverySectionAndTheRestIsRefused) {
         EXPECT_EQ(single_[i].id == 0, i >= kServed) << i;
     }
     EXPECT_THAT(TakeTrouble(), ElementsAreArray(refusals_));
-    EXPECT_EQ(Count("refused_subscriptions"), kSingle - kServed);
+    EXPECT_EQ(Count(Counter::kRefusedSubscriptions), kSingle - kServed);
 
     WriteAll();
     Play();
@@ -186,7 +186,7 @@ TEST_F(ScarceFiltersTest, TwoThatToggleOneFilterFindRoomForTwo) {
     EXPECT_THAT(other_.Take(), ElementsAreArray(inTurn));
     EXPECT_THAT(inbox_.Take(), ElementsAreArray(inTurn));
     EXPECT_THAT(TakeTrouble(), Each(HasSubstr("Toggle mode filter. Resubscribed")));
-    EXPECT_EQ(Count("retired_handles"), 0u);
+    EXPECT_EQ(Count(Counter::kRetiredHandles), 0u);
 }
 
 // A subscription whose next filter is refused keeps the old handle and releases it again with each

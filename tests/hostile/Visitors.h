@@ -91,8 +91,8 @@ class Visitors {
                 manager_.Unsubscribe(held.front());
                 held.erase(held.begin());
             }
-            const std::uint64_t start = platform_.Counter("packets");
-            while (!isOver_ && platform_.Counter("packets") < start + stay_) {
+            const std::uint64_t start = platform_.Counter(tvservice::Counter::kPackets);
+            while (!isOver_ && platform_.Counter(tvservice::Counter::kPackets) < start + stay_) {
                 std::this_thread::sleep_for(std::chrono::microseconds(100));
             }
         }

@@ -101,9 +101,9 @@ bool Soak(Minutes minutes, double pace) {
             std::cout << "  " << row.name << ' ' << row.value << '\n';
         }
     }
-    const std::uint64_t bytes = platform.Counter("bytes");
-    const std::uint64_t played = platform.Counter("packets");
-    const std::uint64_t delivered = platform.Counter("delivered_sections");
+    const std::uint64_t bytes = platform.Counter(tvservice::Counter::kBytes);
+    const std::uint64_t played = platform.Counter(tvservice::Counter::kPackets);
+    const std::uint64_t delivered = platform.Counter(tvservice::Counter::kDeliveredSections);
     platform.Play(tvservice::MemorySource("nothing", {}));  // returns when all sections are handled
     platform.WaitEnd();
     platform.Stop();

@@ -25,6 +25,7 @@ ROOT = HERE.parents[1]
 HEADERS = {
     "torvelsi": ["--headers-dir", "SI/Include", "--headers-dir", "platform"],
     "tvservice": ["--headers-dir", "platform",
+                  "--header-file", "softplatform/service/Counter.h",
                   "--header-file", "softplatform/service/SoftwarePlatform.h"],
 }
 STANDARD = ("std", "__gnu_cxx", "__cxxabiv1")

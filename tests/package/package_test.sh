@@ -24,7 +24,8 @@ shows README.md pat_programs.cpp
 shows docs/faults.md faults.cpp
 
 cmake --install "$build_dir" --prefix "$prefix" >"$work/install.log"
-for file in include/torvelsi/ISectionManager.h include/tvservice/SoftwarePlatform.h bin/torvelsi \
+for file in include/torvelsi/ISectionManager.h include/tvservice/SoftwarePlatform.h \
+    include/tvservice/Counter.h bin/torvelsi \
     share/doc/torvelsi/LICENSE share/doc/torvelsi/README.md share/doc/torvelsi/docs/limits.md; do
     [ -e "$prefix/$file" ] || fail "$file was not installed"
 done

@@ -38,7 +38,8 @@ void Progress::Show() {
     bool shown = false;
     std::unique_lock<std::mutex> lock(mutex_);
     while (!ended_.wait_for(lock, kInterval, [this] { return end_; })) {
-        const std::uint64_t bytes = tvservice::SoftwarePlatform::Instance().Counter("bytes");
+        const std::uint64_t bytes =
+            tvservice::SoftwarePlatform::Instance().Counter(tvservice::Counter::kBytes);
         const double megabytes = static_cast<double>(bytes) / kMegabyte;
         if (totalBytes_ != 0) {
             fmt::print(stderr, "\r{}{:5.1f} % of {:.1f} MB ", note_ ? note_() : "",

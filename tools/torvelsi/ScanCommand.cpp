@@ -48,8 +48,8 @@ int Scan(const ReceiverOptions& options, bool json,
         static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout));
     };
     (json ? WriteScanDocument : WriteScanText)(multiplex, output);
-    if (const auto refused =
-            tvservice::SoftwarePlatform::Instance().Counter("refused_subscriptions");
+    if (const auto refused = tvservice::SoftwarePlatform::Instance().Counter(
+            tvservice::Counter::kRefusedSubscriptions);
         refused > 0) {
         PrintError(
             fmt::format("the receiver refused {} of the filters that the scan needs", refused));

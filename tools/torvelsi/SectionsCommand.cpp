@@ -66,7 +66,8 @@ void EndOutput(const SectionsRequest& request, const SectionsPrinter& printer,
     const SectionsSummary summary{
         printer.Sections(),
         printer.TimedOut(),
-        {name, platform.PacketSize(), platform.Counter("packets"), platform.Counter("bytes")},
+        {name, platform.PacketSize(), platform.Counter(tvservice::Counter::kPackets),
+         platform.Counter(tvservice::Counter::kBytes)},
         platform.Counters(),
         platform.FaultCounts()};
     if (request.format == SectionsRequest::kJson) {

@@ -69,7 +69,8 @@ void WarnAboutInput() {
     constexpr std::string_view kOfPackets[] = {"drop", "duplicate", "reorder", "corrupt"};
     constexpr unsigned kFaultyPacketSize = 188;
     const tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
-    if (platform.Counter("packets") == 0 && platform.Counter("skipped_bytes") > 0) {
+    if (platform.Counter(tvservice::Counter::kPackets) == 0 &&
+        platform.Counter(tvservice::Counter::kSkippedBytes) > 0) {
         PrintError("no packets of a transport stream were found");
     }
     const std::vector<tvservice::CounterValue> faults = platform.FaultCounts();

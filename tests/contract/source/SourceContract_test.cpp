@@ -84,7 +84,7 @@ TEST_P(SourceContract, StopsWithinATenthOfASecondAndPlaysAgainWhereItCan) {
         if (GetParam().waits) {
             rig_->Add(stream_);
         }
-        while (platform.Counter("bytes") == 0) {
+        while (platform.Counter(tvservice::Counter::kBytes) == 0) {
             std::this_thread::yield();
         }
         const auto begin = std::chrono::steady_clock::now();
