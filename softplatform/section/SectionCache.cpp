@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <utility>
 
 namespace tvservice {
@@ -44,18 +45,7 @@ void SectionCache::Put(uint16_t pid, SectionView section) {
         subTable.version = section.version_number();
         subTable.last_section_number = section.last_section_number();
     }
-    const uint8_t number = section.section_number();
-    size_t at = FindSection(subTable, number);
-    if (at == kNone) {
-        const auto next = std::lower_bound(
-            subTable.sections.begin(), subTable.sections.end(), number,
-            [](const Section& held, uint8_t wanted) { return held.number < wanted; });
-        at = static_cast<size_t>(std::distance(subTable.sections.begin(), next));
-        subTable.sections.insert(next, Section{number, {}});
-        bytes_ += kSectionCost;
-    }
-    subTable.following = at + 1;
-    Store(subTable.sections[at].bytes, section);
+    Store(subTable, section);
     MakeRoom();
 }
 
@@ -173,7 +163,7 @@ void SectionCache::Enter(size_t place) {
 }
 
 void SectionCache::GrowSlots() {
-    slots_.assign(std::max<size_t>(2 * slots_.size(), 64), kNone);
+    slots_ = std::vector<size_t>(std::max<size_t>(2 * slots_.size(), 64), kNone);
     for (size_t place = 0; place < subTables_.size(); ++place) {
         if (subTables_[place].isUsed) {
             Enter(place);
@@ -239,32 +229,51 @@ bool SectionCache::AreEqual(const std::vector<uint8_t>& bytes, SectionView secti
            std::memcmp(bytes.data(), section.data(), bytes.size()) == 0;
 }
 
-void SectionCache::Store(std::vector<uint8_t>& bytes, SectionView section) {
-    if (AreEqual(bytes, section)) {
-        return;
+// The copy comes first: without memory for it, the sub-table stays as it is.
+void SectionCache::Store(SubTable& subTable, SectionView section) {
+    const uint8_t number = section.section_number();
+    size_t at = FindSection(subTable, number);
+    if (at == kNone) {
+        const auto next = std::lower_bound(
+            subTable.sections.begin(), subTable.sections.end(), number,
+            [](const Section& held, uint8_t wanted) { return held.number < wanted; });
+        at = static_cast<size_t>(std::distance(subTable.sections.begin(), next));
+        subTable.sections.insert(next, Section{number, Copy(section)});
+        bytes_ += kSectionCost + section.size();
+    } else if (std::vector<uint8_t>& held = subTable.sections[at].bytes; !AreEqual(held, section)) {
+        std::vector<uint8_t> replaced = std::exchange(held, Copy(section));
+        bytes_ += section.size();
+        bytes_ -= replaced.size();
+        PutAside(replaced);
     }
-    bytes_ -= bytes.size();
-    const size_t step = (section.size() - 1) / kBufferStep;
-    if (bytes.capacity() != (step + 1) * kBufferStep) {
-        PutAside(bytes);
-        if (std::vector<std::vector<uint8_t>>& spares = spares_[step]; !spares.empty()) {
-            bytes = std::move(spares.back());
-            spares.pop_back();
-            spareBytes_ -= bytes.capacity();
-        } else {
-            bytes.reserve((step + 1) * kBufferStep);
-        }
-    }
-    bytes.assign(section.data(), section.data() + section.size());
-    bytes_ += bytes.size();
+    subTable.following = at + 1;
 }
 
-void SectionCache::PutAside(std::vector<uint8_t>& bytes) {
+// A copy in a spare buffer, or in a new one when there is none of that capacity.
+std::vector<uint8_t> SectionCache::Copy(SectionView section) {
+    const size_t step = (section.size() - 1) / kBufferStep;
+    std::vector<uint8_t> bytes;
+    if (std::vector<std::vector<uint8_t>>& spares = spares_[step]; !spares.empty()) {
+        bytes = std::move(spares.back());
+        spares.pop_back();
+        spareBytes_ -= bytes.capacity();
+    } else {
+        bytes.reserve((step + 1) * kBufferStep);
+    }
+    bytes.assign(section.data(), section.data() + section.size());
+    return bytes;
+}
+
+void SectionCache::PutAside(std::vector<uint8_t>& bytes) noexcept {
     const size_t capacity = bytes.capacity();
     if (capacity >= kBufferStep && capacity <= kMaxSectionSize && capacity % kBufferStep == 0 &&
         spareBytes_ + capacity <= kSpareBytes) {
-        spares_[capacity / kBufferStep - 1].push_back(std::move(bytes));
-        spareBytes_ += capacity;
+        try {
+            spares_[capacity / kBufferStep - 1].push_back(std::move(bytes));
+            spareBytes_ += capacity;
+        } catch (const std::bad_alloc&) {
+            // The buffer is freed below instead of kept.
+        }
     }
     bytes = {};
 }

@@ -43,7 +43,8 @@ class SectionCache {
     bool Renew(uint16_t pid, SectionView section);
 
     // A section that came on `pid`, its CRC good. Its bytes are copied unless they are kept
-    // already.
+    // already. Throws std::bad_alloc without memory for the copy: the section is then not kept, and
+    // what is kept besides it stays whole.
     void Put(uint16_t pid, SectionView section);
 
     // Calls visit(SectionView) for each section of that PID and table_id, in the order of their
@@ -113,8 +114,9 @@ class SectionCache {
 
     static size_t FindSection(const SubTable& subTable, uint8_t number);
     static bool AreEqual(const std::vector<uint8_t>& bytes, SectionView section);
-    void Store(std::vector<uint8_t>& bytes, SectionView section);
-    void PutAside(std::vector<uint8_t>& bytes);
+    void Store(SubTable& subTable, SectionView section);
+    std::vector<uint8_t> Copy(SectionView section);
+    void PutAside(std::vector<uint8_t>& bytes) noexcept;
     void DropSections(SubTable& subTable);
     void MakeRoom();
 
