@@ -676,7 +676,7 @@ TEST_F(SoftwarePlatformTest, LoopsASourceUntilItIsInterrupted) {
     EXPECT_EQ(platform_.WaitEnd().reason, InputEnd::kInterrupted);
     loop.follow = true;
     EXPECT_EQ(WithOptions(MemorySource("m", {}), loop, error), nullptr);
-    EXPECT_EQ(error, "cannot open m: it is either looped or followed");
+    EXPECT_EQ(error, "cannot open m: it can be looped or followed, not both");
 }
 
 TEST_F(SoftwarePlatformTest, InjuresWhatIsPlayedAndAskedForAsTheFaultsSay) {
