@@ -8,9 +8,9 @@ namespace tvservice {
 // Borrowed bytes: a pointer and a size. Owns nothing; whoever makes one keeps the bytes alive and
 // unchanged for as long as the view is read. Cheap to copy, safe to read from several threads.
 //
-// Reads are big-endian, as every field of ISO/IEC 13818-1 and EN 300 468 is. A read that would
-// pass the end returns 0 and touches no memory: a field that is not there reads as zero. Where the
-// difference matters, ask Has() first.
+// Reads are big-endian, as every field of ISO/IEC 13818-1 and EN 300 468 is. A read that would go
+// past the end returns 0 and touches no memory. Where a missing field must be told from a zero,
+// call Has() first.
 class ByteView {
   public:
     constexpr ByteView() = default;
@@ -22,8 +22,8 @@ class ByteView {
     constexpr const uint8_t* begin() const { return data_; }
     constexpr const uint8_t* end() const { return data_ + size_; }
 
-    // Whether `count` bytes from `offset` on lie inside the view; true for a count of 0 up to and
-    // including offset size(). No value of the arguments overflows.
+    // Whether `count` bytes from `offset` on lie inside the view. A count of 0 is inside at every
+    // offset up to and including size(). Arguments of any size are safe: nothing overflows.
     constexpr bool Has(size_t offset, size_t count) const {
         return offset <= size_ && count <= size_ - offset;
     }
@@ -37,8 +37,8 @@ class ByteView {
     constexpr uint32_t U32(size_t offset) const { return static_cast<uint32_t>(Read(offset, 4)); }
     constexpr uint64_t U64(size_t offset) const { return Read(offset, 8); }
 
-    // The bytes from `offset` on, at most `count` of them. Clamped: what lies past the end is left
-    // out, so that the result never reaches beyond this view and may be empty.
+    // The bytes from `offset` on, at most `count` of them. What lies past the end of this view is
+    // left out, so the result may be shorter or empty.
     constexpr ByteView Subview(size_t offset, size_t count = SIZE_MAX) const {
         if (offset > size_) {
             return {};

@@ -17,7 +17,7 @@ struct CounterInfo {
     const char* meaning;  // one line, without a full stop
 };
 
-// One row a counter, in the order of the enumeration.
+// One row for each counter, in the order of the enumeration.
 inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
     {Counter::kBytes, "bytes", "bytes handed in by the source"},
     {Counter::kPackets, "packets", "transport packets found"},
@@ -66,22 +66,23 @@ inline constexpr std::array<CounterInfo, kCounterCount> kCounterTable{{
      "what a demux device handed over although it was no section"},
 }};
 
-// One number for each Counter. Any thread may read any counter at any time, while the stream runs:
-// each read is a value that the counter had, but two reads are not one snapshot.
+// One number for each Counter. Any thread may read any counter at any time, also while the stream
+// runs. Two counters that are read one after the other may be from different moments.
 class Counters {
   public:
     Counters() = default;
     Counters(const Counters&) = delete;
     Counters& operator=(const Counters&) = delete;
 
-    // Adds `n`. Only for the one thread that writes this counter (the delivery thread): a load and
-    // a store, no locked instruction.
+    // Adds `n`. Only for the one thread that writes this counter (the delivery thread). Faster than
+    // AddShared: a load and a store instead of an atomic addition.
     void Add(Counter counter, uint64_t n = 1) {
         std::atomic<uint64_t>& value = values_[static_cast<size_t>(counter)];
         value.store(value.load(std::memory_order_relaxed) + n, std::memory_order_relaxed);
     }
 
-    // Adds `n`; for counters that several threads write. A counter takes either Add or AddShared.
+    // Adds `n`, for counters that several threads write. Each counter is written either with Add or
+    // with AddShared, never with both.
     void AddShared(Counter counter, uint64_t n = 1) {
         values_[static_cast<size_t>(counter)].fetch_add(n, std::memory_order_relaxed);
     }
@@ -90,8 +91,9 @@ class Counters {
         return values_[static_cast<size_t>(counter)].load(std::memory_order_relaxed);
     }
 
-    // Sets every counter of the stream to 0; those of subscriptions, which outlive it, stay. While
-    // a thread is adding, what it adds at that moment may survive.
+    // Sets the counters of the stream to 0. Those of subscriptions stay, because subscriptions
+    // outlive a stream. If a thread adds to a counter at the same time, that counter may keep its
+    // old value.
     void ResetStream();
 
   private:
@@ -101,7 +103,7 @@ class Counters {
 // The counters of the process's one receiver; never destroyed. Any thread.
 Counters& ReceiverCounters();
 
-// The row of `counter`, which is not kCount.
+// The row of `counter`, which must not be kCount.
 constexpr const CounterInfo& Describe(Counter counter) {
     return kCounterTable[static_cast<size_t>(counter)];
 }

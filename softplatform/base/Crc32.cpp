@@ -27,7 +27,7 @@ constexpr uint32_t TimesX(uint32_t value) {
     return value << 1 ^ ((value & 0x80000000) != 0 ? kPolynomial : 0);
 }
 
-// kTables[n][b]: what the byte b, followed by n zero bytes, adds to the sum.
+// kTables[n][b]: what the byte b, followed by n zero bytes, adds to the CRC.
 constexpr std::array<std::array<uint32_t, 256>, kStep> MakeTables() {
     std::array<std::array<uint32_t, 256>, kStep> tables{};
     for (uint32_t byte = 0; byte < 256; ++byte) {
@@ -52,7 +52,7 @@ uint32_t BigEndian32(const uint8_t* bytes) {
     return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
-// What four bytes, read as one number and followed by `n` zero bytes, add to the sum.
+// What four bytes, read as one number and followed by `n` zero bytes, add to the CRC.
 uint32_t AddWord(uint32_t word, size_t n) {
     return kTables[n + 3][word >> 24] ^ kTables[n + 2][word >> 16 & 0xFF] ^
            kTables[n + 1][word >> 8 & 0xFF] ^ kTables[n][word & 0xFF];
@@ -87,8 +87,8 @@ uint32_t Crc32Slicing(const uint8_t* data, size_t size, uint32_t crc) {
 
 namespace {
 
-// 16 bytes of the message as a polynomial, the first bit the highest power; and products of two of
-// their halves.
+// A Block holds 16 bytes of the message as a polynomial; the first bit is the coefficient of the
+// highest power. It also holds the product of two 64-bit halves.
 #if defined(__AARCH64EL__)
 
 #define TV_TARGET __attribute__((target("+crypto")))
@@ -158,9 +158,10 @@ constexpr uint32_t PowerOfX(int exponent) {
     return value;
 }
 
-// Of the message only its remainder matters. So a block H * x^64 + L (two 64-bit halves) that
-// stands N bits above another may be replaced by H * (x^(N+64) mod P) + L * (x^N mod P), added to
-// that other one: the message is N bits shorter.
+// The CRC is the remainder of the message modulo the generator polynomial P, so the message may be
+// replaced by any shorter one with the same remainder. A block H * x^64 + L (two 64-bit halves)
+// that stands N bits before another block is therefore removed, and H * (x^(N+64) mod P) + L * (x^N
+// mod P) is added to the other one.
 template <int Bits>
 TV_TARGET inline Block Fold(Block block, Block below) {
     constexpr uint32_t kHigh = PowerOfX(Bits + 64);
@@ -184,7 +185,7 @@ TV_TARGET uint32_t Crc32CarrylessMultiply(const uint8_t* data, size_t size, uint
     if (size < 64) {
         return Crc32Slicing(data, size, crc);
     }
-    // The sum so far acts like four bytes added to the first four.
+    // The CRC of the bytes before is added to the first four bytes.
     Block a = Add(Load(data), Halves(uint64_t{crc} << 32, 0));
     Block b = Load(data + 16);
     Block c = Load(data + 32);

@@ -8,7 +8,7 @@
 
 namespace tvservice {
 
-// std::mutex, annotated.
+// std::mutex with the annotations that Clang's -Wthread-safety needs.
 class TV_CAPABILITY("mutex") Mutex {
   public:
     Mutex() = default;
@@ -24,7 +24,7 @@ class TV_CAPABILITY("mutex") Mutex {
     std::mutex mutex_;
 };
 
-// Holds a Mutex from its construction to its end.
+// Locks a Mutex for as long as this object lives.
 class TV_SCOPED_CAPABILITY MutexLock {
   public:
     explicit MutexLock(Mutex& mutex) TV_ACQUIRE(mutex) : mutex_(mutex) { mutex_.Lock(); }
@@ -36,23 +36,23 @@ class TV_SCOPED_CAPABILITY MutexLock {
     Mutex& mutex_;
 };
 
-// std::condition_variable for a Mutex. Waits have no predicate, so that the members it would read
-// stay under the eye of the analysis: `while (!ready_) { changed_.Wait(mutex_); }`. A wait may end
-// without a notification.
+// std::condition_variable for a Mutex. A wait may end without a notification, so it belongs in a
+// loop: `while (!ready_) { changed_.Wait(mutex_); }`. Waits take no predicate, because
+// -Wthread-safety would not check the members that a lambda reads.
 class CondVar {
   public:
     CondVar() = default;
     CondVar(const CondVar&) = delete;
     CondVar& operator=(const CondVar&) = delete;
 
-    // Gives `mutex` up while waiting and holds it again on return.
+    // Unlocks `mutex` while it waits and locks it again before it returns.
     void Wait(Mutex& mutex) TV_REQUIRES(mutex) {
         std::unique_lock<std::mutex> lock(mutex.mutex_, std::adopt_lock);
         condition_.wait(lock);
         lock.release();
     }
 
-    // As Wait, but not beyond `deadline`; false when the deadline has passed.
+    // As Wait, but returns false when `deadline` has passed.
     bool WaitUntil(Mutex& mutex, std::chrono::steady_clock::time_point deadline)
         TV_REQUIRES(mutex) {
         std::unique_lock<std::mutex> lock(mutex.mutex_, std::adopt_lock);

@@ -8,11 +8,11 @@
 
 namespace tvservice {
 
-// The callback that runs now, so that other threads can wait for its end.
+// Knows which callback runs now, so that other threads can wait for its end.
 //
-// One thread makes the calls, one after the other. Each has a key, which says whom it is for. The
-// owner has a mutex and gives it to every operation, always the same one; it is given up while a
-// call runs and while a thread waits.
+// One thread makes the calls, one after the other. Each call has a key, which says whom it is for.
+// The owner passes the same locked mutex to every operation. The mutex is unlocked while a call
+// runs and while a thread waits.
 template <class Key>
 class RunningCall {
   public:
@@ -20,7 +20,7 @@ class RunningCall {
     RunningCall(const RunningCall&) = delete;
     RunningCall& operator=(const RunningCall&) = delete;
 
-    // Makes `call()`, which must not make another one here.
+    // Makes `call()`, which must not make another call here.
     template <class Call>
     void Make(Mutex& mutex, Key key, Call&& call) TV_REQUIRES(mutex) {
         key_ = key;
@@ -35,15 +35,15 @@ class RunningCall {
         }
     }
 
-    // Waits for the end of the call that runs, if `isMeant(key)` holds for its key. Returns at once
-    // inside of that call, which would otherwise wait for itself.
+    // Waits for the end of the running call if `isMeant(key)` is true for its key. Returns at once
+    // when it is called from inside that call, which would otherwise wait for itself.
     template <class IsMeant>
     void WaitForEnd(Mutex& mutex, IsMeant&& isMeant) TV_REQUIRES(mutex) {
         if (!key_ || caller_ == std::this_thread::get_id() || !isMeant(*key_)) {
             return;
         }
-        // The next call may begin, even with the same key, before this thread wakes up: only the
-        // number tells the calls apart.
+        // Before this thread wakes up, the next call may begin, even with the same key. Only the
+        // number tells the two calls apart.
         const uint64_t number = number_;
         ++waiting_;
         while (key_ && number_ == number) {
@@ -53,7 +53,7 @@ class RunningCall {
     }
 
   private:
-    // All under the owner's mutex.
+    // All members are protected by the owner's mutex.
     std::optional<Key> key_;  // none: no call runs
     std::thread::id caller_;
     uint64_t number_ = 0;  // of the last call

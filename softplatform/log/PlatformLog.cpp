@@ -24,7 +24,8 @@ namespace {
 
 std::atomic<int> g_lowestPriority{LOG_PRIORITY_WARNING};
 
-// Without a receiver no lock is taken: a child forked while another thread writes can write too.
+// Without a receiver no lock is taken. So a child process that is forked while another thread
+// writes a line can still write to the log.
 std::atomic<bool> g_hasReceiver{false};
 constinit Mutex g_receiverMutex;
 LogReceiver* g_receiver TV_GUARDED_BY(g_receiverMutex) = nullptr;
@@ -35,7 +36,8 @@ char PriorityLetter(int priority) {
     return kLetters[std::clamp(priority, 3, 6) - 3];
 }
 
-// Takes the escapes that set colours (ESC [ numbers m) out of `size` bytes; returns what is left.
+// Removes the escape sequences that set colours (ESC [ numbers m) from `size` bytes. Returns how
+// many bytes are left.
 size_t StripColours(char* text, size_t size) {
     size_t kept = 0;
     for (size_t at = 0; at < size;) {
@@ -54,7 +56,7 @@ size_t StripColours(char* text, size_t size) {
     return kept;
 }
 
-// All pieces with one call, so that lines of several threads and processes do not mix.
+// Writes all pieces with one call, so that lines of several threads and processes do not mix.
 void WriteToStderr(std::array<iovec, 5> pieces) {
     size_t next = 0;
     while (next < pieces.size()) {
@@ -91,7 +93,7 @@ void PrintLine(int priority, const char* tag, char* line) {
                    Piece("\n", 1)});
 }
 
-// Returns false when there is none.
+// Returns false when there is no receiver.
 bool CallReceiver(int bufferId, int priority, const char* tag, const char* line) {
     MutexLock lock(g_receiverMutex);
     if (g_receiver == nullptr) {

@@ -16,12 +16,12 @@ namespace tvservice {
 using LogReceiver =
     std::function<void(int bufferId, int priority, const char* tag, const char* line)>;
 
-// Puts a receiver in the place of stderr; an empty one restores it. It is called on the thread that
-// writes the line, one line at a time, and must not write to the log itself. Returns when no line
-// is on its way to the previous receiver any more.
+// Sends lines to a receiver instead of stderr; an empty one restores stderr. It is called on the
+// thread that writes the line, one line at a time, and must not write to the log itself. When this
+// returns, the previous receiver is not called any more.
 void ReplaceLogReceiver(LogReceiver receiver);
 
-// Drops lines below this priority.
+// Lines below this priority are dropped.
 void SetLowestLogPriority(int lowest);
 
 }  // namespace tvservice

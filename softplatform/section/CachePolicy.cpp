@@ -9,9 +9,9 @@ namespace tvservice {
 
 namespace {
 
-// Whether a filter lets every section of a sub-table pass if it lets one: it does not ask about the
-// length, version_number, current_next_indicator and the section numbers
-// (ISO/IEC 13818-1 2.4.4.11).
+// Whether a filter that matches one section of a sub-table matches all of them, in every version.
+// It does if it leaves out section_length, version_number, current_next_indicator and the section
+// numbers (ISO/IEC 13818-1 2.4.4.11).
 bool AsksForEveryVersion(const SectionFilter& criteria) {
     constexpr size_t kChanging[] = {1, 2, 5, 6, 7};
     const std::vector<uint8_t>& mask = criteria.mask();
@@ -50,7 +50,7 @@ bool CachePolicy::OnFilterReleased(uint16_t pid, bool isLast) {
         }
     }
     if (!goesOn) {
-        cache_.Forget(pid);  // nobody would see that it changes
+        cache_.Forget(pid);  // its changes would not be seen any more
     }
     return goesOn;
 }

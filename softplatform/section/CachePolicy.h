@@ -10,43 +10,44 @@
 
 namespace tvservice {
 
-// What a source consists of.
+// What a source gives: packets, or the sections of a demux device.
 enum class Feed { kPackets, kDeviceSections };
 
-// Decides which PIDs are assembled for the cache although no filter is set on them, and which
-// sections the cache takes.
+// Decides which sections the cache takes, and which PIDs are assembled for it although no filter is
+// set on them.
 //
-// While the cache has room, the PIDs below kCachedPids are assembled always, and others from their
-// first filter on; after the release of their last filter only as long as there are no more than
-// kKeptPids such.
+// While the cache is on, the PIDs below kCachedPids are always assembled. Any other PID is
+// assembled from its first filter on. After its last filter was released it is assembled further
+// only if fewer than kKeptPids such PIDs are kept already.
 //
-// A demux device gives only what filters ask for. There the cache takes only what some filter asks
-// for in every version, and forgets a PID that loses a filter: a change might come by unseen. Used
-// by one thread.
+// A demux device gives only what filters ask for. There a new version could pass unseen. So the
+// cache takes only sections that some filter asks for in every version, and forgets the sections of
+// a PID when a filter of that PID is released. Used by one thread.
 class CachePolicy {
   public:
     static constexpr uint16_t kCachedPids = 0x20;  // the tables of ETSI EN 300 468 5.1.3
     static constexpr size_t kKeptPids = 256;
 
-    // In bytes; 0 keeps nothing.
+    // The room for the cache in bytes. With 0 nothing is kept.
     void SetLimit(size_t bytes);
     bool isOn() const { return cache_.limit() > 0; }
 
     // A filter was set on `pid`.
     void OnFilterAdded(uint16_t pid) { kept_.erase(pid); }
 
-    // A filter of `pid` was released. `isLast`: it has no other now. Returns whether the PID is to
-    // be assembled further.
+    // A filter of `pid` was released. `isLast`: no other filter is set on the PID now. Returns
+    // whether the PID is to be assembled further.
     bool OnFilterReleased(uint16_t pid, bool isLast);
 
-    // Another source begins.
+    // Another source starts. Empties the cache.
     void Reset(Feed feed);
 
-    // Whether the section is, byte by byte, one that Take has taken of this PID and that is still
-    // held. Its CRC_32 is good then.
+    // Whether the cache holds this section of this PID with the same bytes. Then its CRC_32 is
+    // good, because it was checked before Take.
     bool Holds(uint16_t pid, SectionView section) { return cache_.Renew(pid, section); }
 
-    // A section came on `pid`, where `filters` are set; its CRC is good.
+    // A section with a good CRC came on `pid`, which has these filters. Puts it into the cache
+    // unless that may not have it.
     void Take(uint16_t pid, const FilterSet& filters, SectionView section);
 
     // See SectionCache.
@@ -58,7 +59,7 @@ class CachePolicy {
 
   private:
     SectionCache cache_;
-    std::set<uint16_t> kept_;  // PIDs that have no filter any more
+    std::set<uint16_t> kept_;  // PIDs that are assembled after their last filter was released
     Feed feed_ = Feed::kPackets;
 };
 

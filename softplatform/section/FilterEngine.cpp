@@ -7,7 +7,8 @@ namespace tvservice {
 
 namespace {
 
-// A fuzzer does not find the CRC_32 that what it made up would need.
+// A fuzzer cannot guess the right CRC_32 for the sections that it makes up, so its build accepts
+// any.
 bool IsIntact([[maybe_unused]] SectionView section) {
 #ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
     return true;
@@ -84,7 +85,8 @@ size_t FilterEngine::ApplyQueuedChanges() {
     if (changes.cacheLimit) {
         LimitCache(*changes.cacheLimit);
     }
-    // Additions first: a PID on which one filter replaces another keeps its open section.
+    // Filters are added before others are released: so a PID on which one filter replaces another
+    // keeps its open section.
     for (std::unique_ptr<Filter>& filter : changes.added) {
         const uint16_t pid = filter->pid;
         StreamOf(pid).filters.Add(std::move(filter));

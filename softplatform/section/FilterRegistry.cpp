@@ -28,7 +28,7 @@ int FilterRegistry::Subscribe(uint16_t pid, const SectionFilter& criteria, Secti
     bool isFirst = false;
     {
         MutexLock lock(mutex_);
-        // What may throw comes first: a request fails whole.
+        // All that may throw comes first: a request that fails changes nothing.
         ReserveOneMore(changes_.added);
         ReserveOneMore(changes_.cacheRequests);
         bool isChange = true;
@@ -50,8 +50,8 @@ int FilterRegistry::Subscribe(uint16_t pid, const SectionFilter& criteria, Secti
             }
             handle = shared->first;
             filter = shared->second;
-            // With a request for the cache the recipient joins when that has been served (Join), so
-            // that it gets the older sections first.
+            // A recipient that asks for the cache joins after it got the cached sections (Join), so
+            // that it gets older sections before newer ones.
             if (!fromCache) {
                 Add(*filter, recipient);
             }
@@ -124,7 +124,7 @@ FilterChanges FilterRegistry::TakeChanges() {
 
 size_t FilterRegistry::Deliver(Filter& filter, SectionView section) {
     MutexLock lock(mutex_);
-    // Those that join inside a callback get the next section.
+    // Recipients that join inside a callback get the next section, not this one.
     const size_t count = filter.recipients.size();
     size_t calls = 0;
     for (; calls < count && !filter.released; ++calls) {

@@ -19,7 +19,7 @@
 
 namespace tvservice {
 
-// One filter on one PID, and whom it delivers to.
+// One filter on one PID, and its recipients.
 struct Filter {
     struct Recipient {
         SectionSink* sink;
@@ -31,18 +31,19 @@ struct Filter {
 
     const uint16_t pid;
     const SectionFilter criteria;
-    // Both under the lock of the registry, which an annotation here has no name for.
-    std::vector<Recipient> recipients;  // each once; grows only
+    // Both members below are protected by the lock of the registry, which an annotation cannot name
+    // here.
+    std::vector<Recipient> recipients;  // each once; none is removed before the filter goes
     bool released = false;
 };
 
-// A recipient that shall first get what the cache holds.
+// A recipient that is to get the sections in the cache first.
 struct CacheRequest {
     Filter* filter;
     Filter::Recipient recipient;
 };
 
-// What clients asked for since the delivery thread looked last.
+// The requests that the delivery thread has not taken yet.
 struct FilterChanges {
     std::vector<std::unique_ptr<Filter>> added;  // in the order of the requests
     std::vector<Filter*> released;               // of those that the delivery thread has
@@ -50,8 +51,9 @@ struct FilterChanges {
     std::optional<size_t> cacheLimit;  // in bytes
 };
 
-// The filters that clients have set, by handle, and the changes that the delivery thread has still
-// to apply. It also makes the callbacks, because only it knows whether a filter was released.
+// Has the filters that clients have set, by handle, and the changes that the delivery thread has
+// not applied yet. It also makes the callbacks, because only it knows whether a filter was
+// released.
 class FilterRegistry {
   public:
     static constexpr int kNoHandle = -1;
@@ -68,30 +70,30 @@ class FilterRegistry {
     bool SetSlots(unsigned slots) TV_EXCLUDES(mutex_);
     void SetCacheLimit(size_t bytes) TV_EXCLUDES(mutex_);
 
-    // The remaining operations are the delivery thread's.
+    // The remaining operations are for the delivery thread only.
 
-    // Whether TakeChanges would return any. One load, no lock.
+    // Whether TakeChanges would return any change. Costs one load and no lock.
     bool HasChanges() const { return hasChanges_.load(std::memory_order_acquire); }
 
-    // What was asked for since the last call. The filters in `released` were in `added` of an
-    // earlier call, or of this one; whoever got them there owns them and frees them now.
+    // The requests since the last call. Each filter in `released` was in `added` of an earlier call
+    // or of this one. The caller owns it since then, and frees it now.
     FilterChanges TakeChanges() TV_EXCLUDES(mutex_);
 
-    // Delivers the section to all recipients of the filter, unless it is released before. Returns
-    // the number of callbacks.
+    // Delivers the section to the recipients of the filter, until all have it or the filter is
+    // released. Returns the number of callbacks.
     size_t Deliver(Filter& filter, SectionView section) TV_EXCLUDES(mutex_);
 
-    // Delivers it to that one. Returns false when the filter is released.
+    // Delivers the section to one recipient. Returns false when the filter was released.
     bool DeliverTo(Filter& filter, const Filter::Recipient& recipient, SectionView section)
         TV_EXCLUDES(mutex_);
 
-    // Adds a recipient, whose request for the cache has been served, unless it is there already or
-    // the filter is released.
+    // Adds a recipient after its request for the cache was served. Does nothing if the filter has
+    // it already or was released.
     void Join(Filter& filter, const Filter::Recipient& recipient) TV_EXCLUDES(mutex_);
 
   private:
     static void Add(Filter& filter, const Filter::Recipient& recipient);
-    // Returns whether the delivery thread has to be told.
+    // Returns whether onChange must be called.
     bool SetHasChanges() TV_REQUIRES(mutex_) {
         return !hasChanges_.exchange(true, std::memory_order_release);
     }

@@ -13,10 +13,10 @@ namespace tvservice {
 
 // The filters of one PID. Finds those that a section matches, in the order of their subscription.
 //
-// For each table_id that comes there is a list of the filters that can match it, in which the first
-// eight positions of all of them lie side by side: one pass over these words leaves the few filters
-// whose remaining positions have to be looked at. A list is made when the first section of its
-// table_id comes after a change; else nothing is allocated. Used by one thread.
+// For each table_id it lists the filters that can match it, with their first eight positions side
+// by side (FilterWords). One pass over these finds the few filters whose other positions must be
+// compared too. The list of a table_id is made when the first section with that table_id comes
+// after a change; nothing else is allocated. Used by one thread.
 class FilterSet {
   public:
     bool empty() const { return filters_.empty(); }

@@ -117,7 +117,8 @@ size_t FilterWords::NextBy(Way way, size_t start, uint64_t word) const {
         way == Way::kFourWords ? &FindBlockByFour<kBlock> : &FindBlockByTwo<kBlock>;
     const size_t end = equal_.size() / kBlock;
     const size_t block = findBlock(equal_.data(), wanted_.data(), start / kBlock, end, word);
-    // What fills up the last block allows nothing: one in a block that was found is a filter.
+    // The entries that fill up the last block match no word, so a match in a block is always a
+    // filter.
     return block == end ? size_ : NextPlain(block * kBlock, word);
 }
 

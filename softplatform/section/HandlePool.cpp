@@ -17,7 +17,7 @@ std::optional<int> HandlePool::Take() {
                 return handle;
             }
         }
-        free_.pop_front();  // every value of this slot is retired: it is lost for good
+        free_.pop_front();  // every value of this slot is retired, so the slot is never used again
     }
     return std::nullopt;
 }

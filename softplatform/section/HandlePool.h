@@ -13,24 +13,25 @@ constexpr unsigned kDefaultFilterSlots = 256;
 constexpr unsigned kMaxFilterSlots = 4096;
 constexpr unsigned kHandleGenerations = 64;
 
-// The numbers by which filters are known outside: 1 + slot + slots * generation, 64 generations a
-// slot, so that the values ever given stay bounded. A slot is used again oldest first, each time
-// with its next generation; a value that is in use or retired is passed over.
+// Gives filters the handles by which clients know them. A handle is 1 + slot + slots * generation.
+// Each slot has 64 generations, so the number of different handles is bounded. The slot that has
+// been free the longest is used next, with its next generation. A value that is in use or retired
+// is left out.
 //
-// Not for several threads at once.
+// Used by one thread at a time.
 class HandlePool {
   public:
     // `slots` is 1 to kMaxFilterSlots: how many handles can be in use at once.
     explicit HandlePool(unsigned slots) { Resize(slots); }
 
-    // A handle that is not in use; none when no slot is free.
+    // A handle that is not in use; nothing when no slot is free.
     std::optional<int> Take();
 
     // Gives a handle back. Returns false, and does nothing, when it is not in use.
     bool Release(int handle);
 
-    // Never hands out this value again. Returns false, and does nothing, when it is in use, retired
-    // already, or none that this pool can give or could give before a Resize.
+    // Never hands out this value again. Returns false, and does nothing, when it is in use or
+    // retired already, or when this pool could never give it, neither now nor before a Resize.
     bool Retire(int handle);
 
     // Changes the number of slots. Handles in use stay as they are and keep a slot each. Returns

@@ -19,9 +19,9 @@ class PidDemux {
     explicit PidDemux(Counters& counters) : counters_(counters), assembler_(counters) {}
 
     // Takes the next packet of the PID, one without transport_error_indicator. If it carries a
-    // payload that did not come before, `onPayload()` is called, then `onSection(SectionView)` for
-    // each section that ends in it. The bytes are borrowed for that call; the CRC was not checked.
-    // A scrambled payload cannot be read, so that it ends the open section.
+    // payload and is not a duplicate, `onPayload()` is called, then `onSection(SectionView)` for
+    // each section that ends in it. The bytes are borrowed for that call; the CRC has not been
+    // checked. A scrambled payload cannot be read, so the open section is dropped.
     template <class OnPayload, class OnSection>
     void Feed(PacketView packet, OnPayload&& onPayload, OnSection&& onSection) {
         if (!packet.well_formed()) {
@@ -41,8 +41,8 @@ class PidDemux {
     }
 
   private:
-    // Counts the verdict. Returns whether the packet has a payload that is to be looked at. Ends
-    // the open section where packets are missing before it.
+    // Counts the verdict. Drops the open section if packets are missing before this one. Returns
+    // whether the packet has a payload to be read.
     bool TakesPayload(ContinuityVerdict verdict, PacketView packet);
 
     Counters& counters_;

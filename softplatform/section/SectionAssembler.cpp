@@ -38,7 +38,8 @@ std::optional<SectionView> SectionAssembler::Continue(ByteView bytes) {
         bytes = bytes.Subview(next.size());
         return held_ == upTo;
     };
-    // The header itself may be split: until it is whole, nobody knows the size.
+    // The header itself may be split between packets. The size is known only when the header is
+    // whole.
     if (held_ < kSectionHeaderSize && !append(kSectionHeaderSize)) {
         return std::nullopt;
     }

@@ -135,7 +135,8 @@ void SectionCache::RemoveSubTable(size_t place) {
     bytes_ -= kSubTableCost;
     Unlink(place);
 
-    // Closes the gap: what comes behind it without another gap between may have its home before.
+    // Closes the gap: an entry behind it, with no other gap between, moves there if its home slot
+    // is not behind the gap.
     const size_t mask = slots_.size() - 1;
     size_t gap = Hash(subTable.key) & mask;
     while (slots_[gap] != place) {
@@ -211,7 +212,8 @@ size_t SectionCache::FindSection(const SubTable& subTable, uint8_t number) {
     if (sections.empty()) {
         return kNone;
     }
-    // Sections come in the order of their numbers, again and again.
+    // Sections usually come in the order of their numbers, again and again: so look at the next one
+    // first.
     const size_t following = subTable.following < sections.size() ? subTable.following : 0;
     if (sections[following].number == number) {
         return following;

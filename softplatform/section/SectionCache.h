@@ -10,36 +10,36 @@
 
 namespace tvservice {
 
-// Keeps what a broadcast says now, for filters that do not want to wait until it is said again: of
-// each sub-table (ETSI EN 300 468 5.1.1) the sections of the last version that came.
+// Keeps the sections of the last version of each sub-table (ETSI EN 300 468 5.1.1), for filters
+// that do not want to wait until the broadcast repeats them.
 //
-// Only sections with section_syntax_indicator and current_next_indicator 1 are kept: others have no
-// version, so that nobody knows how long they hold, or do not hold yet. The same is true of DSM-CC
-// sections and MPE-FEC, which put something else in the place of the version or of what tells
-// sub-tables apart.
+// Only sections with section_syntax_indicator and current_next_indicator 1 are kept: the others
+// have no version that says how long they are valid, or are not valid yet. DSM-CC and MPE-FEC
+// sections are not kept either: they use the field of the version, or the fields that tell
+// sub-tables apart, for something else.
 //
-// Bounded in bytes: when there is no more room, the sub-table of which nothing has come for the
-// longest time goes. Every section counts its bytes and kSectionCost, every sub-table
-// kSubTableCost. Up to kSpareBytes more are buffers that wait for the next section. Used by one
-// thread at a time.
+// Bounded in bytes: when there is no more room, the sub-table that has been silent for the longest
+// time is removed. Every section counts as its bytes and kSectionCost, every sub-table as
+// kSubTableCost. Up to kSpareBytes more are held in spare buffers for the next sections. Used by
+// one thread at a time.
 class SectionCache {
   public:
     static constexpr size_t kSectionCost = 64;
     static constexpr size_t kSubTableCost = 192;
     static constexpr size_t kSpareBytes = 64 * 1024;
 
-    // With room for so many bytes; 0 keeps nothing.
+    // `limit` is the room in bytes; with 0 nothing is kept.
     explicit SectionCache(size_t limit = 0) : limit_(limit) {}
     SectionCache(const SectionCache&) = delete;
     SectionCache& operator=(const SectionCache&) = delete;
 
     size_t limit() const { return limit_; }
-    // What is kept beyond the new limit goes at once, the oldest first.
+    // Removes at once what is beyond the new limit, the oldest first.
     void SetLimit(size_t limit);
 
-    // A section that came on `pid`, its CRC not checked yet. Returns whether the same bytes came
-    // before and are kept: then the CRC_32 is good, because it was when they were put, and nothing
-    // is left to do. Else nothing has changed.
+    // A section that came on `pid`, its CRC not checked yet. Returns true when the same bytes are
+    // kept: then the CRC_32 is good, because it was good when they were put, and Put need not be
+    // called. Otherwise returns false and changes nothing.
     bool Renew(uint16_t pid, SectionView section);
 
     // A section that came on `pid`, its CRC good. Its bytes are copied unless they are kept
@@ -68,8 +68,8 @@ class SectionCache {
     size_t bytes() const { return bytes_; }
 
   private:
-    // What tells sub-tables apart: PID, table_id and table_id_extension in one number, and what
-    // else the table has for that.
+    // Tells sub-tables apart: PID, table_id and table_id_extension in one number, and the other
+    // fields that the table has for that purpose.
     struct Key {
         uint64_t table;
         uint32_t more;
@@ -122,13 +122,13 @@ class SectionCache {
 
     size_t limit_;
     size_t bytes_ = 0;
-    std::vector<SubTable> subTables_;  // a place in it is the name of a sub-table
+    std::vector<SubTable> subTables_;  // a sub-table is named by its index here, its place
     std::vector<size_t> freePlaces_;
     std::vector<size_t> slots_;  // places by hash, kNone where there is none; half full at most
     size_t youngest_ = kNone;
     size_t oldest_ = kNone;
 
-    // Buffers that are not in use, by their capacity in steps of kBufferStep.
+    // Buffers that are not in use, by capacity: a multiple of kBufferStep.
     static constexpr size_t kBufferStep = 128;
     std::array<std::vector<std::vector<uint8_t>>, kMaxSectionSize / kBufferStep> spares_;
     size_t spareBytes_ = 0;

@@ -4,12 +4,12 @@
 
 namespace tvservice {
 
-// Takes the sections of a filter.
+// Receives the sections that match a filter.
 class SectionSink {
   public:
     // One section that matched, with a good CRC (CrcIsGood). Its bytes are borrowed for the call.
-    // `id` is what the subscription named. On the delivery thread, one call at a time, with no lock
-    // of the engine's held; may call Subscribe and Unsubscribe.
+    // `id` is that of the subscription. Called on the delivery thread, one call at a time, with no
+    // lock of the engine held. It may call Subscribe and Unsubscribe.
     virtual void OnSection(int id, SectionView section) = 0;
 
   protected:

@@ -18,8 +18,8 @@ ContinuityVerdict Continuity::CheckAny(PacketView packet) {
                                : ContinuityVerdict::kNext;
     }
     if (payload.empty()) {
-        // ISO/IEC 13818-1 2.4.3.5: without payload too, discontinuity_indicator lets the counter
-        // jump, and the next packet follows the new value.
+        // ISO/IEC 13818-1 2.4.3.5: discontinuity_indicator lets the counter jump in a packet
+        // without payload too, and the next packet continues from the new value.
         if (!announced || !started_ || counter == counter_) {
             return ContinuityVerdict::kNoPayload;
         }

@@ -13,10 +13,10 @@ namespace tvservice {
 enum class ContinuityVerdict {
     kFirst,          // the first packet: there is none to compare it with
     kNext,           // continuity_counter one higher, modulo 16
-    kDuplicate,      // the packet before, sent a second time: to be ignored
+    kDuplicate,      // a repetition of the packet before; to be ignored
     kGap,            // packets are missing
     kAnnouncedJump,  // the counter jumps and discontinuity_indicator announces it
-    kNoPayload,      // adaptation field only, the counter does not advance
+    kNoPayload,      // adaptation field only: the counter does not advance
 };
 
 // Follows continuity_counter on one PID (ISO/IEC 13818-1 2.4.3.3). Keeps a copy of the last
@@ -25,13 +25,14 @@ class Continuity {
   public:
     // Judges `packet`, which is well-formed and of this checker's PID, and remembers it.
     //
-    // A duplicate has the counter and the payload of the packet before (the PCR may differ, so
-    // adaptation fields are not compared), once: a third packet with that counter is a gap, and so
-    // is one that says something else. The counter of a packet without payload is not looked at,
-    // except under discontinuity_indicator, where it starts the count anew.
+    // A duplicate has the counter and the payload of the packet before. Adaptation fields are not
+    // compared, because the PCR may differ. A packet may be sent twice only: a third one with the
+    // same counter is a gap, and so is one with the same counter and another payload. The counter
+    // of a packet without payload is ignored, unless discontinuity_indicator is set: then counting
+    // continues from its value.
     ContinuityVerdict Check(PacketView packet) {
-        // Nearly every packet: a payload without adaptation field, the counter one higher. CheckAny
-        // says the same of it.
+        // A shortcut for nearly every packet: no adaptation field, and the counter is one higher.
+        // CheckAny would return the same.
         if (started_ && packet.adaptation_field_control() == 1 &&
             packet.continuity_counter() == ((counter_ + 1) & 0xF)) {
             std::memcpy(payload_.data(), packet.data() + kHeaderSize, payload_.size());
@@ -43,7 +44,7 @@ class Continuity {
         return CheckAny(packet);
     }
 
-    // The same, for any packet, without the short way for those that are the rule.
+    // As Check, without the shortcut for the usual packet.
     ContinuityVerdict CheckAny(PacketView packet);
 
     // Forgets everything: the next packet is the first.

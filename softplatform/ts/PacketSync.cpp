@@ -6,8 +6,8 @@ namespace tvservice {
 
 namespace {
 
-// Whether the first 4 bytes of each 192, read as numbers, rise a little from one to the next as
-// arrival times do: at 27 MHz, by less than 0.6 seconds over all of them.
+// Whether the 4-byte numbers that lie 192 bytes apart rise as arrival times do. They count at 27
+// MHz, so each is greater than the one before, by less than 2^22 (0.16 seconds).
 bool Rise(const uint8_t* bytes, size_t count) {
     for (size_t i = 1; i < count; ++i) {
         const uint32_t before = ByteView(bytes + (i - 1) * 192, 4).U32(0);
@@ -19,9 +19,9 @@ bool Rise(const uint8_t* bytes, size_t count) {
     return count > 1;
 }
 
-// Arrival times can begin with 0x47 too, for half a second on end. What gives them away: sync bytes
-// follow right behind them, and it is they that rise, not what would be the arrival times if
-// packets began here.
+// Arrival times can begin with 0x47 for half a second on end, and then look like sync bytes. They
+// are arrival times if a sync byte follows each of them and their values rise, while the values in
+// front of the next would-be packets do not.
 bool AreArrivalTimes(const uint8_t* bytes, size_t count) {
     for (size_t i = 0; i < count; ++i) {
         if (bytes[i * 192 + 4] != kSyncByte) {
@@ -66,8 +66,8 @@ bool PacketSync::Search(const uint8_t* bytes, size_t size, size_t& at) {
     return true;
 }
 
-// The last bytes of the input, too few for a run of five: the longest run wins, the first of
-// several, but only one that nothing contradicts up to the end.
+// For the last bytes of the input, which are too few for a run of five. Takes the longest run of
+// sync bytes that goes on to the end of the input; of equally long ones the first.
 bool PacketSync::SearchLast(const uint8_t* bytes, size_t size, size_t& at) {
     size_t bestStart = 0;
     size_t bestDistance = 0;
@@ -108,8 +108,8 @@ bool PacketSync::IsRun(const uint8_t* bytes, size_t count, size_t distance) {
         if (packet.sync_byte() != kSyncByte) {
             return false;
         }
-        // ISO/IEC 13818-1 2.4.3.3: adaptation_field_control '00' is reserved. Where most have it
-        // these are no headers, but payloads filled with 0x47.
+        // ISO/IEC 13818-1 2.4.3.3: adaptation_field_control '00' is reserved. If most headers have
+        // it, they are not headers but payload bytes that happen to be 0x47.
         reserved += packet.adaptation_field_control() == 0 ? 1 : 0;
     }
     return 2 * reserved <= count && !(distance == 192 && AreArrivalTimes(bytes, count));
@@ -135,7 +135,8 @@ bool PacketSync::JudgeMissingSync(const uint8_t* bytes, size_t size, size_t& at)
     return true;
 }
 
-// Ends a search; with distance 0 in vain. The last bytes before a 192-byte packet are its own.
+// Ends a search. `distance` 0 means that no packets were found. The last 4 bytes before a 192-byte
+// packet are its arrival time, so they are not counted as skipped.
 void PacketSync::EndSearch(size_t distance) {
     if (distance != 192) {
         counters_.Add(Counter::kSkippedBytes, std::min(searched_, kArrivalTimeSize));
@@ -148,7 +149,8 @@ void PacketSync::EndSearch(size_t distance) {
     searched_ = 0;
 }
 
-// Passes bytes in a search. The last few are counted by EndSearch, which knows what they are.
+// Moves past `count` bytes in a search and counts them as skipped. The last 4 are left to
+// EndSearch, because they may be an arrival time.
 void PacketSync::Skip(size_t count, size_t& at) {
     at += count;
     const size_t countedBefore = searched_ - std::min(searched_, kArrivalTimeSize);

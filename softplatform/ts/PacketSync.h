@@ -11,22 +11,22 @@
 
 namespace tvservice {
 
-// Finds the transport packets in a stream of bytes, and by itself how they lie in it: 188 bytes
-// each, 192 (a 4-byte arrival time before each packet) or 204 (16 bytes of parity after each).
+// Finds the transport packets in a stream of bytes. It also finds out their distance: 188 bytes,
+// 192 (a 4-byte arrival time before each packet) or 204 (16 bytes of parity after each).
 //
 // Sync is found where five sync bytes follow each other at one of these distances and most of the
-// headers there are valid (adaptation_field_control is not the reserved '00'). At the distance
-// found, a packet is handed on as soon as its 188 bytes are there. Where its sync byte is wrong the
-// packet is dropped, and sync is held as long as two of the next three sync bytes stand in their
-// place; else it is lost, and the search starts again at the wrong byte.
+// headers there are valid (adaptation_field_control is not the reserved '00'). From then on, a
+// packet is handed on as soon as its 188 bytes have come. A packet with a wrong sync byte is
+// dropped. If at least two of the next three sync bytes are in their place, sync is kept; otherwise
+// it is lost, and the search starts again at the wrong byte.
 //
-// What is found depends on the bytes alone, not on how they are cut into chunks: any chunking
-// gives the same packets and counters. Packets inside a chunk are handed on where they lie; only
-// the bytes of one that straddles two chunks, and fewer than 820 undecided ones, are copied.
-// Nothing is allocated. Used by one thread.
+// The result depends on the bytes alone: any division into chunks gives the same packets and
+// counters. A packet inside a chunk is handed on without a copy. Copied are only a packet that
+// straddles two chunks, and fewer than 820 bytes that cannot be decided before more come. Nothing
+// is allocated. Used by one thread.
 //
 // Counts bytes, packets, sync_locks, sync_losses (one for each loss) and skipped_bytes: every byte
-// that is neither of a packet handed on nor the arrival time or parity of one.
+// that belongs neither to a packet that was handed on nor to its arrival time or parity.
 class PacketSync {
   public:
     // `counters` is borrowed and outlives this object.
@@ -34,22 +34,22 @@ class PacketSync {
 
     // Takes the next `size` bytes. For each packet, in order, `bool onPacket(const uint8_t*)` is
     // called with 188 bytes that are borrowed for the call; it must not call back into this object.
-    // When it returns false everything is dropped at once, the rest of this chunk and what was
-    // held, as by Reset(), and Feed returns false. Else Feed returns true.
+    // When it returns false, the rest of this chunk and all held bytes are dropped at once, as by
+    // Reset(), and Feed returns false. Otherwise Feed returns true.
     template <class OnPacket>
     bool Feed(const uint8_t* data, size_t size, OnPacket&& onPacket);
 
-    // The input has ended: decides what was waiting for more bytes, hands on the packets in it and
-    // is then ready for another stream. Fewer than five packets are accepted when their sync bytes
-    // reach up to the end of the input, a single one only where the search began. Returns as Feed
-    // does.
+    // The input has ended. Decides about the bytes that waited for more, hands on the packets among
+    // them, and is then ready for another stream. Here fewer than five packets are enough if they
+    // reach to the end of the input; a single one is accepted only where the search began. Returns
+    // as Feed does.
     template <class OnPacket>
     bool Finish(OnPacket&& onPacket);
 
-    // Drops what is held, uncounted, and forgets everything.
+    // Drops held bytes without counting them, and forgets everything else.
     void Reset();
 
-    // The distance of the packets: 188, 192 or 204; 0 as long as none was found. Kept when sync is
+    // The distance of the packets: 188, 192 or 204; 0 until one is found. It stays when sync is
     // lost and when the input ends.
     size_t packet_size() const { return packetSize_; }
 
@@ -57,17 +57,18 @@ class PacketSync {
     static constexpr std::array<size_t, 3> kDistances{188, 192, 204};
     static constexpr size_t kArrivalTimeSize = 4;  // of a 192-byte packet
     static constexpr size_t kSyncRun = 5;
-    // Enough for every decision: the headers of a run at the longest distance.
+    // The bytes that a decision needs: five headers at the longest distance.
     static constexpr size_t kWindow = (kSyncRun - 1) * 204 + 4;
 
-    // Works through `size` bytes from `at` on until it has passed `enough`, or until it needs bytes
-    // beyond `size`. `at` is then the first byte that is not used up; it lies past `size` when the
-    // bytes between two packets are still to come. False when onPacket returned false.
+    // Works through `size` bytes from `at` on, until it is past `enough` or needs bytes beyond
+    // `size`. `at` is then the first byte that is not used yet. It is past `size` when the bytes
+    // between two packets have not come yet. Returns false when onPacket returned false.
     template <class OnPacket>
     bool Consume(const uint8_t* data, size_t size, size_t enough, size_t& at, OnPacket&& onPacket);
 
-    // Both look at `size` bytes where no packet was handed on, move `at` over those that are
-    // decided, and return false when more bytes are needed for that.
+    // Both look at `size` bytes, at the start of which there is no packet with a good sync byte.
+    // They move `at` past the bytes that they can decide about, and return false when they need
+    // more bytes for a decision.
     bool Search(const uint8_t* bytes, size_t size, size_t& at);
     bool JudgeMissingSync(const uint8_t* bytes, size_t size, size_t& at);
 
@@ -93,8 +94,8 @@ bool PacketSync::Feed(const uint8_t* data, size_t size, OnPacket&& onPacket) {
     size_t at = between_;
     between_ = 0;
     if (held_ > 0) {
-        // What is held is continued by the start of the chunk: decide it in the buffer, then go on
-        // in the chunk itself.
+        // The chunk continues the held bytes. Decide about these in the buffer, then go on in the
+        // chunk itself.
         const size_t before = held_;
         const size_t added = std::min(size, kWindow);
         std::copy_n(data, added, hold_.data() + before);
@@ -128,7 +129,7 @@ bool PacketSync::Finish(OnPacket&& onPacket) {
         return false;
     }
     if (at < held_) {
-        counters_.Add(Counter::kSkippedBytes, held_ - at);  // a packet that is not whole
+        counters_.Add(Counter::kSkippedBytes, held_ - at);  // the start of a packet that is cut off
     }
     const size_t found = packetSize_;
     if (!locked_) {

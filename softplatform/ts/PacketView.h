@@ -13,8 +13,8 @@ constexpr uint16_t kNullPid = 0x1FFF;
 constexpr size_t kPidCount = 0x2000;
 
 // One transport packet: 188 borrowed bytes, which outlive the view. Fields as ISO/IEC 13818-1
-// 2.4.3.2 names them. The four header bytes are there whatever they hold; of the rest nothing is
-// read until it is asked for.
+// 2.4.3.2 names them. The header fields can be read in any packet; no other byte is read before an
+// accessor asks for it.
 class PacketView {
   public:
     // `packet` points to 188 readable bytes.
