@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint64_t kMaxIndex = UINT64_MAX - 1;
 
-// The option that narrows what a fault looks at.
+// The option that restricts a fault to one PID or one table_id.
 struct Selector {
     const char* name;
     uint32_t most;
@@ -42,8 +42,8 @@ int DigitValue(char c) {
     return c >= 'A' && c <= 'F' ? c - 'A' + 10 : 16;
 }
 
-// Reads one spec from left to right. Every step returns false, and says why in error(), where the
-// spec is wrong.
+// Reads one spec from left to right. A step that finds a mistake returns false; error() then
+// describes the mistake.
 class SpecReader {
   public:
     explicit SpecReader(const std::string& text) : text_(text) {}

@@ -15,18 +15,18 @@ class FaultTrigger {
     // `spec` is borrowed and outlives the trigger.
     FaultTrigger(const FaultSpec& spec, uint64_t seed) : spec_(&spec), random_(seed) {}
 
-    // Whether the fault looks at what has this PID or table_id at all.
+    // Whether the fault looks at events with this PID or table_id.
     bool LooksAt(uint32_t pidOrTable) const { return !spec_->only || *spec_->only == pidOrTable; }
 
-    // Whether it happens at the next event that it looks at.
+    // Takes the next event that the fault looks at. Returns whether the fault happens to it.
     bool Next();
 
-    // Events so far.
+    // How many events it has taken.
     uint64_t seen() const { return seen_; }
 
     const FaultSpec& spec() const { return *spec_; }
 
-    // For what else the fault has to choose.
+    // The random numbers for other choices of the fault, for example which bit it inverts.
     Random& random() { return random_; }
 
   private:

@@ -18,8 +18,8 @@ FaultySections::FaultySections(std::shared_ptr<FaultPlan> plan, Callback callbac
 }
 
 void FaultySections::Use(std::shared_ptr<FaultPlan> plan) {
-    // The triggers borrow from the plan, and a release may ask them on any thread: both change
-    // under the lock.
+    // The triggers borrow from the plan, and Unsubscribed uses both on any thread. So they are
+    // replaced together, under the lock.
     MutexLock lock(mutex_);
     plan_ = std::move(plan);
     hasLate_ = plan_->Has(FaultEvent::kRelease);
@@ -62,7 +62,7 @@ void FaultySections::OnSection(int id, SectionView section) {
     bool isDelivered = false;
     {
         MutexLock lock(mutex_);
-        // The callbacks just made may have released it.
+        // The callbacks above may have released the id.
         if (!isReleased_) {
             if (decision.delay > 0) {
                 held_.push_back(
@@ -207,7 +207,7 @@ void FaultySections::DeliverHeld(uint64_t due) {
         held_.erase(first);
         const auto call = [&] { callback_(held.id, held.section.data(), held.section.size()); };
         if (held.isLate) {
-            // Nobody waits for a late one: its id was released long ago.
+            // No RunningCall is needed: Unsubscribed does not wait for late deliveries.
             plan_->Count(FaultKind::kLate);
             mutex_.Unlock();
             call();

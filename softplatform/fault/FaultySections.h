@@ -17,26 +17,26 @@
 
 namespace tvservice {
 
-// Stands between the filter engine and the client's callback, and does to the deliveries what the
-// plan says.
+// Receives the sections of the filter engine, injects the delivery faults of the plan, and calls
+// the client's callback.
 //
-// Every delivery meets all faults, in this order. `silent` swallows it, and nothing else happens.
-// `zero-length` and `unknown-id` make additional deliveries before the section's.
-// `cut` keeps the first `to` bytes, or without `to` a random number of them, at least 1;
+// All faults are applied to every delivery, in this order. `silent` swallows it, and nothing else
+// happens to it. `zero-length` and `unknown-id` make additional deliveries before the section.
+// `cut` keeps the first `to` bytes; without `to` it keeps a random number of bytes, at least 1.
 // section_length stays as it is. A section already that short is not counted as cut.
-// `delay` holds a copy back until `by` later deliveries have come, swallowed ones included. After
-// each delivery, the delayed ones that are due are delivered. Without planned delivery faults every
-// section is passed on unchanged.
+// `delay` keeps a copy and delivers it after `by` later deliveries have come. Swallowed deliveries
+// count too. After each delivery, the delayed sections that are due are delivered. Without planned
+// delivery faults every section is passed on unchanged.
 //
-// Like the engine, it delivers nothing to an id that was released: a section held back for it is
-// dropped. Only the fault `late` does: the last section that a released id got is delivered to it
-// once more, after `by` later deliveries.
+// After an id was released nothing is delivered to it, as in the engine: sections that are held
+// back for the id are dropped. The fault `late` is the exception: it delivers the last section of a
+// released id to that id once more, after `by` later deliveries.
 //
-// OnSection and Flush are the delivery thread's; Subscribed and Unsubscribed may be called on any
-// thread, also inside a callback.
+// OnSection and Flush are called on the delivery thread; Subscribed and Unsubscribed may be called
+// on any thread, also inside a callback.
 class FaultySections final : public SectionSink {
   public:
-    // What gets the deliveries: any number of bytes, because they may be cut or empty.
+    // Receives the deliveries. `size` can be any size, 0 included, because of the faults.
     using Callback = std::function<void(int id, const uint8_t* bytes, size_t size)>;
 
     // `callback` is called with no lock held, on the delivery thread.
@@ -44,22 +44,24 @@ class FaultySections final : public SectionSink {
     FaultySections(const FaultySections&) = delete;
     FaultySections& operator=(const FaultySections&) = delete;
 
-    // Another plan, from its first event on. What is held stays held, ids stay known. Only while
-    // nothing is delivered.
+    // Replaces the plan. The new plan starts at its event 0. Sections that are held back stay held
+    // back, and the ids of the filters stay known. Call it only while nothing is delivered.
     void Use(std::shared_ptr<FaultPlan> plan) TV_EXCLUDES(mutex_);
 
-    // One delivery.
+    // One delivery of the engine.
     void OnSection(int id, SectionView section) override TV_EXCLUDES(mutex_);
 
-    // The source has ended, no later delivery will come: delivers all that is held.
+    // Delivers everything that is held back. Called when the source has ended, because no later
+    // delivery will come.
     void Flush() TV_EXCLUDES(mutex_);
 
-    // The filter of `handle` delivers to `id` from now on, beside the ids that it has already.
+    // Tells that the filter of `handle` delivers to `id` from now on, in addition to its other ids.
     void Subscribed(int handle, int id) TV_EXCLUDES(mutex_);
 
-    // The filter of `handle` was released for all its ids, and the engine calls for none of them
-    // any more. After this has returned no callback for them begins but late ones. Waits for a
-    // delayed one that runs on another thread, for nothing else. Unknown handles are ignored.
+    // Tells that the filter of `handle` was released with all its ids, and that the engine makes no
+    // more deliveries to them. After the return no callback for these ids begins, except those of
+    // `late`. Waits only for a callback with a delayed section that runs on another thread. Unknown
+    // handles are ignored.
     void Unsubscribed(int handle) TV_EXCLUDES(mutex_);
 
   private:
@@ -68,19 +70,19 @@ class FaultySections final : public SectionSink {
         uint64_t silentFor = 0;  // deliveries still to be swallowed
     };
 
-    // What shall happen to one delivery.
+    // What happens to one delivery.
     struct Decision {
         bool isSwallowed = false;
         size_t size = 0;
         unsigned zeroLengths = 0;
-        std::vector<std::optional<uint32_t>> unknownIds{};  // none: any
+        std::vector<std::optional<uint32_t>> unknownIds{};  // none: an unused id
         uint64_t delay = 0;
     };
 
     struct Held {
         int id;
         std::vector<uint8_t> section;
-        uint64_t due;  // leaves behind the delivery of that number
+        uint64_t due;  // delivered after the delivery with this number
         bool isLate;
     };
 
@@ -92,21 +94,21 @@ class FaultySections final : public SectionSink {
 
     const Callback callback_;
 
-    // Change with the plan, while nothing is delivered.
+    // Use changes these members, while nothing is delivered.
     std::shared_ptr<FaultPlan> plan_;
     bool hasLate_ TV_GUARDED_BY(mutex_) = false;
-    bool isIdle_ = true;  // there is nothing to be done
+    bool isIdle_ = true;  // no faults and nothing held back: sections pass unchanged
 
-    std::vector<Fault> faults_;  // the delivery thread's
+    std::vector<Fault> faults_;  // used only by the delivery thread
 
     Mutex mutex_;
     std::vector<FaultTrigger> lateFaults_ TV_GUARDED_BY(mutex_);
-    uint64_t deliveries_ TV_GUARDED_BY(mutex_) = 0;           // the number of the last one
+    uint64_t deliveries_ TV_GUARDED_BY(mutex_) = 0;           // the number of the last one, from 1
     std::map<int, std::set<int>> ids_ TV_GUARDED_BY(mutex_);  // by handle
-    std::map<int, std::vector<uint8_t>> lastSections_ TV_GUARDED_BY(mutex_);  // by id, for late
+    std::map<int, std::vector<uint8_t>> lastSections_ TV_GUARDED_BY(mutex_);  // by id, for `late`
     std::vector<Held> held_ TV_GUARDED_BY(mutex_);   // in the order in which they came
-    bool isReleased_ TV_GUARDED_BY(mutex_) = false;  // the id of this delivery, while it lasts
-    int deliveringId_ TV_GUARDED_BY(mutex_) = 0;     // of the last delivery
+    bool isReleased_ TV_GUARDED_BY(mutex_) = false;  // deliveringId_ was released since it was set
+    int deliveringId_ TV_GUARDED_BY(mutex_) = 0;     // the id of the last delivery
 
     RunningCall<int> delayedCall_ TV_GUARDED_BY(mutex_);  // by id
 };

@@ -136,7 +136,8 @@ void FaultySource::OnPacket(Packet packet) {
                 ++copies;
                 break;
             case FaultKind::kCorrupt: {
-                // Behind the header, unless asked for: PID and continuity_counter stay right.
+                // Without `byte` the header is spared, so that the PID and the continuity_counter
+                // stay correct.
                 const auto byte = static_cast<size_t>(
                     trigger.spec().amount
                         ? *trigger.spec().amount

@@ -14,30 +14,33 @@
 
 namespace tvservice {
 
-// A source whose packets are dropped, sent twice, sent in another order and corrupted, as the plan
-// says.
+// Wraps a source and injects the packet faults of the plan: packets are dropped, sent twice, sent
+// in another order, or corrupted.
 //
-// A packet is 188 bytes that begin with a sync byte; what lies before one is passed on as it is. So
-// the stream has to be one of 188-byte packets: in others the cuts fall where a 0x47 happens to be.
-// Every fault looks at the packets as they came in. On one packet `drop` goes before all else; then
-// it is corrupted, sent twice, and both copies held back, if so planned. What is held back at the
-// end comes out there. Without planned packet faults the bytes are those of the source.
+// A packet is 188 bytes that begin with a sync byte. Bytes between packets are passed on unchanged.
+// The stream must consist of 188-byte packets: with other packet sizes any byte 0x47 is taken for
+// the start of a packet.
 //
-// After Rewind the same faults happen again. `count` of the plan goes on.
+// Every fault looks at the packets in the order in which they arrive. A dropped packet has no other
+// faults. Otherwise the packet is corrupted first, then doubled, and then held back together with
+// its copy. Packets that are still held back at the end of the source are sent there. Without
+// planned packet faults the bytes are those of the wrapped source.
+//
+// After Rewind the same faults happen again. The counts of the plan go on and are not reset.
 class FaultySource final : public ByteSource {
   public:
-    // `source` becomes this one's alone. Throws std::system_error when the process has no
-    // descriptor left.
+    // Only this object may use `source` from then on. Throws std::system_error when the process has
+    // no file descriptor left.
     FaultySource(std::shared_ptr<ByteSource> source, std::shared_ptr<FaultPlan> plan);
 
-    // 0 where packets are dropped or sent twice.
+    // 0, for unknown, when the plan drops packets or sends them twice.
     uint64_t size() const override;
     bool rewindable() const override { return source_->rewindable(); }
     bool live() const override { return source_->live(); }
     bool Rewind() override;
 
-    // One read of the wrapped source at most: where nothing of it comes out, or not yet, the answer
-    // is kWouldBlock, and the descriptor is readable at once.
+    // Reads the wrapped source at most once. When that gives bytes but none can be passed on yet,
+    // the answer is kWouldBlock, and descriptor() is readable at once.
     ReadResult Read(uint8_t* buffer, size_t size) override;
     int descriptor() const override {
         return mayGoOn_ ? alwaysReady_.get() : source_->descriptor();
@@ -47,10 +50,10 @@ class FaultySource final : public ByteSource {
     static constexpr size_t kPacketSize = 188;
     using Packet = std::array<uint8_t, kPacketSize>;
 
-    // Packets on their way to another place in the stream.
+    // A packet that is held back, with its copies.
     struct Held {
-        size_t trigger;  // of triggers_
-        uint64_t due;    // comes out when its fault has seen so many packets
+        size_t trigger;  // index in triggers_
+        uint64_t due;    // sent when the trigger has taken this many packets
         unsigned copies;
         Packet packet;
     };
@@ -67,12 +70,12 @@ class FaultySource final : public ByteSource {
     std::vector<uint8_t> chunk_;
 
     std::vector<FaultTrigger> triggers_;
-    std::vector<uint8_t> open_;  // the start of a packet
+    std::vector<uint8_t> open_;  // the start of a packet that is not complete yet
     std::deque<Held> held_;
     std::vector<uint8_t> out_;
-    size_t outAt_ = 0;                 // bytes of out_ that were read
-    bool mayGoOn_ = false;             // the last kWouldBlock was our own
-    std::optional<ReadResult> ended_;  // what the wrapped source ended with
+    size_t outAt_ = 0;      // how many bytes of out_ were read
+    bool mayGoOn_ = false;  // the last kWouldBlock came from this class, not from source_
+    std::optional<ReadResult> ended_;  // how the wrapped source ended
 };
 
 }  // namespace tvservice

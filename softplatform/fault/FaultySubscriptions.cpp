@@ -58,7 +58,7 @@ void FaultySubscriptions::Exempt(int handle) {
 
 void FaultySubscriptions::Book(int told, int handle) {
     std::vector<int>& handles = book_[told];
-    // A filter that is shared has one handle for all its requests.
+    // All requests that share a filter get the same handle, which must be in the list once.
     if (std::find(handles.begin(), handles.end(), handle) == handles.end()) {
         handles.push_back(handle);
     }

@@ -12,15 +12,17 @@
 
 namespace tvservice {
 
-// What shall become of a request for a filter.
+// The fault of a request for a filter.
 struct SubscribeFault {
-    bool isRefused = false;  // no filter is set
-    uint32_t back = 0;  // else: how many requests before the handle was given; 0: its own handle
+    bool isRefused = false;  // the request is refused; no filter is set
+    // Otherwise: the client gets the handle of the request this many granted requests before. 0: it
+    // gets the handle that the engine gave.
+    uint32_t back = 0;
 };
 
-// Decides which requests to set and to release filters go wrong, and keeps the book that ties the
-// handles which clients were told to those of the engine: they differ after an `old-handle`. Such a
-// handle may be in use, and then stands for several filters; they are released together.
+// Decides which requests to set and to release filters get a fault. It also maps the handles that
+// clients were given to the handles of the engine, because they differ after an `old-handle`. An
+// old handle may still be in use. It then means several filters, which are released together.
 //
 // All members may be called on any thread.
 class FaultySubscriptions {
@@ -29,27 +31,29 @@ class FaultySubscriptions {
     FaultySubscriptions(const FaultySubscriptions&) = delete;
     FaultySubscriptions& operator=(const FaultySubscriptions&) = delete;
 
-    // Another plan, from its first event on. The book stays.
+    // Replaces the plan. The new plan starts at its event 0. The mapping of handles stays.
     void Use(std::shared_ptr<FaultPlan> plan) TV_EXCLUDES(mutex_);
 
-    // The next request for a filter. A refusal is counted here.
+    // Decides the fault of the next request for a filter. Counts a refusal.
     SubscribeFault NextSubscribe() TV_EXCLUDES(mutex_);
 
-    // The engine has given `handle` to a request that NextSubscribe had `fault` for. Returns the
-    // handle to tell the client: the one told `back` requests before, which is counted, unless
-    // there were fewer or it is `handle` itself; else `handle`. Refused requests are left out.
+    // The engine has given `handle` to a request for which NextSubscribe returned `fault`. Returns
+    // the handle for the client: the one that a client was given `back` requests before, which is
+    // counted as a fault. When there were not that many requests, or when that handle is `handle`,
+    // it returns `handle` and counts nothing. Refused requests are not counted in `back`.
     int HandOut(int handle, SubscribeFault fault) TV_EXCLUDES(mutex_);
 
-    // The engine has given `handle` to a request which no fault shall touch: it takes no number,
-    // and neither does its release.
+    // The engine has given `handle` to a request that gets no faults. Neither the request nor its
+    // release is counted as an event.
     void Exempt(int handle) TV_EXCLUDES(mutex_);
 
-    // The next request to release what the client knows as `told`. True when it shall be refused,
-    // which is counted here: the filter then stays as it is.
+    // Decides the fault of the next request to release the client's handle `told`. True when the
+    // request must be refused and the filter must stay set. Counts the refusal.
     bool NextUnsubscribe(int told) TV_EXCLUDES(mutex_);
 
-    // The engine's handles that `told` stood for and that are to be released; it stands for none
-    // from now on. `told` itself when it stands for none: let the engine say what to think of it.
+    // Removes the client's handle `told` from the mapping. Returns the handles of the engine that
+    // it meant; the caller releases them. Returns `told` itself when it is not in the mapping, so
+    // that the engine decides what to answer.
     std::vector<int> TakeBack(int told) TV_EXCLUDES(mutex_);
 
   private:
