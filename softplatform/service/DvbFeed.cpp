@@ -35,7 +35,8 @@ void DvbFeed::AskForWhatIsWanted() {
         if (pid >= kPidCount || asked.count(criteria) != 0) {
             return;
         }
-        // A filter that was asked for before keeps its name, so that the device goes on with it.
+        // A filter that the device has already keeps its name, so that the device need not set it
+        // again.
         const auto before = asked_.find(criteria);
         const uint64_t name =
             before != asked_.end()

@@ -45,8 +45,8 @@ class DvbFeed final : private DvbDemuxSink {
     const std::unique_ptr<DvbDemux> demux_;
     std::map<Criteria, uint64_t> asked_;  // the names that DvbDemux::Add returned
     uint64_t changes_ = 0;                // engine_.changes() when asked_ was updated
-    uint64_t overflows_ = 0;              // how many of the demux's were added to counters_
-    uint64_t malformedReads_ = 0;         // the same
+    uint64_t overflows_ = 0;              // how many of demux_'s overflows counters_ has
+    uint64_t malformedReads_ = 0;         // how many of demux_'s malformed reads counters_ has
 };
 
 }  // namespace tvservice

@@ -21,8 +21,8 @@ namespace tvservice {
 
 // The delivery thread: reads the source that plays, finds its packets, gives them to the filter
 // engine, and stops the stream at each barrier until it is answered. SoftwarePlatform.h describes
-// the public functions. All may be called on any thread but the delivery thread; BarrierPassed and
-// Wake on that one too.
+// the public functions. All may be called on any thread except the delivery thread. BarrierPassed
+// and Wake may be called on the delivery thread too.
 //
 // While the thread waits (for a source to play, for input, or for the answer to a barrier), it also
 // applies the filter changes that clients ask for.

@@ -34,20 +34,20 @@ constexpr double kMaxPace = 1000000;
 struct SourceOptions {
     bool loop = false;    ///< starts again at its end; for files and memory
     bool follow = false;  ///< waits at its end for more; for files that grow
-    double pace = 0;      ///< by its PCRs, in multiples of real time; 0: as fast as it can be read
+    double pace = 0;      ///< reading speed by the PCRs: 1 is real time; 0: as fast as possible
     bool dvr = false;     ///< takes the packets of the dvr device; for "dvb:..."
-    /// Maps files into memory (mmap(2)) a part at a time, which saves a copy. What cannot be mapped
-    /// is read (read(2)), as everything is without this. For a program whose handler of SIGBUS
-    /// calls `RepairMappedSource`.
+    /// Maps files into memory (mmap(2)), one part at a time, which saves a copy. Inputs that cannot
+    /// be mapped are read with read(2), as all inputs are without this option. Set it only in a
+    /// program whose SIGBUS handler calls `RepairMappedSource`.
     bool mapped = false;
 };
 
 /// Opens a transport stream. Never waits, not even for the writer of a named pipe.
 ///
 /// @param uri      a path; "-" for standard input; or one of `SourceSchemes`. Addresses are
-///                 numeric, IPv6 in brackets; a multicast group may stand behind @.
+///                 numeric, IPv6 in brackets; a multicast group may be written with @ before it.
 /// @param options  how it is read
-/// @param error    on failure receives one line that names the input and why; otherwise left alone
+/// @param error    on failure receives one line with the input and the reason; otherwise unchanged
 /// @return the source, or null on failure
 SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, const SourceOptions& options,
                                       std::string& error);
@@ -57,20 +57,21 @@ SOFTPLATFORM_API SourcePtr OpenSource(const std::string& uri, std::string& error
 struct SourceScheme {
     const char* prefix;   ///< what the URI begins with: "dvb:"
     const char* form;     ///< "dvb:ADAPTER[:DEMUX]"
-    const char* meaning;  ///< what it stands for: one line for people
+    const char* meaning;  ///< the kind of input: one line for people
     bool hasDvr;          ///< whether `SourceOptions::dvr` can be set
 };
 
-/// All of them.
+/// All kinds of URI.
 SOFTPLATFORM_API std::vector<SourceScheme> SourceSchemes();
 
-/// Reads a source as the options say, `dvr` excepted. The source becomes the result's alone.
-/// @param error  receives the line when the options do not fit the source or each other
+/// Returns a source that reads `source` as the options say; `dvr` is ignored. Only the result may
+/// use `source` from then on.
+/// @param error  receives one line when the options do not fit the source or each other
 /// @return null in that case, and when `source` is null
 SOFTPLATFORM_API SourcePtr WithOptions(SourcePtr source, const SourceOptions& options,
                                        std::string& error);
 
-/// A transport stream in memory, which the source keeps.
+/// A transport stream in memory. The source owns the bytes.
 ///
 /// @param name   the name that messages use
 /// @param bytes  the stream
@@ -78,26 +79,26 @@ SOFTPLATFORM_API SourcePtr WithOptions(SourcePtr source, const SourceOptions& op
 SOFTPLATFORM_API SourcePtr MemorySource(std::string name, std::vector<unsigned char> bytes,
                                         std::size_t piece = 0);
 
-/// A transport stream in memory that the caller keeps: `bytes` stay alive and unchanged until the
-/// source is destroyed and nothing plays it. They are read where they lie.
+/// A transport stream in memory that the caller owns. `bytes` must stay valid and unchanged until
+/// the source is destroyed and nothing plays it. They are not copied.
 SOFTPLATFORM_API SourcePtr BorrowedSource(std::string name, const unsigned char* bytes,
                                           std::size_t size, std::size_t piece = 0);
 
-/// For the SIGBUS handler of a program that has files mapped; the library installs none. The signal
-/// comes, on the thread that reads the source, when a mapped file becomes shorter or cannot be read
-/// from its device. If `address` (`si_addr`) lies in such a file, zeros take the place of what is
-/// missing, the source fails at its next read, and the handler can return.
+/// For the SIGBUS handler of a program that has files mapped; the library installs no handler. The
+/// thread that reads the source gets the signal when a mapped file becomes shorter or cannot be
+/// read from its device. If `address` (`si_addr`) is in such a file, zeros replace the missing
+/// bytes, the source fails at its next read, and the handler can return.
 ///
 /// Async-signal-safe; leaves `errno` alone.
 /// @return false when the signal has another cause
 SOFTPLATFORM_API bool RepairMappedSource(void* address) noexcept;
 
-/// What can be said of a source without playing it.
+/// What is known of a source without playing it.
 struct SourceInfo {
     std::string name;    ///< the name that messages use
     std::uint64_t size;  ///< in bytes; 0 when unknown (pipes)
     bool rewindable;     ///< whether it can be played again from its start
-    bool live;           ///< whether it has no end of its own (sockets)
+    bool live;           ///< whether it has no end (sockets)
 };
 SOFTPLATFORM_API SourceInfo Describe(const Source& source);
 
@@ -134,7 +135,7 @@ struct InputEnd {
         kFailed        ///< reading failed
     };
     Reason reason;
-    std::string error;  ///< with `kFailed`: one line that names the input, the offset and why
+    std::string error;  ///< with `kFailed`: one line with the input, the offset and the reason
 };
 
 /// One counter of the stream.
@@ -148,8 +149,9 @@ struct CounterValue {
 struct Config {
     unsigned filters = 256;  ///< section filters that can be set at once, 1 to 4096
 
-    /// Room for the cache, from which a filter may be given at once what the broadcast said before:
-    /// in bytes; every table costs 192 beside its sections, and every section 64; 0: no cache.
+    /// Size of the section cache in bytes; 0: no cache. A new filter can get the latest sections of
+    /// a table from the cache at once. Each table costs 192 bytes in addition to its sections, and
+    /// each section 64.
     std::size_t cacheBytes = 1024 * 1024;
 
     /// Faults to inject on purpose, for example "drop=1/1000"; docs/faults.md lists them all.
@@ -158,25 +160,25 @@ struct Config {
 };
 
 /// The receiver itself: demultiplexer, section filters and the delivery thread, which calls the
-/// section callback. One per process, never destroyed. All members may be called on any thread;
-/// none may be called from the section callback but `BarrierPassed`, `Counters` and `Counter`.
+/// section callback. There is one per process; it is never destroyed. All members may be called on
+/// any thread. The section callback may call only `BarrierPassed`, `Counters` and `Counter`.
 ///
-/// A subscriber that was asked for before `Start` is idle: filters can be set, nothing arrives.
-/// Nothing arrives before `Play` either, so what is subscribed first is in force from the first
-/// packet on. Filters outlive the end of an input, and of the receiver.
+/// Subscribers can be created, and filters set, before `Start`. No section arrives before `Play`,
+/// so a filter that is set before `Play` gets sections from the first packet on. Filters stay set
+/// when an input ends, and also after `Stop`.
 class SOFTPLATFORM_API SoftwarePlatform {
   public:
     static SoftwarePlatform& Instance();
 
     /// Starts the delivery thread. False when it runs already, when the configuration is out of
-    /// range, when fewer filters are asked for than are in use, or when a fault is not understood.
-    /// @param error  on failure receives one line that says why; otherwise left alone
+    /// range, when `filters` is below the number of filters in use, or when a fault is malformed.
+    /// @param error  on failure receives one line with the reason; otherwise unchanged
     bool Start(const Config& config, std::string& error);
     bool Start(const Config& config = Config());
 
-    /// Plays a source from its start (a source that can be rewound is). Counters begin at 0, the
-    /// demultiplexer afresh, filters stay. False when not started, when another source is playing,
-    /// when `source` is null or cannot be rewound although it was played before.
+    /// Plays a source. A source that can be rewound is played from its start. Resets the counters
+    /// and the demultiplexer; filters stay set. False when not started, when another source is
+    /// playing, when `source` is null, or when it was played before and cannot be rewound.
     bool Play(SourcePtr source, const PlayOptions& options = PlayOptions());
 
     /// Waits until the source that was played last has ended and its last barrier has passed.
@@ -189,13 +191,13 @@ class SOFTPLATFORM_API SoftwarePlatform {
     /// Interrupts and joins the delivery thread. `Start` may follow.
     void Stop();
 
-    /// Answers the barrier section with that sequence number. Late and unknown ones are ignored.
+    /// Answers the barrier section with that sequence number. Late and unknown numbers are ignored.
     void BarrierPassed(std::uint32_t sequence);
 
     /// All counters of the current or last source, in the order of the enumeration.
     std::vector<CounterValue> Counters() const;
 
-    /// One of them. 0 for a value that this library does not know.
+    /// One counter. 0 for a value of `counter` that this library does not know.
     std::uint64_t Counter(tvservice::Counter counter) const;
 
     /// How many faults of each kind were injected since the last `Start`: one row for each kind
@@ -219,17 +221,17 @@ class SOFTPLATFORM_API SoftwarePlatform {
     Impl* const m_impl;
 };
 
-/// Takes the lines of the platform log in place of stderr: buffer, priority, tag and the finished
-/// line with its colours and without a newline at its end. Called on the thread that writes the
-/// line, one line at a time; must not write to the log itself.
+/// Receives the lines of the platform log instead of stderr: buffer, priority, tag and the complete
+/// line, with its colours and without a newline at its end. Called on the thread that writes the
+/// line, for one line at a time. It must not write to the log.
 using LogSink = std::function<void(int bufferId, int priority, const char* tag, const char* line)>;
 
-/// Puts a sink in the place of stderr; an empty one restores it. Returns when no line is on its way
-/// to the previous sink any more.
+/// Sends the log to `sink` instead of stderr; an empty sink restores stderr. After the return the
+/// previous sink is not called any more.
 SOFTPLATFORM_API void SetLogSink(LogSink sink);
 
-/// Drops lines below a priority (3 debug to 6 error; 7 drops all). Default: 5, warning. Holds for
-/// stderr and for a sink.
+/// Drops lines below a priority (3 debug to 6 error; 7 drops all). Default: 5, warning. Applies to
+/// stderr and to a sink.
 SOFTPLATFORM_API void SetLogPriority(int lowest);
 
 }  // namespace tvservice

@@ -8,8 +8,8 @@ namespace tvservice {
 // thread. A second Set before Clear changes nothing.
 class WakeEvent {
   public:
-    // Throws std::system_error when the system gives no event, for example because all file
-    // descriptors are in use.
+    // Throws std::system_error when the system cannot create an event, for example because all
+    // file descriptors are in use.
     WakeEvent();
 
     void Set();
