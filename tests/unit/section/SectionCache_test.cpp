@@ -22,19 +22,19 @@ using testsupport::PlainSection;
 using testsupport::SectionBytes;
 using testsupport::Slice;
 
-constexpr uint16_t kPid = 0x0011;
+constexpr uint16_t kSdtPid = 0x0011;
 
 class SectionCacheTest : public testing::Test {
   protected:
-    void Put(const Bytes& section, uint16_t pid = kPid) {
+    void Put(const Bytes& section, uint16_t pid = kSdtPid) {
         cache_.Put(pid, *SectionView::From(section.data(), section.size()));
     }
 
-    bool Renew(const Bytes& section, uint16_t pid = kPid) {
+    bool Renew(const Bytes& section, uint16_t pid = kSdtPid) {
         return cache_.Renew(pid, *SectionView::From(section.data(), section.size()));
     }
 
-    std::vector<Bytes> Table(uint8_t table_id, uint16_t pid = kPid) const {
+    std::vector<Bytes> Table(uint8_t table_id, uint16_t pid = kSdtPid) const {
         std::vector<Bytes> sections;
         cache_.VisitTable(pid, table_id, [&](SectionView section) {
             sections.emplace_back(section.data(), section.data() + section.size());
@@ -236,7 +236,7 @@ TEST_F(SectionCacheTest, KnowsNoSectionThatWasReplacedOrForgotten) {
     Put(before);
     Put(SectionBytes{.version_number = 2}.Build());
     EXPECT_FALSE(Renew(before));
-    cache_.Forget(kPid);
+    cache_.Forget(kSdtPid);
     EXPECT_FALSE(Renew(SectionBytes{.version_number = 2}.Build()));
 }
 
