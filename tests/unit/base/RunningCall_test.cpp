@@ -59,7 +59,7 @@ TEST_F(RunningCallTest, WaitsForTheEndOfACallOnAnotherThread) {
         call_.Make(mutex_, 1, [&] {
             isInside_.Set();
             EXPECT_TRUE(isWaiting_.Wait());
-            // The waiting thread gave the mutex up, or will: nothing else lets it go on.
+            // This lock succeeds because the waiting thread gives the mutex up.
             mutex_.Lock();
             hasEnded = true;
             mutex_.Unlock();

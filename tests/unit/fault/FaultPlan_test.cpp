@@ -26,7 +26,7 @@ std::vector<std::pair<std::string, uint64_t>> Rows(const FaultPlan& plan) {
     return rows;
 }
 
-// The events, of the first `count`, at which the fault happens.
+// Which of the first `count` events the fault happens to.
 std::vector<int> Hits(FaultTrigger trigger, int count) {
     std::vector<int> hits;
     for (int i = 0; i < count; ++i) {

@@ -39,7 +39,7 @@ struct Delivery {
     }
 };
 
-// Keeps every delivery, and does on top what a test asks for.
+// Records every delivery, and calls the function that a test sets.
 class Recorder {
   public:
     void OnDelivery(int id, const uint8_t* section, size_t size) {
@@ -59,7 +59,7 @@ class Recorder {
     std::function<void(int)> then_;
 };
 
-// Section `number`, told from all others by its section_number.
+// A section with section_number `number`.
 Bytes Section(uint8_t number, uint8_t table_id = 0x42) {
     return SectionBytes{.table_id = table_id,
                         .section_number = number,
@@ -68,7 +68,7 @@ Bytes Section(uint8_t number, uint8_t table_id = 0x42) {
         .Build();
 }
 
-// The handle of an id is the id and 100.
+// The handle of an id is id + 100.
 class FaultySectionsTest : public testing::Test {
   protected:
     void Faults(const std::vector<std::string>& specs, uint64_t seed = 1) {
@@ -93,7 +93,8 @@ class FaultySectionsTest : public testing::Test {
         }
     }
 
-    // What came since, by id and section_number; number -1 for deliveries without one.
+    // The deliveries since the last call: id and section_number, or -1 when the delivery is too
+    // short to have one.
     std::vector<std::pair<int, int>> Came() {
         std::vector<std::pair<int, int>> came;
         for (const Delivery& delivery : recorder_.Take()) {
@@ -380,7 +381,7 @@ TEST_F(FaultySectionsTest, AReleaseWaitsForItsDelayedCallbackOnAnotherThread) {
         Feed(2, Section(1));
     });
     ASSERT_TRUE(isInside.Wait());
-    sections_->Unsubscribed(102);  // returns at once: the callback is not its own
+    sections_->Unsubscribed(102);  // returns at once: the running callback is for another id
     std::thread releaser([&] {
         isReleasing.Set();
         sections_->Unsubscribed(101);
@@ -395,7 +396,7 @@ TEST_F(FaultySectionsTest, NoCallbackBeginsAfterAReleaseWhileAStreamRuns) {
     Counters counters;
     FilterEngine engine(counters, nullptr, 64);
     constexpr int kRounds = 2000;
-    std::atomic<int> released{0};  // ids up to here
+    std::atomic<int> released{0};  // all ids up to this one are released
     std::atomic<int> steady{0};
     std::atomic<int> others{0};
     const auto plan = Plan({"delay=1/3:by=5"});

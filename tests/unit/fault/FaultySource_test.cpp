@@ -28,7 +28,7 @@ using testsupport::Plan;
 using testsupport::RandomBytes;
 using testsupport::Slice;
 
-// Reads to the end. Where there is nothing to read it has to be ready again at once.
+// Reads to the end. After kWouldBlock the descriptor must be readable at once.
 Bytes ReadAll(ByteSource& source, size_t atMost = 4096) {
     Bytes all;
     Bytes buffer(atMost);
@@ -57,7 +57,7 @@ Bytes ReadAll(ByteSource& source, size_t atMost = 4096) {
     }
 }
 
-// A source that gives what a test puts in.
+// A source of the bytes that the test puts in.
 class ScriptedSource final : public ByteSource {
   public:
     explicit ScriptedSource(std::vector<ReadResult> results)
@@ -78,7 +78,7 @@ class FaultySourceTest : public testing::Test {
   protected:
     static constexpr size_t kPackets = 200;
 
-    // Packet i is of PID 0x100 + i % 3, and its payload is random.
+    // Packet i has PID 0x100 + i % 3 and a random payload.
     FaultySourceTest() {
         std::mt19937 random(7);
         for (size_t i = 0; i < kPackets; ++i) {
@@ -92,7 +92,7 @@ class FaultySourceTest : public testing::Test {
         return std::make_shared<BufferSource>("packets", Join(packets_), piece);
     }
 
-    // What comes out of the packets, cut into packets again.
+    // The packets that come out.
     std::vector<Bytes> Damaged(std::shared_ptr<FaultPlan> plan) const {
         FaultySource source(Packets(), std::move(plan));
         const Bytes bytes = ReadAll(source);
@@ -103,7 +103,7 @@ class FaultySourceTest : public testing::Test {
         return packets;
     }
 
-    // The same, as indexes into what went in.
+    // The packets that come out, as indexes into the packets that went in.
     std::vector<size_t> Order(std::shared_ptr<FaultPlan> plan) const {
         std::vector<size_t> order;
         for (const Bytes& packet : Damaged(std::move(plan))) {

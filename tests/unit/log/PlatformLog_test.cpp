@@ -26,7 +26,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Stands in for stderr and keeps every single write apart.
+// Replaces stderr, and keeps each write apart.
 class WritesToStderr {
   public:
     WritesToStderr() : before_(::dup(STDERR_FILENO)) {
@@ -103,7 +103,7 @@ TEST_F(PlatformLogTest, WritesFromThePriorityOnThatWasSet) {
 
 TEST_F(PlatformLogTest, DoesNotFormatALineThatIsDropped) {
     WritesToStderr output;
-    // Reading the string would end the process.
+    // Reading this string would crash.
     LOG(0, 4, "T", "%s", reinterpret_cast<const char*>(std::uintptr_t{1}));
     EXPECT_THAT(output.Take(), IsEmpty());
 }

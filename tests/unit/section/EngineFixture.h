@@ -14,19 +14,19 @@
 
 namespace testsupport {
 
-// Keeps every section with its id, and does on top what a test asks for.
+// Records every section with its id, and calls the function that a test sets.
 class Recorder final : public tvservice::SectionSink {
   public:
     void OnSection(int id, tvservice::SectionView section) override {
         sections_.push_back({id, Bytes(section.data(), section.data() + section.size())});
-        if (const auto then = onSection_) {  // a copy: it may be replaced from inside
+        if (const auto then = onSection_) {  // a copy, because the call may replace onSection_
             then(id);
         }
     }
 
     void Then(std::function<void(int id)> onSection) { onSection_ = std::move(onSection); }
 
-    // The ids since the last call, one for each callback.
+    // The ids that were recorded since the last TakeIds, one for each callback.
     std::vector<int> TakeIds() {
         std::vector<int> ids;
         for (const auto& [id, bytes] : std::exchange(sections_, {})) {
@@ -42,7 +42,7 @@ class Recorder final : public tvservice::SectionSink {
     std::function<void(int)> onSection_;
 };
 
-// An engine whose delivery thread is the test's.
+// An engine whose delivery thread is the thread of the test.
 class EngineTest : public testing::Test {
   protected:
     static constexpr unsigned kSlots = 4;
@@ -52,7 +52,7 @@ class EngineTest : public testing::Test {
         return engine_.Subscribe(pid, *filter, recorder_, id);
     }
 
-    // Feeds what was written; returns the number of callbacks that the engine tells.
+    // Feeds the packets of the writer. Returns the number of callbacks that the engine reports.
     size_t Feed() {
         const Bytes bytes = writer_.Take();
         size_t calls = 0;

@@ -1,4 +1,4 @@
-// What new filters are given of the past.
+// Which earlier sections a new filter gets from the cache.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -185,7 +185,7 @@ TEST_F(FilterEngineCacheTest, GivesThePastToTheNewSharerAlone) {
     EXPECT_THAT(recorder_.TakeIds(), ElementsAre(9));
 }
 
-// Even one that comes between two sections of one packet.
+// The request comes between two sections of one packet.
 TEST_F(FilterEngineCacheTest, GivesANewSharerThePastBeforeWhatComes) {
     for (int id = 1; id <= int{kSlots}; ++id) {
         Subscribe(static_cast<uint16_t>(0x0010 + id), 0x42, id);

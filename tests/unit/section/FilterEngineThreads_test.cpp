@@ -1,4 +1,4 @@
-// The engine with a delivery thread of its own, and clients on others.
+// The engine with its own delivery thread, and clients on other threads.
 
 #include <gtest/gtest.h>
 
@@ -59,7 +59,7 @@ TEST_F(FilterEngineThreadsTest, TenThousandChangesLoseNoSectionOfOtherFilters) {
     std::atomic<bool> done{false};
     std::thread client([&] {
         for (int i = 0; i < 10000; ++i) {
-            // Sometimes on the steady filter's PID, sometimes the only filter of one.
+            // Sometimes on the PID of the steady filter, sometimes the only filter of a PID.
             const uint16_t pid = i % 2 == 0 ? 0x0100 : 0x0200;
             const int handle = Subscribe(pid, otherSink, 2);
             EXPECT_TRUE(engine_.Unsubscribe(handle));
@@ -110,7 +110,7 @@ TEST_F(FilterEngineThreadsTest, UnsubscribeDoesNotWaitForTheCallbackOfAnotherHan
     int other = 0;
     CallingSink sink([&](int) {
         std::thread client([&] { EXPECT_TRUE(engine_.Unsubscribe(other)); });
-        client.join();  // for ever, if it waited for this callback
+        client.join();  // would block for ever if the client waited for this callback
     });
     Subscribe(0x0100, sink, 1);
     other = Subscribe(0x0100, sink, 2);

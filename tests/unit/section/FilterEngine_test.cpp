@@ -26,7 +26,7 @@ using testsupport::Stuffed;
 
 class FilterEngineTest : public testsupport::EngineTest {
   protected:
-    // The first packet of a section of two.
+    // The first packet of a section that fills two packets.
     void FeedFirstHalf(uint16_t pid) {
         writer_.Packet({.PID = pid, .payload_unit_start_indicator = true},
                        Join({{0x00}, Slice(long_, 0, 183)}));
@@ -357,7 +357,7 @@ TEST_F(FilterEngineTest, SharesFourSlotsBetweenTwelveSubscriptions) {
     EXPECT_NE(Subscribe(0x0103, 0x42, 13), FilterEngine::kNoHandle) << "a slot is free";
 }
 
-// A client that toggles comes back for the same filter with every section.
+// A toggling client asks for the same filter again after every section.
 TEST_F(FilterEngineTest, GivesAnIdThatSharesAFilterSeveralTimesEachSectionOnce) {
     for (const int pid : {0x0100, 0x0101, 0x0102, 0x0103}) {
         Subscribe(static_cast<uint16_t>(pid), 0x42, 1);

@@ -45,7 +45,7 @@ class FilterRegistryTest : public testing::Test {
                                    fromCache);
     }
 
-    // Sets a filter and takes it over, as the delivery thread does.
+    // Requests a filter and takes it from the registry, as the delivery thread does.
     Filter& Taken(int id) {
         Subscribe(id);
         taken_.push_back(std::move(registry_.TakeChanges().added.at(0)));
@@ -151,7 +151,8 @@ TEST_F(FilterRegistryTest, AReleaseWaitsForTheCallbackOnAnotherThread) {
     Signal isReleased;
     sink_.Then([&] {
         isInside.Set();
-        // Told under no lock, before the release waits: it is queued when this shows.
+        // The change is queued before the release waits, so the release has begun when
+        // there are changes.
         while (!registry_.HasChanges()) {
             std::this_thread::yield();
         }

@@ -82,11 +82,11 @@ TEST_F(FilterSetTest, FollowsChanges) {
     EXPECT_TRUE(set_.empty());
 }
 
-// Against what it stands for: every filter is asked for itself.
+// Compares the set with a loop over all filters.
 TEST_F(FilterSetTest, FindsWhatAskingEveryFilterFinds) {
     std::mt19937 random(12);
     const auto below = [&random](unsigned limit) { return static_cast<uint8_t>(random() % limit); };
-    // Few values, so that much matches.
+    // Few different values, so that many filters match.
     const auto criteria = [&](size_t size, unsigned values) {
         Bytes bytes(size);
         std::generate(bytes.begin(), bytes.end(), [&] { return below(values); });

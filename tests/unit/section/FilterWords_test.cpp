@@ -32,8 +32,8 @@ TEST_P(FilterWordsTest, FindsTheSameAsOneFilterAfterTheOther) {
     for (size_t count = 0; count < 70; ++count) {
         words_.Clear();
         for (size_t i = 0; i < count; ++i) {
-            // One to four bits or so asked for, anywhere in the word: what allows a word stands
-            // alone in its block as often as not.
+            // About one to five bits are compared, anywhere in the word. So a filter that allows a
+            // word is often the only one in its block.
             const uint64_t one = uint64_t{1} << random() % 64;
             const uint64_t equal = one | (random() & random() & random() & random());
             words_.Add({random(), equal, 0});

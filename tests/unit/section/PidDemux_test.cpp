@@ -26,7 +26,7 @@ constexpr uint16_t kPid = 0x0100;
 
 class PidDemuxTest : public testing::Test {
   protected:
-    // The first packet of a section of two, and the second.
+    // The first and the second packet of a section that fills two packets.
     PacketWriter& WriteFirstHalf() {
         return writer_.Packet({.PID = kPid, .payload_unit_start_indicator = true},
                               Join({{0x00}, Slice(long_, 0, 183)}));
@@ -35,7 +35,7 @@ class PidDemuxTest : public testing::Test {
         return writer_.Packet({.PID = kPid}, Stuffed(Slice(long_, 183)));
     }
 
-    // Feeds what was written, and returns the sections.
+    // Feeds the packets of the writer, and returns the sections.
     std::vector<Bytes> Feed() {
         const Bytes bytes = writer_.Take();
         for (size_t at = 0; at < bytes.size(); at += 188) {

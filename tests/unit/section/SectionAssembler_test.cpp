@@ -21,8 +21,8 @@ using testsupport::SectionOfSize;
 using testsupport::Slice;
 using testsupport::Stuffed;
 
-// Feeds payloads as the packets of one PID bring them and keeps the sections that come out. Every
-// test says what it expects of the counters too: what it does not name must have stayed 0.
+// Feeds payloads like those of the packets of one PID, and keeps the sections that come out. Every
+// test also states the counters that it expects. All other counters must be 0.
 class SectionAssemblerTest : public testing::Test {
   protected:
     // A packet in which a section starts: pointer_field, then `bytes`.
@@ -30,7 +30,7 @@ class SectionAssemblerTest : public testing::Test {
         Feed(Join({{pointer_field}, bytes}), true);
     }
 
-    // A packet in which none starts.
+    // A packet in which no section starts.
     void FeedMore(const Bytes& bytes) { Feed(bytes, false); }
 
     void Feed(const Bytes& payload, bool payload_unit_start_indicator) {
@@ -150,7 +150,8 @@ TEST_F(SectionAssemblerTest, StuffingLastsUntilTheNextStart) {
 
 TEST_F(SectionAssemblerTest, StuffingIsNoSectionWhateverFollowsIt) {
     const Bytes first = SectionOfSize(50);
-    const Bytes stuffing = SectionOfSize(40, 0xFF);  // whole and with a good CRC, but for table_id
+    const Bytes stuffing =
+        SectionOfSize(40, 0xFF);  // whole and with a correct CRC_32, except for table_id
     FeedStart(0, Stuffed(Join({first, stuffing, first})));
     EXPECT_THAT(sections_, ElementsAre(first));
     ExpectNoLosses();
@@ -175,7 +176,7 @@ TEST_F(SectionAssemblerTest, BytesBeforeThePointerTargetBelongToTheOpenSectionAl
     FeedStart(37, Join({Slice(first, 183), hidden, second}));
     EXPECT_THAT(sections_, ElementsAre(first, second));
 
-    // With no section open they belong to nobody.
+    // While no section is open, they belong to no section.
     FeedStart(30, Join({hidden, second}));
     EXPECT_THAT(sections_, ElementsAre(first, second, second));
     ExpectNoLosses();
@@ -357,7 +358,7 @@ TEST_F(SectionAssemblerTest, ASinkMayDropWhatComesLater) {
     const Bytes payload = Join({{0}, first, Slice(second, 0, 123)});
     assembler_.Feed({payload.data(), payload.size()}, true, [&](SectionView section) {
         sections_.emplace_back(section.data(), section.data() + section.size());
-        assembler_.Discontinuity();  // nothing is open at this moment
+        assembler_.Discontinuity();  // no section is open at this moment
     });
     ExpectNoLosses();
     FeedMore(Slice(second, 123, 184));
@@ -375,7 +376,7 @@ TEST_F(SectionAssemblerTest, AnEmptyPayloadChangesNothing) {
     ExpectNoLosses();
 }
 
-// The same sections, packed into payloads of random sizes, come out the same however they fell.
+// The same sections come out, whatever the sizes of the payloads that carry them.
 TEST_F(SectionAssemblerTest, HoweverSectionsAreCutTheyComeOutWhole) {
     std::mt19937 random(1);
     for (int round = 0; round < 300; ++round) {
@@ -414,8 +415,9 @@ TEST_F(SectionAssemblerTest, HoweverSectionsAreCutTheyComeOutWhole) {
     ExpectNoLosses();
 }
 
-// Whatever arrives, what comes out is 3 to 4096 bytes and as long as it says (the sanitizers watch
-// the reads), and a good section after a start is never lost.
+// Whatever arrives, every section that comes out has at least 3 bytes and the length that its
+// section_length states, and a good section after a start is never lost. The sanitizers check the
+// reads.
 TEST_F(SectionAssemblerTest, RandomPayloadsDoNoHarm) {
     std::mt19937 random(2);
     const Bytes good = SectionOfSize(100);
@@ -434,7 +436,7 @@ TEST_F(SectionAssemblerTest, RandomPayloadsDoNoHarm) {
     }
 }
 
-// Full payloads take a short way; in two pieces the same bytes take the long one.
+// Full payloads take the fast path. The same bytes in two pieces take the general path.
 TEST_F(SectionAssemblerTest, FullPayloadsGiveWhatTheirPiecesGive) {
     std::mt19937 random(4);
     Counters counters;
@@ -454,13 +456,13 @@ TEST_F(SectionAssemblerTest, FullPayloadsGiveWhatTheirPiecesGive) {
     for (int round = 0; round < 500; ++round) {
         Bytes section = SectionOfSize(12 + random() % 4085);
         if (const auto choice = random() % 20; choice < 2) {
-            section[1] |= 0x0F;  // longer than it is
+            section[1] |= 0x0F;  // section_length is longer than the section
             section[2] = choice == 0 ? uint8_t{0x00} : uint8_t{0xFF};
         }
         const Bytes bytes = Join({{0x00}, section});
         for (size_t at = 0; at < bytes.size(); at += 184) {
             if (random() % 100 == 0) {
-                continue;  // lost, and nobody says so
+                continue;  // a packet is lost, and the assembler is not told
             }
             const Bytes payload = Stuffed(Slice(bytes, at, 184));
             Feed(payload, at == 0);

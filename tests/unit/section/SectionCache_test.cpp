@@ -253,7 +253,7 @@ TEST_F(SectionCacheTest, KeepsASubTableThatIsRenewedLongerThanOthers) {
     EXPECT_THAT(Table(0x42), ElementsAre(section(1), section(3)));
 }
 
-// The same as plainly as can be.
+// A reference implementation of the cache, as simple as possible.
 class PlainCache {
   public:
     void SetLimit(size_t limit) {
@@ -325,7 +325,7 @@ class PlainCache {
         }
     }
     size_t limit_ = 0;
-    std::list<SubTable> subTables_;  // the youngest first
+    std::list<SubTable> subTables_;  // the most recently used first
 };
 
 TEST_F(SectionCacheTest, KeepsWhatAPlainCacheKeeps) {
@@ -346,7 +346,7 @@ TEST_F(SectionCacheTest, KeepsWhatAPlainCacheKeeps) {
             plain.Forget(pid);
         }
         const uint16_t pid = below(3);
-        // Now and then many sub-tables, to have the hash table grow.
+        // Now and then many sub-tables, so that the hash table grows.
         const unsigned extensions = step / 2000 % 3 == 2 ? 200 : 4;
         const uint8_t last = below(40) == 0 ? 3 : 11;
         const Bytes bytes = SectionBytes{.table_id = static_cast<uint8_t>(0x40 + below(2)),

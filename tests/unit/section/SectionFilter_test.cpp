@@ -20,7 +20,7 @@ SectionFilter Compiled(const Bytes& pattern, const Bytes& mask, const Bytes& mod
 }
 
 bool Matches(const SectionFilter& filter, const Bytes& section) {
-    // On the heap and no longer than the section, so that AddressSanitizer sees a read past it.
+    // A heap buffer of exactly the section's size, so that AddressSanitizer sees a read past it.
     const auto copy = std::make_unique<uint8_t[]>(section.size());
     std::copy(section.begin(), section.end(), copy.get());
     return filter.Matches(copy.get(), section.size());
@@ -142,7 +142,7 @@ TEST(SectionFilter, EqualCriteriaAreEqualFilters) {
     const SectionFilter filter = Compiled({1, 2}, {0xFF, 0x0F}, {0, 0});
     EXPECT_EQ(filter, Compiled({1, 2}, {0xFF, 0x0F}));
     EXPECT_FALSE(filter == Compiled({1, 3}, {0xFF, 0x0F}));
-    EXPECT_FALSE(filter == Compiled({1, 0x12}, {0xFF, 0x0F}));  // differs outside the mask alone
+    EXPECT_FALSE(filter == Compiled({1, 0x12}, {0xFF, 0x0F}));  // differs only outside of the mask
     EXPECT_FALSE(filter == Compiled({1, 2}, {0xFF, 0x1F}));
     EXPECT_FALSE(filter == Compiled({1, 2}, {0xFF, 0x0F}, {0, 1}));
     EXPECT_FALSE(filter == Compiled({1, 2, 0}, {0xFF, 0x0F, 0}));

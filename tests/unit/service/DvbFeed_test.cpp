@@ -1,4 +1,4 @@
-// The pump with a demux device, whose kernel is the test's.
+// The pump with a demux device whose kernel is simulated by the test.
 
 #include "softplatform/service/DvbFeed.h"
 
@@ -35,7 +35,7 @@ using testsupport::FakeKernel;
 using testsupport::SectionBytes;
 using testsupport::Signal;
 
-// Takes sections on the delivery thread and hands them to the test's.
+// Takes sections on the delivery thread and hands them to the thread of the test.
 class Inbox final : public SectionSink {
   public:
     void OnSection(int id, SectionView section) override {
@@ -57,7 +57,7 @@ class Inbox final : public SectionSink {
         hook_ = std::move(hook);
     }
 
-    // The first `count`, once they have come.
+    // Waits for `count` sections and returns them.
     std::vector<std::pair<int, Bytes>> Wait(size_t count) {
         MutexLock lock(mutex_);
         while (sections_.size() < count) {
@@ -250,7 +250,8 @@ TEST_F(DvbFeedTest, DoesNotCacheWhatAFilterThatHasGoneLeftInTheDevice) {
     Subscribe(0x0011, 0x4A, 2);
     Play();
     ASSERT_TRUE(kernel_.WaitForFilters(2));
-    // The delivery thread is held in a callback while the filter goes and its section comes.
+    // The delivery thread is held in a callback while the filter is released and its section
+    // comes.
     Signal isCalled;
     Signal mayReturn;
     inbox_.SetHook([&] {
@@ -278,7 +279,8 @@ TEST_F(DvbFeedTest, DoesNotCacheForAFilterThatSeesOneVersionOnly) {
     ASSERT_TRUE(kernel_.WaitForFilters(1));
     kernel_.Broadcast(0x0011, sdt_);
     inbox_.Wait(1);
-    // One filter of the device serves both; the other PID's tells that it is set.
+    // One filter of the device serves both requests. The filter on the other PID is set after it,
+    // so when that one is set, both are.
     Subscribe(0x0011, 0x42, 2, true);
     Subscribe(0x0012, 0x4E, 3);
     ASSERT_TRUE(kernel_.WaitForFilters(2));

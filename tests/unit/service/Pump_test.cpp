@@ -1,4 +1,4 @@
-// The pump with inputs that behave as a test tells them to.
+// The pump with inputs whose behaviour the test scripts.
 
 #include "softplatform/service/Pump.h"
 
@@ -29,23 +29,23 @@ using testsupport::Recorder;
 using testsupport::SectionOfSize;
 using testsupport::Slice;
 
-// Gives one result after the other, then the end.
+// Returns the scripted results one after the other, then the end.
 class ScriptedSource final : public ByteSource {
   public:
     explicit ScriptedSource(bool rewindable = false)
         : ByteSource("script"), rewindable_(rewindable) {}
 
     void Bytes(testsupport::Bytes bytes) { Add({ReadResult::kBytes}, std::move(bytes)); }
-    // Bytes in which there is no packet; `then` is called when they are read.
+    // Bytes that contain no packet; `then` is called when they are read.
     void Garbage(std::function<void()> then) {
         Bytes(testsupport::Bytes(1000));
         steps_.back().then = std::move(then);
     }
     void WouldBlock() {
-        event_.Set();  // there is something to read as soon as one waits for it
+        event_.Set();  // makes the descriptor readable, so that a wait for input ends at once
         Add({ReadResult::kWouldBlock});
     }
-    // Like a device whose buffer overflowed: the loss is counted, and reading goes on.
+    // A loss as of a device whose buffer overflowed: it is counted, and reading goes on.
     void Lose(Counters& counters) {
         WouldBlock();
         steps_.back().then = [&counters] { counters.Add(Counter::kDeviceOverflows); };

@@ -44,7 +44,7 @@ using testsupport::TempDir;
 
 constexpr int kBarrierId = 1000;
 
-// What the callbacks received, and what they do on top.
+// What the callbacks received, and what else they do.
 struct Received {
     std::mutex mutex;
     std::condition_variable changed;
@@ -266,7 +266,7 @@ TEST_F(SoftwarePlatformTest, PlaysANamedPipeAsItsBytesComeAndOnlyOnce) {
     ASSERT_TRUE(platform_.Play(source));
     EXPECT_FALSE(platform_.Play(MemorySource("m", {}))) << "another one plays";
     const int writer = ::open(dir.Path("fifo").c_str(), O_WRONLY);
-    // Five sync bytes in a row, and then one packet, is what it takes to be sure of the first.
+    // The first packet comes out only after five sync bytes in a row and one more packet.
     for (int i = 0; i < 10; ++i) {
         writer_.Section(0x0100, section_);
     }
@@ -654,7 +654,7 @@ TEST_F(SoftwarePlatformTest, HoldsTheStreamForWhatTheCacheGaveWhileABarrierWasAw
             options),
         InputEnd::kEndOfInput);
     EXPECT_THAT(TakeIds(), ElementsAre(1, 2));
-    // Behind the section, behind what the cache gave, and at the end.
+    // One after the section, one after the section from the cache, and one at the end.
     EXPECT_EQ(Inbox().barriers.size(), 3u);
 }
 

@@ -134,7 +134,7 @@ TEST_F(ContinuityTest, AfterResetTheNextPacketIsTheFirst) {
     EXPECT_EQ(Feed(3, 1), ContinuityVerdict::kDuplicate);
 }
 
-// The short way for the packets that are the rule against the way for all.
+// Compares the fast path for ordinary packets with the path for all packets.
 TEST(ContinuityShortWay, SaysWhatTheLongWaySays) {
     std::mt19937 random(8);
     Continuity fast;
@@ -150,7 +150,8 @@ TEST(ContinuityShortWay, SaysWhatTheLongWaySays) {
             if (choice == 3) {
                 fields.adaptation_field = {static_cast<uint8_t>(random() % 2 == 0 ? 0x80 : 0)};
             }
-            // Few different payloads, so that duplicates are some and differ from others.
+            // Few different payloads, so that there are duplicates and packets that only look like
+            // them.
             packet = fields.Build(choice == 4 ? Bytes()
                                               : Bytes(choice == 3 || choice == 5 ? 100 : 184,
                                                       static_cast<uint8_t>(random() % 2)));

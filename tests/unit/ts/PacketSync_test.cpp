@@ -37,7 +37,7 @@ std::vector<Bytes> Packets(size_t count, size_t first = 0) {
     return packets;
 }
 
-// What lies around the packets of each size.
+// The bytes before and after the 188 bytes of a packet, for each packet size.
 Bytes Dressed(const Bytes& packet, size_t packetSize, uint32_t arrivalTime) {
     switch (packetSize) {
         case 192:
@@ -63,7 +63,7 @@ Bytes Stream(const std::vector<Bytes>& packets, size_t packetSize,
     return stream;
 }
 
-// Bytes among which no sync byte is.
+// Bytes without a sync byte.
 Bytes Garbage(size_t count) {
     return Bytes(count, 0x55);
 }
@@ -86,7 +86,7 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
                << " losses, " << outcome.skipped << " skipped";
 }
 
-// Feeds `stream` in pieces whose sizes `nextSize` gives, and ends it.
+// Feeds `stream` in pieces of the sizes that `nextSize` returns, and ends it.
 template <class NextSize>
 Outcome FeedInPieces(const Bytes& stream, NextSize&& nextSize) {
     Counters counters;
@@ -116,7 +116,7 @@ Outcome FeedWhole(const Bytes& stream) {
     return FeedInPieces(stream, [&] { return stream.size(); });
 }
 
-// What is found in `stream`; every chunking must agree.
+// What is found in `stream`. The result must be the same for every division into pieces.
 Outcome Found(const Bytes& stream) {
     Outcome whole = FeedWhole(stream);
     for (const size_t size : {1u, 17u, 188u, 1316u}) {
@@ -229,8 +229,8 @@ TEST_P(PacketSyncOfSize, SyncIsLostAndFoundAgainWhereBytesAreMissing) {
     const size_t cut = 10 * GetParam() + 50;  // inside packet 10
     const Outcome outcome = Found(Join({Slice(stream, 0, cut), Slice(stream, cut + 77)}));
 
-    // Packet 10 is handed on with what follows it in the place of its missing bytes: that they are
-    // missing shows only behind it.
+    // Packet 10 is passed on, with the following bytes in the place of its missing ones: the loss
+    // shows only after it.
     ASSERT_EQ(outcome.packets.size(), 29u);
     EXPECT_TRUE(std::vector<Bytes>(outcome.packets.begin(), outcome.packets.begin() + 10) ==
                 std::vector<Bytes>(packets.begin(), packets.begin() + 10));
@@ -250,7 +250,7 @@ TEST_P(PacketSyncOfSize, GarbageBetweenPacketsIsOneLoss) {
     EXPECT_TRUE(outcome.packets == all);
     EXPECT_EQ(outcome.losses, 1u);
     EXPECT_EQ(outcome.locks, 2u);
-    // At 192 bytes the first four bytes of the garbage stand where an arrival time is due.
+    // With 192 bytes the first four bytes of the garbage are taken for the next arrival time.
     EXPECT_EQ(outcome.skipped, GetParam() == 192 ? 2997u : 3001u);
 }
 
@@ -281,7 +281,8 @@ TEST_P(PacketSyncOfSize, FalseStopsAtOnceAndForgetsEverything) {
     EXPECT_EQ(seen, 7);
     EXPECT_EQ(sync.packet_size(), 0u);
 
-    // Nothing of the rest comes later, and another stream is found as by a new object.
+    // The rest of the stream does not come out later, and another stream is read as by a new
+    // object.
     std::vector<Bytes> found;
     const auto keep = [&](const uint8_t* packet) {
         found.emplace_back(packet, packet + kPacketSize);
@@ -423,8 +424,8 @@ TEST(PacketSync, ArrivalTimesThatBeginWithASyncByteAreNoPackets) {
 }
 
 TEST(PacketSync, FiveSyncBytesAtAShorterDistanceThatBreakOffLater) {
-    // A stream of 204 whose parity happens to hold sync bytes 188 bytes behind the first few: both
-    // distances begin alike, but only one goes on.
+    // A stream of 204-byte packets. Some parity bytes are sync bytes, at multiples of 188 bytes
+    // from the start. So both distances fit at first, but only 204 goes on.
     std::vector<Bytes> packets = Packets(20);
     Bytes stream = Stream(packets, 204);
     for (const size_t at : {188u, 376u, 564u}) {

@@ -68,7 +68,7 @@ TEST(PacketView, AnAdaptationFieldStandsBeforeThePayload) {
 }
 
 TEST(PacketView, AnEmptyAdaptationFieldHasNoFlags) {
-    const Bytes payload = Counting(183, 0xF0);  // 0xF0 stands where the flags would
+    const Bytes payload = Counting(183, 0xF0);  // 0xF0 is in the place of the flags
     const Bytes bytes = PacketBytes{}.Build(payload);
     const PacketView packet(bytes.data());
     EXPECT_EQ(packet.adaptation_field_length(), 0);
