@@ -17,7 +17,8 @@ constexpr std::chrono::seconds kPatience(60);
 
 thread_local bool t_ofTheSuite = false;
 
-// The callback has no argument of its own, and may be called inside the client's constructor.
+// The callback finds the client here, because it has no user argument. The platform may call it
+// before the client's constructor has returned.
 std::atomic<Client*> s_client{nullptr};
 
 }  // namespace
@@ -31,7 +32,7 @@ Client& Client::Get() {
 Client::Client() : rig_(MakePlatformRig()) {
     s_client = this;
     t_ofTheSuite = true;
-    // The result says nothing; what counts is the pointer.
+    // The result has no meaning. The pointer shows whether there is a subscriber.
     TVServiceAPI::CreateSectionSubscriber(&Client::OnSection, PROFILE_MAIN, 0, &subscriber_);
 }
 
@@ -107,7 +108,7 @@ void Client::Take(unsigned short length, unsigned char* data, int id) {
         }
     }
     --running_;
-    // Waiters for the end of a call look when it has ended; a lock, so that none misses it.
+    // Taking the lock makes sure that no waiter misses the end of this call.
     { std::lock_guard<std::mutex> lock(mutex_); }
     called_.notify_all();
 }

@@ -19,8 +19,8 @@ struct Call {
     Bytes section;
 };
 
-// The client of the platform: the rig, the one subscriber, and what its callback was called with.
-// Made at first use, never destroyed. All members may be used on any thread.
+// The client of the platform: the rig, the one subscriber, and the calls of its callback. Created
+// at first use and never destroyed. All members may be used on any thread.
 class Client {
   public:
     static Client& Get();
@@ -28,21 +28,21 @@ class Client {
     PlatformRig& rig() { return *rig_; }
     ISectionSubscriber* subscriber() { return subscriber_; }
 
-    // Forgets calls, faults and the hook.
+    // Forgets the calls, the faults and the hook.
     void Reset();
 
-    // Called inside each callback, with no lock held, after the call was kept.
+    // `hook` is called inside each callback, with no lock held, after the call was recorded.
     void SetHook(std::function<void(const Call&)> hook);
 
     std::vector<Call> Calls() const;
     size_t CallsFor(int id) const;
 
-    // Waits until there was such a call; false when there is none in a long time.
+    // Waits for a call that `wanted` accepts. False when none comes within the suite's time limit.
     bool WaitFor(const std::function<bool(const Call&)>& wanted);
 
-    // What a platform must never do, whatever the test: a line each. Looked for in every callback:
-    // the thread is not the suite's, no other callback runs, the section is whole, its bytes stay
-    // until the end.
+    // One line for each fault that was found. Every callback is checked: it must not run on a
+    // thread of the suite, no other callback may run, the section must be whole, and its bytes must
+    // not change until the callback returns.
     std::vector<std::string> Faults() const;
     void AddFault(std::string fault);
 
@@ -62,20 +62,20 @@ class Client {
     std::atomic<int> running_{0};
 };
 
-// A thread of the suite's: the platform must not call back on it.
+// Starts a thread of the suite. The platform must not call the callback on it.
 std::thread SuiteThread(std::function<void()> work);
 
-// Runs something on a thread of the suite's and waits for its end. When it has not ended in a long
-// time the program is aborted with a line that names it: nothing could follow.
+// Runs `work` on a thread of the suite and waits for its end. If `work` does not end within the
+// time limit, the program is aborted with a line that contains `what`, because no test could go on.
 void MustEnd(const std::string& what, std::function<void()> work);
 
 // Holds a callback until the test opens it.
 class Gate {
   public:
     void Open();
-    // False when nobody opened it in a long time.
+    // Waits for Open. False when it was not opened within the time limit.
     bool Pass();
-    // Whether it was opened within a tenth of a second.
+    // Waits for Open a tenth of a second at most. Whether it was opened.
     bool PassSoon();
 
   private:

@@ -1,4 +1,4 @@
-// What every platform promises of its descriptors and descriptor loops: platform/TCBaseDesc.h,
+// What every platform must do with descriptors and descriptor loops: platform/TCBaseDesc.h,
 // platform/TCDesc*.h and the README beside them.
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ using testsupport::Join;
 using testsupport::RandomBytes;
 using testsupport::Slice;
 
-// Bytes that end where they end, and change when they were parsed.
+// Parses a copy of `bytes`. A read past its end crashes, and the copy is overwritten afterwards.
 int Parse(TCBaseDesc& descriptor, const Bytes& bytes) {
     Guarded guarded(bytes);
     const int consumed = descriptor.Parse(guarded.data());
@@ -75,7 +75,7 @@ TEST_P(DescriptorContract, LeavesOverWhatItsSyntaxDoesNotHave) {
 }
 
 TEST_P(DescriptorContract, NeverConsumesMoreThanItsLength) {
-    // Cut short, with the length that is left; everything is asked of what comes out.
+    // The payload is cut short, and the length matches it. Dump reads every field of the result.
     for (size_t size = 0; size < Payload().size(); ++size) {
         const auto descriptor = GetParam().make();
         const int consumed = Parse(*descriptor, WithPayload(Slice(Payload(), 0, size)));
@@ -189,7 +189,7 @@ TEST_P(DescriptorContract, ForksBeforeItsFirstBytesToo) {
 INSTANTIATE_TEST_SUITE_P(All, DescriptorContract, testing::ValuesIn(DescriptorCases()),
                          [](const auto& tested) { return tested.param.name; });
 
-// --- Malformed in ways of their own
+// --- Malformations of single classes
 
 struct MalformedCase {
     std::string name;
@@ -323,7 +323,7 @@ class LoopContract : public testing::Test {
     TCDescriptorHash hash_;
 
   private:
-    // The handle is a temporary: what is needed of it is copied.
+    // The handle is a temporary, so the parser must copy what it needs of it.
     TCDescriptor parser_{TVSHandle(1, 0)};
 };
 
@@ -428,7 +428,7 @@ TEST_F(LoopContract, SurvivesAnyBytes) {
         }
         Parse(loop, round % 4 < 2 ? 0x40 : 0x42);
         EXPECT_FALSE(DumpLoop(hash_).empty());
-        // What is held is the loop from its start on, nothing left out.
+        // The descriptors that are held are the start of the loop, without gaps.
         const Bytes held = Join(Held());
         EXPECT_EQ(held, Slice(loop, 0, held.size()));
     }

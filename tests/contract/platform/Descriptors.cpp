@@ -18,7 +18,7 @@ std::unique_ptr<TCBaseDesc> Make<TCDescSatelliteDeliverySystem>() {
     return std::make_unique<TCDescSatelliteDeliverySystem>(0x43);
 }
 
-// The descriptor as what it has to be.
+// Casts the descriptor to the class that it must have.
 template <class T>
 T& As(TCBaseDesc& descriptor) {
     return dynamic_cast<T&>(descriptor);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Every descriptor class of the contract, and a descriptor of each.
+// Every descriptor class of the contract, with an example of each.
 
 #include <memory>
 #include <ostream>
@@ -33,29 +33,29 @@
 
 namespace contract {
 
-// What follows the fixed part of a descriptor's syntax.
+// What may follow the fixed part of a descriptor's syntax.
 enum class Rest {
-    kNone,  // nothing may: a byte more is left over
-    kAny    // private data, or a text to the end: a byte more is consumed
+    kNone,  // nothing: an additional byte is not consumed
+    kAny    // private data, or a text to the end: an additional byte is consumed
 };
 
 struct DescriptorCase {
     std::string name;
     testsupport::Bytes bytes;  // well-formed
-    size_t fixedSize;          // payload bytes without which there is no such descriptor
+    size_t fixedSize;          // the smallest size of a valid payload
     Rest rest;
     std::unique_ptr<TCBaseDesc> (*make)();
-    void (*expect)(TCBaseDesc& descriptor);  // that every field is as in `bytes`
+    void (*expect)(TCBaseDesc& descriptor);  // checks that every field is as in `bytes`
 };
 
 inline std::ostream& operator<<(std::ostream& out, const DescriptorCase& tested) {
     return out << tested.name;
 }
 
-// The descriptor of these payload bytes.
+// A descriptor with this tag and payload.
 testsupport::Bytes Tagged(unsigned char tag, const testsupport::Bytes& payload);
 
-// All classes, some with several cases.
+// The cases of all classes; some classes have several.
 const std::vector<DescriptorCase>& DescriptorCases();
 
 }  // namespace contract

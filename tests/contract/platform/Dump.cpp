@@ -206,7 +206,7 @@ class FieldDump {
         out_ << std::dec << "'";
     }
 
-    // Past the end too.
+    // Visits all indexes, and two past the end.
     template <class Visit>
     void ForEach(int count, Visit visit) {
         out_ << " (";
@@ -227,7 +227,7 @@ class FieldDump {
     template <class Entry>
     void Selector(Entry& entry) {
         Number(entry.SelectorLength());
-        // Exactly as long as is needed: what is written too much is found.
+        // A buffer of exactly the needed size, so that a write past its end is found.
         Bytes bytes(entry.SelectorLength());
         int length = static_cast<int>(bytes.size());
         Number(entry.SelectorByte(reinterpret_cast<char*>(bytes.data()), &length) != 0);

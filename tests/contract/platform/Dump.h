@@ -8,17 +8,17 @@
 #include "platform/TCBaseDesc.h"
 #include "tests/support/TsBytes.h"
 
-// Everything that can be asked of a descriptor or a loop, as text: what two of them have to agree
-// in. Whoever dumps damaged input has asked it everything.
+// Writes every field of a descriptor or a loop as text. Two equal ones have the same text. A dump
+// of damaged input calls every accessor on it.
 namespace contract {
 
-// Class, tag, length, bytes and every field; for null "null".
+// Class, tag, length, bytes and every field; "null" for null.
 std::string Dump(TCBaseDesc* descriptor);
 
 // The copy that GetDescriptor makes.
 testsupport::Bytes BytesOf(TCBaseDesc& descriptor);
 
-// All descriptors of what has NumOfDescriptors() and DescriptorByIndex().
+// All descriptors of an object that has NumOfDescriptors() and DescriptorByIndex().
 template <class Loop>
 std::string DumpLoop(Loop& loop) {
     std::ostringstream out;
@@ -32,7 +32,7 @@ std::string DumpLoop(Loop& loop) {
     return out.str();
 }
 
-// The same, asked by tag: for each tag from 0 to 0xFF, and 0x7F00 to 0x7FFF.
+// All descriptors, looked up by tag: each tag from 0 to 0xFF and from 0x7F00 to 0x7FFF.
 std::string DumpByTag(IDescriptorContainer& container);
 
 }  // namespace contract

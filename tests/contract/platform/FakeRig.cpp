@@ -1,5 +1,5 @@
-// The fake of the white-box tests. It does what it is told: which filters a section passes is
-// decided here.
+// The rig of the fake platform that the unit tests of the SI layer use. The fake has no filters of
+// its own, so this file decides which requests a section matches.
 
 #include <memory>
 #include <set>
@@ -16,7 +16,7 @@ namespace {
 using fake::FakePlatform;
 using fake::Request;
 
-constexpr int kFirstHandle = 100;  // of the fake's, counting up with its requests
+constexpr int kFirstHandle = 100;  // the fake's first handle; each request gets the next one
 
 bool Matches(const Request& request, const Broadcast& broadcast) {
     if (request.pid != broadcast.pid) {
@@ -47,7 +47,8 @@ class FakeRig final : public PlatformRig {
 
     void Send(const std::vector<Broadcast>& broadcasts) override {
         for (const Broadcast& broadcast : broadcasts) {
-            // Most filters were released long ago, and a callback may release one that is next.
+            // Both lookups are needed: the set skips the many filters that were released before,
+            // and IsReleased sees those that a callback of this loop releases.
             const std::vector<int> before = platform_.Released();
             const std::set<int> released(before.begin(), before.end());
             const std::vector<Request> requests = platform_.Requests();

@@ -12,8 +12,8 @@
 
 namespace contract {
 
-// A copy of some bytes with nothing readable behind them: they end where a page without access
-// begins. Who reads one byte too far ends the program, whatever it was built with.
+// A copy of some bytes that ends where a page without access begins. Reading one byte past the end
+// crashes the program, also without sanitizers.
 class Guarded {
   public:
     explicit Guarded(const testsupport::Bytes& bytes) : size_(bytes.size()) {
@@ -37,7 +37,7 @@ class Guarded {
     unsigned char* data() { return data_; }
     size_t size() const { return size_; }
 
-    // What a platform's buffer looks like when it was used for something else.
+    // Overwrites the bytes, as a platform does that uses the buffer again.
     void Scribble() { std::fill_n(data_, size_, static_cast<unsigned char>(0xEE)); }
 
   private:

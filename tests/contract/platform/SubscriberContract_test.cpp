@@ -1,4 +1,4 @@
-// What every platform promises of its section filters and its log: platform/ISectionSubscriber.h,
+// What every platform must do with section filters and the log: platform/ISectionSubscriber.h,
 // platform/TVServiceAPI.h, platform/Log.h and the README beside them.
 
 #include <gtest/gtest.h>
@@ -32,8 +32,8 @@ constexpr unsigned char kTableId = 0x42;
 constexpr int kGranted = 1;
 constexpr int kNoHandle = -1;
 
-// One of these goes behind everything else on a PID: when it has arrived, so has what was sent
-// before it, or never will.
+// The table of the marks. A mark is sent after everything else on a PID: when it has arrived, no
+// earlier section of that PID can still arrive.
 constexpr unsigned char kMarkTableId = 0xEE;
 constexpr int kFirstMarkId = 0x7A00;
 
@@ -49,14 +49,14 @@ std::ostream& operator<<(std::ostream& out, const Answer& answer) {
     return out << "result " << answer.result << ", handle " << answer.handle;
 }
 
-// A byte filter, as a client asks for it.
+// A byte filter, as a client requests it.
 struct Pattern {
     Bytes filter;
     Bytes mask;
     Bytes mode{};
 };
 
-// The sections of one table_id_extension.
+// The filter for one table_id_extension.
 Pattern OfExtension(unsigned short extension) {
     return {{kTableId, 0, 0, static_cast<uint8_t>(extension >> 8), static_cast<uint8_t>(extension)},
             {0xFF, 0, 0, 0xFF, 0xFF},
@@ -69,7 +69,7 @@ Bytes Section(unsigned char tableId = kTableId, unsigned short extension = 1, si
         .Build();
 }
 
-// `count` sections, told apart by table_id_extension: 0, 1, ...
+// `count` sections with the table_id_extensions 0, 1, ...
 std::vector<Bytes> Numbered(unsigned short count) {
     std::vector<Bytes> sections;
     for (unsigned short number = 0; number < count; ++number) {
@@ -105,7 +105,7 @@ class SubscriberContract : public testing::Test {
         }
     }
 
-    // --- Requests. The criteria are the caller's again as soon as they return.
+    // --- Requests. The criteria are changed after the return, because the caller may do that.
     Answer AskTable(int id, unsigned short pid, unsigned short tableId, unsigned selector = 2) {
         TCSectionCriteriaHelper criteria;
         criteria.m_pid = pid;
@@ -136,7 +136,7 @@ class SubscriberContract : public testing::Test {
         return answer;
     }
 
-    // Those that have to be granted.
+    // Requests that must be granted.
     int Table(int id, unsigned char tableId = kTableId, unsigned short pid = kPid) {
         const Answer answer = AskTable(id, pid, tableId);
         EXPECT_TRUE(answer.granted()) << answer;
@@ -163,13 +163,13 @@ class SubscriberContract : public testing::Test {
             const int id = kFirstMarkId + static_cast<int>(marks_.size());
             const int handle = Table(id, kMarkTableId, pid);
             std::lock_guard<std::mutex> lock(mutex_);
-            held_.erase(handle);  // released last
+            held_.erase(handle);  // not released with the others, but at the very end
             marks_[pid] = {id, handle, 0};
         }
     }
 
-    // --- Sections. Send returns when whoever gets them has got them; SendBehind at once, and Join
-    // waits for the rest.
+    // --- Sections. Send returns when all deliveries have been made. SendBehind returns at once,
+    // and Join waits for the deliveries.
     void Send(const std::vector<Broadcast>& broadcasts) {
         SendBehind(broadcasts);
         Join();
@@ -235,7 +235,7 @@ class SubscriberContract : public testing::Test {
     struct Mark {
         int id;
         int handle;
-        unsigned awaited;  // its table_id_extension; 0 when none is under way
+        unsigned awaited;  // table_id_extension of the mark on its way; 0: none
     };
 
     void Keep(const Answer& answer) {
@@ -320,8 +320,8 @@ TEST_F(SubscriberContract, GoesOnLiveAfterWhatItsCacheHolds) {
         [](const Call& call) { return call.section == Section(kTableId, 0x4321); }));
 }
 
-// What the cache holds comes on the delivery thread too (that is looked at after every test), never
-// inside the request, across which the SI layer holds its lock.
+// Sections from the cache come on the delivery thread too, which is checked after every test. They
+// must not come inside the request, because the SI layer holds its lock during the request.
 TEST_F(SubscriberContract, GivesWhatItsCacheHoldsToASecondClient) {
     Table(1);
     Send(Section(kTableId, 0x1111));
@@ -355,7 +355,7 @@ TEST_F(SubscriberContract, CallsBackOneAtATimeOnAThreadOfItsOwn) {
     }
     client_.SetHook([](const Call&) { std::this_thread::yield(); });
     Send(broadcasts);
-    // How the calls were made is looked at after every test.
+    // Whether calls overlapped or came on a wrong thread is checked after every test.
     for (const unsigned short pid : pids) {
         EXPECT_EQ(CallsFor(pid), kSections);
     }
@@ -465,7 +465,7 @@ TEST_F(SubscriberContract, GivesEachSectionToAllThatAskedForTheSame) {
     EXPECT_EQ(CallsFor(1), 3u);
     EXPECT_EQ(CallsFor(2), 3u);
 
-    // One that is shared is given up once, for all.
+    // A shared handle is released once, for all that share it.
     Release(first);
     Send(Numbered(2));
     EXPECT_EQ(CallsFor(1), 3u);
@@ -608,7 +608,7 @@ TEST_F(RefusalContract, CostsNobodyAFilter) {
     EXPECT_EQ(CallsFor(2), 1u);
 }
 
-// --- Inside the callback, and beside it
+// --- Inside the callback, and on other threads during it
 
 TEST_F(SubscriberContract, LetsACallbackReleaseItsOwnFilter) {
     const int handle = Table(1);
@@ -709,7 +709,7 @@ TEST_F(SubscriberContract, BeginsNoCallbackOnceUnsubscribeHasReturned) {
 }
 
 TEST_F(SubscriberContract, WaitsForNoDataEver) {
-    // Nothing is sent.
+    // No section is sent.
     for (int round = 0; round < 100; ++round) {
         MustEnd("a request without a stream", [this] {
             const int table = Table(1);
@@ -755,7 +755,7 @@ class LogContract : public SubscriberContract {
         std::string text = "line of the contract";
         LOG(0, priority, "TORVEL", "%s: %s(%d) > \033[33m%s no. %d.\033[0m", "Contract.cpp",
             "Write", 1, text.c_str(), number);
-        text.assign(text.size(), '!');  // borrowed for the call
+        text.assign(text.size(), '!');  // the platform may use the text only during the call
     }
 
     void ExpectLines(int count) {

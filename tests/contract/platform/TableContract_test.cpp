@@ -1,4 +1,4 @@
-// What every platform promises of its table parsers: platform/TCSectionParser.h and the headers of
+// What every platform must do in its table parsers: platform/TCSectionParser.h and the headers of
 // the tables, and the README beside them.
 
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ using testsupport::Slice;
 constexpr unsigned short kIdentity = 0x1234;
 constexpr unsigned short kOtherIdentity = 0x1235;
 
-// --- What holds for all of them
+// --- All tables
 
 class TableContract : public testing::TestWithParam<TableKind> {
   protected:
@@ -62,7 +62,7 @@ class TableContract : public testing::TestWithParam<TableKind> {
         }
     }
 
-    // Sections that are none, or not for this parser now.
+    // Sections that are malformed, or that this parser must not take.
     std::vector<Bytes> Refused() const {
         SectionBytes next{.table_id = GetParam().tableId,
                           .table_id_extension = GetParam().ExtensionOf({}),
@@ -207,7 +207,7 @@ TEST_P(TableContract, KeepsSubTablesApart) {
     const std::vector<Bytes> other = SubTable(4, kOtherIdentity);
     const auto table = Fresh();
     if (!GetParam().hasSubTables) {
-        // The one table is the last one's; of CATs there is no other.
+        // The parser holds one table: the last one it was given. All CATs have the same identity.
         Feed(*table, one);
         Feed(*table, other);
         const auto fresh = Fresh();
@@ -228,7 +228,7 @@ TEST_P(TableContract, KeepsSubTablesApart) {
     EXPECT_EQ(table->SubTable(kIdentity)->VersionNumber(), 3);
     EXPECT_EQ(table->SubTable(kOtherIdentity)->VersionNumber(), 4);
 
-    // A new version of the one is nothing to the other.
+    // A new version of one sub-table does not change the other.
     EXPECT_TRUE(table->Take(
         GetParam().Section({.last = Last(), .version = 9, .identity = kOtherIdentity})));
     EXPECT_TRUE(table->SubTable(kIdentity)->IsValid());
@@ -290,9 +290,9 @@ TEST_P(TableContract, SurvivesAnyBody) {
 INSTANTIATE_TEST_SUITE_P(All, TableContract, testing::ValuesIn(TableKinds()),
                          [](const auto& tested) { return tested.param.name; });
 
-// --- What is each one's own
+// --- Single tables
 
-// Hands over a section from a buffer of its size that is used for something else afterwards.
+// Parses a section from a buffer of exactly its size. The buffer is overwritten afterwards.
 bool Take(TCSectionParser& parser, const SectionBytes& section) {
     Guarded guarded(section.Build());
     const bool taken = parser.Parse(0x0011, guarded.data());
@@ -312,7 +312,7 @@ std::vector<Bytes> BytesOfLoop(Loop& loop) {
     return all;
 }
 
-// A container, asked by tag.
+// The descriptors of a container with one tag.
 std::vector<Bytes> BytesOfTag(IDescriptorContainer& container, int tag) {
     std::vector<Bytes> all;
     for (int i = 0; i < container.NumOfDescriptors(tag); ++i) {
@@ -704,7 +704,7 @@ void ExpectNetwork(Instance& instance) {
     EXPECT_TRUE(instance.IsValid());
     EXPECT_EQ(instance.VersionNumber(), 17);
     EXPECT_EQ(instance.TableAttribute(), 17);
-    // One after the other, repetitions included.
+    // All descriptors in order, repetitions included.
     const Bytes extension = Tagged(0x7F, {0x04, 1, 0, 2});
     EXPECT_EQ(BytesOfLoop(instance), (Loop{kFirst, kSecond, extension, kFirst, kThird}));
     EXPECT_EQ(BytesOfTag(instance, 0x83), (Loop{kFirst, kFirst, kThird}));
@@ -739,7 +739,7 @@ TEST(NitContract, HoldsNetworksTheirTransportStreamsAndTheirLoops) {
         ExpectNetwork(*network);
         EXPECT_EQ(nit.GetInstance(0x0123), nullptr);
 
-        // Extensions are of their own class here.
+        // In a NIT, extension descriptors have their own class and tag.
         EXPECT_EQ(network->NumOfDescriptors(0x7F04), 1);
         EXPECT_EQ(network->NumOfDescriptors(0x007F), 0);
         EXPECT_NE(dynamic_cast<TCDescT2SystemDelivery*>(network->Descriptor(0x7F04, 0)), nullptr);
@@ -759,7 +759,7 @@ TEST(BatContract, HoldsBouquetsTheirTransportStreamsAndTheirLoops) {
     ExpectNetwork(*bouquet);
     EXPECT_EQ(bat.GetInstance(0x0123), nullptr);
 
-    // Extensions are plain here.
+    // In a BAT, extension descriptors are plain.
     EXPECT_EQ(bouquet->NumOfDescriptors(0x007F), 1);
     EXPECT_EQ(bouquet->NumOfDescriptors(0x7F04), 0);
     EXPECT_EQ(bouquet->DVBItemMuxOfIndex(0)->DescriptorByIndex(0)->Tag(), 0x007F);

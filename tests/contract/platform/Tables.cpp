@@ -56,7 +56,7 @@ constexpr unsigned short kOnid = 0x2001;
 constexpr unsigned short kTsid = 0x3001;
 constexpr unsigned kFarPastTheEnd = 0xFFFFFFFFu;
 
-// Access handles are temporaries.
+// An access handle, as a temporary.
 TVSHandle Handle() {
     return {1, 0};
 }
@@ -67,7 +67,7 @@ std::string DumpSection(TCBaseSection& section) {
     return out.str();
 }
 
-// `get(i)` for all indices of a loop, and past its end, where null has to be.
+// Writes `get(i)` for all indexes of a loop and for indexes past its end, where it must be null.
 template <class Get, class Write>
 void DumpItems(std::ostream& out, int count, Get get, Write write) {
     out << count << " items [";

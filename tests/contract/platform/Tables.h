@@ -1,6 +1,6 @@
 #pragma once
 
-// The seven table parsers of the contract as one kind of thing.
+// One interface for the seven table parsers of the contract, so that a test can run with each.
 
 #include <memory>
 #include <ostream>
@@ -13,7 +13,7 @@
 
 namespace contract {
 
-// A parser and what it holds.
+// A parser and its sub-tables.
 class Table {
   public:
     virtual ~Table() = default;
@@ -22,37 +22,36 @@ class Table {
 
     virtual TCSectionParser& parser() = 0;
 
-    // The sub-table of `identity`, see TableKind::Section; null when there is none. For PAT and CAT
-    // the one table.
+    // The sub-table of `identity` (see SectionOptions); null when there is none. For PAT and CAT
+    // always the one table.
     virtual TCBaseSection* SubTable(unsigned short identity) = 0;
 
-    // Everything that can be asked, as text.
+    // All fields as text.
     virtual std::string Dump() = 0;
 
-    // Hands over a section from a buffer of exactly its size, which is used for something else
-    // afterwards.
+    // Parses a section from a buffer of exactly its size. The buffer is overwritten afterwards.
     bool Take(const testsupport::Bytes& section);
 
   protected:
     Table() = default;
 };
 
-// A section of the kind that is tested.
+// Fields of a section of the tested kind.
 struct SectionOptions {
     unsigned char number = 0;
     unsigned char last = 0;
     unsigned char version = 3;
-    unsigned short identity = 0x1234;  // table_id_extension; 0xFFFF in CATs whatever it says
+    unsigned short identity = 0x1234;  // table_id_extension; CATs always have 0xFFFF
 };
 
 struct TableKind {
     std::string name;
     std::unique_ptr<Table> (*make)();
     unsigned char tableId;
-    unsigned char maxSections;  // that a sub-table may have, as far as the suite goes
-    bool hasSubTables;          // several at once, by identity
-    size_t fixedSize;           // of the body, without which the section is none
-    // What follows the section's header: other content for each section number.
+    unsigned char maxSections;  // the largest number of sections of a sub-table in this suite
+    bool hasSubTables;          // the parser holds several at once, by identity
+    size_t fixedSize;           // the smallest size of a valid body
+    // The bytes between header and CRC_32, different for each section number.
     testsupport::Bytes (*body)(unsigned char number);
 
     testsupport::Bytes Section(const SectionOptions& options) const;
@@ -65,9 +64,9 @@ inline std::ostream& operator<<(std::ostream& out, const TableKind& kind) {
 
 const std::vector<TableKind>& TableKinds();
 
-// Bodies of sections by hand.
+// For writing bodies of sections by hand.
 testsupport::Bytes U16(unsigned value);
-// A length field of 12 bits under four reserved ones, then the bytes.
+// Four reserved bits, a length of 12 bits, then the bytes.
 testsupport::Bytes WithLength(const testsupport::Bytes& bytes);
 
 }  // namespace contract
