@@ -1050,7 +1050,7 @@ class Inputs(unittest.TestCase):
 
     def test_what_cannot_be_is_named(self):
         for arguments, words in (
-                (["--loop", "-"], "cannot open standard input: what cannot be read again"),
+                (["--loop", "-"], "cannot open standard input: only an input that can be read again"),
                 (["rtp://nowhere:1"], "rtp://nowhere:1"),
                 (["dvb:0:300"], "DEMUX must be a number from 0 to 255"),
                 (["--dvr", "dvb:255"], "/dev/dvb/adapter255/dvr0"),

@@ -100,15 +100,18 @@ TEST_P(TableMemoryTest, ASectionWithoutMemoryChangesNothing) {
     EXPECT_GT(failures, 0);
 }
 
+// The library keeps a bounded reserve of memory for the next table of the thread. The first table
+// makes that reserve; the second one must not add to it.
 TEST_P(TableMemoryTest, AllOfItIsGivenBack) {
     Bytes section = Version(1);
-    GetParam().make()->Take(section);  // makes what the library keeps for ever
-    const int blocks = t_heap.blocks;
-    {
+    const auto useATable = [&] {
         const std::unique_ptr<Table> table = GetParam().make();
         table->parser().Parse(0, section.data());
         static_cast<void>(table->Dump().size());
-    }
+    };
+    useATable();
+    const int blocks = t_heap.blocks;
+    useATable();
     EXPECT_LE(t_heap.blocks, blocks);
 }
 
