@@ -4,11 +4,12 @@
     bench_peers.py BIN FOLDER [--rounds N] [--mib N] [--json FILE]
     bench_peers.py --self-test
 
-BIN holds torvelsi-throughput and the programs peer-*, FOLDER takes the streams. In every round each
-program does each task once, one after the other, so that what disturbs the machine disturbs all of
-them. Shown are medians in GB of transport stream a second, with the spread between the quartiles.
-The run fails when a program counts other sections than torvelsi-throughput, whose work is then not
-the same. A peer that reads fewer entries and descriptors is marked with the share that it reads.
+BIN holds torvelsi-throughput and the programs peer-*. The streams are written to FOLDER. In every
+round each program does each task once, one after the other, so that other load on the machine slows
+down all of them alike. The output shows medians in GB of transport stream per second, with the spread
+between the quartiles. The run fails when a program counts other sections than torvelsi-throughput,
+because the two then do different work. A peer that reads fewer entries and descriptors is marked with
+the share that it reads.
 """
 
 import argparse
@@ -30,10 +31,10 @@ def parse(line):
 
 
 def check(ours, peer):
-    """Why the two cannot be compared; None when they can."""
+    """The reason why the two cannot be compared; None if they can."""
     if ours["bytes"] != peer["bytes"]:
         return f"{peer['name']} read {peer['bytes']} bytes, not {ours['bytes']}"
-    # Decoders that hand out whole tables tell of no sections.
+    # Decoders that return whole tables do not count sections.
     if peer["sections"] != (0, 0) and peer["sections"] != ours["sections"]:
         return f"{peer['name']} saw {peer['sections']} sections and bytes, not {ours['sections']}"
     return None

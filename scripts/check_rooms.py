@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Checks the arrows between the rooms: who may include whom.
 
-The table is the one of docs/house.md. A file's room is the longest entry that its path begins with;
-an #include in quotes, of <torvelsi/...>, <tvservice/...> or of a room in angle brackets is an arrow
-to the room of that file.
+The table below is the table of docs/house.md. A file belongs to the room with the longest path that
+its own path begins with. Each #include in quotes, of <torvelsi/...>, of <tvservice/...> or of a room in
+angle brackets is an arrow to the room of the included file.
 """
 
 import itertools
@@ -18,7 +18,7 @@ SERVICE_HEADER = "softplatform/service/SoftwarePlatform.h"
 COUNTER = "softplatform/service/Counter.h"
 SECTION_VIEW = "softplatform/section/SectionView.h"
 
-# room -> what it may include beside itself and the standard library
+# room -> the rooms that it may include besides itself and the standard library
 ROOMS = {
     "platform": [],
     "SI/Include": [],
@@ -58,7 +58,7 @@ def room_of(path):
 
 
 def resolve(top, source, quoted, angled):
-    """The path, from the top of the repository, of what is included; None outside of it."""
+    """The path of the included file, from the top of the repository; None if it is outside."""
     if angled:
         folder, name = angled.split("/", 1)
         if folder == "torvelsi":
@@ -112,7 +112,7 @@ def check(top):
 
 
 def self_test():
-    """Plants forbidden arrows and sees that each is found."""
+    """Adds forbidden arrows and checks that each is found."""
     planted = [
         ("SI/PARSER/a.cpp", "softplatform/base/b.h"),
         ("SI/PARSER/a.cpp", "SI/SectionFilter/b.h"),

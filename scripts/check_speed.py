@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""Counts the instructions that work takes, against the baseline in bench/instructions.json.
+"""Counts the instructions of each task and compares them with bench/instructions.json.
 
     check_speed.py PROGRAM FOLDER            fails when a count grew by more than 3 %
     check_speed.py --update PROGRAM FOLDER   writes the baseline anew
     check_speed.py --self-test
 
-PROGRAM is torvelsi-throughput, FOLDER takes streams and callgrind's output. What grew is named with
-the functions that it grew in. Counts hardly differ from run to run, unlike times, but they do differ
-between compilers and processors: a baseline of another compiler is not compared with.
+PROGRAM is torvelsi-throughput. Streams and callgrind's output are written to FOLDER. For each count
+that grew, the functions in which it grew are printed. Unlike times, counts hardly differ from run to
+run. But they differ between compilers and processors, so the check needs a baseline of the same
+compiler.
 """
 
 import json
@@ -18,7 +19,7 @@ import sys
 
 BASELINE = pathlib.Path(__file__).resolve().parents[1] / "bench" / "instructions.json"
 TOLERANCE = 0.03
-FUNCTIONS = 60  # so many of a row are kept, the most expensive ones
+FUNCTIONS = 60  # how many functions of a row are kept: the most expensive ones
 
 STREAMS = {"mixed": 8, "si": 1, "repeats": 1}  # MiB
 ROWS = {
@@ -68,12 +69,12 @@ def entry(functions):
 
 
 def compare(row, before, now):
-    """What is wrong with the row, as lines; none when it did not grow."""
+    """Lines that say how the row grew; none if it did not grow."""
     total = sum(now.values())
     if total <= before["instructions"] * (1 + TOLERANCE):
         return []
     lines = [f"{row}: {total:,} instructions, {total / before['instructions'] - 1:+.1%}"]
-    # A function that the baseline does not name cost no more than the cheapest one that it does.
+    # A function that is not in the baseline cost at most as much as the cheapest one in it.
     floor = min(before["functions"].values())
     growth = {name: spent - before["functions"].get(name, floor) for name, spent in now.items()}
     for name in sorted(growth, key=growth.get, reverse=True)[:3]:

@@ -27,7 +27,7 @@ COLOURS = ["#1b6ca8", "#c8553d", "#3a7d44"]
 
 
 def points(benchmarks, name, unit):
-    """[(x, y)] of one line."""
+    """The points [(x, y)] of one line."""
     found = []
     for run in benchmarks:
         match = re.match(rf"{name}/(?:\w+:)?(\d+)(?:/|$)", run["name"])
@@ -41,13 +41,13 @@ def points(benchmarks, name, unit):
 
 
 def step(largest):
-    """A round distance of lines, of which about five fit."""
+    """A round distance for the grid lines, so that there are about five."""
     power = 10 ** math.floor(math.log10(largest / 5))
     return next(power * factor for factor in (1, 2, 5, 10) if power * factor * 5 >= largest)
 
 
 def chart(title, x_axis, y_axis, lines):
-    """An SVG document: x by powers of two, y from 0."""
+    """An SVG document. The x axis has powers of two, the y axis begins at 0."""
     largest_x = max(x for line in lines.values() for x, _ in line)
     largest_y = max(y for line in lines.values() for _, y in line) or 1
     right, top = WIDTH - RIGHT, TOP

@@ -1,4 +1,4 @@
-"""What is wrong with a document, and how it differs from what is wanted."""
+"""Finds the faults of a document and its differences from the expected document."""
 
 import json
 import pathlib
@@ -20,7 +20,7 @@ def without_duplicates(pairs):
 
 
 def misplaced_keys(path, schema, document):
-    """Objects whose keys do not come in the order of the schema."""
+    """Objects whose keys are not in the order of the schema."""
     if "$ref" in schema:
         schema = SCHEMA["$defs"][schema["$ref"].rsplit("/", 1)[1]]
     if "oneOf" in schema and document is not None:
@@ -40,14 +40,14 @@ def misplaced_keys(path, schema, document):
 
 
 def faults(document):
-    """What is wrong with a document whatever the stream was."""
+    """Faults of a document that are faults with every stream."""
     validator = jsonschema.Draft202012Validator(SCHEMA)
     errors = [f"$.{'.'.join(map(str, error.absolute_path))}: {error.message[:300]}"
               for error in validator.iter_errors(document)]
     return errors or list(misplaced_keys("$", SCHEMA, document))
 
 
-# What tells the entries of a list apart; those of other lists are told apart by their place.
+# The keys that identify the entries of a list; entries of other lists are identified by position.
 IDENTITIES = {
     "programs": ("program_number",),
     "services": ("service_id",),
@@ -109,7 +109,7 @@ def list_differences(path, wanted, got, name):
 
 
 def tables_compared(wanted, document):
-    """Tables that both sides hold."""
+    """Tables that both sides have."""
     count = sum(isinstance(wanted[key], dict) and isinstance(document[key], dict)
                 for key in ("pat", "cat"))
     count += bool(wanted["services"] and document["services"])

@@ -1,9 +1,9 @@
-"""From the expectation of a stream, NAME.json, to what the document of its scan has to hold."""
+"""Converts the expectation of a stream, NAME.json, to the expected document of its scan."""
 
 import json
 import unicodedata
 
-ANYTHING = object()  # the expectation does not tell
+ANYTHING = object()  # the expectation does not state the value
 
 
 def expectation(path):
@@ -11,7 +11,7 @@ def expectation(path):
 
 
 # ETSI EN 300 468 figure A.1, upper half: each run with its first code. A blank is a code that is
-# undefined, or whose Unicode point is a matter of taste.
+# undefined, or for which decoders choose different Unicode points.
 LATIN = {first + i: letter
          for first, letters in ((0xA1, "¡¢£€¥ §¤‘“«←↑→↓"), (0xB0, "°±²³×µ¶·÷’”»¼½¾¿"),
                                 (0xD1, "¹®©™♪¬¦"), (0xDC, "⅛⅜⅝⅞"), (0xE1, "Æ ªĦ ĲĿŁØŒºÞŦŊŉ"),
@@ -38,7 +38,7 @@ def latin(coded):
 
 
 def text_of(coded):
-    """Text of ETSI EN 300 468 annex A; ANYTHING where it is for the decoder to choose."""
+    """Text of ETSI EN 300 468 annex A; ANYTHING where decoders may differ."""
     if not coded:
         return ""
     # Table A.3; 0x14 is the Big5 subset of ISO/IEC 10646, not the Big5 coding.
@@ -90,11 +90,11 @@ def descriptors(loop):
     for descriptor in loop:
         tag = number(descriptor["tag"])
         data = bytes.fromhex(descriptor["hex"])
-        if tag == 0x5F:  # every descriptor bears the specifier in force instead
+        if tag == 0x5F:  # instead, every descriptor has the specifier in force
             continue
         extension = None
         if tag == 0x7F and len(data) >= 3:
-            # Not descriptor_tag_extension, which `ext` holds, but the byte behind it.
+            # Not descriptor_tag_extension, which is in `ext`, but the byte after it.
             extension = data[3] if len(data) > 3 else 0
         wanted.append({"tag": tag,
                        "private_data_specifier": specifier(descriptor),
@@ -112,7 +112,7 @@ def payload_of_first(loop, tag):
 
 
 def take(data, at):
-    """A field behind its length byte, and where it ends."""
+    """A field that follows its length byte, and the offset of its end."""
     return data[at + 1:at + 1 + data[at]], at + 1 + data[at]
 
 
@@ -128,7 +128,7 @@ def program(program_number, pmt, pmt_pid):
     carousels = {}
     for stream in pmt["streams"]:
         # The stream types of DSM-CC sections, ISO/IEC 13818-1 table 2-34; of equal component tags
-        # the last one serves.
+        # the last one is used.
         if number(stream["type"]) in (0x08, 0x0A, 0x0B, 0x0C, 0x0D):
             if stream["component_tag"] is not None:
                 carousels[stream["component_tag"]] = {
@@ -177,7 +177,7 @@ def services(sdt):
 def events(eits):
     wanted = []
     for service_id, eit in sorted(eits.items(), key=lambda item: int(item[0])):
-        # The standard has one event a section; broadcasters have put more there.
+        # The standard allows one event in each section; broadcasters have sent more.
         for event in sorted(eit["events"], key=lambda event: event["section"]):
             language = name = text = None
             payload = payload_of_first(event["descriptors"], 0x4D)
@@ -223,7 +223,7 @@ def name_of(table, key):
 
 
 def hertz_of_tens(coded):
-    """A frequency in units of 10 Hz; all ones are none."""
+    """A frequency in units of 10 Hz; None when all bits are ones."""
     return None if coded == 0xFFFFFFFF else coded * 10
 
 
@@ -236,7 +236,7 @@ def delivery(data, fields):
             "frequency_hz": fields["frequency_kHz"] * 1000,
             "orbital_position_tenth_degrees": fields["orbital_0.1deg"],
             "west_east_flag": bool(fields["east"]), "polarization": fields["polarisation"],
-            # Of DVB-S2 only; ISDB has other fields in their place.
+            # Only for DVB-S2; ISDB has other fields in their place.
             "roll_off": fields["roll_off"] if is_s2 else None,
             "modulation_system": 1 if is_s2 else None,
             "modulation_type":
@@ -297,7 +297,7 @@ def network(key, nit):
 
 
 def wanted_document(expected, pmt_pids, compare_pat=True):
-    """What the document has to hold.
+    """What the document must contain.
 
     The expectation keeps the last complete current version of each table, and so does the tool.
     pmt_pids are the programs that a scan can find, with the PIDs of their PMTs: a PMT that no PAT
@@ -316,7 +316,7 @@ def wanted_document(expected, pmt_pids, compare_pat=True):
                      for n, pmt in sorted(expected["pmt"].items(), key=lambda item: int(item[0]))
                      if int(n) in pmt_pids],
         "services": services(expected["sdt_actual"]) if expected["sdt_actual"] else [],
-        # Present/following of the actual transport stream alone: table_id 0x4E.
+        # Only present/following of the actual transport stream: table_id 0x4E.
         "events": events(expected["eit_pf_actual"]),
         "networks": sorted((network(key, nit) for key, nit in expected["nit"].items()),
                            key=lambda entry: (entry["network_id"], not entry["actual"])),

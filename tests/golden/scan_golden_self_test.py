@@ -1,4 +1,4 @@
-"""The comparison under test: differences are planted, and each has to be found."""
+"""Tests the comparison: changes a document or an expectation, and checks that it is noticed."""
 
 import copy
 import json
@@ -8,9 +8,9 @@ from scan_comparison import IDENTITIES, SCHEMA, differences, faults, without_dup
 from scan_expectations import ANYTHING, delivery, expectation, text_of
 from scan_streams import Stream
 
-# What expectations hold and the document does not, so that it makes no difference. The descriptors
-# of a program are compared; those with an extension or a specifier stand in the PMT of program 0
-# alone, which a scan cannot find.
+# Facts of expectations that the document does not have, so changes of them are not noticed. The
+# descriptors of a program are compared. But only the PMT of program 0 has descriptors with an
+# extension or a specifier, and a scan cannot find that PMT.
 NOT_IN_THE_DOCUMENT = """
     packets(sec) packet_size(sec) pmt.#.pid(sec) pmt.#.streams.tags
     pmt.#.descriptors.ext pmt.#.descriptors.pds
@@ -32,7 +32,7 @@ NOT_IN_THE_DOCUMENT = """
 
 
 def kind_of(path):
-    """The path without what only tells entries apart."""
+    """The path without the steps that only identify an entry."""
     return ".".join("#" if re.match(r"\d", str(step)) else step
                     for step in path if not isinstance(step, int))
 
@@ -56,7 +56,7 @@ def containers(value, path=()):
 
 
 def another(value):
-    """A value of the same form that differs."""
+    """A different value of the same form."""
     if value is None:
         return 1
     if isinstance(value, bool):
@@ -69,7 +69,7 @@ def another(value):
 
 
 def replaced(root, path, change):
-    """A copy of `root` in which `change` was made to what is at `path`."""
+    """A copy of `root` in which `change` was applied to the value at `path`."""
     root = copy.copy(root)
     at = root
     for step in path[:-1]:
@@ -80,7 +80,7 @@ def replaced(root, path, change):
 
 
 def concrete(wanted):
-    """A document of what is wanted; what may be anything is a text that nobody expects."""
+    """A document that meets the expectation. ANYTHING becomes a text that no test expects."""
     if isinstance(wanted, dict):
         return {key: concrete(value) for key, value in wanted.items()}
     if isinstance(wanted, list):
@@ -101,7 +101,7 @@ def document_from(wanted):
 
 
 class SelfTest:
-    """Counts what was checked, so that nothing checked is a failure as well."""
+    """Counts the checks. A test that checked nothing fails."""
 
     def __init__(self, paths):
         self.paths = paths

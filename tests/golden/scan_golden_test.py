@@ -1,11 +1,11 @@
-"""Real broadcasts: what `torvelsi scan` makes of them against what an independent decoder made.
+"""Compares `torvelsi scan` of real broadcasts with the output of an independent decoder.
 
 usage: scan_golden_test.py TOOL STREAMS [NAME...]
        scan_golden_test.py --self-test STREAMS
 
 STREAMS holds NAME.ts (transport streams), NAME.sec (concatenated sections) and expected/NAME.json
-(the independent decode of each). Each document is validated against the schema and then compared
-in everything that both sides hold. --self-test plants differences and checks that each is found.
+(the independent decode of each). Each document is validated against the schema. Then everything that
+both sides have is compared. --self-test makes changes and checks that each is noticed.
 Exit status: 0 no difference, 1 differences or a failure, 77 there is no such folder.
 """
 
@@ -13,7 +13,7 @@ import pathlib
 import subprocess
 import sys
 
-sys.dont_write_bytecode = True  # nothing is left in the checkout
+sys.dont_write_bytecode = True  # leaves no files in the checkout
 
 from scan_comparison import differences, faults, tables_compared
 from scan_expectations import expectation
@@ -43,7 +43,7 @@ def compare(tool, paths):
             lines = faults(document)
             if not lines:
                 wanted = stream.wanted(expected)
-                # The independent decode holds complete tables only.
+                # The independent decode has only complete tables.
                 lines = list(unnamed_partial_tables(document))
                 document["events"] = [event for event in document["events"]
                                       if event["table_complete"]]

@@ -1,4 +1,4 @@
-"""Streams as the tool is to scan them."""
+"""Prepares streams for a scan by the tool."""
 
 import json
 import pathlib
@@ -72,7 +72,7 @@ def pid_of(section, pmt_pids):
 
 
 class Stream:
-    """A stream as it is scanned: `path`, unless `bytes` are scanned instead."""
+    """The stream to scan: `bytes` if set, otherwise the file `path`."""
 
     def __init__(self, path, expected):
         self.path = path
@@ -91,7 +91,7 @@ class Stream:
         else:
             self.pmt_pids = {int(n): pmt["pid"] for n, pmt in expected["pmt"].items()}
         self.made_pat = not self.has_pat and bool(self.pmt_pids)
-        if self.made_pat:  # or a scan would not find the PMTs
+        if self.made_pat:  # otherwise a scan would not find the PMTs
             rest = self.bytes if self.bytes is not None else path.read_bytes()
             self.bytes = packetise([(0, pat_section(self.pmt_pids))]) + rest
 
@@ -108,7 +108,7 @@ class Stream:
         return wanted
 
     def scan(self, tool):
-        """The document of the tool, or a ValueError that says why there is none."""
+        """The document of the tool. Raises ValueError with the reason when there is none."""
         with tempfile.NamedTemporaryFile(suffix=".ts") as packets:
             path = self.path
             if self.bytes is not None:

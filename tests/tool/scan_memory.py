@@ -1,12 +1,12 @@
-"""Measures the memory of `torvelsi scan` where a stream makes the most of its bytes.
+"""Measures the memory of `torvelsi scan` with streams that need the most memory for their size.
 
 usage: scan_memory.py TOOL [MEGABYTES [WORLD...]]
        scan_memory.py TOOL --check
 
-Each world holds so many MB of sections (4) of one kind with the smallest entries that the kind can
-have. For each, the peak of the resident memory for a byte of sections is printed, of the text and of
-the JSON form. docs/limits.md has the figures. --check takes two worlds of 1 MB and fails if a form
-takes more than it may.
+A world is a stream with MEGABYTES (default 4) of sections of one kind, filled with the smallest entries
+that the kind can have. For each world and for text and JSON, the peak of the resident memory for each
+byte of sections is printed. docs/limits.md has the figures. --check scans two worlds of 1 MB and fails
+if text or JSON needs more memory than the limit.
 """
 
 import os
@@ -39,14 +39,14 @@ def length12(data):
     return (0xF000 | len(data)).to_bytes(2, "big") + data
 
 
-LARGEST = 4096 - 12  # bytes behind the header of a section, without its CRC_32
+LARGEST = 4096 - 12  # bytes between the header of a section and its CRC_32
 
 
 def filled(entry, size):
     return entry * (size // len(entry))
 
 
-# By world: PID, table_id and the body of a section, of its sub-table and its number.
+# By world: PID, table_id, and a function from sub-table and section number to the section's body.
 WORLDS = {
     "sdt-descriptors": (0x11, 0x42, lambda table, number: b"\0\2\xFF" + (number + 1).to_bytes(
         2, "big") + b"\xFC" + (0x8000 | 4074).to_bytes(2, "big") + filled(b"\x81\0", 4074)),
@@ -108,7 +108,7 @@ def world(name, size):
 
 
 def peak(tool, path, form):
-    """Kilobytes."""
+    """In kilobytes."""
     process = subprocess.Popen([tool, "scan", "--format", form, path],
                                stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
     _, status, usage = os.wait4(process.pid, 0)
@@ -120,7 +120,7 @@ MOST = {"text": 60, "json": 120}  # bytes of memory for a byte of sections
 
 
 def measure(tool, names, size):
-    """Prints what each world costs. Whether all of them keep within MOST."""
+    """Prints the memory of each world. Returns whether all of them stay within MOST."""
     keep_within = True
     for name in names:
         packets, total = world(name, size)

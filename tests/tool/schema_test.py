@@ -1,4 +1,4 @@
-"""What `torvelsi decode` writes of generated streams is valid under its JSON Schema.
+"""Checks the output of `torvelsi decode` for generated streams against its JSON Schema.
 
 usage: schema_test.py TOOL
 """
@@ -18,7 +18,7 @@ SCENARIOS = ("broadcast", "oddities")
 PACKET = 188
 
 
-INCOMPLETE = 3  # of a PID without sections, for one
+INCOMPLETE = 3  # for example for a PID without sections
 
 
 def run(tool, *arguments, statuses=(0,)):
@@ -29,7 +29,7 @@ def run(tool, *arguments, statuses=(0,)):
 
 
 def sections_of(tool, stream):
-    """Every different section of the PIDs that carry some."""
+    """All distinct sections of the stream."""
     packets = stream.read_bytes()
     pids = {(packets[at + 1] & 0x1F) << 8 | packets[at + 2]
             for at in range(0, len(packets), PACKET)}
@@ -62,7 +62,7 @@ def errors(validator, document):
             for error in validator.iter_errors(document)]
 
 
-# Documents that are not what decode writes: each must be refused.
+# Changed documents. The schema must refuse each.
 SERVICE = {"tag": 0x48, "name": "service_descriptor", "service_type": 1,
            "service_provider_name": "", "service_name": "x"}
 

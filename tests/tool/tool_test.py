@@ -1,4 +1,4 @@
-"""What the command-line tool promises. usage: tool_test.py TOOL [TestCase...]"""
+"""Tests of the command-line tool. usage: tool_test.py TOOL [TestCase...]"""
 
 import fcntl
 import json
@@ -18,7 +18,7 @@ import threading
 import time
 import unittest
 
-sys.dont_write_bytecode = True  # nothing is left in the checkout
+sys.dont_write_bytecode = True  # leaves no files in the checkout
 sys.path[:0] = [str(pathlib.Path(__file__).parents[1] / place) for place in ("golden", "support")]
 import scan_comparison
 from watched import watched
@@ -46,7 +46,7 @@ def demo():
 
 
 def scan_document(text):
-    """A scan's document, which fits the schema."""
+    """The document of a scan. Checks that it fits the schema."""
     document = json.loads(text, object_pairs_hook=scan_comparison.without_duplicates)
     faults = scan_comparison.faults(document)
     assert faults == [], faults
@@ -54,13 +54,13 @@ def scan_document(text):
 
 
 def scan_json(*arguments, stdin=b""):
-    """How a scan ended, and its document."""
+    """The finished process of a scan, and its document."""
     done = run("scan", "--format", "json", *arguments, stdin=stdin)
     return done, scan_document(done.stdout)
 
 
 def missing(document):
-    """What `missing` names, in short: "eit 7 [1]", "pat"."""
+    """The entries of `missing` in short form: "eit 7 [1]", "pat"."""
     ids = ("program_number", "network_id", "bouquet_id", "service_id")
     names = []
     for entry in document["missing"]:
@@ -73,13 +73,13 @@ def missing(document):
 
 
 def scenario(name):
-    """What a scan makes of one of the generator's scenarios."""
+    """The scan of one of the generator's scenarios."""
     return scan_json("demo:" + name)[1]
 
 
 def section_packet(pid, table_id, extension, body=b"", number=0, last=0, version=0,
                    continuity_counter=0, scrambled=False):
-    """A packet that holds one section, made here."""
+    """Builds a packet with one section."""
     inner = extension.to_bytes(2, "big") + bytes([0xC1 | version << 1, number, last]) + body
     section = bytes([table_id, 0xB0, len(inner) + 4]) + inner
     crc = 0xFFFFFFFF
@@ -432,7 +432,7 @@ class Missing(unittest.TestCase):
     def test_an_sdt(self):
         self.expect(["sdt"], sdt=b"")
         self.expect(["sdt [1]"], sdt=self.sdt(last=1))
-        # An EIT of another transport stream counts as long as none of this one comes.
+        # An EIT of another transport stream is used as long as none of this one comes.
         document = self.expect([], sdt=self.sdt(transport_stream_id=9))
         self.assertEqual(document["services"][0]["transport_stream_id"], 9)
         document = self.expect(["sdt [1]"], sdt=self.sdt(transport_stream_id=9) +
@@ -486,7 +486,7 @@ class Missing(unittest.TestCase):
 
 
 class Delivery(unittest.TestCase):
-    """Delivery system descriptors of a NIT, well-formed or not, all valid in the schema."""
+    """Well-formed and malformed delivery system descriptors of a NIT. All output fits the schema."""
 
     def scan(self, *descriptors):
         """The deliveries that the document shows, and the text."""
@@ -561,7 +561,7 @@ class Delivery(unittest.TestCase):
 
 
 class Words(unittest.TestCase):
-    """What the text form says of descriptors, types and texts."""
+    """Descriptors, types and texts in the text form."""
 
     def service(self, descriptors):
         service = b"\x00\x01\xFC" + (0x8000 | len(descriptors)).to_bytes(2, "big") + descriptors
@@ -634,7 +634,7 @@ class Words(unittest.TestCase):
 
 
 class Broadcast(unittest.TestCase):
-    """The oddities of real broadcasts, as the scenarios `broadcast*` and `no-network` have them."""
+    """Oddities of real broadcasts, from the scenarios `broadcast*` and `no-network`."""
 
     @classmethod
     def setUpClass(cls):
@@ -688,7 +688,7 @@ class Broadcast(unittest.TestCase):
         self.assertEqual([d[0] for d in descriptors],
                          [0x48, 0x83, 0x7F, 0x7F, 0x7F, 0x7F, 0x83, 0x4A])
         self.assertTrue(all(d[1] is not None for d in descriptors))
-        # The byte behind descriptor_tag_extension; 0 of one without, none of an empty descriptor.
+        # The byte after descriptor_tag_extension: 0 if it is missing, None for an empty descriptor.
         data = [d["data"] for d in self.services[1301]["descriptors"] if d["tag"] == 0x7F]
         extensions = [d[2] for d in descriptors if d[0] == 0x7F]
         for whole, extension in zip(data, extensions):
@@ -807,7 +807,7 @@ class Broadcast(unittest.TestCase):
 
 
 class Live(unittest.TestCase):
-    """A multiplex that is sent in datagrams again and again."""
+    """A multiplex that is sent repeatedly in datagrams."""
 
     @staticmethod
     def free_port():
@@ -856,7 +856,7 @@ class Live(unittest.TestCase):
         file = scenario("demo")
         for part in ("pat", "cat", "programs", "services"):
             self.assertEqual(live[part], file[part])
-        # The scan shows the other networks and bouquets that came; nothing says how many there are.
+        # The scan shows the other networks and bouquets that came. Their number is not broadcast.
         for part in ("networks", "bouquets"):
             for entry in live[part]:
                 self.assertIn(entry, file[part])
@@ -892,14 +892,14 @@ class Live(unittest.TestCase):
 
 class Inputs(unittest.TestCase):
     def from_open_pipe(self, stream, *arguments):
-        """What the tool makes of a pipe that stays open; how it ended, and its document."""
+        """Scans a pipe that stays open. Returns the finished process and the document."""
         process = subprocess.Popen([TOOL, *arguments, "--format", "json"], stdin=subprocess.PIPE,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         try:
             process.stdin.write(stream)
             process.stdin.flush()
         except BrokenPipeError:
-            pass  # it has enough
+            pass  # the tool has read enough
         output = process.stdout.read()
         status = process.wait(timeout=60)
         try:
@@ -1006,7 +1006,7 @@ class Inputs(unittest.TestCase):
         # 10 s, twice, at five times the speed.
         self.assertGreater(time.monotonic() - begin, 3.5)
         self.assertEqual(paced.returncode, 0, paced.stderr)
-        self.assertEqual(paced.stderr, "")  # progress is for terminals
+        self.assertEqual(paced.stderr, "")  # progress is shown only on terminals
         self.assertEqual(document, scan_json("demo:")[1])
 
     def test_a_pace_is_any_number_within_its_bounds(self):
@@ -1029,11 +1029,11 @@ class Inputs(unittest.TestCase):
             with self.subTest(options), tempfile.NamedTemporaryFile(suffix=".ts") as file:
                 file.write(stream)
                 file.flush()
-                # At this pace it is read for 20 s.
+                # At this pace the input takes 20 s.
                 process = subprocess.Popen(
                     [TOOL, "sections", file.name, "--pace", "0.5", "--pid", "0", "--table-id", "0",
                      *options], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-                process.stdout.read(1)  # it plays
+                process.stdout.read(1)  # the input plays
                 file.truncate(188 * 100)
                 _, errors = process.communicate(timeout=60)
                 self.assertEqual(process.returncode, 2, errors)
@@ -1043,7 +1043,7 @@ class Inputs(unittest.TestCase):
     def test_a_file_is_the_same_mapped_or_not(self):
         with tempfile.NamedTemporaryFile(suffix=".ts") as file:
             self.assertEqual(run("generate", file.name, "--rate", "20000000", "--duration",
-                                 "4s").returncode, 0)  # longer than what is mapped at a time
+                                 "4s").returncode, 0)  # longer than the part that is mapped at a time
             mapped, document = scan_json(file.name)
             self.assertEqual(document, scan_json(file.name, "--no-map")[1])
             self.assertEqual(mapped.returncode, 0)
@@ -1279,7 +1279,7 @@ class Sections(unittest.TestCase):
 class Memory(unittest.TestCase):
     @staticmethod
     def distinct_sections(count):
-        """EIT present/following of so many services, each with an event and its descriptors."""
+        """EIT present/following of `count` services, each with an event and its descriptors."""
         event = bytes([0, 1, 0xE0, 0, 0, 0, 0, 0, 0, 0, 0, 144]) + bytes([0x80, 0]) * 72
         for n in range(count):
             yield section_packet(0x12, 0x4E, n, bytes([0, 1, 0, 2, 0, 0x4E]) + event,
@@ -1306,7 +1306,7 @@ class Memory(unittest.TestCase):
                     for packet in self.distinct_sections(4000):
                         os.write(writer, packet)
                 except BrokenPipeError:
-                    pass  # it has left
+                    pass  # the tool has ended
                 os.close(writer)
                 _, errors = process.communicate(timeout=60)
                 self.assertEqual(process.returncode, 2, errors)
@@ -1437,7 +1437,7 @@ class Interrupts(unittest.TestCase):
                             self.assertIsNone(process.poll())
                             time.sleep(0.001)
                         process.send_signal(number)
-                        # What `sections` has still to write may fit beside what is there.
+                        # The remaining output of `sections` may fit into the pipe.
                         fits = (0,) if arguments[0] == "sections" else ()
                         self.assertIn(process.wait(timeout=20), (128 + number, -number) + fits)
                     finally:
@@ -1463,7 +1463,7 @@ class Interrupts(unittest.TestCase):
         scan_document(output.decode())
 
     def interrupted(self, *arguments, after, until=b""):
-        """Feeds a pipe that never ends, and interrupts once everything was handled."""
+        """Feeds a pipe that never ends, and interrupts the tool when it has handled everything."""
         reader, writer = os.pipe()
         process = subprocess.Popen([TOOL, *arguments], stdin=reader, stdout=subprocess.PIPE,
                                    stderr=subprocess.PIPE)
@@ -1474,8 +1474,8 @@ class Interrupts(unittest.TestCase):
             while until not in output:
                 output += os.read(process.stdout.fileno(), 65536)
         else:
-            # What it prints, it prints at the end. What it has read, the pipe no longer holds; and
-            # when it has read the last packet, it has handled those before it.
+            # The tool prints only at the end. When it has read the last packet from the pipe, it
+            # has handled all packets before it.
             for part in (after[:-188], after[-188:]):
                 os.write(writer, part)
                 while fcntl.ioctl(writer, termios.FIONREAD, b"\0\0\0\0") != b"\0\0\0\0":
@@ -1495,7 +1495,7 @@ class Interrupts(unittest.TestCase):
         self.assertEqual(missing(document), ["rest of the input"])
         self.assertEqual(status, 3, errors)
 
-    # 6 packets: the first five make it certain where packets are.
+    # 6 packets: the tool needs five to find the packet boundaries.
     PATS = b"".join(pat_packet([(1, 100)], continuity_counter=n) for n in range(6))
 
     def test_sections_closes_its_document(self):
