@@ -262,8 +262,8 @@ void Pump::WaitForInput(int descriptor, const PlayOptions& options) {
 }
 
 void Pump::PassBarrier() {
-    // Sections that the cache delivered while the barrier waited came after it, so they need
-    // another one.
+    // Sections from the cache that were delivered while the barrier waited come after it, so they
+    // need another barrier.
     while (PassOneBarrier() > 0) {
     }
 }
@@ -281,7 +281,7 @@ size_t Pump::PassOneBarrier() {
     while (isAsked) {
         calls += engine_.ApplyChanges();
         MutexLock lock(mutex_);
-        // The subscriber of the barrier may release its filter without an answer.
+        // When no filter is left on the PID, there may never be an answer. Then the wait ends.
         isAsked = engine_.IsWanted(kBarrierPid);
         while (isAsked && awaited_ && !woken_ && !interrupt_.load(std::memory_order_relaxed)) {
             changed_.Wait(mutex_);

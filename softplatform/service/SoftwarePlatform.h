@@ -75,7 +75,7 @@ SOFTPLATFORM_API SourcePtr WithOptions(SourcePtr source, const SourceOptions& op
 ///
 /// @param name   the name that messages use
 /// @param bytes  the stream
-/// @param piece  the number of bytes that one read gives; 0: as many as are asked for
+/// @param piece  the number of bytes that one read gives; 0: as many as the reader wants
 SOFTPLATFORM_API SourcePtr MemorySource(std::string name, std::vector<unsigned char> bytes,
                                         std::size_t piece = 0);
 
@@ -89,7 +89,7 @@ SOFTPLATFORM_API SourcePtr BorrowedSource(std::string name, const unsigned char*
 /// read from its device. If `address` (`si_addr`) is in such a file, zeros replace the missing
 /// bytes, the source fails at its next read, and the handler can return.
 ///
-/// Async-signal-safe; leaves `errno` alone.
+/// Async-signal-safe; does not change `errno`.
 /// @return false when the signal has another cause
 SOFTPLATFORM_API bool RepairMappedSource(void* address) noexcept;
 
@@ -103,16 +103,16 @@ struct SourceInfo {
 SOFTPLATFORM_API SourceInfo Describe(const Source& source);
 
 /// The PID of the barrier: 0x2000, which no packet can carry. While a filter is set on it, the
-/// delivery thread sends that filter a section of the form below where `PlayOptions` says, and goes
-/// on only when `SoftwarePlatform::BarrierPassed` was called with the same sequence number. The
-/// subscriber that answers on the thread which handles all sections thereby holds the stream until
-/// everything delivered before has been handled.
+/// delivery thread sends that filter a barrier section at the points that `PlayOptions::Reading`
+/// describes. Then it waits until `SoftwarePlatform::BarrierPassed` is called with the sequence
+/// number of that section. A client that handles all its sections on one thread, and answers the
+/// barrier there, thus holds the stream until everything delivered before has been handled.
 ///
-/// A subscriber that got a barrier section must answer it, even if it is releasing the filter. The
-/// section is not sent again to a filter that is set in the meantime: without an answer the stream
-/// stops until `Interrupt`.
+/// A subscriber that got a barrier section must answer it, even if it is releasing the filter. If
+/// another filter on the PID was set in the meantime, the delivery thread still waits for the
+/// answer, and it does not send the section again: the stream stops until `Interrupt`.
 ///
-/// The section: table_id `kBarrierTableId`, section_syntax_indicator 0, section_length 4, then the
+/// The barrier section: table_id `kBarrierTableId`, section_syntax_indicator 0, section_length 4, then the
 /// sequence number, 32 bits, most significant byte first.
 constexpr unsigned short kBarrierPid = 0x2000;
 constexpr unsigned char kBarrierTableId = 0x80;
