@@ -112,8 +112,8 @@ SOFTPLATFORM_API SourceInfo Describe(const Source& source);
 /// another filter on the PID was set in the meantime, the delivery thread still waits for the
 /// answer, and it does not send the section again: the stream stops until `Interrupt`.
 ///
-/// The barrier section: table_id `kBarrierTableId`, section_syntax_indicator 0, section_length 4, then the
-/// sequence number, 32 bits, most significant byte first.
+/// The barrier section: table_id `kBarrierTableId`, section_syntax_indicator 0, section_length 4,
+/// then the sequence number, 32 bits, most significant byte first.
 constexpr unsigned short kBarrierPid = 0x2000;
 constexpr unsigned char kBarrierTableId = 0x80;
 
