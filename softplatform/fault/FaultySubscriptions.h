@@ -63,9 +63,11 @@ class FaultySubscriptions {
     std::shared_ptr<FaultPlan> plan_ TV_GUARDED_BY(mutex_);
     std::vector<FaultTrigger> subscribeFaults_ TV_GUARDED_BY(mutex_);
     std::vector<FaultTrigger> unsubscribeFaults_ TV_GUARDED_BY(mutex_);
-    std::deque<int> told_ TV_GUARDED_BY(mutex_);                  // the last 1000, in their order
-    std::map<int, std::vector<int>> book_ TV_GUARDED_BY(mutex_);  // engine's handles, by told one
-    std::set<int> exempt_ TV_GUARDED_BY(mutex_);                  // told ones
+    std::deque<int> told_
+        TV_GUARDED_BY(mutex_);  // the last 1000 handles given to clients, oldest first
+    std::map<int, std::vector<int>> book_
+        TV_GUARDED_BY(mutex_);                    // engine's handles, by client's handle
+    std::set<int> exempt_ TV_GUARDED_BY(mutex_);  // handles of clients
 };
 
 }  // namespace tvservice

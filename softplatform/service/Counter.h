@@ -6,9 +6,9 @@
 
 namespace tvservice {
 
-/// What the receiver counts: what passed through it, and every kind of loss.
+/// The counters of the receiver: the amount of data that it handled, and every kind of loss.
 /// `SoftwarePlatform::Counters` gives all of them in this order, each with its name and meaning.
-/// A new counter goes to the end, so that the values of the others stay.
+/// A new counter is added at the end, so that the values of the others do not change.
 enum class Counter : std::size_t {
     kBytes,
     kPackets,

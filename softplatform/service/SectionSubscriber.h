@@ -14,7 +14,7 @@
 
 namespace tvservice {
 
-// What TVServiceAPI::CreateSectionSubscriber returns; each call makes one.
+// The subscriber that TVServiceAPI::CreateSectionSubscriber returns. Each call creates one.
 //
 // These requests are refused and counted (refused_subscriptions): null arguments, a table id above
 // 255, criteria that SectionFilter::Compile refuses, requests that FilterEngine::Subscribe refuses,

@@ -1,7 +1,7 @@
 #pragma once
 
-// The start-up interface of the software platform: the one header that a program includes, beside
-// the declarations of the service library, to run the SI layer without a receiver's hardware.
+// The start-up interface of the software platform. Besides the declarations of the service library,
+// a program needs only this header to run the SI layer without the hardware of a receiver.
 // Usable from C++14.
 
 #include <cstddef>
