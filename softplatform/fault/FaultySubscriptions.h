@@ -63,11 +63,12 @@ class FaultySubscriptions {
     std::shared_ptr<FaultPlan> plan_ TV_GUARDED_BY(mutex_);
     std::vector<FaultTrigger> subscribeFaults_ TV_GUARDED_BY(mutex_);
     std::vector<FaultTrigger> unsubscribeFaults_ TV_GUARDED_BY(mutex_);
-    std::deque<int> told_
-        TV_GUARDED_BY(mutex_);  // the last 1000 handles given to clients, oldest first
-    std::map<int, std::vector<int>> book_
-        TV_GUARDED_BY(mutex_);                    // engine's handles, by client's handle
-    std::set<int> exempt_ TV_GUARDED_BY(mutex_);  // handles of clients
+    // The last 1000 handles that clients were given, the oldest first.
+    std::deque<int> told_ TV_GUARDED_BY(mutex_);
+    // The engine's handles, by client's handle.
+    std::map<int, std::vector<int>> book_ TV_GUARDED_BY(mutex_);
+    // Handles of clients.
+    std::set<int> exempt_ TV_GUARDED_BY(mutex_);
 };
 
 }  // namespace tvservice
