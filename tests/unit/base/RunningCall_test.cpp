@@ -30,8 +30,10 @@ TEST_F(RunningCallTest, GivesUpTheMutexForTheCall) {
     MutexLock lock(mutex_);
     bool wasFree = false;
     call_.Make(mutex_, 1, [&] {
-        wasFree = mutex_.TryLock();
-        mutex_.Unlock();
+        if (mutex_.TryLock()) {
+            wasFree = true;
+            mutex_.Unlock();
+        }
     });
     EXPECT_TRUE(wasFree);
     std::thread([&] {
