@@ -95,7 +95,7 @@ TEST_F(FilterSetTest, FindsWhatAskingEveryFilterFinds) {
     size_t matched = 0;
     for (int round = 0; round < 300; ++round) {
         set_ = {};
-        const size_t count = round % 70;
+        const size_t count = static_cast<size_t>(round % 70);
         for (size_t i = 0; i < count; ++i) {
             const size_t size = 1 + below(round % 5 == 0 ? 40 : 10);
             Bytes mask(size);

@@ -78,7 +78,7 @@ class ForeignLinkage : public ISSULinkageDesc {
     void GetLocation(unsigned short&, unsigned short&, unsigned short&) override {}
 
   private:
-    const unsigned char zeros_[128] = {};
+    [[maybe_unused]] const unsigned char zeros_[128] = {};
 };
 class ForeignScanLinkage : public ISSUScanLinkageDesc {
   public:
@@ -86,7 +86,7 @@ class ForeignScanLinkage : public ISSUScanLinkageDesc {
     void GetLocation(bool&, unsigned short&, unsigned short&, unsigned short&) override {}
 
   private:
-    const unsigned char zeros_[128] = {};
+    [[maybe_unused]] const unsigned char zeros_[128] = {};
 };
 
 template <class Table>

@@ -540,7 +540,8 @@ TEST_F(PMTParserTest, GetSSUInfoSkipsNullsAndOtherImplementations) {
         bool ContainsOUI(unsigned int) override { return true; }
         void GetSelectorBytes(unsigned int, std::vector<SelectorBytes>&) override {}
         void GetPID(unsigned short&) override {}
-        const unsigned char zeros_[128] = {};  // with a wrong cast it looks like an empty CSSUInfo
+        [[maybe_unused]] const unsigned char zeros_[128] =
+            {};  // with a wrong cast it looks like an empty CSSUInfo
     };
     const auto addOurs = [this](unsigned short pid) {
         const auto desc = fake::DataBroadcastIdDesc(0x000A, {{0x10, {}}});
