@@ -129,10 +129,21 @@ struct MultiplexScanner::Impl {
             if (end.reason != tvservice::InputEnd::kEndOfInput || !Current()->FoundNewPid()) {
                 return end;
             }
+            FinishInterruptedPass();
             std::lock_guard<std::mutex> lock(mutex);
             passes = 0;
         }
         return BothPasses(source, barrier, {}, {});
+    }
+
+    // After an interruption the event thread may still handle a section of the pass. Until it is
+    // done, the platform keeps the filter of that section, and the next pass would count what that
+    // filter delivers. The barrier at the end of an empty source waits for the event thread.
+    static void FinishInterruptedPass() {
+        tvservice::SoftwarePlatform& platform = tvservice::SoftwarePlatform::Instance();
+        if (platform.Play(tvservice::MemorySource("nothing", {}))) {
+            platform.WaitEnd();
+        }
     }
 
     // Makes the pass that collects the PIDs, then the pass that reads all tables.
@@ -143,6 +154,9 @@ struct MultiplexScanner::Impl {
                                        Acquisition::kPatOnly, nullptr, enoughPats);
         if (end.reason != tvservice::InputEnd::kEndOfInput) {
             return end;
+        }
+        if (enoughPats) {
+            FinishInterruptedPass();
         }
         const std::shared_ptr<Acquisition> first = Current();
         return Pass(source, PlayOptions::kFreeRunning, barrier, Acquisition::kAll, first.get(),
